@@ -1,0 +1,23 @@
+# Finds what the project builds on. Each failure names the Debian package to install (or run tools/setup).
+function(q750_require package debianPackage)
+  find_package(${package} ${ARGN} QUIET)
+  if(NOT ${package}_FOUND)
+    message(FATAL_ERROR "${package} was not found: install the Debian package ${debianPackage} (tools/setup does it).")
+  endif()
+endfunction()
+
+macro(q750_dependency package debianPackage)
+  q750_require(${package} ${debianPackage} ${ARGN})
+  find_package(${package} ${ARGN} QUIET)
+endmacro()
+
+q750_dependency(EXPAT libexpat1-dev)
+q750_dependency(TIFF libtiff-dev)
+q750_dependency(PNG libpng-dev)
+q750_dependency(CLI11 libcli11-dev)
+if(Q750_TESTS)
+  q750_dependency(GTest "libgtest-dev libgmock-dev")
+endif()
+if(Q750_BENCH)
+  q750_dependency(benchmark libbenchmark-dev)
+endif()

@@ -1,0 +1,43 @@
+# One folder, one target: a room sees only the rooms that it names, so that the layers hold by construction.
+
+# Compiles every header of a folder alone, first in a source of its own.
+function(q750_compile_headers_alone target)
+  file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  set(sources "")
+  foreach(header IN LISTS headers)
+    get_filename_component(name ${header} NAME)
+    set(source ${CMAKE_CURRENT_BINARY_DIR}/alone/${name}.cpp)
+    file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${name}\"\n")
+    list(APPEND sources ${source})
+  endforeach()
+  if(sources)
+    add_library(${target}-headers OBJECT ${sources})
+    target_link_libraries(${target}-headers PRIVATE ${target})
+  endif()
+endfunction()
+
+# q750_room(<target> [<room or library that it may use> ...]): a static library of all sources in this folder.
+function(q750_room target)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  if(sources)
+    add_library(${target} STATIC ${sources})
+    target_include_directories(${target} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${target} PUBLIC ${ARGN})
+  else()
+    add_library(${target} INTERFACE)
+    target_include_directories(${target} INTERFACE ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${target} INTERFACE ${ARGN})
+  endif()
+  q750_compile_headers_alone(${target})
+endfunction()
+
+# q750_suite(<name> [<room> ...]): one test program of all sources in this folder, registered under its name.
+function(q750_suite name)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${name}-tests ${sources})
+  target_link_libraries(${name}-tests PRIVATE ${ARGN} q750-test-support GTest::gmock GTest::gtest GTest::gtest_main)
+  add_test(NAME ${name} COMMAND ${name}-tests)
+endfunction()

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace platform {
+
+// A growable, reference-counted run of bytes: what the packet buffer, the image accumulator and the framed
+// messages are made of. Bytes are only ever appended, never changed or taken away, so a shorter length of the
+// same object is always a prefix of what it holds now. One thread at a time.
+//
+// The operations are virtual so that a host can use a buffer that the plug-in library hands it: the library
+// exports none of them by name.
+class Data {
+ public:
+  // Each makes an object with one reference, which the caller gives back with release(). A failed allocation is
+  // std::bad_alloc, here and in append().
+  static Data* create();
+  static Data* withBytes(const void* bytes, std::size_t count);
+  // The bytes of `whole` from offset on (all gone if offset is past its end). Shares them with `whole` without
+  // copying, and lives on its own: appending to either leaves the other as it is.
+  static Data* suffixOf(const Data& whole, std::size_t offset);
+
+  Data(const Data&) = delete;
+  Data& operator=(const Data&) = delete;
+
+  virtual void retain() = 0;
+  // The last release ends the object.
+  virtual void release() = 0;
+
+  // Valid until the next append() or the last release(). Not null-terminated; may be null when length() is 0.
+  virtual const std::uint8_t* bytes() const = 0;
+  virtual std::size_t length() const = 0;
+  virtual void append(const void* bytes, std::size_t count) = 0;
+
+ protected:
+  Data() = default;
+  virtual ~Data() = default;
+};
+
+// Holds one reference to a Data (or none) and gives it back when it goes.
+class DataRef {
+ public:
+  DataRef() = default;
+  // Takes over the caller's reference.
+  explicit DataRef(Data* data) : data_(data) {}
+  DataRef(DataRef&& other) noexcept : data_(other.letGo()) {}
+  DataRef& operator=(DataRef&& other) noexcept {
+    if (this != &other) reset(other.letGo());
+    return *this;
+  }
+  DataRef(const DataRef&) = delete;
+  DataRef& operator=(const DataRef&) = delete;
+  ~DataRef() { reset(); }
+
+  Data* get() const { return data_; }
+  Data* operator->() const { return data_; }
+  Data& operator*() const { return *data_; }
+  explicit operator bool() const { return data_ != nullptr; }
+
+  // Hands the reference over to the caller.
+  Data* letGo() {
+    Data* data = data_;
+    data_ = nullptr;
+    return data;
+  }
+  void reset(Data* data = nullptr) {
+    if (data_ != nullptr) data_->release();
+    data_ = data;
+  }
+
+ private:
+  Data* data_ = nullptr;
+};
+
+}  // namespace platform

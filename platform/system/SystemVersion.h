@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace platform {
+
+// The system's version as the platform that the library was designed for tells it: binary-coded decimal, 0x1030
+// for 10.3.0. Nothing where it cannot be read. This system reports itself as 10.4, so that grey images
+// are stored with 0 as black.
+std::optional<std::int32_t> systemVersion();
+
+// Makes systemVersion() answer `version` from now on (nothing for "cannot be read"), for tests.
+void overrideSystemVersion(std::optional<std::int32_t> version);
+// Ends the override.
+void restoreSystemVersion();
+
+}  // namespace platform
