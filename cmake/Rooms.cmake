@@ -31,6 +31,13 @@ function(q750_room target)
   q750_compile_headers_alone(${target})
 endfunction()
 
+# What every test runs under: sanitizer findings are fatal and told with a stack; leaks that are part of the
+# design are listed with their reasons in lsan.supp.
+function(q750_test_environment test)
+  set_tests_properties(${test} PROPERTIES ENVIRONMENT
+    "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0;UBSAN_OPTIONS=print_stacktrace=1")
+endfunction()
+
 # q750_suite(<name> [<room> ...]): one test program of all sources in this folder, registered under its name.
 function(q750_suite name)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
@@ -40,4 +47,5 @@ function(q750_suite name)
   add_executable(${name}-tests ${sources})
   target_link_libraries(${name}-tests PRIVATE ${ARGN} q750-test-support GTest::gmock GTest::gtest GTest::gtest_main)
   add_test(NAME ${name} COMMAND ${name}-tests)
+  q750_test_environment(${name})
 endfunction()
