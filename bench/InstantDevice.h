@@ -1,0 +1,115 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "UsbStack.h"
+
+// A scanner that costs nothing: one interface with the three bulk pipes, canned replies, and a job stream that
+// lies ready in memory and is copied out as fast as it is asked for. For measuring what the library adds.
+class InstantDevice final : public platform::UsbStack, platform::PlugInInterface, platform::UsbInterface {
+ public:
+  // `stream` is the whole job stream, packets and all; it is handed out once per rewind().
+  explicit InstantDevice(std::string stream) : stream_(std::move(stream)) {}
+
+  void rewind() { position_ = 0; }
+
+  platform::IOReturn masterPort(platform::MachPort* port) override { return answer(port, 1U); }
+  void portDeallocate(platform::MachPort /*port*/) override {}
+  std::optional<platform::MatchingDictionary> serviceMatching(platform::ServiceKind kind) override {
+    return platform::MatchingDictionary{kind};
+  }
+  platform::IOReturn matchingServices(platform::MachPort /*port*/, const platform::MatchingDictionary& /*matching*/,
+                                      platform::IOObject* iterator) override {
+    servicesLeft_ = 1;
+    return answer(iterator, 1U);
+  }
+  platform::IOObject iteratorNext(platform::IOObject /*iterator*/) override { return servicesLeft_-- == 1 ? 2 : 0; }
+  void objectRelease(platform::IOObject /*object*/) override {}
+  platform::IOReturn createPlugInInterfaceForService(platform::IOObject /*service*/,
+                                                     platform::ServiceKind /*userClientType*/,
+                                                     platform::PlugInInterface** plugIn) override {
+    *plugIn = this;
+    return platform::kIOReturnSuccess;
+  }
+
+  platform::IOReturn queryInterface(platform::UsbInterface** interface) override {
+    *interface = this;
+    return platform::kIOReturnSuccess;
+  }
+  platform::IOReturn queryInterface(platform::UsbDevice** /*device*/) override {
+    return platform::kIOReturnUnsupported;
+  }
+  void release() override {}
+
+  platform::IOReturn open() override { return platform::kIOReturnSuccess; }
+  platform::IOReturn close() override { return platform::kIOReturnSuccess; }
+  platform::IOReturn getNumEndpoints(std::uint8_t* count) override { return answer(count, std::uint8_t{3}); }
+  platform::IOReturn setAlternateInterface(std::uint8_t /*setting*/) override { return platform::kIOReturnSuccess; }
+  platform::IOReturn getPipeProperties(std::uint8_t pipe, platform::PipeProperties* properties) override {
+    static constexpr std::uint8_t endpoints[] = {requestEndpoint, replyEndpoint, dataEndpoint};
+    const std::uint8_t endpoint = endpoints[pipe - 1];
+    *properties = {endpoint == requestEndpoint ? platform::PipeDirection::out : platform::PipeDirection::in, endpoint,
+                   platform::TransferType::bulk, 512, 0};
+    return platform::kIOReturnSuccess;
+  }
+  platform::IOReturn abortPipe(std::uint8_t /*pipe*/) override { return platform::kIOReturnSuccess; }
+  platform::IOReturn resetPipe(std::uint8_t /*pipe*/) override { return platform::kIOReturnSuccess; }
+  platform::IOReturn clearPipeStallBothEnds(std::uint8_t /*pipe*/) override { return platform::kIOReturnSuccess; }
+  platform::IOReturn controlRequest(std::uint8_t /*pipe*/, const platform::ControlRequest& /*request*/) override {
+    return platform::kIOReturnSuccess;
+  }
+  platform::IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size, std::uint32_t /*noDataMs*/,
+                                std::uint32_t /*completionMs*/) override {
+    if (pipe == 2) return copyOut(reply_, 0, buffer, size);
+    const platform::IOReturn status = copyOut(stream_, position_, buffer, size);
+    position_ += *size;
+    return status;
+  }
+  platform::IOReturn writePipeTO(std::uint8_t /*pipe*/, const void* /*buffer*/, std::uint32_t /*size*/,
+                                 std::uint32_t /*noDataMs*/, std::uint32_t /*completionMs*/) override {
+    return platform::kIOReturnSuccess;
+  }
+
+  // One packet of the given type, framed.
+  static void appendPacket(std::string& stream, std::uint8_t type, std::string_view payload) {
+    stream += static_cast<char>(type);
+    stream.append(3, '\0');
+    for (int shift = 24; shift >= 0; shift -= 8) stream += static_cast<char>((payload.size() >> shift) & 0xFF);
+    stream += payload;
+  }
+
+ private:
+  static constexpr std::uint8_t requestEndpoint = 2;
+  static constexpr std::uint8_t replyEndpoint = 11;
+  static constexpr std::uint8_t dataEndpoint = 8;
+
+  template <class T>
+  static platform::IOReturn answer(T* out, T value) {
+    *out = value;
+    return platform::kIOReturnSuccess;
+  }
+
+  static std::string cannedReply() {
+    std::string reply;
+    appendPacket(reply, 0xCC,
+                 "<?xml version=\"1.0\"?>\r\n<response requestID=\"0\">\r\n  <StringElem>job</StringElem>\r\n"
+                 "</response>\r\n");
+    return reply;
+  }
+
+  static platform::IOReturn copyOut(const std::string& from, std::size_t position, void* buffer, std::uint32_t* size) {
+    const std::size_t count = std::min<std::size_t>(*size, from.size() - position);
+    std::memcpy(buffer, from.data() + position, count);
+    *size = static_cast<std::uint32_t>(count);
+    return count > 0 ? platform::kIOReturnSuccess : platform::kIOUSBTransactionTimeout;
+  }
+
+  std::string stream_;
+  std::size_t position_ = 0;
+  int servicesLeft_ = 0;
+  std::string reply_ = cannedReply();
+};
