@@ -1,0 +1,14 @@
+#pragma once
+
+// Lets the n-th allocation with `new` (counted from 1) fail with std::bad_alloc while it lives, and no other.
+// The program's operator new is replaced for it. One at a time, one thread:
+//
+//   const FailingAllocation third(3);
+//   EXPECT_THROW(build(), std::bad_alloc);
+class FailingAllocation {
+ public:
+  explicit FailingAllocation(int n);
+  FailingAllocation(const FailingAllocation&) = delete;
+  FailingAllocation& operator=(const FailingAllocation&) = delete;
+  ~FailingAllocation();
+};

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "Element.h"
+#include "XMLSAXParser.h"
+
+// What one parseMessage left behind. Use it like this:
+//
+//   const Reading reading = read("<response requestID=\"3\"><NullElem/></response>");
+//   EXPECT_EQ(reading.status, 0);
+//   EXPECT_EQ(treeOf(reading.result.get()), R"({messageType: "response", requestID: "3", result: null})");
+//   EXPECT_EQ(reading.standardOutput, "");
+struct Reading {
+  int status = 0;
+  std::unique_ptr<Element> result;
+  std::string standardOutput;
+  std::string standardError;
+};
+
+// Reads with a parser of its own, from a block of exactly the message's size. Exceptions come out.
+Reading read(const std::string& message);
+
+// The same without collecting the two streams, for tests that read thousands of messages.
+Reading readUncaptured(const std::string& message);
+
+// The tree that a message with this text reads as; says so when reading fails.
+std::string treeRead(const std::string& message);
+
+// The tree as text: {name: value} for a map, [value] for a list, "text" for a string, its number for an
+// integer, a number with six decimals for a double, true and false, null, hex digits in <> for bytes.
+std::string treeOf(Element* element);
