@@ -10,9 +10,9 @@ namespace platform {
 // must outlive it. Samples are contiguous (not planar), without alpha, first row first.
 struct Bitmap {
   const std::uint8_t* pixels;
-  std::size_t pixelBytes;  // what really stands behind `pixels`; whatever a row lacks reads as zero
-  std::uint32_t width;     // pixels
-  std::uint32_t height;    // rows
+  std::size_t pixelBytes;         // what really stands behind `pixels`; whatever a row lacks reads as zero
+  std::uint32_t width;            // pixels
+  std::uint32_t height;           // rows
   std::uint32_t bitsPerSample;    // 1 or 8
   std::uint32_t samplesPerPixel;  // 1 or 3
   std::uint32_t bytesPerRow;
@@ -23,11 +23,11 @@ inline constexpr char kNSDeviceBlackColorSpace[] = "NSDeviceBlackColorSpace";  /
 inline constexpr char kNSDeviceWhiteColorSpace[] = "NSDeviceWhiteColorSpace";  // 0 is black
 inline constexpr char kNSDeviceRGBColorSpace[] = "NSDeviceRGBColorSpace";
 
-// Writes the bitmap as a TIFF 6.0 file to `path`: uncompressed, contiguous samples, tags for width, height, bits
-// per sample, samples per pixel, photometric interpretation and what a strip layout needs, no other. Atomic and
-// private as replaceFile(). False, with the old file as it was and no temporary left, if the bitmap cannot be
-// stored (no colour space, no pixels, more than TIFF can hold) or the file cannot be written. The TIFF library's
-// own messages go to the log.
+// Writes the bitmap as a TIFF 6.0 file to `path`: uncompressed, contiguous samples, tags for width, height,
+// bits per sample, samples per pixel, photometric interpretation and what a strip layout needs, no other.
+// Atomic and private as replaceFile(). False, with the old file as it was and no temporary left, if the
+// bitmap cannot be stored (no colour space, no pixels, more than TIFF can hold) or the file cannot be
+// written. The TIFF library's own messages go to the log.
 bool writeTIFF(const Bitmap& bitmap, const std::string& path);
 
 }  // namespace platform
