@@ -1,0 +1,8 @@
+#include "ConversionEnvironment.h"
+
+#include <cstdlib>
+
+ConversionEnvironment& conversionEnvironment() {
+  static ConversionEnvironment environment{.allocateZeroed = std::calloc};
+  return environment;
+}
