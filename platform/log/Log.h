@@ -6,8 +6,8 @@
 namespace platform {
 
 // One line on its way to the log, not yet formatted: the sink pulls its text piece by piece and stops when it
-// has enough, so that a line that nobody reads costs nothing and a huge one never stands in memory as a whole.
-// Valid only during LogSink::line().
+// has enough, so that a line that nobody reads costs nothing and a huge one never stands in memory as a
+// whole. Valid only during LogSink::line().
 class LogLine {
  public:
   // Gets the next piece of the text; answers false when it wants no more.

@@ -1,0 +1,93 @@
+#include "ByteBlock.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+
+namespace platform {
+namespace {
+
+// No object may be larger: differences of pointers into it have to fit.
+constexpr std::size_t maxBlock = std::numeric_limits<std::ptrdiff_t>::max();
+
+std::atomic<std::size_t> totalReserved{0};
+std::atomic<std::uint64_t> totalRelocated{0};
+
+// From this size on a mapping asks for huge pages, which halve the time that filling it takes. At most one of
+// them is room not yet used.
+constexpr std::size_t hugePagesFrom = std::size_t{4} << 20;
+
+std::size_t wholePages(std::size_t size) {
+  static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  return (size + page - 1) / page * page;
+}
+
+}  // namespace
+
+ByteBlock::~ByteBlock() {
+  totalReserved.fetch_sub(capacity_, std::memory_order_relaxed);
+  if (mapped_) {
+    munmap(data_, capacity_);
+  } else {
+    std::free(data_);
+  }
+}
+
+void ByteBlock::grow(std::size_t needed, std::size_t used) {
+  if (needed <= capacity_) return;
+  if (needed > maxBlock) throw std::bad_alloc();
+  const std::size_t wished = capacity_ > maxBlock / 2 ? needed : std::max(needed, 2 * capacity_);
+  if (!resize(wished, used) && !resize(needed, used)) throw std::bad_alloc();
+}
+
+void ByteBlock::trim(std::size_t used) {
+  if (used < capacity_ && used > 0) resize(used, used);
+}
+
+bool ByteBlock::resize(std::size_t capacity, std::size_t used) {
+  const std::size_t before = capacity_;
+  const bool done =
+      mapped_ || capacity >= mappedFrom ? resizeMapping(capacity, used) : resizeOnHeap(capacity, used);
+  if (done) totalReserved.fetch_add(capacity_ - before, std::memory_order_relaxed);
+  return done;
+}
+
+bool ByteBlock::resizeOnHeap(std::size_t capacity, std::size_t used) {
+  void* moved = std::realloc(data_, capacity);
+  if (moved == nullptr) return false;
+  totalRelocated.fetch_add(used, std::memory_order_relaxed);
+  data_ = static_cast<std::uint8_t*>(moved);
+  capacity_ = capacity;
+  return true;
+}
+
+bool ByteBlock::resizeMapping(std::size_t capacity, std::size_t used) {
+  if (capacity > maxBlock - mappedFrom) return false;  // rounding up must not wrap
+  const std::size_t size = wholePages(capacity);
+  void* mapping = mapped_ ? mremap(data_, capacity_, size, MREMAP_MAYMOVE)
+                          : mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (mapping == MAP_FAILED) return false;
+  if (!mapped_) {
+    if (used > 0) std::memcpy(mapping, data_, used);
+    totalRelocated.fetch_add(used, std::memory_order_relaxed);
+    std::free(data_);
+  }
+  // A wish only: a kernel that does not know it fills the mapping page by page.
+  if (size >= hugePagesFrom) madvise(mapping, size, MADV_HUGEPAGE);
+  data_ = static_cast<std::uint8_t*>(mapping);
+  capacity_ = size;
+  mapped_ = true;
+  return true;
+}
+
+ByteBlock::Totals ByteBlock::totals() {
+  return {totalReserved.load(std::memory_order_relaxed), totalRelocated.load(std::memory_order_relaxed)};
+}
+
+}  // namespace platform

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace platform {
+
+// A block of memory that grows at its end and costs no second copy of itself while it does. A large block is
+// a mapping of its own: growing moves page table entries instead of bytes, and pages that were never written
+// take no memory. The allocator alone would not do: once it has seen large blocks freed, it keeps such blocks
+// on the heap, where growing copies them. One thread at a time.
+class ByteBlock {
+ public:
+  // From this size on a block is a mapping of its own.
+  static constexpr std::size_t mappedFrom = std::size_t{256} << 10;
+
+  ByteBlock() = default;
+  ByteBlock(const ByteBlock&) = delete;
+  ByteBlock& operator=(const ByteBlock&) = delete;
+  ~ByteBlock();
+
+  std::uint8_t* data() const { return data_; }
+  std::size_t capacity() const { return capacity_; }
+
+  // Makes room for at least `needed` bytes, keeping the first `used` ones; the block may move. A block that
+  // grows again at least doubles if it can, so that the cost of all growth is linear. std::bad_alloc if not
+  // even `needed` can be had: nothing has changed then.
+  void grow(std::size_t needed, std::size_t used);
+
+  // Gives back all room past the first `used` bytes, to the page for a mapping. The block may move. A refusal
+  // of the system leaves the block as it is.
+  void trim(std::size_t used);
+
+  // What all blocks of the process together take up and have cost: for tests and measurements.
+  struct Totals {
+    std::size_t reserved;     // bytes of room at this moment
+    std::uint64_t relocated;  // bytes that growth and trimming have copied so far, counted as if always moved
+  };
+  static Totals totals();
+
+ private:
+  bool resize(std::size_t capacity, std::size_t used);
+  bool resizeOnHeap(std::size_t capacity, std::size_t used);
+  bool resizeMapping(std::size_t capacity, std::size_t used);
+
+  std::uint8_t* data_ = nullptr;
+  std::size_t capacity_ = 0;
+  bool mapped_ = false;
+};
+
+}  // namespace platform
