@@ -1,0 +1,192 @@
+#include "USBScanProtocol.h"
+
+#include <array>
+#include <new>
+
+#include "AtomicFile.h"
+#include "BorrowedData.h"
+#include "PacketFormat.h"
+
+using platform::Data;
+using platform::DataRef;
+
+platform::Data* USBScanProtocol::prepControlDataToSend(const Data& payload) {
+  std::array<std::uint8_t, packetformat::headerSize> header;
+  packetformat::writeHeader(header.data(), packetformat::controlData,
+                            static_cast<std::uint32_t>(payload.length()));
+  DataRef framed(Data::withBytes(header.data(), header.size()));
+  framed->append(payload.bytes(), payload.length());
+  return framed.letGo();
+}
+
+void USBScanProtocol::removePacket(const void* packet) {
+  // A callback that fed this parser has had its packet removed already.
+  if (_buffer == nullptr || packet != _buffer->bytes() || _buffer->length() < packetformat::headerSize)
+    return;
+  const std::uint32_t size = packetformat::sizeOf(packetformat::payloadLengthOf(_buffer->bytes()));
+  // A length of 0xFFFFFFF8 leaves its packet at the front for ever; equal buffers must not pile up meanwhile.
+  if (size == 0) return;
+  Data* rest = nullptr;
+  try {
+    rest = Data::suffixOf(*_buffer, size);
+  } catch (const std::bad_alloc&) {
+    throw OutOfMemory();
+  }
+  // One reference more than is ever given back: every replacement buffer stays allocated, deliberately.
+  rest->retain();
+  _buffer->release();
+  _buffer = rest;
+}
+
+void USBScanProtocol::doEndImageJobCallback() {
+  if (_callbacks.endImageJob != nullptr) _callbacks.endImageJob(_callbacks.info);
+}
+
+void USBScanProtocol::doEndImagePageCallback() {
+  if (_callbacks.endImagePage != nullptr) _callbacks.endImagePage(_callbacks.info);
+}
+
+void USBScanProtocol::doImageDataCallbackWithData(void* bytes, int length) {
+  if (_callbacks.imageData != nullptr) _callbacks.imageData(bytes, length, _callbacks.info);
+}
+
+void USBScanProtocol::doControlDataCallbackWithData(void* bytes, int length) {
+  if (_callbacks.controlData != nullptr) _callbacks.controlData(bytes, length, _callbacks.info);
+}
+
+void USBScanProtocol::doBeginImagePageCallback() {
+  if (_callbacks.beginImagePage != nullptr) _callbacks.beginImagePage(_callbacks.info);
+}
+
+void USBScanProtocol::doBeginImageJobCallback() {
+  if (_callbacks.beginImageJob != nullptr) _callbacks.beginImageJob(_callbacks.info);
+}
+
+// Hosts pass the flag, but no data is ever converted.
+void USBScanProtocol::parseFullPackets([[maybe_unused]] std::int8_t convert) {
+  while (_buffer != nullptr && _buffer->length() >= packetformat::headerSize) {
+    const std::uint8_t* packet = _buffer->bytes();
+    const std::uint32_t length = packetformat::payloadLengthOf(packet);
+    // No bound is applied: a length that wraps makes a packet that is complete with its header.
+    if (_buffer->length() < packetformat::sizeOf(length)) return;
+    // The header is there whole, so the payload begins at the end of the buffer at the latest.
+    void* payload = const_cast<std::uint8_t*>(packet + packetformat::headerSize);
+    dispatch(packetformat::typeOf(packet), payload, static_cast<int>(length));
+    removePacket(packet);
+  }
+}
+
+void USBScanProtocol::dispatch(std::uint8_t type, void* payload, int length) {
+  switch (type) {
+    case packetformat::beginImageJob:
+      return doBeginImageJobCallback();
+    case packetformat::beginImagePage:
+      return doBeginImagePageCallback();
+    case packetformat::controlData:
+      return doControlDataCallbackWithData(payload, length);
+    case packetformat::imageData:
+      return doImageDataCallbackWithData(payload, length);
+    case packetformat::endImagePage:
+      return doEndImagePageCallback();
+    case packetformat::endImageJob:
+      return doEndImageJobCallback();
+    default:
+      return;
+  }
+}
+
+void USBScanProtocol::appendToBuffer(const Data& chunk) {
+  if (_buffer == nullptr) return;
+  try {
+    _buffer->append(chunk.bytes(), chunk.length());
+  } catch (const std::bad_alloc&) {
+    throw OutOfMemory();
+  }
+}
+
+void USBScanProtocol::receiveData(const Data& chunk, std::int8_t convert) {
+  appendToBuffer(chunk);
+  parseFullPackets(convert);
+}
+
+void USBScanProtocol::dealloc() {
+  if (_buffer == nullptr) return;
+  // What stays allocated is what was received, not the room for more.
+  _buffer->trim();
+  _buffer->release();
+  _buffer = nullptr;
+}
+
+USBScanProtocol* USBScanProtocol::initWithCallbacks(const USBScanProtocolCallbacks* callbacks) {
+  try {
+    _buffer = Data::create();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+  if (callbacks != nullptr) _callbacks = *callbacks;
+  return this;
+}
+
+namespace {
+
+// One for the process, like the file: a job starts it with its own buffer and its release ends its turn.
+platform::GrowingFile& dumpFile() {
+  static platform::GrowingFile file("/tmp/vexo-data-dump");
+  return file;
+}
+
+USBScanProtocol* parserOf(void* handle) {
+  return static_cast<USBScanProtocol*>(handle);
+}
+
+}  // namespace
+
+void* initUSBScanProtocol(const USBScanProtocolCallbacks* callbacks) {
+  auto* parser = new (std::nothrow) USBScanProtocol;
+  if (parser == nullptr) return nullptr;
+  if (parser->initWithCallbacks(callbacks) == nullptr) {
+    delete parser;
+    return nullptr;
+  }
+  return parser;
+}
+
+void receiveData(void* handle, const void* bytes, std::int32_t count, std::int8_t convert) {
+  if (handle == nullptr) return;
+  const BorrowedData chunk(bytes, count);
+  try {
+    parserOf(handle)->receiveData(chunk, convert);
+  } catch (const USBScanProtocol::OutOfMemory&) {
+    return;
+  }
+}
+
+Data* prepControlDataToSend(void* handle, const void* bytes, std::int32_t count) {
+  if (handle == nullptr) return nullptr;
+  const BorrowedData payload(bytes, count);
+  try {
+    return parserOf(handle)->prepControlDataToSend(payload);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+void releaseUSBScanProtocol(void* handle) {
+  if (handle == nullptr) return;
+  // The parser object itself is not freed, deliberately: its handle never points into foreign memory.
+  parserOf(handle)->dealloc();
+  try {
+    dumpFile().finish();
+  } catch (...) {
+    return;
+  }
+}
+
+void dumpData(Data* data) {
+  if (data == nullptr) return;
+  try {
+    dumpFile().update(*data);
+  } catch (...) {
+    return;
+  }
+}
