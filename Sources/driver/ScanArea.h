@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+
+// What the next scan is asked for; a fresh one is the whole page in colour. Lengths in pixels at the
+// resolution of their direction. A plain value: nothing here is checked, the numbers are as the host gave
+// them.
+struct ScanArea {
+  std::int32_t xResolution = 600;  // dots per inch
+  std::int32_t yResolution = 600;
+  std::int32_t left = 0;
+  std::int32_t top = 0;
+  std::int32_t width = 5100;
+  std::int32_t height = 7014;
+  std::uint32_t bitDepth = 24;  // bits per pixel: 24 colour, 8 grey
+  std::uint32_t colorFlag = 1;  // 1 colour, 0 grey
+};

@@ -1,0 +1,122 @@
+#include "ScannerInterface.h"
+
+#include "CScannerDriver.h"
+#include "NumericConversion.h"
+
+extern "C" {
+uint32_t totalBytesRead = 0;
+}
+
+namespace {
+
+constexpr int32_t nullHandle = -1;
+constexpr double unitsPerInch = 1200.0;
+
+CScannerDriver& driverOf(intptr_t handle) {
+  return *reinterpret_cast<CScannerDriver*>(
+      handle);  // NOLINT(performance-no-int-to-ptr): the handle is the address
+}
+
+uint32_t unitsFromInches(double inches) {
+  return truncatedToUInt32(inches * unitsPerInch);
+}
+
+int32_t pixelsFromUnits(uint32_t units, double pixelsPerUnit) {
+  return saturatedToInt32(units * pixelsPerUnit);
+}
+
+}  // namespace
+
+intptr_t EnableScanner() {
+  CScannerDriver* driver = CScannerDriver::create();
+  totalBytesRead = 0;
+  return reinterpret_cast<intptr_t>(driver);
+}
+
+intptr_t EnableScannerEx(...) {
+  return EnableScanner();
+}
+
+int32_t DisableScanner(intptr_t handle) {
+  return handle == 0 ? nullHandle : driverOf(handle).abortScan();
+}
+
+int32_t AbortScan(intptr_t handle) {
+  return handle == 0 ? nullHandle : 0;
+}
+
+int32_t SetScanParameter(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
+                         double left, double top, double right, double bottom) {
+  return SetScanParameterEx(handle, xResolution, yResolution, colourMode, unitsFromInches(left),
+                            unitsFromInches(top), unitsFromInches(right), unitsFromInches(bottom));
+}
+
+int32_t SetScanParameterEx(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
+                           uint32_t left, uint32_t top, uint32_t right, uint32_t bottom) {
+  // The factor comes first: coordinate times resolution over 1200 would round differently.
+  const double xFactor = xResolution / unitsPerInch;
+  const double yFactor = yResolution / unitsPerInch;
+  return driverOf(handle).setScanParameter(
+      xResolution, yResolution, colourMode, pixelsFromUnits(left, xFactor), pixelsFromUnits(top, yFactor),
+      pixelsFromUnits(right - left, xFactor), pixelsFromUnits(bottom - top, yFactor));
+}
+
+int32_t SetScanParameter2006(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
+                             uint32_t left, uint32_t top, uint32_t right, uint32_t bottom) {
+  return SetScanParameterEx(handle, xResolution, yResolution, colourMode, left, top, right, bottom);
+}
+
+int32_t GetScanParameter(intptr_t handle, unsigned long* width, unsigned long* height) {
+  return driverOf(handle).getScanParameter(width, height);
+}
+
+int32_t StartScan(intptr_t handle) {
+  if (handle == 0) return nullHandle;
+  totalBytesRead = 0;
+  return driverOf(handle).startScan();
+}
+
+int32_t ReadImage(intptr_t handle, unsigned char* buffer, uint32_t size, uint32_t* delivered) {
+  if (handle == 0) return nullHandle;
+  unsigned long length = size;
+  const int result = driverOf(handle).readImageData(buffer, &length, static_cast<int>(totalBytesRead));
+  const auto deliveredNow = static_cast<uint32_t>(length);
+  if (delivered != nullptr) *delivered = deliveredNow;
+  totalBytesRead += deliveredNow;
+  return result;
+}
+
+int32_t GetHotKey(...) {
+  return 1;
+}
+int32_t GetADFStatus(...) {
+  return 1;
+}
+int32_t DeviceParameterSet(...) {
+  return 1;
+}
+int32_t DeviceParameterGet(...) {
+  return 1;
+}
+int32_t ScanVersion(...) {
+  return 1;
+}
+int32_t ImageFilterSetup(...) {
+  return 1;
+}
+int32_t GetDevicePropteries(...) {
+  return 0;
+}
+
+int32_t SetIdleCallback(void* callback) {
+  return callback != nullptr ? 1 : 0;
+}
+int32_t IsUSBConnectionValid(intptr_t handle) {
+  return handle != 0 ? 1 : 0;
+}
+int32_t ForceQuit(intptr_t handle) {
+  return handle != 0 ? 1 : 0;
+}
+int32_t EndNetworkScan(intptr_t handle) {
+  return handle != 0 ? 0 : -1;
+}

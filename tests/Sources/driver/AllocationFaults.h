@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+
+// Lets allocations through operator new fail, in the whole test program. Those of malloc are not touched.
+//
+//   {
+//     const AllocationFaults faults = AllocationFaults::nth(3);
+//     ...                                   // the third allocation from here on fails
+//   }                                       // none fails any more
+class AllocationFaults {
+ public:
+  // The n-th allocation (from 1) fails.
+  static AllocationFaults nth(int n);
+  // The n-th allocation (from 1) of exactly this many bytes fails.
+  static AllocationFaults ofSize(std::size_t size, int n = 1);
+  ~AllocationFaults();
+  AllocationFaults(const AllocationFaults&) = delete;
+  AllocationFaults& operator=(const AllocationFaults&) = delete;
+
+  // Blocks of operator new that were not given back, in the whole program.
+  static long blocksHeld();
+
+  // Whether the allocation to fail has come.
+  bool happened() const;
+
+ private:
+  AllocationFaults(int n, std::size_t size);
+};

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+// Stands between the driver and the packet parser, the dump file and the conversion (the linker routes the
+// calls through it) and notes what passes. Everything is handed on unless a failure is asked for.
+//
+//   JobSpies spies;
+//   driver->startScan();
+//   EXPECT_THAT(spies.convertFlags(), ElementsAre(1, 1, 0));
+class JobSpies {
+ public:
+  JobSpies();
+  ~JobSpies();
+  JobSpies(const JobSpies&) = delete;
+  JobSpies& operator=(const JobSpies&) = delete;
+
+  void failConversion() { conversionFails = true; }
+  void failParserCreation() { parserFails = true; }
+
+  // "receive 8 bytes, convert 1", "dump 12 bytes", "dump nothing", "convert 30 bytes, 75 x 150", ...
+  std::vector<std::string> events;
+  int parsersMade = 0;
+  int parsersReleased = 0;
+  bool conversionFails = false;
+  bool parserFails = false;
+};
