@@ -1,0 +1,151 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "UsbStack.h"
+
+namespace fakes {
+
+platform::PipeProperties bulkOut(std::uint8_t endpointNumber, std::uint16_t maxPacketSize = 512);
+platform::PipeProperties bulkIn(std::uint8_t endpointNumber, std::uint16_t maxPacketSize = 512);
+
+// A USB stack that records every call as a line of text, answers from a script, lets any single call fail,
+// and keeps account of what was obtained and not given back. It knows nothing of scanners. Time-outs pass at
+// once.
+//
+//   ScriptedUsbStack usb;
+//   usb.addInterface({bulkOut(2), bulkIn(11), bulkIn(8)});          // pipes 1, 2, 3
+//   usb.queueRead(2, "reply");                                      // the next read of pipe 2 gets these
+//   bytes usb.queueStatus(2, platform::kIOUSBPipeStalled);                // and the one after it fails
+//   usb.failNext("interface 1.writePipeTO(1", platform::kIOReturnIOError);
+//   platform::useUsbStack(&usb);
+//   ...                                                             // the code under test
+//   EXPECT_THAT(usb.calls(), ElementsAre("masterPort()", "serviceMatching(usbInterface)", ...));
+//   EXPECT_THAT(usb.leftovers(), IsEmpty());
+//   EXPECT_THAT(usb.misuse(), IsEmpty());
+//
+// Services and the objects made of them are numbered from 1 in the order in which they were added. The
+// objects belong to the stack, so that a use after release is told by misuse() and touches no freed memory.
+class ScriptedUsbStack final : public platform::UsbStack {
+ public:
+  struct Transfer {
+    bool out;
+    std::uint8_t pipe;
+    std::string bytes;  // what moved, or for a write that failed what should have
+    platform::IOReturn status;
+  };
+
+  ScriptedUsbStack();
+  ~ScriptedUsbStack() override;
+  ScriptedUsbStack(const ScriptedUsbStack&) = delete;
+  ScriptedUsbStack& operator=(const ScriptedUsbStack&) = delete;
+
+  // Pipe properties of alternate setting 0, in the order of the pipe references, and of setting 1.
+  void addInterface(std::vector<platform::PipeProperties> endpoints,
+                    std::vector<platform::PipeProperties> alternateEndpoints = {});
+  void addDevice(std::uint16_t vendor, std::uint16_t product, std::uint32_t location);
+
+  // Answers to the reads of a pipe, in order. Bytes that do not fit into one read stay for the next. A pipe
+  // with no answer left times out; so that no test hangs, the device is gone from the 100th time-out in a row
+  // on.
+  void queueRead(std::uint8_t pipe, std::string bytes);
+  void queueStatus(std::uint8_t pipe, platform::IOReturn status, int times = 1);
+  // A read that succeeds with these bytes and reports `reported` of them, true or not.
+  void queueReportedSize(std::uint8_t pipe, std::string bytes, std::uint32_t reported);
+
+  // The next call whose line begins with `line` fails with `status` (calls without a status fail as they
+  // can).
+  void failNext(std::string line, platform::IOReturn status);
+  // As failNext, but the call succeeds and hands out a null object.
+  void answerNull(std::string line);
+  // The n-th (from 1) of all calls that can fail fails with `status`; 0 for none.
+  void failCall(int n, platform::IOReturn status);
+  // Runs before each call is answered.
+  void onCall(std::function<void(const std::string& line)> listener) { listener_ = std::move(listener); }
+
+  const std::vector<std::string>& calls() const { return calls_; }
+  void forgetCalls() { calls_.clear(); }
+  const std::vector<Transfer>& transfers() const { return transfers_; }
+  int fallibleCalls() const { return fallibleCalls_; }
+  // Whether every buffer given to a read was all zero.
+  bool readBuffersWereZero() const { return readBuffersWereZero_; }
+  // "port", "iterator", "service 1", "plugIn 1", "interface 1", "open interface 1", "device 1", ...
+  std::vector<std::string> leftovers() const;
+  // Calls on objects that were released, releases of what is not held, closes of what is not open.
+  const std::vector<std::string>& misuse() const { return misuse_; }
+
+  platform::IOReturn masterPort(platform::MachPort* port) override;
+  void portDeallocate(platform::MachPort port) override;
+  std::optional<platform::MatchingDictionary> serviceMatching(platform::ServiceKind kind) override;
+  platform::IOReturn matchingServices(platform::MachPort port, const platform::MatchingDictionary& matching,
+                                      platform::IOObject* iterator) override;
+  platform::IOObject iteratorNext(platform::IOObject iterator) override;
+  void objectRelease(platform::IOObject object) override;
+  platform::IOReturn createPlugInInterfaceForService(platform::IOObject service,
+                                                     platform::ServiceKind userClientType,
+                                                     platform::PlugInInterface** plugIn) override;
+
+ private:
+  class PlugIn;
+  class Interface;
+  class Device;
+  struct Service;
+  struct ReadAnswer {
+    platform::IOReturn status;
+    std::string bytes;
+    std::optional<std::uint32_t> reported;
+  };
+  // What a scripted failure makes of a call.
+  struct Verdict {
+    platform::IOReturn status = platform::kIOReturnSuccess;
+    bool null = false;
+  };
+  struct Script {
+    std::string line;
+    Verdict verdict;
+  };
+
+  void record(const std::string& line);
+  Verdict recordFallible(const std::string& line);
+  void hold(const std::string& what, int change);
+  platform::IOReturn read(std::uint8_t pipe, void* buffer, std::uint32_t* size);
+  platform::IOReturn answerRead(std::uint8_t pipe, std::uint32_t capacity, std::string* bytes,
+                                std::uint32_t* reported);
+
+  std::vector<std::unique_ptr<Service>> services_;
+  std::vector<std::unique_ptr<PlugIn>> plugIns_;
+  std::vector<std::unique_ptr<Interface>> interfaces_;
+  std::vector<std::unique_ptr<Device>> devices_;
+  platform::ServiceKind iteratedKind_ = platform::ServiceKind::usbInterface;
+  std::size_t iteratorPosition_ = 0;
+  std::map<std::uint8_t, std::deque<ReadAnswer>> reads_;
+  std::map<std::uint8_t, int> timeoutsInARow_;
+  std::deque<Script> scripts_;
+  int failingCall_ = 0;
+  platform::IOReturn failingStatus_ = platform::kIOReturnError;
+  int fallibleCalls_ = 0;
+  bool readBuffersWereZero_ = true;
+  std::function<void(const std::string&)> listener_;
+  std::vector<std::string> calls_;
+  std::vector<std::string> misuse_;
+  std::vector<Transfer> transfers_;
+  std::map<std::string, int> held_;
+};
+
+// Makes a stack the one that drivers use, as long as it lives.
+class ChosenUsbStack {
+ public:
+  explicit ChosenUsbStack(platform::UsbStack& stack) { platform::useUsbStack(&stack); }
+  ~ChosenUsbStack() { platform::useUsbStack(nullptr); }
+  ChosenUsbStack(const ChosenUsbStack&) = delete;
+  ChosenUsbStack& operator=(const ChosenUsbStack&) = delete;
+};
+
+}  // namespace fakes

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <tiffio.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+// What a TIFF file says, as the TIFF library reads it back: every tag that is set, in words, and the pixels
+// row after row.
+struct TiffFile {
+  std::string tags;
+  std::vector<std::uint8_t> pixels;
+
+  explicit TiffFile(const std::string& path) {
+    const std::unique_ptr<TIFF, void (*)(TIFF*)> tiff(TIFFOpen(path.c_str(), "r"), TIFFClose);
+    if (!tiff) {
+      ADD_FAILURE() << path << " is no TIFF file";
+      return;
+    }
+    tags = describe(tiff.get());
+    std::uint32_t height = 0;
+    TIFFGetField(tiff.get(), TIFFTAG_IMAGELENGTH, &height);
+    const auto rowBytes = static_cast<std::size_t>(TIFFScanlineSize(tiff.get()));
+    pixels.resize(rowBytes * height);
+    for (std::uint32_t row = 0; row < height; ++row) {
+      EXPECT_EQ(TIFFReadScanline(tiff.get(), pixels.data() + row * rowBytes, row, 0), 1) << "row " << row;
+    }
+  }
+
+ private:
+  // Without the first line, which tells where in the file the tags stand.
+  static std::string describe(TIFF* tiff) {
+    char* text = nullptr;
+    std::size_t length = 0;
+    FILE* stream = open_memstream(&text, &length);
+    TIFFPrintDirectory(tiff, stream, 0);
+    std::fclose(stream);
+    const std::string whole(text, length);
+    std::free(text);
+    return whole.substr(whole.find('\n') + 1);
+  }
+};
