@@ -1,0 +1,55 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <string>
+
+class Element;
+class ListElem;
+
+// Walks the children of one element. Allocated with `new` by Element::iterator; whoever asked for it deletes
+// it, through this interface, best by holding it in a std::unique_ptr (a bare delete draws
+// -Wdelete-non-virtual-dtor, which does not see the operator below). Changing the container during the walk
+// is not supported. Every operation but hasNext throws NoSuchElementException past the end.
+//
+// There is no virtual destructor: the virtual table holds the five operations and nothing else. The
+// destroying operator delete makes deletion through the interface well defined all the same. It runs no
+// destructor, except that it releases what a chained iterator of this library owns: other implementations
+// must own nothing.
+class ElementIterator {
+ public:
+  virtual bool hasNext() = 0;
+  // The next child as it is held, not evaluated; then advances.
+  virtual Element* next() = 0;
+  // The next child evaluated with these arguments; then advances.
+  virtual Element* next(ListElem* args) = 0;
+  // Name and position of the child that next() would give, without advancing.
+  virtual std::string nextName() = 0;
+  virtual unsigned int nextIndex() = 0;
+
+  static void* operator new(std::size_t size);
+  static void operator delete(ElementIterator* iterator, std::destroying_delete_t);
+  // Only for a constructor that throws.
+  static void operator delete(void* memory);
+
+  ElementIterator(const ElementIterator&) = delete;
+  ElementIterator& operator=(const ElementIterator&) = delete;
+
+ protected:
+  ElementIterator() = default;
+};
+
+// Releases without a delete-expression, so that no compiler warns at each use of
+// std::unique_ptr<ElementIterator>.
+template <>
+struct std::default_delete<ElementIterator> {
+  default_delete() = default;
+  template <std::derived_from<ElementIterator> Iterator>
+  default_delete(const std::default_delete<Iterator>& /*other*/) noexcept {}
+
+  void operator()(ElementIterator* iterator) const {
+    ElementIterator::operator delete(iterator, std::destroying_delete);
+  }
+};

@@ -1,0 +1,7 @@
+#include "ElementVisitor.h"
+
+#include "Exceptions.h"
+
+void ObjectStoreException::accept(ElementVisitor* visitor) {
+  visitor->visitorAtObjectStoreException(this);
+}

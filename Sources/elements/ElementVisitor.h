@@ -1,0 +1,35 @@
+#pragma once
+
+class BinaryElem;
+class BooleanElem;
+class CompositeElem;
+class DoubleElem;
+class IntegerElem;
+class ListElem;
+class MapElem;
+class NullElem;
+class ObjectStoreException;
+class PersistentElem;
+class StringElem;
+
+// Receives an element as its concrete class (double dispatch through Element::accept). Borrows what it is
+// given. Aliases, operations and lazily evaluated elements dispatch to nothing. No virtual destructor of its
+// own: a visitor that is deleted through a base adds one after these operations.
+class ElementVisitor {
+ public:
+  // Reserved: the class is declared only, and no element dispatches here.
+  virtual void visitorAtPersistentElem(PersistentElem* element) = 0;
+  virtual void visitorAtCompositeElem(CompositeElem* element) = 0;
+  virtual void visitorAtMapElem(MapElem* element) = 0;
+  virtual void visitorAtListElem(ListElem* element) = 0;
+  virtual void visitorAtIntegerElem(IntegerElem* element) = 0;
+  virtual void visitorAtBooleanElem(BooleanElem* element) = 0;
+  virtual void visitorAtDoubleElem(DoubleElem* element) = 0;
+  virtual void visitorAtStringElem(StringElem* element) = 0;
+  virtual void visitorAtBinaryElem(BinaryElem* element) = 0;
+  virtual void visitorAtNullElem(NullElem* element) = 0;
+  virtual void visitorAtObjectStoreException(ObjectStoreException* exception) = 0;
+
+ protected:
+  ~ElementVisitor() = default;
+};

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "OperationElem.h"
+
+// An operation whose value is computed when the tree is externalized. A derived class sets `function`.
+class LazyEvalElem : public OperationElem {
+ public:
+  LazyEvalElem() = default;
+  // The list is ignored.
+  explicit LazyEvalElem(ListElem* args);
+
+  // What the function gives for `context`, externalized in the same context.
+  Element* externalize(Element* context) override;
+};

@@ -1,0 +1,70 @@
+#include "TerminalElem.h"
+
+#include <utility>
+
+#include "Exceptions.h"
+#include "StringUtils.h"
+
+const std::string TerminalElem::_type = "TerminalElem";
+
+namespace {
+
+// Written as a signed number, like every index in a message of a leaf.
+std::string decimal(unsigned int index) {
+  return iToString(static_cast<int>(index));
+}
+
+}  // namespace
+
+void TerminalElem::refuse(const std::string& operation) {
+  throw NotSupportedException(operation + " not supported on " + getFullName());
+}
+
+Element* TerminalElem::getChildRaw(const std::string& childName) {
+  refuse("getChild(" + childName + ")");
+}
+
+// The text "int)" follows the number directly: index 3 gives "getChild(3int)".
+Element* TerminalElem::getChildRaw(unsigned int index) {
+  refuse("getChild(" + decimal(index) + "int)");
+}
+
+ElementIterator* TerminalElem::iterator(bool /*chain*/) {
+  throw NotSupportedException();
+}
+
+Element* TerminalElem::addChild(const std::string& childName, Element* child) {
+  refuse("addChild(" + child->getName() + "," + childName + ")");
+}
+
+Element* TerminalElem::addChild(unsigned int index, Element* child) {
+  refuse("addChild(" + child->getName() + "," + decimal(index) + ")");
+}
+
+Element* TerminalElem::setChild(std::string childName, Element* child) {
+  refuse("setChild(" + child->getName() + "," + childName + ")");
+}
+
+Element* TerminalElem::setChild(unsigned int index, Element* child) {
+  refuse("setChild(" + child->getName() + "," + decimal(index) + ")");
+}
+
+Element* TerminalElem::removeChild(const std::string& childName) {
+  refuse("removeChild(" + childName + ")");
+}
+
+Element* TerminalElem::removeChild(unsigned int index) {
+  refuse("removeChild(" + decimal(index) + ")");
+}
+
+void TerminalElem::removeChildren() {
+  refuse("removeChildren()");
+}
+
+unsigned int TerminalElem::getNumChildren() {
+  refuse("getNumChildren()");
+}
+
+bool TerminalElem::instanceOf(std::string typeName) {
+  return typeName == _type || Element::instanceOf(std::move(typeName));
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+// Conversions between number types that are defined for every value, NaN and the infinities included, where a
+// plain cast would be undefined. All truncate toward zero. Pure functions, any thread.
+
+// Saturates at both ends of the range; NaN gives 0x80000000 (INT32_MIN).
+std::int32_t saturatedToInt32(double value);
+std::int32_t saturatedToInt32(float value);
+
+// From 0 up the whole unsigned range, 0xFFFFFFFF from 2^32 on. A negative value is truncated as a signed
+// number and its bits taken as unsigned (-1.5 gives 0xFFFFFFFF); below the signed range, and for NaN,
+// 0x80000000.
+std::uint32_t truncatedToUInt32(double value);
+
+// The nearest float; a finite value beyond its range gives the largest finite float of its sign. Infinities
+// and NaN stay what they are.
+float saturatedToFloat(double value);
