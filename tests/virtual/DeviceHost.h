@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "MapElem.h"
+#include "VirtualScanner.h"
+
+// The host's side of the conversation with a virtual scanner, without the driver:
+//
+//   DeviceHost host(scanner);
+//   EXPECT_EQ(host.call("system", "enterHostUSBSendMode", {host.tree(request)}), "response 0");
+//   host.startJob(request);
+//   auto stream = host.readStream();
+class DeviceHost {
+ public:
+  explicit DeviceHost(virtualscanner::VirtualScanner& scanner) : scanner_(scanner) {}
+
+  // What stands in a parameter list.
+  enum class Parameter { tree, kind, wrongKind };
+
+  // Frames and writes one call, takes the reply and tells it in short: "response " and the result's text,
+  // "exception", or "none".
+  std::string call(const std::string& object, const std::string& method,
+                   const std::vector<Parameter>& parameters = {});
+  std::string enter() { return call("system", "enterHostUSBSendMode", {Parameter::tree}); }
+  std::string create() { return call("jobFactory", "create", {Parameter::kind, Parameter::tree}); }
+  std::string exit() { return call("system", "exitHostUSBSendMode"); }
+  // Enter, create and start. False if one of them is refused.
+  bool startJob(const virtualscanner::ScanRequest& request);
+  std::string jobName() const { return jobName_; }
+
+  // The whole text of the last reply.
+  const std::string& lastReply() const { return lastReply_; }
+  std::string takeReply();
+
+  virtualscanner::Transfer write(const std::vector<std::uint8_t>& bytes);
+  // One call as the host frames it.
+  std::vector<std::uint8_t> framed(const std::string& object, const std::string& method,
+                                   const std::vector<Parameter>& parameters);
+  virtualscanner::Transfer readData(std::size_t capacity);
+  // Reads until the device is silent; the bytes of all reads.
+  std::vector<std::uint8_t> readStream(std::size_t capacity = 102400);
+
+  // For the trees of the calls from now on.
+  virtualscanner::ScanRequest request{75, true, 0, 0, 20, 10};
+  int requestId = 17;
+
+ private:
+  virtualscanner::VirtualScanner& scanner_;
+  std::string jobName_;
+  std::string lastReply_;
+};
+
+// The parameter tree of a job as the driver builds it.
+std::unique_ptr<MapElem> parameterTree(const virtualscanner::ScanRequest& request);
+
+// The image bytes of a stream of packets; fails the test where it is no proper stream of one job.
+std::vector<std::uint8_t> imageOf(const std::vector<std::uint8_t>& stream);
+// The type bytes of the packets of a stream.
+std::vector<std::uint8_t> packetTypesOf(const std::vector<std::uint8_t>& stream);
+// Header and pixels that a scan of this paper has to deliver, one pixel at a time.
+std::vector<std::uint8_t> expectedImage(const virtualscanner::Paper& paper,
+                                        const virtualscanner::ScanRequest& request);

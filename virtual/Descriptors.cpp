@@ -1,0 +1,123 @@
+#include "Descriptors.h"
+
+#include <array>
+
+#include "DeviceIdentity.h"
+
+namespace virtualscanner {
+namespace {
+
+constexpr std::uint8_t out = 0;
+
+constexpr Endpoint bulk(std::uint8_t direction, std::uint8_t number) {
+  return {static_cast<std::uint8_t>(direction | number), EndpointType::bulk, bulkPacketSize, 0};
+}
+
+constexpr std::array plainEndpoints{bulk(out, 2), bulk(directionIn, 11), bulk(directionIn, 8)};
+
+// Among the others stand endpoints of the scanner's numbers in the other direction and of another type.
+constexpr std::array allEndpoints{bulk(out, 1),
+                                  bulk(directionIn, 1),
+                                  Endpoint{directionIn | 3, EndpointType::interrupt, 64, 8},
+                                  bulk(out, 2),
+                                  bulk(directionIn, 4),
+                                  bulk(out, 5),
+                                  bulk(out, 8),
+                                  bulk(directionIn, 8),
+                                  bulk(out, 7),
+                                  bulk(directionIn, 11),
+                                  bulk(out, 11),
+                                  bulk(directionIn, 12),
+                                  Endpoint{directionIn | 2, EndpointType::interrupt, 64, 8}};
+static_assert(allEndpoints.size() == 13);
+
+enum DescriptorType : std::uint8_t { device = 1, configuration = 2, string = 3, interface = 4, endpoint = 5 };
+
+constexpr std::uint8_t vendorSpecific = 0xFF;
+constexpr const char* strings[] = {nullptr, "Quenvar", "Quenvar Q750", "VIRTUAL1"};
+
+std::uint8_t low(std::size_t value) {
+  return static_cast<std::uint8_t>(value & 0xFF);
+}
+std::uint8_t high(std::size_t value) {
+  return static_cast<std::uint8_t>(value >> 8 & 0xFF);
+}
+
+void addInterface(std::vector<std::uint8_t>& bytes, std::uint8_t alternateSetting,
+                  std::span<const Endpoint> endpoints) {
+  bytes.insert(bytes.end(),
+               {9, interface, /*number*/ 0, alternateSetting, low(endpoints.size()), vendorSpecific,
+                /*subclass*/ 0, /*protocol*/ 0, /*name*/ 0});
+  for (const Endpoint& e : endpoints) {
+    bytes.insert(bytes.end(), {7, endpoint, e.address, static_cast<std::uint8_t>(e.type),
+                               low(e.maxPacketSize), high(e.maxPacketSize), e.interval});
+  }
+}
+
+}  // namespace
+
+std::span<const Endpoint> scannerEndpoints() {
+  return plainEndpoints;
+}
+std::span<const Endpoint> multifunctionEndpoints() {
+  return allEndpoints;
+}
+
+std::vector<std::uint8_t> makeDeviceDescriptor() {
+  using platform::deviceProductId;
+  using platform::deviceVendorId;
+  return {18,
+          device,
+          /*USB 2.0*/ 0x00,
+          0x02,
+          /*class, subclass, protocol: see the interface*/ 0,
+          0,
+          0,
+          /*packets of endpoint 0*/ 64,
+          low(deviceVendorId),
+          high(deviceVendorId),
+          low(deviceProductId),
+          high(deviceProductId),
+          /*release 1.0*/ 0x00,
+          0x01,
+          /*strings*/ 1,
+          2,
+          3,
+          /*configurations*/ 1};
+}
+
+std::vector<std::uint8_t> makeConfigurationDescriptor(bool alternateSettings) {
+  std::vector<std::uint8_t> bytes{9,
+                                  configuration,
+                                  /*total length*/ 0,
+                                  0,
+                                  /*interfaces*/ 1,
+                                  /*value*/ 1,
+                                  /*name*/ 0,
+                                  /*self-powered*/ 0xC0,
+                                  /*2 mA units*/ 1};
+  if (alternateSettings) {
+    addInterface(bytes, 0, {});
+    addInterface(bytes, 1, multifunctionEndpoints());
+  } else {
+    addInterface(bytes, 0, scannerEndpoints());
+  }
+  bytes[2] = low(bytes.size());
+  bytes[3] = high(bytes.size());
+  return bytes;
+}
+
+std::vector<std::uint8_t> makeStringDescriptor(std::uint8_t index) {
+  constexpr std::uint8_t englishUnitedStates[] = {0x09, 0x04};
+  if (index == 0) return {4, string, englishUnitedStates[0], englishUnitedStates[1]};
+  if (index >= std::size(strings)) return {};
+  std::vector<std::uint8_t> bytes{0, string};
+  for (const char* c = strings[index]; *c != '\0'; ++c) {
+    bytes.push_back(static_cast<std::uint8_t>(*c));  // UTF-16LE
+    bytes.push_back(0);
+  }
+  bytes[0] = low(bytes.size());
+  return bytes;
+}
+
+}  // namespace virtualscanner

@@ -1,0 +1,61 @@
+#include "Fault.h"
+
+#include <charconv>
+
+namespace virtualscanner {
+namespace {
+
+constexpr FaultDescription table[] = {
+    {FaultKind::stall, "stall", 8, "transfers, reads and writes together, from 1",
+     "the transfer moves nothing and its endpoint stays halted until the host clears it"},
+    {FaultKind::timeOut, "time-out", 4, "transfers, reads and writes together, from 1",
+     "the transfer moves nothing and runs into its time-out; what was to be read is still there afterwards"},
+    {FaultKind::shortWrite, "short-write", 2, "writes, from 1",
+     "the device takes the first half of the bytes and then no more, until the time-out"},
+    {FaultKind::unplug, "unplug", 9, "transfers, reads and writes together, from 1",
+     "the device is gone before the transfer, until it is plugged in again"},
+    {FaultKind::exceptionReply, "exception-reply", 2, "calls, from 1",
+     "the call is not carried out and answered with an exception message"},
+    {FaultKind::splitReply, "split-reply", 2, "calls, from 1",
+     "the reply travels in two transfers, so that one read gets only its first half"},
+    {FaultKind::garbageReply, "garbage-reply", 2, "calls, from 1",
+     "the call is carried out, and answered with a control packet whose text is no message"},
+    {FaultKind::garbage, "garbage", 100000, "image bytes sent before, the image's header included",
+     "64 bytes that are no packet follow the image packet in which that byte is sent"},
+    {FaultKind::truncatedImage, "truncated-image", 100000,
+     "image bytes sent before, the image's header included",
+     "the stream stops there for good, in the middle of an image packet or not"},
+    {FaultKind::wrongHeader, "wrong-header", 1,
+     "kinds of wrong: 1 no comment line, 2 a format that does not exist, 3 a size beyond all measure, 4 no "
+     "header "
+     "at all",
+     "the image begins with a wrong header"},
+    {FaultKind::silence, "silence", 3, "reads of the data pipe, 0 for all of them",
+     "so many reads run into their time-out before the first byte of the job stream comes"},
+};
+
+}  // namespace
+
+std::span<const FaultDescription> faultTable() {
+  return table;
+}
+
+const FaultDescription& describe(FaultKind kind) {
+  return table[static_cast<std::size_t>(kind)];
+}
+
+std::optional<Fault> parseFault(std::string_view text) {
+  const std::size_t at = text.find('@');
+  for (const FaultDescription& description : table) {
+    if (description.name != text.substr(0, at)) continue;
+    if (at == std::string_view::npos) return Fault{description.kind, description.defaultPosition};
+    Fault fault{description.kind, 0};
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data() + at + 1, end, fault.position);
+    if (error != std::errc() || rest != end) return std::nullopt;
+    return fault;
+  }
+  return std::nullopt;
+}
+
+}  // namespace virtualscanner

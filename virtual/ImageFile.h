@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "Color.h"
+
+namespace virtualscanner {
+
+// A picture in memory, eight bits a channel, first row first.
+struct Image {
+  std::uint32_t width = 0;  // pixels
+  std::uint32_t height = 0;
+  std::vector<std::uint8_t> rgb;  // width x height x 3 bytes
+
+  Color at(std::uint32_t column, std::uint32_t row) const {
+    const std::uint8_t* pixel = &rgb[(std::size_t{row} * width + column) * 3];
+    return {pixel[0], pixel[1], pixel[2]};
+  }
+};
+
+// A colour A4 page at 600 dots per inch is 35 million pixels. Larger pictures are refused before their pixels
+// are read.
+inline constexpr std::uint32_t largestImageSide = 65535;
+inline constexpr std::uint64_t largestImagePixels = 100'000'000;
+
+// Reads a PNG or PNM file, recognised by its first bytes. Throws PaperError as Paper::fromFile() says.
+Image readImageFile(const std::string& path);
+
+// The two formats. The file is open for reading at its start and stays the caller's; `path` is for messages.
+Image readPng(std::FILE* file, const std::string& path);
+Image readPnm(std::FILE* file, const std::string& path);
+
+// Throws PaperError unless a picture of this size is within the limits and not empty.
+void checkImageSize(std::uint64_t width, std::uint64_t height, const std::string& path);
+
+}  // namespace virtualscanner

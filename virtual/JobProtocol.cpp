@@ -1,0 +1,79 @@
+#include "JobProtocol.h"
+
+#include "Exceptions.h"
+#include "IntegerElem.h"
+#include "StringElem.h"
+
+namespace virtualscanner {
+
+Answer JobProtocol::answer(const char* text, int length, bool refuse) {
+  RemoteCall call;
+  try {
+    call.read(text, length);
+    calls_.push_back(call.object() + "." + call.method());
+    if (refuse) throw ObjectStoreException("refused by fault injection");
+    result_ = std::make_unique<IntegerElem>(0);
+    const JobEvent event = perform(call);
+    return {writeResponse(call.requestId(), *result_), event};
+  } catch (const ObjectStoreException& failure) {
+    return {writeException(call.requestId(), failure.getMessage()), JobEvent::none};
+  }
+}
+
+void JobProtocol::reset() {
+  phase_ = Phase::idle;
+  jobName_.clear();
+}
+
+// Names sent by the host are not repeated in the texts: messages are written without escaping.
+JobEvent JobProtocol::perform(const RemoteCall& call) {
+  if (call.object() == "system" && call.method() == "enterHostUSBSendMode") return enter(call);
+  if (call.object() == "system" && call.method() == "exitHostUSBSendMode") return exit();
+  if (call.object() == "jobFactory" && call.method() == "create") return create(call);
+  if (!jobName_.empty() && call.object() == jobName_ && call.method() == "start") return start();
+  if (!jobName_.empty() && call.object() == jobName_ + ".scanJob" && call.method() == "done") return finish();
+  throw ObjectStoreException("there is no such object or method");
+}
+
+JobEvent JobProtocol::enter(const RemoteCall& call) {
+  if (!call.parameter(0).instanceOf("MapElem")) throw ObjectStoreException("the parameters are no map");
+  reset();
+  phase_ = Phase::ready;
+  return JobEvent::entered;
+}
+
+JobEvent JobProtocol::create(const RemoteCall& call) {
+  if (phase_ == Phase::idle) throw ObjectStoreException("the device is not in host USB send mode");
+  if (phase_ != Phase::ready) throw ObjectStoreException("another job is not done yet");
+  Element& kind = call.parameter(0);
+  if (!kind.instanceOf("StringElem") || kind.stringValue() != "HostSendJob") {
+    throw ObjectStoreException("the device makes no such job");
+  }
+  request_ = decodeScanRequest(call.parameter(1));
+  jobName_ = "HostSendJob" + std::to_string(++jobs_);
+  result_ = std::make_unique<StringElem>(jobName_);
+  phase_ = Phase::created;
+  return JobEvent::none;
+}
+
+JobEvent JobProtocol::start() {
+  if (phase_ != Phase::created) throw ObjectStoreException("the job is running");
+  phase_ = Phase::running;
+  return JobEvent::started;
+}
+
+JobEvent JobProtocol::finish() {
+  if (phase_ != Phase::running) throw ObjectStoreException("the job is not running");
+  jobName_.clear();
+  phase_ = Phase::ready;
+  return JobEvent::finished;
+}
+
+JobEvent JobProtocol::exit() {
+  if (phase_ == Phase::idle) throw ObjectStoreException("the device is not in host USB send mode");
+  if (phase_ != Phase::ready) throw ObjectStoreException("the job is not done yet");
+  phase_ = Phase::idle;
+  return JobEvent::none;
+}
+
+}  // namespace virtualscanner

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "RemoteCall.h"
+#include "ScanRequest.h"
+
+namespace virtualscanner {
+
+// What a call means for the rest of the device.
+enum class JobEvent : std::uint8_t {
+  none,
+  entered,   // starts afresh: whatever an earlier job left behind is to go
+  started,   // the page that request() asks for is to be streamed
+  finished,  // what is left of the stream is to go
+};
+
+struct Answer {
+  std::string message;  // the text of the reply
+  JobEvent event;
+};
+
+// The remote objects of the device and the order in which they may be called:
+//
+//   idle     system.enterHostUSBSendMode(parameters)        -> ready    (allowed at any time)
+//   ready    jobFactory.create("HostSendJob", parameters)   -> created  (the result is the job's name)
+//   created  <job>.start()                                  -> running
+//   running  <job>.scanJob.done()                           -> ready
+//   ready    system.exitHostUSBSendMode()                   -> idle
+//
+// Anything else is answered with an exception and changes nothing. Knows texts, not packets or pipes.
+class JobProtocol {
+ public:
+  // Answers one message. Never throws for what is in it. With `refuse` the call is read, and then refused.
+  Answer answer(const char* text, int length, bool refuse);
+
+  // Valid after `started`.
+  const ScanRequest& request() const { return request_; }
+  // Every call that could be read, as object.method.
+  const std::vector<std::string>& calls() const { return calls_; }
+  // As after power-on, the list of calls aside.
+  void reset();
+
+ private:
+  enum class Phase : std::uint8_t { idle, ready, created, running };
+
+  JobEvent perform(const RemoteCall& call);
+  JobEvent enter(const RemoteCall& call);
+  JobEvent create(const RemoteCall& call);
+  JobEvent start();
+  JobEvent finish();
+  JobEvent exit();
+
+  Phase phase_ = Phase::idle;
+  std::uint32_t jobs_ = 0;
+  std::string jobName_;  // empty while there is no job
+  ScanRequest request_;
+  std::vector<std::string> calls_;
+  std::unique_ptr<Element> result_;
+};
+
+}  // namespace virtualscanner

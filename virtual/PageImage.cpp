@@ -1,0 +1,97 @@
+#include "PageImage.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace virtualscanner {
+
+std::string imageHeader(const ScanRequest& request) {
+  return std::string(request.color ? "P6" : "P5") + "\n# Quenvar Q750\n" + std::to_string(request.width) +
+         " " + std::to_string(request.height) + "\n255\n";
+}
+
+std::string wrongImageHeader(const ScanRequest& request, std::uint32_t kind) {
+  const std::string size = std::to_string(request.width) + " " + std::to_string(request.height);
+  switch (kind) {
+    case 1:
+      return std::string(request.color ? "P6" : "P5") + "\n" + size + "\n255\n";
+    case 2:
+      return "P9\n# Quenvar Q750\n" + size + "\n255\n";
+    case 3:
+      return std::string(request.color ? "P6" : "P5") + "\n# Quenvar Q750\n2147483647 2147483647\n255\n";
+    default:
+      return {};
+  }
+}
+
+RowPainter::RowPainter(std::shared_ptr<const Paper> paper, const ScanRequest& request)
+    : paper_(std::move(paper)), request_(request), rgb_(request.color ? 0 : std::size_t{request.width} * 3) {}
+
+void RowPainter::paint(std::uint32_t row, std::uint8_t* destination) {
+  std::uint8_t* rgb = request_.color ? destination : rgb_.data();
+  paper_->paintRow(request_.resolution, std::int64_t{request_.top} + row, request_.left, request_.width, rgb);
+  if (request_.color) return;
+  // Runs of one colour are common, and comparing is cheaper than weighing.
+  Color color = white;
+  std::uint8_t grey = greyOf(color);
+  for (std::uint32_t column = 0; column < request_.width; ++column, rgb += 3) {
+    const Color next{rgb[0], rgb[1], rgb[2]};
+    if (next != color) grey = greyOf(next);
+    color = next;
+    destination[column] = grey;
+  }
+}
+
+std::vector<std::uint8_t> paintPage(std::shared_ptr<const Paper> paper, const ScanRequest& request) {
+  std::vector<std::uint8_t> page(request.imageBytes());
+  RowPainter painter(std::move(paper), request);
+  for (std::uint32_t row = 0; row < request.height; ++row)
+    painter.paint(row, &page[row * request.bytesPerRow()]);
+  return page;
+}
+
+PageImage::PageImage(std::shared_ptr<const Paper> paper, const ScanRequest& request, std::string header)
+    : header_(std::move(header)),
+      painter_(std::make_unique<RowPainter>(std::move(paper), request)),
+      row_(request.bytesPerRow()),
+      size_(header_.size() + request.imageBytes()) {}
+
+PageImage::PageImage(std::shared_ptr<const std::vector<std::uint8_t>> page, std::string header)
+    : header_(std::move(header)), page_(std::move(page)), size_(header_.size() + page_->size()) {}
+
+void PageImage::read(std::uint8_t* destination, std::size_t count) {
+  while (count > 0) {
+    std::size_t moved = 0;
+    if (position_ < header_.size()) {
+      moved = header_.copy(reinterpret_cast<char*>(destination), count, position_);
+    } else {
+      moved = readRaster(position_ - header_.size(), destination, count);
+    }
+    position_ += moved;
+    destination += moved;
+    count -= moved;
+  }
+}
+
+std::size_t PageImage::readRaster(std::uint64_t offset, std::uint8_t* destination, std::size_t count) {
+  if (page_ == nullptr) return readRow(offset, destination, count);
+  std::memcpy(destination, page_->data() + offset, count);
+  return count;
+}
+
+std::size_t PageImage::readRow(std::uint64_t offset, std::uint8_t* destination, std::size_t count) {
+  const std::uint64_t row = offset / row_.size();
+  const std::size_t inRow = offset % row_.size();
+  if (inRow == 0 && count >= row_.size()) {
+    painter_->paint(static_cast<std::uint32_t>(row), destination);
+    return row_.size();
+  }
+  if (row != rowInBuffer_) painter_->paint(static_cast<std::uint32_t>(row), row_.data());
+  rowInBuffer_ = row;
+  const std::size_t moved = std::min(count, row_.size() - inRow);
+  std::memcpy(destination, &row_[inRow], moved);
+  return moved;
+}
+
+}  // namespace virtualscanner

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Paper.h"
+#include "ScanRequest.h"
+
+namespace virtualscanner {
+
+// The first lines of the image that the device sends: a binary PPM or PGM with a comment as its second line.
+std::string imageHeader(const ScanRequest& request);
+// The n-th wrong header of FaultKind::wrongHeader.
+std::string wrongImageHeader(const ScanRequest& request, std::uint32_t kind);
+
+// Paints one row of a scan, request.bytesPerRow() bytes; rows count from the top of the window.
+class RowPainter {
+ public:
+  RowPainter(std::shared_ptr<const Paper> paper, const ScanRequest& request);
+  void paint(std::uint32_t row, std::uint8_t* destination);
+
+ private:
+  std::shared_ptr<const Paper> paper_;
+  ScanRequest request_;
+  std::vector<std::uint8_t> rgb_;  // scratch for grey rows
+};
+
+// All rows of a scan.
+std::vector<std::uint8_t> paintPage(std::shared_ptr<const Paper> paper, const ScanRequest& request);
+
+// The bytes of one image, header and rows, read from front to back. Rows are painted as they are read, or
+// come from a page painted before.
+class PageImage {
+ public:
+  PageImage(std::shared_ptr<const Paper> paper, const ScanRequest& request, std::string header);
+  PageImage(std::shared_ptr<const std::vector<std::uint8_t>> page, std::string header);
+
+  // Bytes not read yet.
+  std::uint64_t left() const { return size_ - position_; }
+  // Reads exactly `count` bytes, no more than left().
+  void read(std::uint8_t* destination, std::size_t count);
+
+ private:
+  std::size_t readRaster(std::uint64_t offset, std::uint8_t* destination, std::size_t count);
+  std::size_t readRow(std::uint64_t offset, std::uint8_t* destination, std::size_t count);
+
+  std::string header_;
+  std::unique_ptr<RowPainter> painter_;                    // where rows are painted as they leave
+  std::shared_ptr<const std::vector<std::uint8_t>> page_;  // where they are there already
+  std::vector<std::uint8_t> row_;                          // the row last read in part
+  std::uint64_t rowInBuffer_ = UINT64_MAX;
+  std::uint64_t size_;
+  std::uint64_t position_ = 0;
+};
+
+}  // namespace virtualscanner

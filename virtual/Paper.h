@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "Color.h"
+#include "Glass.h"
+
+namespace virtualscanner {
+
+// A picture file cannot be laid on the glass; what() says which file and why, ready to be shown to a user.
+class PaperError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// What lies on the glass. Knows no scan and no device: it only tells which colour is where, one point or one
+// row at a time, and never holds a page of pixels. Unchangeable, so that it may be shared; what is not
+// covered, and everything beyond the glass, is white. Painting fails in no way.
+class Paper {
+ public:
+  virtual ~Paper() = default;
+
+  // The built-in page: a border at the very edge, corner marks of four shapes, title, colour patches, grey
+  // ramp, line patterns and an asymmetric figure. See TestChart.h.
+  static std::shared_ptr<const Paper> testChart();
+  // One colour all over.
+  static std::shared_ptr<const Paper> plain(Color color);
+  // The picture of a PNG or PNM file (P1 to P6, recognised by its first bytes), as large as fits the glass in
+  // its proportions, in the top left corner. Transparent parts are white. Throws PaperError for a file that
+  // cannot be read, is neither, is damaged or cut short, or is larger than ImageFile.h allows.
+  static std::shared_ptr<const Paper> fromFile(const std::string& path);
+
+  // The colour at a point, in 1/2400 inch from the corner of the glass; any value is allowed.
+  virtual Color colorAt(std::int64_t x, std::int64_t y) const = 0;
+  // Fills `rgb` with `width` pixels of the row `row`, from column `left` on: three bytes a pixel, red first.
+  // Rows and columns count from the corner of the glass and may lie beyond it. The same as pixelAt() for each
+  // column; papers override it to be quick.
+  virtual void paintRow(std::uint32_t resolution, std::int64_t row, std::int64_t left, std::uint32_t width,
+                        std::uint8_t* rgb) const;
+
+  // The colour of one pixel: that at its centre. What every scan of this paper must deliver.
+  Color pixelAt(std::uint32_t resolution, std::int64_t column, std::int64_t row) const {
+    return colorAt(pixelCentre(resolution, column), pixelCentre(resolution, row));
+  }
+};
+
+}  // namespace virtualscanner

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+class Element;
+
+namespace virtualscanner {
+
+// What one scan job asks for, read from its parameter tree: the window in pixels at the resolution, corner to
+// corner, and the pixel layout. Corners may lie beyond the glass.
+struct ScanRequest {
+  std::uint32_t resolution = 0;  // dots per inch, one of the device's
+  bool color = false;            // three bytes a pixel, else one
+  std::int32_t left = 0;
+  std::int32_t top = 0;
+  std::uint32_t width = 0;   // pixels, at least 1
+  std::uint32_t height = 0;  // rows, at least 1
+
+  std::uint32_t bytesPerPixel() const { return color ? 3 : 1; }
+  std::size_t bytesPerRow() const { return std::size_t{width} * bytesPerPixel(); }
+  std::uint64_t imageBytes() const { return std::uint64_t{height} * bytesPerRow(); }
+
+  friend bool operator==(const ScanRequest&, const ScanRequest&) = default;
+};
+
+// A window may be this many times as wide and as high as the glass before the device refuses it.
+inline constexpr std::int64_t largestWindowInGlasses = 4;
+
+// Decodes a parameter tree, which stays the caller's. Throws ObjectStoreException, with a text fit for an
+// exception reply, for a missing or wrong value, a resolution or pixel layout that the device does not have,
+// and a window that is empty, turned round or absurdly large.
+ScanRequest decodeScanRequest(Element& parameters);
+
+}  // namespace virtualscanner

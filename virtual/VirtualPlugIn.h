@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+
+#include "VirtualUsbStack.h"
+
+namespace virtualscanner {
+
+// The step from a service to its object. Owned by the stack, as VirtualUsbInterface.
+class VirtualPlugIn final : public platform::PlugInInterface {
+ public:
+  VirtualPlugIn(VirtualUsbStack& stack, platform::ServiceKind kind, std::uint32_t connection)
+      : stack_(stack), kind_(kind), connection_(connection) {}
+  VirtualPlugIn(const VirtualPlugIn&) = delete;
+  VirtualPlugIn& operator=(const VirtualPlugIn&) = delete;
+  virtual ~VirtualPlugIn() = default;
+
+  platform::IOReturn queryInterface(platform::UsbInterface** interface) override;
+  platform::IOReturn queryInterface(platform::UsbDevice** device) override;
+  void release() override;
+
+ private:
+  VirtualUsbStack& stack_;
+  platform::ServiceKind kind_;
+  std::uint32_t connection_;
+};
+
+}  // namespace virtualscanner

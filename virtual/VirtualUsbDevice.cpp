@@ -1,0 +1,67 @@
+#include "VirtualUsbDevice.h"
+
+namespace virtualscanner {
+namespace {
+
+using namespace platform;
+
+// Bus 20, port 1: there is one port, so that a replugged device stands where it stood.
+constexpr std::uint32_t portLocation = 0x14100000;
+
+// Offsets in the device descriptor (USB 2.0, 9.6.1).
+constexpr std::size_t idVendor = 8;
+constexpr std::size_t idProduct = 10;
+
+}  // namespace
+
+VirtualUsbDevice::~VirtualUsbDevice() {
+  if (stack_.deviceHolder_ == this) stack_.deviceHolder_ = nullptr;
+}
+
+IOReturn VirtualUsbDevice::open() {
+  if (!isAlive()) return kIOReturnNoDevice;
+  // Whoever had it open before an unplugging holds nothing any more.
+  if (stack_.deviceHolder_ != nullptr && stack_.deviceHolder_->isAlive()) return kIOReturnExclusiveAccess;
+  stack_.deviceHolder_ = this;
+  open_ = true;
+  return kIOReturnSuccess;
+}
+
+IOReturn VirtualUsbDevice::close() {
+  if (!open_) return kIOReturnNotOpen;
+  open_ = false;
+  if (stack_.deviceHolder_ == this) stack_.deviceHolder_ = nullptr;
+  return isAlive() ? kIOReturnSuccess : kIOReturnNoDevice;
+}
+
+void VirtualUsbDevice::release() {
+  stack_.devices_.erase(this);
+}
+
+IOReturn VirtualUsbDevice::getDeviceVendor(std::uint16_t* vendor) {
+  return readDescriptor(idVendor, vendor);
+}
+
+IOReturn VirtualUsbDevice::getDeviceProduct(std::uint16_t* product) {
+  return readDescriptor(idProduct, product);
+}
+
+IOReturn VirtualUsbDevice::getLocationID(std::uint32_t* location) {
+  if (!isAlive()) return kIOReturnNoDevice;
+  *location = portLocation;
+  return kIOReturnSuccess;
+}
+
+bool VirtualUsbDevice::isAlive() const {
+  return stack_.scanner_.pluggedIn() && stack_.scanner_.connection() == connection_;
+}
+
+// The host keeps the descriptor from the plugging-in: reading it takes no opening.
+IOReturn VirtualUsbDevice::readDescriptor(std::size_t offset, std::uint16_t* number) {
+  if (!isAlive()) return kIOReturnNoDevice;
+  const std::vector<std::uint8_t>& descriptor = stack_.scanner_.deviceDescriptor();
+  *number = static_cast<std::uint16_t>(descriptor[offset] | descriptor[offset + 1] << 8);
+  return kIOReturnSuccess;
+}
+
+}  // namespace virtualscanner

@@ -1,0 +1,197 @@
+#include "VirtualUsbInterface.h"
+
+#include <algorithm>
+
+namespace virtualscanner {
+namespace {
+
+using namespace platform;
+
+// Standard requests of USB 2.0, 9.4.
+constexpr SetupPacket setInterface(std::uint8_t setting) {
+  return {0x01, 11, setting, 0, 0};
+}
+constexpr SetupPacket clearHalt(std::uint8_t address) {
+  return {0x02, 1, 0, address, 0};
+}
+
+constexpr SetupPacket getHalt(std::uint8_t address) {
+  return {0x82, 0, 0, address, 2};
+}
+
+PipeDirection directionOf(const Endpoint& endpoint) {
+  return (endpoint.address & directionIn) != 0 ? PipeDirection::in : PipeDirection::out;
+}
+
+}  // namespace
+
+VirtualUsbInterface::~VirtualUsbInterface() {
+  if (stack_.interfaceHolder_ == this) stack_.interfaceHolder_ = nullptr;
+}
+
+IOReturn VirtualUsbInterface::open() {
+  if (!isAlive()) return kIOReturnNoDevice;
+  // Whoever had it open before an unplugging holds nothing any more.
+  if (stack_.interfaceHolder_ != nullptr && stack_.interfaceHolder_->isAlive())
+    return kIOReturnExclusiveAccess;
+  stack_.interfaceHolder_ = this;
+  open_ = true;
+  return kIOReturnSuccess;
+}
+
+IOReturn VirtualUsbInterface::close() {
+  if (!open_) return kIOReturnNotOpen;
+  open_ = false;
+  if (stack_.interfaceHolder_ == this) stack_.interfaceHolder_ = nullptr;
+  return isAlive() ? kIOReturnSuccess : kIOReturnNoDevice;
+}
+
+void VirtualUsbInterface::release() {
+  stack_.interfaces_.erase(this);
+}
+
+IOReturn VirtualUsbInterface::getNumEndpoints(std::uint8_t* count) {
+  const IOReturn status = checkOpen();
+  if (status == kIOReturnSuccess)
+    *count = static_cast<std::uint8_t>(stack_.scanner_.endpoints(setting_).size());
+  return status;
+}
+
+IOReturn VirtualUsbInterface::setAlternateInterface(std::uint8_t alternateSetting) {
+  IOReturn status = checkOpen();
+  if (status != kIOReturnSuccess) return status;
+  status = statusOf(stack_.scanner_.control(setInterface(alternateSetting), nullptr), 0);
+  if (status != kIOReturnSuccess) return status;
+  setting_ = alternateSetting;
+  haltedHere_.clear();
+  return kIOReturnSuccess;
+}
+
+IOReturn VirtualUsbInterface::getPipeProperties(std::uint8_t pipe, PipeProperties* properties) {
+  const IOReturn status = checkPipe(pipe);
+  if (status != kIOReturnSuccess) return status;
+  if (pipe == 0) {
+    *properties = {PipeDirection::out, 0, TransferType::control, 64, 0};
+    return kIOReturnSuccess;
+  }
+  const Endpoint& endpoint = *endpointOf(pipe);
+  *properties = {directionOf(endpoint), static_cast<std::uint8_t>(endpoint.address & 0x0F),
+                 static_cast<TransferType>(endpoint.type), endpoint.maxPacketSize, endpoint.interval};
+  return kIOReturnSuccess;
+}
+
+// Transfers are over when their call returns: there is never one in flight.
+IOReturn VirtualUsbInterface::abortPipe(std::uint8_t pipe) {
+  return checkPipe(pipe);
+}
+
+IOReturn VirtualUsbInterface::resetPipe(std::uint8_t pipe) {
+  const IOReturn status = checkPipe(pipe);
+  if (status == kIOReturnSuccess) haltedHere_.erase(pipe);
+  return status;
+}
+
+IOReturn VirtualUsbInterface::clearPipeStallBothEnds(std::uint8_t pipe) {
+  const IOReturn status = resetPipe(pipe);
+  if (status != kIOReturnSuccess || pipe == 0) return status;
+  return statusOf(stack_.scanner_.control(clearHalt(endpointOf(pipe)->address), nullptr), 0);
+}
+
+IOReturn VirtualUsbInterface::controlRequest(std::uint8_t pipe, const ControlRequest& request) {
+  const IOReturn status = checkOpen();
+  if (status != kIOReturnSuccess) return status;
+  if (pipe != 0) return kIOUSBUnknownPipeErr;
+  const SetupPacket setup{request.requestType, request.request, request.value, request.index, request.length};
+  return statusOf(stack_.scanner_.control(setup, static_cast<std::uint8_t*>(request.data)), 0);
+}
+
+IOReturn VirtualUsbInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
+                                         std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+  const std::uint32_t capacity = *size;
+  *size = 0;
+  const IOReturn check = checkTransfer(pipe, PipeDirection::in);
+  if (check != kIOReturnSuccess) return check;
+  const Transfer transfer =
+      stack_.scanner_.read(endpointOf(pipe)->address, static_cast<std::uint8_t*>(buffer), capacity);
+  *size = static_cast<std::uint32_t>(transfer.moved);
+  if (transfer.status == TransferStatus::silent) return wait(noDataTimeoutMs, completionTimeoutMs);
+  const bool quiet = transfer.status == TransferStatus::done && !transfer.ended && transfer.moved < capacity;
+  // What came before the silence is a success; only a wait without end is not.
+  if (quiet && wait(noDataTimeoutMs, completionTimeoutMs) == kIOReturnAborted) return kIOReturnAborted;
+  return statusOf(transfer, pipe);
+}
+
+IOReturn VirtualUsbInterface::writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
+                                          std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+  const IOReturn check = checkTransfer(pipe, PipeDirection::out);
+  if (check != kIOReturnSuccess) return check;
+  const Transfer transfer =
+      stack_.scanner_.write(endpointOf(pipe)->address, static_cast<const std::uint8_t*>(buffer), size);
+  if (transfer.status == TransferStatus::silent) return wait(noDataTimeoutMs, completionTimeoutMs);
+  return statusOf(transfer, pipe);
+}
+
+bool VirtualUsbInterface::isAlive() const {
+  return stack_.scanner_.pluggedIn() && stack_.scanner_.connection() == connection_;
+}
+
+IOReturn VirtualUsbInterface::checkOpen() const {
+  if (!open_) return kIOReturnNotOpen;
+  return isAlive() ? kIOReturnSuccess : kIOReturnNoDevice;
+}
+
+const Endpoint* VirtualUsbInterface::endpointOf(std::uint8_t pipe) const {
+  const std::span<const Endpoint> endpoints = stack_.scanner_.endpoints(setting_);
+  return pipe == 0 || pipe > endpoints.size() ? nullptr : &endpoints[pipe - std::size_t{1}];
+}
+
+IOReturn VirtualUsbInterface::checkPipe(std::uint8_t pipe) const {
+  const IOReturn status = checkOpen();
+  if (status != kIOReturnSuccess) return status;
+  return pipe == 0 || endpointOf(pipe) != nullptr ? kIOReturnSuccess : kIOUSBUnknownPipeErr;
+}
+
+IOReturn VirtualUsbInterface::checkTransfer(std::uint8_t pipe, PipeDirection direction) const {
+  const IOReturn status = checkOpen();
+  if (status != kIOReturnSuccess) return status;
+  const Endpoint* endpoint = endpointOf(pipe);
+  if (endpoint == nullptr || directionOf(*endpoint) != direction) return kIOUSBUnknownPipeErr;
+  return isHaltedHereAlone(pipe) ? kIOUSBPipeStalled : kIOReturnSuccess;
+}
+
+// While the device's side is halted too, transfers are left to the device, so that it counts them for its
+// faults.
+bool VirtualUsbInterface::isHaltedHereAlone(std::uint8_t pipe) const {
+  if (!haltedHere_.contains(pipe)) return false;
+  std::uint8_t status[2] = {};
+  stack_.scanner_.control(getHalt(endpointOf(pipe)->address), status);
+  return status[0] == 0;
+}
+
+IOReturn VirtualUsbInterface::statusOf(const Transfer& transfer, std::uint8_t pipe) {
+  switch (transfer.status) {
+    case TransferStatus::done:
+      return kIOReturnSuccess;
+    case TransferStatus::halted:
+      if (pipe != 0) haltedHere_.insert(pipe);  // a halt of the control pipe ends with the next request
+      return kIOUSBPipeStalled;
+    case TransferStatus::overrun:
+      return kIOReturnOverrun;
+    case TransferStatus::gone:
+      return kIOReturnNoDevice;
+    case TransferStatus::silent:
+      break;
+  }
+  return kIOUSBTransactionTimeout;
+}
+
+IOReturn VirtualUsbInterface::wait(std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+  if (noDataTimeoutMs == 0 && completionTimeoutMs == 0) return kIOReturnAborted;
+  const std::uint32_t shorter = noDataTimeoutMs == 0       ? completionTimeoutMs
+                                : completionTimeoutMs == 0 ? noDataTimeoutMs
+                                                           : std::min(noDataTimeoutMs, completionTimeoutMs);
+  stack_.nowMs_ += shorter;
+  return kIOUSBTransactionTimeout;
+}
+
+}  // namespace virtualscanner
