@@ -26,6 +26,8 @@ function(q750_room target)
     add_library(${target} STATIC ${sources})
     target_include_directories(${target} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${target} PUBLIC ${ARGN})
+    # Inline members are no exports: whether the compiler emits them depends on the kind of build.
+    set_target_properties(${target} PROPERTIES VISIBILITY_INLINES_HIDDEN ON)
   else()
     add_library(${target} INTERFACE)
     target_include_directories(${target} INTERFACE ${CMAKE_CURRENT_SOURCE_DIR})
@@ -39,6 +41,11 @@ endfunction()
 function(q750_test_environment test)
   set_tests_properties(${test} PROPERTIES ENVIRONMENT
     "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0;UBSAN_OPTIONS=print_stacktrace=1")
+endfunction()
+
+# q750_uses_fixed_files(<suite>): what it runs writes the files of fixed name below /tmp, which is no place for two.
+function(q750_uses_fixed_files suite)
+  set_tests_properties(${suite} PROPERTIES RESOURCE_LOCK q750-fixed-files)
 endfunction()
 
 # q750_suite(<name> [<room> ...]): one test program of all sources in this folder, registered under its name.
