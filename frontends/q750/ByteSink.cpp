@@ -1,0 +1,59 @@
+#include "ByteSink.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+namespace frontend {
+namespace {
+
+constexpr std::size_t largestPiece = 1 << 20;  // a cancel is looked at between pieces
+
+}  // namespace
+
+bool ByteSink::good() noexcept {
+  return error_ == 0 && reason_[0] == '\0' && !cancelled();
+}
+
+bool ByteSink::write(const void* bytes, std::size_t count) noexcept {
+  const char* next = static_cast<const char*>(bytes);
+  while (count > 0 && good()) {
+    const ssize_t moved = ::write(descriptor_, next, std::min(count, largestPiece));
+    if (moved < 0) {
+      if (errno != EINTR) error_ = errno;
+      continue;
+    }
+    next += moved;
+    count -= static_cast<std::size_t>(moved);
+  }
+  return good();
+}
+
+bool ByteSink::seek(std::uint64_t position) noexcept {
+  if (good() && lseek(descriptor_, static_cast<off_t>(position), SEEK_SET) < 0) error_ = errno;
+  return good();
+}
+
+std::uint64_t ByteSink::position() const noexcept {
+  const off_t position = lseek(descriptor_, 0, SEEK_CUR);
+  return position < 0 ? 0 : static_cast<std::uint64_t>(position);
+}
+
+std::uint64_t ByteSink::size() const noexcept {
+  struct stat status {};
+  return fstat(descriptor_, &status) != 0 ? 0 : static_cast<std::uint64_t>(status.st_size);
+}
+
+void ByteSink::fail(const char* reason) noexcept {
+  if (good()) std::snprintf(reason_, sizeof reason_, "%s", reason);
+}
+
+std::string ByteSink::failure() const {
+  return error_ != 0 ? std::generic_category().message(error_) : reason_;
+}
+
+}  // namespace frontend

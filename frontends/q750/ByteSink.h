@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "CancelFlag.h"
+
+namespace frontend {
+
+// Where the bytes of a picture go: an open descriptor, which stays the caller's. The first failure, or a
+// cancel while it is used, ends it: everything after fails at once. Throws nothing, so that C libraries may
+// call it.
+class ByteSink {
+ public:
+  explicit ByteSink(int descriptor, const CancelFlag* cancel = nullptr)
+      : descriptor_(descriptor), cancel_(cancel) {}
+
+  // Writes all bytes at the present position.
+  bool write(const void* bytes, std::size_t count) noexcept;
+  // For descriptors of files. The position counts from the start.
+  bool seek(std::uint64_t position) noexcept;
+  // The position, or the size so far; 0 where the descriptor has none.
+  std::uint64_t position() const noexcept;
+  std::uint64_t size() const noexcept;
+  // Ends the sink for a reason of the writer's own.
+  void fail(const char* reason) noexcept;
+
+  bool good() noexcept;
+  bool cancelled() const noexcept { return cancel_ != nullptr && cancel_->requested(); }
+  // Why it ended, in words; empty where nothing but a cancel did.
+  std::string failure() const;
+
+ private:
+  int descriptor_;
+  const CancelFlag* cancel_;
+  int error_ = 0;  // an errno
+  char reason_[200] = {};
+};
+
+}  // namespace frontend

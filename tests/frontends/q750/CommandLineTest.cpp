@@ -1,0 +1,165 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "CommandError.h"
+#include "CommandLine.h"
+#include "Golden.h"
+#include "Version.h"
+
+namespace {
+
+using namespace frontend;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+CommandLine parse(std::vector<const char*> arguments) {
+  arguments.insert(arguments.begin(), "q750");
+  return parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
+}
+
+std::string complaintAbout(const std::vector<const char*>& arguments) {
+  try {
+    parse(arguments);
+    return "";
+  } catch (const UsageError& error) {
+    return error.what();
+  }
+}
+
+TEST(CommandLine, TakesAllOptionsOfAScan) {
+  const CommandLine line =
+      parse({"scan",      "--device",      "virtual",   "-o",      "page.png", "--format",
+             "png",       "--resolution",  "150",       "--mode",  "gray",     "--area",
+             "1x1+2x2mm", "--paper",       "paper.pnm", "--fault", "stall:7",  "--fault",
+             "unplug",    "--packet-size", "100",       "--quiet", "--verbose"});
+  EXPECT_EQ(line.command, CommandLine::Command::scan);
+  EXPECT_EQ(line.scan.device, "virtual");
+  EXPECT_EQ(line.scan.output, "page.png");
+  EXPECT_EQ(line.scan.format, "png");
+  EXPECT_EQ(line.scan.resolution, "150");
+  EXPECT_EQ(line.scan.mode, "gray");
+  EXPECT_EQ(line.scan.area, "1x1+2x2mm");
+  EXPECT_EQ(line.scan.virtualDevice.paper, "paper.pnm");
+  EXPECT_THAT(line.scan.virtualDevice.faults, ElementsAre("stall:7", "unplug"));
+  EXPECT_EQ(line.scan.virtualDevice.packetSize, 100U);
+  EXPECT_TRUE(line.scan.quiet);
+  EXPECT_TRUE(line.scan.verbose);
+}
+
+TEST(CommandLine, TakesShortOptions) {
+  const CommandLine line =
+      parse({"scan", "-o-", "-d", "virtual", "-r", "75", "-m", "gray", "-a", "0x0+1x1in", "-q", "-v"});
+  EXPECT_EQ(line.scan.output, "-");
+  EXPECT_EQ(line.scan.resolution, "75");
+  EXPECT_EQ(line.scan.area, "0x0+1x1in");
+  EXPECT_TRUE(line.scan.quiet);
+}
+
+TEST(CommandLine, TakesOneValueForEachFault) {
+  EXPECT_THAT(complaintAbout({"scan", "-o", "a.png", "--fault", "stall", "unplug"}), HasSubstr("unplug"));
+}
+
+TEST(CommandLine, TakesList) {
+  EXPECT_EQ(parse({"list"}).command, CommandLine::Command::list);
+}
+
+TEST(CommandLine, ShowsTheVersion) {
+  EXPECT_EQ(parse({"--version"}).text, std::string("q750 ") + version + "\n");
+  EXPECT_EQ(parse({"--version"}).command, CommandLine::Command::show);
+}
+
+TEST(CommandLine, ShowsHelp) {
+  expectGolden("help.txt", parse({"--help"}).text);
+  EXPECT_EQ(parse({"-h"}).text, parse({"--help"}).text);
+}
+
+TEST(CommandLine, ShowsHelpForEachCommand) {
+  expectGolden("help-scan.txt", parse({"scan", "--help"}).text);
+  expectGolden("help-list.txt", parse({"list", "--help"}).text);
+}
+
+TEST(CommandLine, ComplainsAndTellsWhereHelpIs) {
+  const struct {
+    std::vector<const char*> arguments;
+    const char* complaint;
+  } cases[] = {
+      {{}, "A subcommand is required. Try q750 --help."},
+      {{"print"}, "Try q750 --help."},
+      {{"scan"}, "--output is required. Try q750 scan --help."},
+      {{"scan", "-o"}, "Try q750 scan --help."},
+      {{"scan", "-o", "a.png", "--loud"},
+       "The following argument was not expected: --loud. Try q750 scan --help."},
+      {{"scan", "-o", "a.png", "extra"},
+       "The following argument was not expected: extra. Try q750 scan --help."},
+      {{"scan", "-o", "a.png", "-o", "b.png"},
+       "--output: At Most 1 required but received 2. Try q750 scan --help."},
+      {{"scan", "-o", "a.png", "--packet-size", "0"}, "--packet-size: Value 0 not in range 1 to 268435456."},
+      {{"scan", "-o", "a.png", "--packet-size", "many"}, "Try q750 scan --help."},
+      {{"list", "all"}, "The following argument was not expected: all. Try q750 --help."},
+  };
+  for (const auto& one : cases) EXPECT_THAT(complaintAbout(one.arguments), HasSubstr(one.complaint));
+}
+
+// What the manual page says, without its markup of hyphens.
+std::string manualPage() {
+  std::string text = contentOf(Q750_MANUAL_PAGE);
+  text.erase(std::remove(text.begin(), text.end(), '\\'), text.end());
+  return text;
+}
+
+// The first word of every line that begins with a blank.
+std::vector<std::string> entriesOf(const std::string& table) {
+  std::vector<std::string> entries;
+  std::istringstream lines(table);
+  for (std::string line; std::getline(lines, line);) {
+    std::string word;
+    std::istringstream words(line);
+    if (line.starts_with(' ') && words >> word) entries.push_back(word);
+  }
+  return entries;
+}
+
+TEST(ManualPage, NamesEveryOptionOfTheHelp) {
+  const std::string page = manualPage();
+  const std::string help = parse({"--help"}).text + parse({"scan", "--help"}).text;
+  int found = 0;
+  for (std::size_t at = help.find("--"); at != std::string::npos; at = help.find("--", at + 1), ++found) {
+    const std::size_t end = help.find_first_not_of("abcdefghijklmnopqrstuvwxyz-", at);
+    EXPECT_THAT(page, HasSubstr(help.substr(at, end - at)));
+  }
+  EXPECT_GT(found, 13);
+}
+
+TEST(ManualPage, NamesEveryFaultWithItsUsualPosition) {
+  const std::string page = manualPage();
+  const std::vector<std::string> faults = entriesOf(faultHelp());
+  EXPECT_GT(faults.size(), 9U);
+  for (const std::string& fault : faults) EXPECT_THAT(page, HasSubstr(".B " + fault + "\n"));
+}
+
+TEST(ManualPage, NamesEveryExitCode) {
+  const std::string page = manualPage();
+  const std::vector<std::string> codes = entriesOf(exitCodeTable());
+  EXPECT_EQ(codes.size(), 12U);
+  for (const std::string& code : codes) EXPECT_THAT(page, HasSubstr(".B " + code + "\n"));
+}
+
+TEST(ExitCode, IsAnotherOneForEachStatus) {
+  EXPECT_EQ(exitCodeFor(ScanStatus::good), ExitCode::good);
+  EXPECT_EQ(exitCodeFor(ScanStatus::noDevice), ExitCode::noDevice);
+  EXPECT_EQ(exitCodeFor(ScanStatus::busy), ExitCode::busy);
+  EXPECT_EQ(exitCodeFor(ScanStatus::accessDenied), ExitCode::accessDenied);
+  EXPECT_EQ(exitCodeFor(ScanStatus::timedOut), ExitCode::timedOut);
+  EXPECT_EQ(exitCodeFor(ScanStatus::badData), ExitCode::badData);
+  EXPECT_EQ(exitCodeFor(ScanStatus::ioError), ExitCode::ioError);
+  EXPECT_EQ(exitCodeFor(ScanStatus::refused), ExitCode::refused);
+  EXPECT_EQ(exitCodeFor(ScanStatus::noMemory), ExitCode::noMemory);
+  EXPECT_EQ(exitCodeFor(ScanStatus::cancelled), ExitCode::cancelled);
+}
+
+}  // namespace

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "TemporaryFolder.h"
+
+// Compares a text with the file golden/<name>. After a wanted change, write all of them anew with
+//
+//   UPDATE_GOLDEN=1 build/dev/tests/frontends/q750/command-line-tests
+inline void expectGolden(const std::string& name, const std::string& text) {
+  const std::string path = Q750_GOLDEN_FOLDER "/" + name;
+  if (std::getenv("UPDATE_GOLDEN") != nullptr) writeContent(path, text);
+  EXPECT_EQ(text, contentOf(path)) << "differs from " << path << "; see Golden.h for how to update it";
+}

@@ -1,0 +1,328 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "ImageFile.h"
+#include "Paper.h"
+#include "RunningProgram.h"
+#include "TemporaryFolder.h"
+#include "TiffFile.h"
+#include "Version.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class Program : public testing::Test {
+ protected:
+  ProgramResult scan(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "scan");
+    return runProgram(arguments);
+  }
+
+  TemporaryFolder folder;
+};
+
+std::vector<std::uint8_t> chartPixels(std::uint32_t resolution, std::uint32_t left, std::uint32_t top,
+                                      std::uint32_t width, std::uint32_t height) {
+  std::vector<std::uint8_t> pixels(std::size_t{width} * height * 3);
+  for (std::uint32_t row = 0; row < height; ++row) {
+    virtualscanner::Paper::testChart()->paintRow(resolution, top + row, left, width,
+                                                 pixels.data() + std::size_t{row} * width * 3);
+  }
+  return pixels;
+}
+
+TEST_F(Program, ListsTheScanners) {
+  const ProgramResult result = runProgram({"list"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.output, "virtual  Quenvar Q750 (virtual)\n");
+  EXPECT_EQ(result.errors, "");
+}
+
+TEST_F(Program, ShowsItsVersionAndHelp) {
+  EXPECT_THAT(runProgram({"--version"}).output, StartsWith("q750 "));
+  const ProgramResult help = runProgram({"scan", "--help"});
+  EXPECT_EQ(help.exitCode, 0);
+  EXPECT_THAT(help.output, HasSubstr("--resolution"));
+  EXPECT_EQ(help.errors, "");
+}
+
+TEST_F(Program, ScansToEveryFormat) {
+  const std::vector<std::uint8_t> expected = chartPixels(150, 59, 118, 201, 99);
+  for (const char* name : {"page.tiff", "page.png", "page.pnm"}) {
+    const ProgramResult result = scan({"-o", folder / name, "-r", "150", "-a", "59x118+201x99px", "-q"});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(result.output + result.errors, "");
+  }
+  const TiffFile tiff(folder / "page.tiff");
+  EXPECT_EQ(tiff.pixels, expected);
+  EXPECT_THAT(tiff.tags, HasSubstr("Resolution: 150, 150 pixels/inch"));
+  EXPECT_EQ(virtualscanner::readImageFile(folder / "page.png").rgb, expected);
+  EXPECT_EQ(virtualscanner::readImageFile(folder / "page.pnm").rgb, expected);
+  EXPECT_THAT(folder.names(), ElementsAre("page.png", "page.pnm", "page.tiff"));
+}
+
+TEST_F(Program, ScansTheWholeGlassInGrey) {
+  const ProgramResult result =
+      scan({"-o", folder / "page.png", "-r", "75", "-m", "gray", "--device", "virtual"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.errors, StartsWith("q750: scanning:  "));
+  EXPECT_THAT(result.errors, HasSubstr("q750: scanning: 100 %"));
+  EXPECT_THAT(result.errors, EndsWith("page.png: 637 x 876 pixels, grey, 75 dots per inch\n"));
+  EXPECT_EQ(virtualscanner::readImageFile(folder / "page.png").height, 876U);
+}
+
+TEST_F(Program, SaysThatColourIsScannedAtThreeHundred) {
+  const ProgramResult result = scan({"-o", folder / "page.tiff", "-r", "600", "-a", "0x0+50x40px"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.errors, StartsWith("q750: The scanner delivers colour at 300 dots per inch at most"));
+  EXPECT_THAT(TiffFile(folder / "page.tiff").tags, HasSubstr("Resolution: 300, 300 pixels/inch"));
+  EXPECT_EQ(TiffFile(folder / "page.tiff").pixels, chartPixels(300, 0, 0, 50, 40));
+}
+
+TEST_F(Program, ScansThePaperOfTheUser) {
+  writeContent(folder / "paper.ppm", "P6\n1 1\n255\n\x10\x80\xF0");
+  const ProgramResult result =
+      scan({"-o", folder / "page.pnm", "--paper", folder / "paper.ppm", "-r", "75", "-a", "0x0+2x1px", "-q"});
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_THAT(contentOf(folder / "page.pnm"), EndsWith("\n2 1\n255\n\x10\x80\xF0\x10\x80\xF0"));
+}
+
+TEST_F(Program, WritesToStandardOutput) {
+  const ProgramResult result = scan({"-o", "-", "-r", "75", "-a", "0x0+3x2px"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.output, StartsWith("P6\n# q750 "));
+  EXPECT_THAT(result.output, HasSubstr("\n3 2\n255\n"));
+  EXPECT_THAT(result.errors, EndsWith("standard output: 3 x 2 pixels, colour, 75 dots per inch\n"));
+  const ProgramResult png = scan({"-o", "-", "--format", "png", "-r", "75", "-a", "0x0+3x2px", "-q"});
+  EXPECT_THAT(png.output, StartsWith("\x89PNG"));
+}
+
+TEST_F(Program, ShowsTheLibrarysLogOnRequest) {
+  const ProgramResult result =
+      scan({"-o", folder / "page.pnm", "-r", "75", "-a", "0x0+300x300px", "--verbose"});
+  EXPECT_THAT(result.errors, HasSubstr("\nlog: Buffer: <"));
+  EXPECT_THAT(result.errors, HasSubstr("\nlog: width: 300 height: 300 maxValue: 255\n"));
+  for (std::size_t at = 0; at < result.errors.size();) {
+    const std::size_t end = result.errors.find('\n', at);
+    EXPECT_LT(end - at, 120U + folder.path().string().size());
+    at = end + 1;
+  }
+}
+
+TEST_F(Program, TellsWhatIsWrongWithTheCommandLine) {
+  const struct {
+    std::vector<std::string> arguments;
+    int exitCode;
+    std::string message;
+  } cases[] = {
+      {{}, 1, "q750: --output is required. Try q750 scan --help.\n"},
+      {{"-o", folder / "page.gif"}, 1, "the name does not tell the picture's format"},
+      {{"-o", folder / "page.png", "-r", "301"}, 1, "q750: --resolution 301: the scanner cannot do that."},
+      {{"-o", folder / "page.png", "-a", "1x1+2x2"}, 1, "q750: --area 1x1+2x2: the unit is missing."},
+      {{"-o", folder / "page.png", "-a", "999x1+2x2mm"},
+       1,
+       "q750: The area lies outside the glass, which is 215.9"},
+      {{"-o", folder / "page.png", "--paper", folder / "none.png"}, 1, "none.png"},
+      {{"-o", folder / "page.png", "--fault", "fire"},
+       1,
+       "q750: --fault fire: there is no such fault. Write NAME or NAME:N with one of: stall, time-out, "},
+      {{"-o", folder / "page.png", "-d", "flatbed"},
+       2,
+       "q750: --device flatbed: there is no such scanner. These are there:\nvirtual  Quenvar Q750 "
+       "(virtual)\n"},
+      {{"-o", folder / "none/page.png"}, 9, "does not exist. Create it or choose another.\n"},
+      {{"-o", "/dev/null", "--format", "png"}, 9, "q750: /dev/null: that is no ordinary file"},
+  };
+  for (const auto& one : cases) {
+    const ProgramResult result = scan(one.arguments);
+    EXPECT_EQ(result.exitCode, one.exitCode) << result.errors;
+    EXPECT_THAT(result.errors, HasSubstr(one.message));
+    EXPECT_EQ(result.output, "");
+  }
+  EXPECT_THAT(folder.names(), IsEmpty());
+}
+
+TEST_F(Program, LeavesTheOldPictureAloneWhenAScanFails) {
+  const std::string path = folder / "page.png";
+  writeContent(path, "old");
+  const struct {
+    const char* fault;
+    int exitCode;
+    const char* message;
+  } cases[] = {
+      {"unplug", 2, "q750: The scanner went away during the scan."},
+      {"silence:0", 5, "q750: The scanner took the job and then sent nothing for 60 seconds."},
+      {"short-write", 5, "q750: The scanner does not answer (request \"create\")."},
+      {"truncated-image:100000", 6, "q750: The picture is incomplete: 52 of 876 rows arrived."},
+      {"wrong-header:3", 6, "q750: The picture that the scanner sends cannot be read"},
+      {"garbage", 6, "q750: What the scanner sends is garbled."},
+      {"garbage-reply", 6, "q750: The scanner's answer cannot be understood"},
+      {"stall:4", 7,
+       "q750: A transfer from or to the scanner failed (USB status 0xE000404F, the pipe stalled)."},
+      {"exception-reply", 8, "q750: The scanner refused the scan. It says: \"refused by fault injection\"."},
+  };
+  for (const auto& one : cases) {
+    const ProgramResult result = scan({"-o", path, "-r", "75", "-q", "--fault", one.fault});
+    EXPECT_EQ(result.exitCode, one.exitCode) << one.fault;
+    EXPECT_THAT(result.errors, StartsWith(one.message)) << one.fault;
+    EXPECT_THAT(result.errors, EndsWith("\n"));
+    EXPECT_EQ(contentOf(path), "old");
+  }
+  EXPECT_THAT(folder.names(), ElementsAre("page.png"));
+}
+
+TEST_F(Program, TellsThatThereIsNoRoomAndLeavesNothing) {
+  const ProgramResult result = runProgram({"scan", "-o", folder / "page.tiff", "-r", "75", "-q"}, [] {
+    const rlimit limit{10000, 10000};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  });
+  EXPECT_EQ(result.exitCode, 9);
+  EXPECT_THAT(result.errors, HasSubstr("the picture could not be written: File too large. Free some space"));
+  EXPECT_THAT(folder.names(), IsEmpty());
+}
+
+TEST_F(Program, WorksWithoutStandardDescriptors) {
+  const ProgramResult result = runProgram(
+      {"scan", "-o", folder / "page.pnm", "-r", "75", "-a", "0x0+2x2px", "--fault", "garbage-reply:5"}, [] {
+        close(STDIN_FILENO);
+        close(STDOUT_FILENO);
+        close(STDERR_FILENO);
+      });
+  EXPECT_EQ(result.exitCode, 0);
+  const std::string header =
+      "P6\n# q750 " + std::string(frontend::version) + ", 75 dots per inch\n2 2\n255\n";
+  EXPECT_THAT(contentOf(folder / "page.pnm"), StartsWith(header));
+  EXPECT_EQ(contentOf(folder / "page.pnm").size(), header.size() + 12);
+}
+
+TEST_F(Program, ComplainsAboutAClosedStandardOutput) {
+  EXPECT_EQ(runProgram({"list"}, [] { close(STDOUT_FILENO); }).exitCode, 9);
+}
+
+struct Pipe {
+  Pipe() { EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0); }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+  ~Pipe() {
+    close(ends[0]);
+    if (ends[1] >= 0) close(ends[1]);
+  }
+  void closeWriter() {
+    close(ends[1]);
+    ends[1] = -1;
+  }
+  int reader() const { return ends[0]; }
+  int writer() const { return ends[1]; }
+  int filled() const {
+    int bytes = 0;
+    ioctl(ends[0], FIONREAD, &bytes);
+    return bytes;
+  }
+  int ends[2] = {-1, -1};
+};
+
+TEST_F(Program, EndsCleanlyWhenItsReaderGoesAway) {
+  Pipe output;
+  Pipe errors;
+  const pid_t process = startProgram({"scan", "-o", "-", "-r", "75", "-q"}, output.writer(), errors.writer());
+  output.closeWriter();
+  errors.closeWriter();
+  char first = 0;
+  ASSERT_EQ(read(output.reader(), &first, 1), 1);
+  close(output.ends[0]);
+  output.ends[0] = dup(errors.reader());
+  EXPECT_EQ(readAll(errors.reader()),
+            "q750: standard output: the picture could not be written: Broken pipe.\n");
+  EXPECT_EQ(waitFor(process), 9);
+}
+
+// A pipe for standard error with room for one line of progress: the scan cannot get past its second one.
+void fillButForOneLine(const Pipe& pipe) {
+  constexpr int room = 80;
+  const int capacity = fcntl(pipe.writer(), F_SETPIPE_SZ, 4096);
+  ASSERT_GT(capacity, room);
+  const std::string filling(static_cast<std::size_t>(capacity - room), '-');
+  ASSERT_EQ(write(pipe.writer(), filling.data(), filling.size()), static_cast<ssize_t>(filling.size()));
+}
+
+class Cancelling : public Program, public testing::WithParamInterface<int> {};
+
+TEST_P(Cancelling, ASheetHalfScannedLeavesNoFile) {
+  Pipe output;
+  Pipe errors;
+  fillButForOneLine(errors);
+  const int before = errors.filled();
+  const pid_t process =
+      startProgram({"scan", "-o", folder / "page.tiff", "-r", "75"}, output.writer(), errors.writer());
+  errors.closeWriter();
+  while (errors.filled() == before) sched_yield();
+  kill(process, GetParam());
+  const std::string said = readAll(errors.reader());
+  EXPECT_EQ(waitFor(process), 130);
+  EXPECT_THAT(said, HasSubstr("q750: scanning: "));
+  EXPECT_THAT(said, testing::Not(HasSubstr("100 %")));
+  EXPECT_THAT(said, EndsWith("q750: The scan was cancelled; nothing was saved.\n"));
+  EXPECT_THAT(folder.names(), IsEmpty());
+}
+
+TEST_P(Cancelling, APictureHalfWrittenEndsIt) {
+  Pipe output;
+  Pipe errors;
+  const pid_t process = startProgram({"scan", "-o", "-", "-r", "75", "-q"}, output.writer(), errors.writer());
+  output.closeWriter();
+  errors.closeWriter();
+  char first = 0;
+  ASSERT_EQ(read(output.reader(), &first, 1), 1);
+  kill(process, GetParam());
+  readAll(output.reader());
+  EXPECT_EQ(readAll(errors.reader()), "q750: The scan was cancelled; nothing was saved.\n");
+  EXPECT_EQ(waitFor(process), 130);
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, Cancelling, testing::Values(SIGINT, SIGTERM, SIGHUP));
+
+TEST_F(Program, DrawsABarOnATerminal) {
+  int master = -1;
+  int slave = -1;
+  winsize size{24, 60, 0, 0};
+  ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, &size), 0);
+  Pipe output;
+  const pid_t process = startProgram({"scan", "-o", folder / "page.tiff", "-r", "75"}, output.writer(), slave,
+                                     [] { setenv("TERM", "xterm", 1); });
+  close(slave);
+  const std::string shown = readAll(master);
+  close(master);
+  EXPECT_EQ(waitFor(process), 0);
+  EXPECT_THAT(shown, HasSubstr("\r[##########################] 100 %"));
+  EXPECT_THAT(shown, testing::Not(HasSubstr("q750: scanning")));
+  EXPECT_THAT(shown, EndsWith("page.tiff: 637 x 876 pixels, colour, 75 dots per inch\r\n"));
+}
+
+TEST_F(Program, RefusesToSendAPictureToATerminal) {
+  int master = -1;
+  int slave = -1;
+  ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
+  const pid_t process = startProgram({"scan", "-o", "-"}, slave, slave);
+  close(slave);
+  EXPECT_THAT(readAll(master), StartsWith("q750: A picture is nothing for a terminal."));
+  close(master);
+  EXPECT_EQ(waitFor(process), 1);
+}
+
+}  // namespace
