@@ -158,6 +158,8 @@ bool TemporaryFile::exchangeWith(TemporaryFile& inPlace) {
   inPlace.privatePath_ = std::exchange(privatePath_, std::string());
   inPlace.inPlace_ = false;
   inPlace_ = true;
+  // Another process's file came back in the exchange: nobody but this one knows the private name any more.
+  if (!names(inPlace.privatePath_, inPlace.descriptor_)) unlink(inPlace.privatePath_.c_str());
   return true;
 #else
   static_cast<void>(inPlace);

@@ -40,8 +40,9 @@ class TemporaryFile {
   // Takes the target's place; whatever stood there is gone. On failure both stay as they are.
   bool replaceTarget();
   // Trades places with `inPlace`, which took the same target's place before: afterwards this file stands
-  // under the target's name and that one under the private name. False, with both as they were, where the
-  // file system cannot do this or either name is gone.
+  // under the target's name and that one under the private name. If another process put its own file in the
+  // target's place meanwhile, that one goes, as it would in replaceTarget(). False, with both as they were,
+  // where the file system cannot do this or either name is gone.
   bool exchangeWith(TemporaryFile& inPlace);
 
   // Remembers how the file is now, for isAsLeft().

@@ -57,6 +57,16 @@ TEST_F(TemporaryFileTest, LeavesOneThatIsInUseAlone) {
   EXPECT_THAT(folder.names(), SizeIs(2));
 }
 
+TEST_F(TemporaryFileTest, LeavesNothingOfAnotherProcessThatGotInBetweenWhenItExchanges) {
+  TemporaryFile named(target);
+  ASSERT_TRUE(named.replaceTarget());
+  TemporaryFile others(target);
+  ASSERT_TRUE(others.replaceTarget());
+  TemporaryFile spare(target);
+  ASSERT_TRUE(spare.exchangeWith(named));
+  EXPECT_THAT(folder.names(), ElementsAre("page.tiff"));
+}
+
 TEST_F(TemporaryFileTest, DoesNotRemoveWhatSomebodyElsePutUnderItsName) {
   std::string path;
   {
