@@ -13,8 +13,7 @@ constexpr int32_t nullHandle = -1;
 constexpr double unitsPerInch = 1200.0;
 
 CScannerDriver& driverOf(intptr_t handle) {
-  return *reinterpret_cast<CScannerDriver*>(
-      handle);  // NOLINT(performance-no-int-to-ptr): the handle is the address
+  return *reinterpret_cast<CScannerDriver*>(handle);
 }
 
 uint32_t unitsFromInches(double inches) {

@@ -55,7 +55,7 @@ ScanSession::~ScanSession() {
 }
 
 const CScannerDriver& ScanSession::driver() const {
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is the address of its driver
+  // A handle is the address of its driver.
   return *reinterpret_cast<const CScannerDriver*>(handle_);
 }
 

@@ -72,7 +72,7 @@ class ScanHost : public testing::Test {
     return StartScan(handle_);
   }
 
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is the address of its driver
+  // A handle is the address of its driver.
   const CScannerDriver& driver() const { return *reinterpret_cast<const CScannerDriver*>(handle_); }
   std::vector<std::uint8_t> raster() const {
     const ConvertedImage& image = driver().convertedImage();

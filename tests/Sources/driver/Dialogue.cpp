@@ -6,8 +6,7 @@ namespace {
 
 std::string formatted(const char* format, unsigned int value) {
   char text[32];
-  std::snprintf(text, sizeof text, format,
-                value);  // NOLINT(clang-diagnostic-format-nonliteral): from below only
+  std::snprintf(text, sizeof text, format, value);
   return text;
 }
 
