@@ -8,8 +8,9 @@
 
 #include "UsbStack.h"
 
-// A scanner that costs nothing: one interface with the three bulk pipes, canned replies, and a job stream that
-// lies ready in memory and is copied out as fast as it is asked for. For measuring what the library adds.
+// A scanner that costs nothing: one interface with the three bulk pipes, canned replies, and a job stream
+// that lies ready in memory and is copied out as fast as it is asked for. For measuring what the library
+// adds.
 class InstantDevice final : public platform::UsbStack, platform::PlugInInterface, platform::UsbInterface {
  public:
   // `stream` is the whole job stream, packets and all; it is handed out once per rewind().
@@ -22,12 +23,15 @@ class InstantDevice final : public platform::UsbStack, platform::PlugInInterface
   std::optional<platform::MatchingDictionary> serviceMatching(platform::ServiceKind kind) override {
     return platform::MatchingDictionary{kind};
   }
-  platform::IOReturn matchingServices(platform::MachPort /*port*/, const platform::MatchingDictionary& /*matching*/,
+  platform::IOReturn matchingServices(platform::MachPort /*port*/,
+                                      const platform::MatchingDictionary& /*matching*/,
                                       platform::IOObject* iterator) override {
     servicesLeft_ = 1;
     return answer(iterator, 1U);
   }
-  platform::IOObject iteratorNext(platform::IOObject /*iterator*/) override { return servicesLeft_-- == 1 ? 2 : 0; }
+  platform::IOObject iteratorNext(platform::IOObject /*iterator*/) override {
+    return servicesLeft_-- == 1 ? 2 : 0;
+  }
   void objectRelease(platform::IOObject /*object*/) override {}
   platform::IOReturn createPlugInInterfaceForService(platform::IOObject /*service*/,
                                                      platform::ServiceKind /*userClientType*/,
@@ -48,22 +52,27 @@ class InstantDevice final : public platform::UsbStack, platform::PlugInInterface
   platform::IOReturn open() override { return platform::kIOReturnSuccess; }
   platform::IOReturn close() override { return platform::kIOReturnSuccess; }
   platform::IOReturn getNumEndpoints(std::uint8_t* count) override { return answer(count, std::uint8_t{3}); }
-  platform::IOReturn setAlternateInterface(std::uint8_t /*setting*/) override { return platform::kIOReturnSuccess; }
+  platform::IOReturn setAlternateInterface(std::uint8_t /*setting*/) override {
+    return platform::kIOReturnSuccess;
+  }
   platform::IOReturn getPipeProperties(std::uint8_t pipe, platform::PipeProperties* properties) override {
     static constexpr std::uint8_t endpoints[] = {requestEndpoint, replyEndpoint, dataEndpoint};
     const std::uint8_t endpoint = endpoints[pipe - 1];
-    *properties = {endpoint == requestEndpoint ? platform::PipeDirection::out : platform::PipeDirection::in, endpoint,
-                   platform::TransferType::bulk, 512, 0};
+    *properties = {endpoint == requestEndpoint ? platform::PipeDirection::out : platform::PipeDirection::in,
+                   endpoint, platform::TransferType::bulk, 512, 0};
     return platform::kIOReturnSuccess;
   }
   platform::IOReturn abortPipe(std::uint8_t /*pipe*/) override { return platform::kIOReturnSuccess; }
   platform::IOReturn resetPipe(std::uint8_t /*pipe*/) override { return platform::kIOReturnSuccess; }
-  platform::IOReturn clearPipeStallBothEnds(std::uint8_t /*pipe*/) override { return platform::kIOReturnSuccess; }
-  platform::IOReturn controlRequest(std::uint8_t /*pipe*/, const platform::ControlRequest& /*request*/) override {
+  platform::IOReturn clearPipeStallBothEnds(std::uint8_t /*pipe*/) override {
     return platform::kIOReturnSuccess;
   }
-  platform::IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size, std::uint32_t /*noDataMs*/,
-                                std::uint32_t /*completionMs*/) override {
+  platform::IOReturn controlRequest(std::uint8_t /*pipe*/,
+                                    const platform::ControlRequest& /*request*/) override {
+    return platform::kIOReturnSuccess;
+  }
+  platform::IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
+                                std::uint32_t /*noDataMs*/, std::uint32_t /*completionMs*/) override {
     if (pipe == 2) return copyOut(reply_, 0, buffer, size);
     const platform::IOReturn status = copyOut(stream_, position_, buffer, size);
     position_ += *size;
@@ -78,7 +87,8 @@ class InstantDevice final : public platform::UsbStack, platform::PlugInInterface
   static void appendPacket(std::string& stream, std::uint8_t type, std::string_view payload) {
     stream += static_cast<char>(type);
     stream.append(3, '\0');
-    for (int shift = 24; shift >= 0; shift -= 8) stream += static_cast<char>((payload.size() >> shift) & 0xFF);
+    for (int shift = 24; shift >= 0; shift -= 8)
+      stream += static_cast<char>((payload.size() >> shift) & 0xFF);
     stream += payload;
   }
 
@@ -101,7 +111,8 @@ class InstantDevice final : public platform::UsbStack, platform::PlugInInterface
     return reply;
   }
 
-  static platform::IOReturn copyOut(const std::string& from, std::size_t position, void* buffer, std::uint32_t* size) {
+  static platform::IOReturn copyOut(const std::string& from, std::size_t position, void* buffer,
+                                    std::uint32_t* size) {
     const std::size_t count = std::min<std::size_t>(*size, from.size() - position);
     std::memcpy(buffer, from.data() + position, count);
     *size = static_cast<std::uint32_t>(count);

@@ -1,5 +1,6 @@
-// The whole scan job on a device that costs nothing, beside a floor that does the same unavoidable work: copy the
-// stream in blocks into one growing buffer, copy the raster once, write the dump once, write the TIFF once.
+// The whole scan job on a device that costs nothing, beside a floor that does the same unavoidable work: copy
+// the stream in blocks into one growing buffer, copy the raster once, write the dump once, write the TIFF
+// once.
 #include <benchmark/benchmark.h>
 #include <sys/wait.h>
 #include <tiffio.h>
@@ -76,7 +77,8 @@ void writeTiff(const char* path, const char* raster, const Page& page) {
   TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
   TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
   TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, page.height);
-  if (TIFFWriteRawStrip(tiff, 0, const_cast<char*>(raster), static_cast<tmsize_t>(page.rasterSize())) < 0) std::abort();
+  if (TIFFWriteRawStrip(tiff, 0, const_cast<char*>(raster), static_cast<tmsize_t>(page.rasterSize())) < 0)
+    std::abort();
   TIFFClose(tiff);
 }
 
@@ -86,7 +88,8 @@ void floorWork(const std::string& stream, const Page& page) {
     const std::size_t count = std::min(blockSize, stream.size() - at);
     buffer.insert(buffer.end(), stream.data() + at, stream.data() + at + count);
   }
-  const std::unique_ptr<char, void (*)(void*)> raster(static_cast<char*>(std::malloc(page.rasterSize())), &std::free);
+  const std::unique_ptr<char, void (*)(void*)> raster(static_cast<char*>(std::malloc(page.rasterSize())),
+                                                      &std::free);
   std::memcpy(raster.get(), buffer.data() + (buffer.size() - page.rasterSize()), page.rasterSize());
   writeWhole("/tmp/q750-bench-dump", buffer.data(), buffer.size());
   writeTiff("/tmp/q750-bench.tiff", raster.get(), page);
@@ -121,8 +124,8 @@ double statusKiB(const std::string& name) {
   return value;
 }
 
-// Peak memory that one job adds to a process that already holds the stream, as a multiple of the image; measured
-// in a child process, so that nothing that earlier runs kept counts.
+// Peak memory that one job adds to a process that already holds the stream, as a multiple of the image;
+// measured in a child process, so that nothing that earlier runs kept counts.
 double peakMemoryInImages(std::int64_t megabytes) {
   int ends[2];
   if (pipe(ends) != 0) std::abort();

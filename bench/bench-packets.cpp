@@ -18,9 +18,10 @@ constexpr std::size_t streamSize = 32'768'000;  // a multiple of the chunk and o
 std::string streamOfPackets(std::size_t packetSize) {
   std::string packet(packetSize, '\x55');
   const std::size_t payload = packetSize - 8;
-  packet.replace(0, 8, std::string("\xDD\0\0\0", 4) + static_cast<char>(payload >> 24) +
-                           static_cast<char>(payload >> 16) + static_cast<char>(payload >> 8) +
-                           static_cast<char>(payload));
+  packet.replace(0, 8,
+                 std::string("\xDD\0\0\0", 4) + static_cast<char>(payload >> 24) +
+                     static_cast<char>(payload >> 16) + static_cast<char>(payload >> 8) +
+                     static_cast<char>(payload));
   std::string stream;
   stream.reserve(streamSize);
   while (stream.size() + packetSize <= streamSize) stream += packet;
@@ -55,7 +56,8 @@ void BM_Packets(benchmark::State& state) {
     releaseUSBScanProtocol(parser);
   }
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(stream.size()));
-  state.counters["packets"] = benchmark::Counter(static_cast<double>(received.packets), benchmark::Counter::kIsRate);
+  state.counters["packets"] =
+      benchmark::Counter(static_cast<double>(received.packets), benchmark::Counter::kIsRate);
 }
 
 void BM_Memcpy(benchmark::State& state) {
@@ -74,7 +76,14 @@ void BM_Memcpy(benchmark::State& state) {
 }  // namespace
 
 // A fixed number of rounds: what a parser replaces stays allocated by design.
-BENCHMARK(BM_Packets)->Arg(8)->Arg(1024)->Arg(65536)->Iterations(5)->Repetitions(3)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Memcpy)->Arg(8)->Arg(1024)->Arg(65536)->Iterations(5)->Repetitions(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Packets)
+    ->Arg(8)
+    ->Arg(1024)
+    ->Arg(65536)
+    ->Iterations(5)
+    ->Repetitions(3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Memcpy)->Arg(8)->Arg(1024)->Arg(65536)->Iterations(5)->Repetitions(3)->Unit(
+    benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

@@ -18,7 +18,9 @@ std::vector<unsigned char> someBytes() {
   return bytes;
 }
 
-void processed(benchmark::State& state) { state.SetBytesProcessed(state.iterations() * std::int64_t{size}); }
+void processed(benchmark::State& state) {
+  state.SetBytesProcessed(state.iterations() * std::int64_t{size});
+}
 
 void BM_Base64Write(benchmark::State& state) {
   std::vector<unsigned char> bytes = someBytes();
@@ -29,7 +31,8 @@ void BM_Base64Write(benchmark::State& state) {
 void BM_Base64Read(benchmark::State& state) {
   std::vector<unsigned char> bytes = someBytes();
   const std::string text = StrToBase64(bytes.data(), static_cast<int>(size));
-  for (auto _ : state) benchmark::DoNotOptimize(Base64ToStr(text.c_str(), bytes.data(), static_cast<int>(size)));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(Base64ToStr(text.c_str(), bytes.data(), static_cast<int>(size)));
   processed(state);
 }
 

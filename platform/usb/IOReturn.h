@@ -9,7 +9,9 @@ namespace platform {
 using IOReturn = std::int32_t;
 
 namespace detail {
-constexpr IOReturn status(std::uint32_t bits) { return static_cast<IOReturn>(bits); }
+constexpr IOReturn status(std::uint32_t bits) {
+  return static_cast<IOReturn>(bits);
+}
 }  // namespace detail
 
 inline constexpr IOReturn kIOReturnSuccess = 0;

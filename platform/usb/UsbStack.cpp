@@ -11,7 +11,9 @@ class EmptyUsbStack final : public UsbStack {
     return kIOReturnSuccess;
   }
   void portDeallocate(MachPort /*port*/) override {}
-  std::optional<MatchingDictionary> serviceMatching(ServiceKind kind) override { return MatchingDictionary{kind}; }
+  std::optional<MatchingDictionary> serviceMatching(ServiceKind kind) override {
+    return MatchingDictionary{kind};
+  }
   IOReturn matchingServices(MachPort /*port*/, const MatchingDictionary& /*matching*/,
                             IOObject* iterator) override {
     *iterator = 1;
@@ -30,8 +32,12 @@ UsbStack* chosenStack = nullptr;
 
 }  // namespace
 
-UsbStack& usbStack() { return chosenStack != nullptr ? *chosenStack : emptyStack; }
+UsbStack& usbStack() {
+  return chosenStack != nullptr ? *chosenStack : emptyStack;
+}
 
-void useUsbStack(UsbStack* stack) { chosenStack = stack; }
+void useUsbStack(UsbStack* stack) {
+  chosenStack = stack;
+}
 
 }  // namespace platform

@@ -6,8 +6,9 @@
 #include "IOReturn.h"
 
 // The operations of a USB stack that the driver needs, under the names that they have on the platform that it
-// was designed for (IOServiceGetMatchingServices is matchingServices(), ReadPipeTO is readPipeTO()). Implemented
-// by the real stack, by the virtual scanner and by the scripted fake of the tests. Knows nothing of scanners.
+// was designed for (IOServiceGetMatchingServices is matchingServices(), ReadPipeTO is readPipeTO()).
+// Implemented by the real stack, by the virtual scanner and by the scripted fake of the tests. Knows nothing
+// of scanners.
 //
 // One thread at a time. Nothing throws. Every operation that can fail answers an IOReturn, kIOReturnSuccess
 // being 0; unless an operation says otherwise, its out-parameters are unchanged on failure.
@@ -34,8 +35,8 @@ struct PipeProperties {
   std::uint8_t interval;        // as the endpoint descriptor gives it (USB 2.0, 9.6.6)
 };
 
-// One request on a control pipe, fields as in USB 2.0, 9.3 (table 9-2). `data` holds `length` bytes, or is null
-// where length is 0; the caller owns it.
+// One request on a control pipe, fields as in USB 2.0, 9.3 (table 9-2). `data` holds `length` bytes, or is
+// null where length is 0; the caller owns it.
 struct ControlRequest {
   std::uint8_t requestType;
   std::uint8_t request;
@@ -45,9 +46,9 @@ struct ControlRequest {
   void* data;
 };
 
-// One USB interface of a device. Obtained from PlugInInterface::queryInterface; the owner calls release() once
-// and does not touch the object afterwards. Pipe references are 1 to the number of endpoints, in the order of
-// the endpoint descriptors of the current alternate setting; pipe 0 is the default control pipe.
+// One USB interface of a device. Obtained from PlugInInterface::queryInterface; the owner calls release()
+// once and does not touch the object afterwards. Pipe references are 1 to the number of endpoints, in the
+// order of the endpoint descriptors of the current alternate setting; pipe 0 is the default control pipe.
 class UsbInterface {
  public:
   // Claims the interface for this process: kIOReturnExclusiveAccess where someone else holds it,
@@ -71,15 +72,16 @@ class UsbInterface {
   virtual IOReturn clearPipeStallBothEnds(std::uint8_t pipe) = 0;
   virtual IOReturn controlRequest(std::uint8_t pipe, const ControlRequest& request) = 0;
 
-  // Reads up to *size bytes into buffer and blocks until the buffer is full, a short or zero-length packet ends
-  // the transfer, or it fails. The no-data time-out counts from the last byte that moved, the completion
+  // Reads up to *size bytes into buffer and blocks until the buffer is full, a short or zero-length packet
+  // ends the transfer, or it fails. The no-data time-out counts from the last byte that moved, the completion
   // time-out from the start; both in milliseconds, 0 means for ever. *size is the number of bytes that moved,
-  // on every status. A read that moved bytes and then went quiet succeeds with these bytes; one that moved none
-  // is kIOUSBTransactionTimeout. A halted pipe is kIOUSBPipeStalled, a vanished device kIOReturnNoDevice.
-  virtual IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size, std::uint32_t noDataTimeoutMs,
-                              std::uint32_t completionTimeoutMs) = 0;
-  // Writes size bytes and blocks until the device took them all or the transfer failed; statuses and time-outs
-  // as for readPipeTO. How much moved before a failure is not told.
+  // on every status. A read that moved bytes and then went quiet succeeds with these bytes; one that moved
+  // none is kIOUSBTransactionTimeout. A halted pipe is kIOUSBPipeStalled, a vanished device
+  // kIOReturnNoDevice.
+  virtual IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
+                              std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) = 0;
+  // Writes size bytes and blocks until the device took them all or the transfer failed; statuses and
+  // time-outs as for readPipeTO. How much moved before a failure is not told.
   virtual IOReturn writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
                                std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) = 0;
 
@@ -129,7 +131,8 @@ class UsbStack {
   virtual std::optional<MatchingDictionary> serviceMatching(ServiceKind kind) = 0;
   // IOServiceGetMatchingServices: an iterator over the services there are now, in a stable order. The caller
   // releases it with objectRelease().
-  virtual IOReturn matchingServices(MachPort port, const MatchingDictionary& matching, IOObject* iterator) = 0;
+  virtual IOReturn matchingServices(MachPort port, const MatchingDictionary& matching,
+                                    IOObject* iterator) = 0;
   // IOIteratorNext: the next service, which the caller releases with objectRelease(), or 0 at the end.
   virtual IOObject iteratorNext(IOObject iterator) = 0;
   virtual void objectRelease(IOObject object) = 0;
