@@ -12,9 +12,9 @@ class Runnable {
   /// The work. What it returns is dropped. An exception that leaves it ends the process, as in any thread.
   virtual std::int32_t run();
 
-  /// Runs the object on a new detached thread. Returns what pthread_create returns: 0, or an error number; then
-  /// there is no thread and the object stays the caller's. After 0 it is not the caller's any more: it may be
-  /// gone before this returns.
+  /// Runs the object on a new detached thread. Returns what pthread_create returns: 0, or an error number;
+  /// then there is no thread and the object stays the caller's. After 0 it is not the caller's any more: it
+  /// may be gone before this returns.
   int start();
 };
 

@@ -11,8 +11,8 @@
 /// nor shares it with other processes, and knows no time limit. Nothing throws.
 class Semaphore {
  public:
-  /// `value` is the count to begin with, 0 to SEM_VALUE_MAX. Another makes a semaphore that is none: its wait()
-  /// never returns.
+  /// `value` is the count to begin with, 0 to SEM_VALUE_MAX. Another makes a semaphore that is none: its
+  /// wait() never returns.
   explicit Semaphore(int value);
   Semaphore(const Semaphore&) = delete;
   Semaphore& operator=(const Semaphore&) = delete;

@@ -1,0 +1,7 @@
+#pragma once
+
+#ifdef __cplusplus
+extern "C"
+#endif
+    void
+    logFromC(void);

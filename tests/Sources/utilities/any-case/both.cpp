@@ -1,0 +1,10 @@
+// Compiled where <semaphore.h> leads to the class's header first.
+#include <semaphore.h>
+
+#include "Semaphore.h"
+
+int countAfterOneWait(sem_t* system) {
+  sem_wait(system);
+  Semaphore own(1);
+  return own.wait();
+}

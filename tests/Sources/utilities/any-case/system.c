@@ -1,0 +1,7 @@
+/* Compiled where <semaphore.h> leads to the class's header first. */
+#include <semaphore.h>
+
+int countOf(sem_t* semaphore) {
+  int count = 0;
+  return sem_getvalue(semaphore, &count) == 0 ? count : -1;
+}
