@@ -1,1 +1,95 @@
 #pragma once
+
+/// @file
+/// Two helpers for host applications, which nothing inside the library calls: a bitmap as a TIFF file in
+/// memory, and the numbers in a capability dictionary. Plain C (C99 and later) and C++. Any thread, for
+/// arguments that no other thread uses meanwhile; nothing throws.
+
+#ifdef __cplusplus
+#include <cstdint>
+
+#include "Dictionary.h"
+
+/// What GetIntFromDict() and GetFloatFromDict() read. Built in C++; C only passes it on.
+typedef platform::Dictionary CapabilityDictionary;
+
+extern "C" {
+#else
+#include <stdint.h>
+
+/// What GetIntFromDict() and GetFloatFromDict() read. Built in C++; C only passes it on.
+typedef struct CapabilityDictionary CapabilityDictionary;
+#endif
+
+/// The colour spaces that `CMBitmap::space` can name, with the layout of the pixels.
+enum {
+  /// 24-bit RGB: 3 bytes per pixel, R G B. Rows are packed, width × 3 bytes each.
+  bitmapSpaceRGB24 = 0x2101,
+  /// 8-bit grey: 1 byte per pixel, 0 is black. Rows are packed, width bytes each.
+  bitmapSpaceGrey8 = 0x280A,
+  /// 1 bit per pixel, 1 is black, the leftmost pixel in the highest bit. Rows are `CMBitmap::rowBytes` apart.
+  bitmapSpaceOneBit = 0x0B00
+};
+
+/// Describes an uncompressed bitmap, first row first.
+typedef struct CMBitmap {
+  /// Not used: the pixels are passed on their own.
+  char* image;
+  /// Pixels in a row, 1 to 32767.
+  int32_t width;
+  /// Rows, 1 to 32767.
+  int32_t height;
+  /// Bytes from one row to the next. Counts for 1 bit per pixel only, where it is at least (width + 7) / 8.
+  int32_t rowBytes;
+  /// The colour space: one of the three codes above.
+  uint32_t space;
+} CMBitmap;
+
+/// Settings of a scan. Its content is not known here.
+typedef struct ScanningParamBlock ScanningParamBlock;
+
+/// Turns a bitmap into a TIFF file in memory: big-endian, uncompressed, with the two resolutions (dots per
+/// inch). A resolution above 32767 counts as 32768; the file has none if either is 0. Grey and 1-bit images
+/// keep their bytes, and the file says which value is black: as in the rasters that the library hands out, 0
+/// in grey and 1 in 1-bit images.
+///
+/// `*tiff` is null or a block of malloc(). On success it is freed and replaced by a new block, the caller's
+/// to be freed with free(), and `*length` is the size of the new block in bytes. `parameters` is ignored.
+///
+/// Results; `*tiff` and `*length` stay as they were on all but the first two:
+///
+/// - 0: success
+/// - -108: the new block could not be had; `*tiff` is null, the old block being freed, `*length` unchanged
+/// - -108 or another negative number: the off-screen image could not be made, with this error
+/// - -1: no image was made: width or height out of range, 1-bit rows too short, or no reason given
+/// - -50: another colour space code; or one of the four addresses is null, and nothing was done at all
+/// - 1: the export component could not be opened
+/// - 2: it rejected the image
+/// - 3: it rejected the depth
+/// - 4: it rejected the memory for the file
+/// - 5: it rejected the resolution
+/// - 6: the export failed, for instance for lack of memory
+///
+/// After the results 2 to 6, and after a block that could not be had, the export component stays open for
+/// good: a small block of memory each time.
+int32_t ConvertCMBitmapToTIFF(const unsigned char* pixels, const CMBitmap* bitmap, unsigned char** tiff,
+                              uint32_t* length, ScanningParamBlock* parameters, uint32_t horizontalResolution,
+                              uint32_t verticalResolution);
+
+/// Reads the number that a capability dictionary stands for as an integer. The text under "type" tells which
+/// one that is: for "TWON_ONEVALUE" the one under "value"; for "TWON_ENUMERATION" the element of the array
+/// under "value" whose index, from 0, is the number under "current". Returns 0, or -1 with `*number`
+/// untouched: another type or none, an index out of range, a number that is missing or is none, a null
+/// address.
+///
+/// A fraction is cut off, of an index too; what is out of range becomes the nearest number that there is, NaN
+/// the smallest.
+int32_t GetIntFromDict(const CapabilityDictionary* dictionary, int32_t* number);
+
+/// The same, read as a float: the nearest one; for a finite number that is out of range the largest of its
+/// sign.
+int32_t GetFloatFromDict(const CapabilityDictionary* dictionary, float* number);
+
+#ifdef __cplusplus
+}
+#endif

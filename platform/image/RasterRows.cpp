@@ -6,9 +6,9 @@ namespace platform {
 
 RasterRows::RasterRows(const Bitmap& bitmap)
     : bitmap_(bitmap),
-      bytesPerRow_((std::uint64_t{bitmap.width} * bitmap.samplesPerPixel * bitmap.bitsPerSample + 7) / 8) {}
+      bytesPerRow_(packedRowBytes(bitmap.width, bitmap.samplesPerPixel, bitmap.bitsPerSample)) {}
 
-RasterRows::Piece RasterRows::at(std::uint32_t row, std::uint64_t column, std::uint64_t limit) const {
+PixelRows::Piece RasterRows::at(std::uint32_t row, std::uint64_t column, std::uint64_t limit) {
   const bool seamless = bitmap_.bytesPerRow == bytesPerRow_;
   const std::uint64_t held = std::min<std::uint64_t>(bytesPerRow_, bitmap_.bytesPerRow);
   const std::uint64_t start = std::uint64_t{row} * bitmap_.bytesPerRow + column;

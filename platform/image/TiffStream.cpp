@@ -1,6 +1,7 @@
 #include "TiffStream.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace platform {
 namespace {
@@ -14,9 +15,14 @@ const std::uint8_t* TiffStream::zeros() {
   return zeroBytes;
 }
 
-TiffStream::TiffStream(TemporaryFile& file) : file_(file) {
+TiffStream::TiffStream(Target target) : target_(std::move(target)) {
   gathered_.reserve(gatherSize);
 }
+
+TiffStream::TiffStream(TemporaryFile& file)
+    : TiffStream([&file](std::uint64_t offset, const std::uint8_t* bytes, std::size_t count) {
+        return file.writeAt(offset, bytes, count);
+      }) {}
 
 std::size_t TiffStream::write(const std::uint8_t* bytes, std::size_t count) {
   const bool hole = bytes == zeroBytes;
@@ -41,7 +47,7 @@ bool TiffStream::finish() {
 }
 
 void TiffStream::put(std::uint64_t offset, const std::uint8_t* bytes, std::size_t count) {
-  if (count > 0 && !failed_) failed_ = !file_.writeAt(offset, bytes, count);
+  if (count > 0 && !failed_) failed_ = !target_(offset, bytes, count);
 }
 
 }  // namespace platform

@@ -63,6 +63,20 @@ TEST_F(TiffStreamTest, LeavesAHoleForItsZeros) {
   EXPECT_EQ(content(), std::string("a\0\0\0b", 5));
 }
 
+TEST_F(TiffStreamTest, WritesToAnythingThatTakesBytesAtAnOffset) {
+  std::string pieces;
+  TiffStream other([&pieces](std::uint64_t offset, const std::uint8_t* bytes, std::size_t count) {
+    pieces += std::to_string(offset) + ":" + std::string(bytes, bytes + count) + " ";
+    return true;
+  });
+  const std::uint8_t text[] = {'a', 'b', 'c'};
+  other.write(text, 3);
+  other.seek(10);
+  other.write(text, 2);
+  EXPECT_TRUE(other.finish());
+  EXPECT_EQ(pieces, "0:abc 10:ab ");
+}
+
 TEST_F(TiffStreamTest, FailsForGoodAfterAFailedWrite) {
   TemporaryFile none;
   TiffStream broken(none);

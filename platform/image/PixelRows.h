@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+namespace platform {
+
+// The rows of a picture as a TIFF file holds them: one after the other, each of as many whole bytes as its
+// samples need. Where the samples come from is the business of who implements it.
+class PixelRows {
+ public:
+  // The longest piece that stands in one place, valid until the next call of at(). bytes is null where the
+  // picture has none: they read as zero.
+  struct Piece {
+    const std::uint8_t* bytes;
+    std::uint64_t count;
+  };
+
+  virtual std::uint64_t bytesPerRow() const = 0;
+  // The piece that begins at this byte of this row, at most `limit` bytes (not 0) long. It may go on into the
+  // rows that follow; the caller keeps it below the end of the picture.
+  virtual Piece at(std::uint32_t row, std::uint64_t column, std::uint64_t limit) = 0;
+
+ protected:
+  ~PixelRows() = default;
+};
+
+// Whole bytes that the samples of one row need.
+inline std::uint64_t packedRowBytes(std::uint32_t width, std::uint32_t samplesPerPixel,
+                                    std::uint32_t bitsPerSample) {
+  return (std::uint64_t{width} * samplesPerPixel * bitsPerSample + 7) / 8;
+}
+
+}  // namespace platform

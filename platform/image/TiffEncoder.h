@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "PixelRows.h"
+#include "TiffStream.h"
+
+namespace platform {
+
+// The values of the tag of this name (TIFF 6.0).
+enum class Photometric : std::uint16_t { whiteIsZero = 0, blackIsZero = 1, rgb = 2 };
+
+struct TiffResolution {
+  double horizontal;  // dots per inch
+  double vertical;
+};
+
+// What a TIFF file says about its pixels.
+struct TiffPicture {
+  std::uint32_t width;   // pixels
+  std::uint32_t height;  // rows
+  std::uint32_t bitsPerSample;
+  std::uint32_t samplesPerPixel;
+  Photometric photometric;
+  std::optional<TiffResolution> resolution;
+};
+
+// The one place that knows how this system writes TIFF 6.0: big-endian, one picture, uncompressed, contiguous
+// samples, strips of moderate size, tags for what the picture says and for the strips, no other. The same
+// picture gives the same bytes on every machine.
+
+// No file of this picture is longer. Nothing for what a TIFF file cannot hold or this system does not write:
+// no pixels, samples of neither 1 nor 8 bits, more than 32-bit offsets reach.
+std::optional<std::uint64_t> tiffSizeBound(const TiffPicture& picture);
+
+// Writes a picture that tiffSizeBound() takes. False if a write failed or memory ran out in the TIFF library,
+// whose own messages go to the log, under `name`.
+bool encodeTIFF(const TiffPicture& picture, PixelRows& rows, TiffStream& stream, const std::string& name);
+
+}  // namespace platform

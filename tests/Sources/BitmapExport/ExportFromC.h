@@ -1,0 +1,16 @@
+#pragma once
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Exports one grey pixel the way a host written in C does. */
+int32_t exportFromC(unsigned char** tiff, uint32_t* length);
+/* Asks for the numbers of no dictionary; answers both results added up. */
+int32_t readNoDictionaryFromC(void);
+
+#ifdef __cplusplus
+}
+#endif
