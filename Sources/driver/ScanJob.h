@@ -4,20 +4,12 @@
 #include <memory>
 #include <string>
 
+#include "DriverGlobals.h"
 #include "IOReturn.h"
 #include "USBScanProtocol.h"
 
 class CScannerDriver;
 class ListElem;
-
-// Shared by all drivers of the process, exported under these plain names (without the C linkage the string
-// would carry an ABI tag).
-extern "C" {
-// The result of the latest response that a device sent; after "create" the name of the job that it made.
-extern std::string glJobName;
-// 0 while image data may still come, 1 once the image of the job is judged complete.
-extern std::int32_t endJobPage;
-}
 
 // What the packet parser calls; `info` is the driver. Nothing is thrown out of them.
 //

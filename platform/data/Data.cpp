@@ -121,11 +121,9 @@ Data* Data::withBytes(const void* bytes, std::size_t count) {
 }
 
 Data* Data::suffixOf(const Data& whole, std::size_t offset) {
-  return whole.suffix(std::min(offset, whole.length()));
-}
-
-Data* Data::suffix(std::size_t offset) const {
-  return withBytes(bytes() + offset, length() - offset);
+  offset = std::min(offset, whole.length());
+  Data* const shared = whole.suffix(offset);
+  return shared != nullptr ? shared : withBytes(whole.bytes() + offset, whole.length() - offset);
 }
 
 }  // namespace platform

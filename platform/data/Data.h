@@ -10,8 +10,8 @@ namespace platform {
 // same object is always a prefix of what it holds now. One thread at a time, for an object together with all
 // that share its bytes.
 //
-// The operations are virtual so that a host can use a buffer that the plug-in library hands it: the library
-// exports none of them by name.
+// The operations are virtual so that a host can use a buffer that the plug-in library hands it, and derive
+// one of its own: the library exports none of them by name, so the three static ones are not for hosts.
 class Data {
  public:
   // Each makes an object with one reference, which the caller gives back with release(). A failed allocation
@@ -44,9 +44,9 @@ class Data {
   Data() = default;
   virtual ~Data() = default;
 
-  // Answers suffixOf(), with offset within the length. An implementation that cannot share its bytes lets
-  // this one copy them.
-  virtual Data* suffix(std::size_t offset) const;
+  // Answers suffixOf(), with offset within the length. Null where the implementation cannot share its bytes:
+  // they are copied then.
+  virtual Data* suffix(std::size_t /*offset*/) const { return nullptr; }
 };
 
 // Holds one reference to a Data (or none) and gives it back when it goes.

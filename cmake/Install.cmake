@@ -1,0 +1,79 @@
+# What an installation consists of, by component: runtime (the library that hosts load), development (what compiling
+# against it takes) and tools (the command line).
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# The headers that hosts may include. They are installed side by side, found by their name alone, and include no
+# header that is not among them.
+set(q750_public_headers
+  Sources/driver/ScannerInterface.h
+  Sources/driver/DriverGlobals.h
+  Sources/exceptions/Exceptions.h
+  Sources/elements/AliasElem.h
+  Sources/elements/BinaryElem.h
+  Sources/elements/BooleanElem.h
+  Sources/elements/CompositeElem.h
+  Sources/elements/DataElem.h
+  Sources/elements/DoubleElem.h
+  Sources/elements/Element.h
+  Sources/elements/ElementIterator.h
+  Sources/elements/ElementVisitor.h
+  Sources/elements/IntegerElem.h
+  Sources/elements/LazyEvalElem.h
+  Sources/elements/ListElem.h
+  Sources/elements/MapElem.h
+  Sources/elements/NonterminalElem.h
+  Sources/elements/NullElem.h
+  Sources/elements/OperationElem.h
+  Sources/elements/StringElem.h
+  Sources/elements/TerminalElem.h
+  Sources/messaging/ObjectStore.h
+  Sources/messaging/XMLEncoding.h
+  Sources/messaging/XMLSAXParser.h
+  Sources/messaging/XMLVisitor.h
+  Sources/utilities/Runnable.h
+  Sources/utilities/Semaphore.h
+  Sources/utilities/StringUtils.h
+  Sources/USBScanProtocol/USBScanProtocol.h
+  Sources/PPM2TIFFWrapper/PPM2TIFFWrapper.h
+  Sources/BitmapExport/BitmapExport.h
+  Sources/DebugBridge/DebugBridge.h
+  platform/data/Data.h
+  platform/values/Dictionary.h)
+list(TRANSFORM q750_public_headers PREPEND ${PROJECT_SOURCE_DIR}/)
+
+set(q750_header_folder ${CMAKE_INSTALL_INCLUDEDIR}/quenvar-q750)
+set(q750_package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/QuenvarQ750)
+
+# For hosts that load the library as a plug-in there is a target that links nothing.
+add_library(quenvar-q750-headers INTERFACE)
+set_target_properties(quenvar-q750-headers PROPERTIES EXPORT_NAME headers)
+foreach(target IN ITEMS quenvar-q750 quenvar-q750-headers)
+  target_include_directories(${target} INTERFACE $<INSTALL_INTERFACE:${q750_header_folder}>)
+endforeach()
+# For the C++ headers. It means nothing to a project in C, and a host that loads the library needs no such thing.
+target_compile_features(quenvar-q750 INTERFACE cxx_std_20)
+
+install(TARGETS quenvar-q750 quenvar-q750-headers EXPORT QuenvarQ750Targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+install(FILES ${q750_public_headers} DESTINATION ${q750_header_folder} COMPONENT development)
+install(EXPORT QuenvarQ750Targets NAMESPACE QuenvarQ750:: DESTINATION ${q750_package_folder} COMPONENT development)
+
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/QuenvarQ750Config.cmake.in
+  ${PROJECT_BINARY_DIR}/QuenvarQ750Config.cmake
+  INSTALL_DESTINATION ${q750_package_folder} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/QuenvarQ750ConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/QuenvarQ750Config.cmake ${PROJECT_BINARY_DIR}/QuenvarQ750ConfigVersion.cmake
+  DESTINATION ${q750_package_folder} COMPONENT development)
+
+# Everything in the pkg-config file is relative to the file itself, so that an installed tree can be moved.
+file(RELATIVE_PATH q750_prefix_from_pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" q750_prefix_from_pkgconfig "${q750_prefix_from_pkgconfig}")
+file(RELATIVE_PATH q750_libdir_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
+file(RELATIVE_PATH q750_includedir_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+configure_file(${PROJECT_SOURCE_DIR}/cmake/quenvar-q750.pc.in ${PROJECT_BINARY_DIR}/quenvar-q750.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/quenvar-q750.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)
+
+install(TARGETS q750 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/q750.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
