@@ -25,9 +25,14 @@ extern "C" {
  * Parameters of the functions that ignore whatever the host passes: "..." where the language takes it without
  * a named parameter before it (C++, C23), nothing, which leaves them open, in C99 to C17. Such a function
  * reads no argument, and the caller removes what it passed (as on i386, x86-64, ARM and PowerPC), so that a
- * call through either form is the same call.
+ * call through either form is the same call. Compilers before GCC 14 and Clang 18 name no C23, but a draft of
+ * it; of these GCC 13 and Clang 16 take "..." alone.
  */
-#if defined(__cplusplus) || (defined(__STDC_VERSION__) && __STDC_VERSION__ >= 202311L)
+#if defined(__cplusplus)
+#define Q750_ANY_ARGUMENTS ...
+#elif __STDC_VERSION__ >= 202311L
+#define Q750_ANY_ARGUMENTS ...
+#elif __STDC_VERSION__ > 201710L && ((defined(__clang_major__) && __clang_major__ >= 16) || __GNUC__ >= 13)
 #define Q750_ANY_ARGUMENTS ...
 #else
 #define Q750_ANY_ARGUMENTS
