@@ -5,42 +5,45 @@
 
 #include "Data.h"
 
-// Turns the picture as the device sends it (a file of the PPM family, its header in fixed lines) into a bare
-// raster for the host, and leaves a TIFF of it in a fixed file. Not a general PPM reader: text and binary
-// formats are taken alike, nothing is validated. What the data lacks reads as zero. One thread at a time;
-// nothing throws.
-//
-// A format is the digit after "P" in the file's first line: 1 and 4 are 1-bit, 2 and 5 grey, 3 and 6 RGB. All
-// others are empty: no samples, no bits, no colour space, no raster.
+/// @file
+/// Turns the picture as the device sends it (a file of the PPM family, its header in fixed lines) into a bare
+/// raster for the host, and leaves a TIFF (TIFF 6.0, uncompressed) of it in the file
+/// "/tmp/scan.tiff". Not a general PPM reader: text and binary
+/// formats are taken alike, nothing is validated. What the data lacks reads as zero. One thread at a time;
+/// nothing throws.
+///
+/// A format is the digit after "P" in the file's first line: 1 and 4 are 1-bit, 2 and 5 grey, 3 and 6 RGB.
+/// All others are empty: no samples, no bits, no colour space, no raster.
 
-// The raster inside the PPM data, up to the end of the data: longer or shorter than width and height say.
-// Valid as long as the data that it points into.
+/// The raster inside the PPM data, up to the end of the data: longer or shorter than width and height say.
+/// Valid as long as the data that it points into.
 using RasterView = std::span<const std::uint8_t>;
 
-// Samples per pixel: 1 or 3, or 0 for an empty format.
+/// Samples per pixel: 1 or 3, or 0 for an empty format.
 int sppFromFormat(int format);
-// Bits per sample: 1 or 8, or 0 for an empty format.
+/// Bits per sample: 1 or 8, or 0 for an empty format.
 int bpsFromFormat(int format);
-// One of the names in Bitmap.h. Null for an empty format, and where the system version cannot be read.
+/// "NSDeviceRGBColorSpace", "NSDeviceWhiteColorSpace" (0 is black) or "NSDeviceBlackColorSpace" (0 is white).
+/// Null for an empty format, and where the system version cannot be read.
 const char* colorSpaceNameFromFormat(int format);
 
-// Reads the header and logs the whole buffer and what was found in it. `data` may be null: no bytes. A
-// missing line feed means the end of the data. A number that is missing leaves its target unchanged; one that
-// is out of the range of an int saturates; a negative one is stored modulo 2^32.
+/// Reads the header and logs the whole buffer and what was found in it. `data` may be null: no bytes. A
+/// missing line feed means the end of the data. A number that is missing leaves its target unchanged; one
+/// that is out of the range of an int saturates; a negative one is stored modulo 2^32.
 void parsePPM(platform::Data* data, std::uint32_t* width, std::uint32_t* height, RasterView* raster,
               int* format, int* maxValue);
 
-// Writes the TIFF, whose failure is not reported, and puts a copy of the raster into a block of its own. An
-// earlier block under *rasterCopy, which must not hold `raster`, is freed first. The block is the caller's,
-// to be freed with free(): width x height x samples bytes long, computed modulo 2^32, zero where `raster` has
-// nothing; never null, even if empty. Returns 0, or -108 if the block cannot be had; *rasterCopy is then null
-// and *rasterLength unchanged.
+/// Writes the TIFF, whose failure is not reported, and puts a copy of the raster into a block of its own. An
+/// earlier block under *rasterCopy, which must not hold `raster`, is freed first. The block is the caller's,
+/// to be freed with free(): width x height x samples bytes long, computed modulo 2^32, zero where `raster`
+/// has nothing; never null, even if empty. Returns 0, or -108 if the block cannot be had; *rasterCopy is then
+/// null and *rasterLength unchanged.
 int createTIFF(std::uint32_t width, std::uint32_t height, RasterView raster, int format, int maxValue,
                unsigned char** rasterCopy, std::uint32_t* rasterLength);
 
-// The whole conversion: parsePPM(), then createTIFF(). `data` may be null; *rasterCopy as for createTIFF();
-// *samplesPerPixel is 0 for an empty format. The two resolutions are ignored. Returns 0, or 1 if the block
-// cannot be had or an address is null (then nothing is done at all).
+/// The whole conversion: parsePPM(), then createTIFF(). `data` may be null; *rasterCopy as for createTIFF();
+/// *samplesPerPixel is 0 for an empty format. The two resolutions are ignored. Returns 0, or 1 if the block
+/// cannot be had or an address is null (then nothing is done at all).
 extern "C" std::int32_t ConvertPPMToTIFF(platform::Data* data, unsigned char** rasterCopy,
                                          std::uint32_t* rasterLength, std::uint32_t xResolution,
                                          std::uint32_t yResolution, std::uint32_t* width,

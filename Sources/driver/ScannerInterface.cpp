@@ -32,10 +32,6 @@ intptr_t EnableScanner() {
   return reinterpret_cast<intptr_t>(driver);
 }
 
-intptr_t EnableScannerEx(...) {
-  return EnableScanner();
-}
-
 int32_t DisableScanner(intptr_t handle) {
   return handle == 0 ? nullHandle : driverOf(handle).abortScan();
 }
@@ -83,28 +79,6 @@ int32_t ReadImage(intptr_t handle, unsigned char* buffer, uint32_t size, uint32_
   if (delivered != nullptr) *delivered = deliveredNow;
   totalBytesRead += deliveredNow;
   return result;
-}
-
-int32_t GetHotKey(...) {
-  return 1;
-}
-int32_t GetADFStatus(...) {
-  return 1;
-}
-int32_t DeviceParameterSet(...) {
-  return 1;
-}
-int32_t DeviceParameterGet(...) {
-  return 1;
-}
-int32_t ScanVersion(...) {
-  return 1;
-}
-int32_t ImageFilterSetup(...) {
-  return 1;
-}
-int32_t GetDevicePropteries(...) {
-  return 0;
 }
 
 int32_t SetIdleCallback(void* callback) {

@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * The functions through which a host application drives one Quenvar Q750. Plain C (C99 and later) and C++.
  * They translate arguments and hold no device logic: that is CScannerDriver.
  *
@@ -21,56 +22,70 @@ extern "C" {
 #include <stdint.h>
 #endif
 
-/*
+/**
+ * @def Q750_ANY_ARGUMENTS
  * Parameters of the functions that ignore whatever the host passes: "..." where the language takes it without
  * a named parameter before it (C++, C23), nothing, which leaves them open, in C99 to C17. Such a function
  * reads no argument, and the caller removes what it passed (as on i386, x86-64, ARM and PowerPC), so that a
- * call through either form is the same call.
+ * call through either form is the same call. Compilers before GCC 14 and Clang 18 name no C23, but a draft of
+ * it; of these GCC 13 and Clang 16 take "..." alone.
  */
-#if defined(__cplusplus) || (defined(__STDC_VERSION__) && __STDC_VERSION__ >= 202311L)
+#if defined(__cplusplus)
+#define Q750_ANY_ARGUMENTS ...
+#elif __STDC_VERSION__ >= 202311L
+#define Q750_ANY_ARGUMENTS ...
+#elif __STDC_VERSION__ > 201710L && ((defined(__clang_major__) && __clang_major__ >= 16) || __GNUC__ >= 13)
 #define Q750_ANY_ARGUMENTS ...
 #else
 #define Q750_ANY_ARGUMENTS
 #endif
 
-/*
+/**
  * Image bytes that ReadImage has reported as delivered since the last EnableScanner, EnableScannerEx or
  * StartScan; the offset of the next ReadImage. Wraps at 32 bits. One for all handles.
  */
 extern uint32_t totalBytesRead;
 
-/*
+/**
  * Makes a driver, opens the first USB interface that can be opened, and sets totalBytesRead to 0. Returns the
  * handle, never 0. A device that could not be opened shows only in later calls.
  */
 intptr_t EnableScanner(void);
+/** The same as EnableScanner(). Any arguments are ignored. */
 intptr_t EnableScannerEx(Q750_ANY_ARGUMENTS);
 
-/* Closes the device and releases image and buffers. Returns 1, or -1 for handle 0. */
+/** Closes the device and releases image and buffers. Returns 1, or -1 for handle 0. */
 int32_t DisableScanner(intptr_t handle);
 
-/* Does nothing: a running scan is not stopped. Returns 0, or -1 for handle 0. */
+/** Does nothing: a running scan is not stopped. Returns 0, or -1 for handle 0. */
 int32_t AbortScan(intptr_t handle);
 
-/*
- * Set resolution (dots per inch), colour mode (2 is grey with 1 byte per pixel, all else colour with 3) and
- * area of the next scan; edges in inches, or in 1/1200 inch for the two others, which are the same. Values
- * out of range saturate. The handle is not checked and must not be 0. Return 1.
+/**
+ * Sets resolution (dots per inch), colour mode (2 is grey with 1 byte per pixel, all else colour with 3) and
+ * area of the next scan, with edges in inches from the left and the top. Each edge is cut down to a multiple
+ * of 1/1200 inch; the rest is as in SetScanParameterEx(). The handle is not checked and must not be 0.
+ * Returns 1.
  */
 int32_t SetScanParameter(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
                          double left, double top, double right, double bottom);
+/**
+ * The same with edges in 1/1200 inch. The left and the top edge, the width and the height are converted to
+ * pixels at the resolution of their direction and cut down to whole ones, each on its own. What is out of
+ * range saturates at 32 bits; a right edge left of the left one makes a huge width.
+ */
 int32_t SetScanParameterEx(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
                            uint32_t left, uint32_t top, uint32_t right, uint32_t bottom);
+/** The same as SetScanParameterEx(). */
 int32_t SetScanParameter2006(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
                              uint32_t left, uint32_t top, uint32_t right, uint32_t bottom);
 
-/*
- * Stores width and height of the area in pixels and prints them on standard output. The handle is not checked
- * and must not be 0. Returns 1.
+/**
+ * Stores width and height of the area in pixels, as set and not as received, and prints them on standard
+ * output. A null pointer is passed over. The handle is not checked and must not be 0. Returns 1.
  */
 int32_t GetScanParameter(intptr_t handle, unsigned long* width, unsigned long* height);
 
-/*
+/**
  * Sets totalBytesRead to 0 and scans: returns when the image is in memory or the job has failed. Returns 0
  * for success, 1 where the image could not be converted or kept in memory, 0xE00002C0 (as a negative number)
  * where the device is not there or vanished, -1 for handle 0. Blocks for as long as the device sends nothing
@@ -78,31 +93,41 @@ int32_t GetScanParameter(intptr_t handle, unsigned long* width, unsigned long* h
  */
 int32_t StartScan(intptr_t handle);
 
-/*
+/**
  * Copies whole rows, as many as fit into `size` bytes, to `buffer`, stores what counts as delivered in
- * *delivered and adds it to totalBytesRead. Where no row could be copied, one row's worth is reported
- * although nothing was written: there is no end-of-image result. Returns 0, or -1 for handle 0, *delivered
- * then being untouched.
+ * *delivered and adds it to totalBytesRead. A row is as wide as the area, with the bytes per pixel of the
+ * picture that came, and nothing between one row and the next. Rows come with a lead: of a picture as wide as
+ * the area, the first row delivered is its second, and the last is zeros. Where no row could be copied, one
+ * row's worth is reported although nothing was written: there is no end-of-image result. Returns 0, or -1 for
+ * handle 0, *delivered then being untouched.
  */
 int32_t ReadImage(intptr_t handle, unsigned char* buffer, uint32_t size, uint32_t* delivered);
 
-/* Fixed results: 1 for the first six, 0 for GetDevicePropteries. */
+/**
+ * @name Fixed results
+ * They look at neither the device nor their arguments.
+ * @{
+ */
+/** Returns 1. */
 int32_t GetHotKey(Q750_ANY_ARGUMENTS);
 int32_t GetADFStatus(Q750_ANY_ARGUMENTS);
 int32_t DeviceParameterSet(Q750_ANY_ARGUMENTS);
 int32_t DeviceParameterGet(Q750_ANY_ARGUMENTS);
 int32_t ScanVersion(Q750_ANY_ARGUMENTS);
 int32_t ImageFilterSetup(Q750_ANY_ARGUMENTS);
+/** Returns 0. */
 int32_t GetDevicePropteries(Q750_ANY_ARGUMENTS);
+/** @} */
 
-/* The callback is neither stored nor called. Returns 1, or 0 for a null pointer. */
+/** The callback is neither stored nor called. Returns 1, or 0 for a null pointer. */
 int32_t SetIdleCallback(void* callback);
 
-/* Neither examines nor stops anything. Return 1, or 0 for handle 0. */
+/** Examines nothing. Returns 1, or 0 for handle 0. */
 int32_t IsUSBConnectionValid(intptr_t handle);
+/** Stops nothing. Returns 1, or 0 for handle 0. */
 int32_t ForceQuit(intptr_t handle);
 
-/* Does nothing. Returns 0, or -1 for handle 0. */
+/** Does nothing. Returns 0, or -1 for handle 0. */
 int32_t EndNetworkScan(intptr_t handle);
 
 #ifdef __cplusplus

@@ -4,21 +4,22 @@
 
 #include "Element.h"
 
-// Stands in for another element, which it does not own and which must outlive it. Forwards everything except
-// attachment (added, removed), binary values, clone and accept, which are the alias's own; so its full name
-// is the target's, and a visitor skips it.
+/// Stands in for another element, which it does not own and which must outlive it. Forwards everything except
+/// attachment (added, removed), binary values, clone and accept, which are the alias's own; so its full name
+/// is the target's, and a visitor skips it.
 class AliasElem : public Element {
  public:
   using Element::addChild;
   using Element::iterator;
   using Element::setChild;
 
+  /// The target must not be null.
   explicit AliasElem(Element* target);
 
   Element* eval(Element* context, ListElem* args) override;
   Element* getChildRaw(const std::string& childName) override;
   Element* getChildRaw(unsigned int index) override;
-  // Always the target's chained iterator, whatever the flag.
+  /// Always the target's chained iterator, whatever the flag.
   ElementIterator* iterator(bool chain) override;
   Element* addChild(const std::string& childName, Element* child) override;
   Element* addChild(unsigned int index, Element* child) override;
@@ -32,7 +33,7 @@ class AliasElem : public Element {
   int intValue() override;
   bool booleanValue() override;
   void* objectValue() override;
-  // ": " and the target's full name.
+  /// ": " and the target's full name.
   std::string toString() override;
   std::string getName() override;
   Element* getParent() override;

@@ -5,22 +5,27 @@
 
 #include "DataElem.h"
 
-// True or false, held as the word 1 or 0.
+/// True or false, held as the word 1 or 0.
 class BooleanElem : public DataElem {
  public:
+  /// "BooleanElem", for instanceOf().
   static const std::string _type;
 
   using DataElem::clone;
 
+  /// Of the value itself.
   explicit BooleanElem(bool value);
-  // True for "true", "yes" and "y" in any case, false for any other text.
+  /// True for "true", "yes" and "y" in any case, false for any other text.
   explicit BooleanElem(std::string text);
-  // Without this overload a literal would choose `bool` and always be true.
+  /// Without this overload a literal would choose `bool` and always be true.
   explicit BooleanElem(const char* text);
 
+  /// "true" or "false".
   std::string stringValue() override;
+  /// 1 or 0.
   int intValue() override;
   bool booleanValue() override;
+  /// ": " and the text.
   std::string toString() override;
   Element* clone() override;
   Element* externalize(Element* context) override;

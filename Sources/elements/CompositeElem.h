@@ -5,15 +5,16 @@
 
 #include "MapElem.h"
 
-// A map with an enclosure, another element in which names are looked up that the map itself does not hold: an
-// object and its class. Assignments to a member x go through the setter "_set_x", if one is found, which may
-// refuse them. Counting, removal and deletion see the own entries only; the enclosure is neither owned nor
-// copied. A chain of enclosures must not lead back to its beginning.
+/// A map with an enclosure, another element in which names are looked up that the map itself does not hold:
+/// an object and its class. Assignments to a member x go through the setter "_set_x", if one is found, which
+/// may refuse them. Counting, removal and deletion see the own entries only; the enclosure is neither owned
+/// nor copied. A chain of enclosures must not lead back to its beginning.
 class CompositeElem : public MapElem {
  public:
-  // Walks the own entries, then the children of the enclosure. hasNext is what moves on into the enclosure.
+  /// Walks the own entries, then the children of the enclosure. hasNext is what moves on into the enclosure.
   class ElementIteratorImpl final : public ElementIterator {
    public:
+    /// Before the first own entry. The owner and its enclosure must outlive the walk.
     explicit ElementIteratorImpl(CompositeElem* owner);
     bool hasNext() override;
     Element* next() override;
@@ -28,6 +29,7 @@ class CompositeElem : public MapElem {
     Element* enclosure;
   };
 
+  /// "CompositeElem", for instanceOf().
   static const std::string _type;
 
   using MapElem::addChild;
@@ -36,22 +38,27 @@ class CompositeElem : public MapElem {
   using MapElem::iterator;
   using MapElem::setChild;
 
-  // The enclosure may be null.
+  /// An empty composite. The enclosure may be null.
   explicit CompositeElem(Element* enclosure);
 
-  // Returns the previous enclosure, which may be null.
+  /// Returns the previous enclosure, which may be null.
   Element* setEnclosure(Element* newEnclosure);
+  /// Null where there is none.
   Element* getEnclosure();
 
+  /// The own entry, else what the enclosure finds; NoSuchElementException with the last failure's message.
   Element* getChildRaw(const std::string& childName) override;
-  // With `chain` the enclosure's children follow: a name held at several levels comes once for each.
+  /// With `chain` the enclosure's children follow: a name held at several levels comes once for each.
   ElementIterator* iterator(bool chain) override;
-  // Like the map's, unless a setter refuses: then nothing is stored, null comes back and the child stays the
-  // caller's.
+  /// @{
+  /// Like the map's, unless a setter refuses: then nothing is stored, null comes back and the child stays the
+  /// caller's. What the setter throws comes out.
   Element* addChild(const std::string& childName, Element* child) override;
   Element* setChild(std::string childName, Element* child) override;
+  /// @}
+  /// Two blanks and the full name of the enclosure, or nothing, between "<" and ">".
   std::string toString() override;
-  // The copy shares the enclosure. The children are copied through addChild, setters included.
+  /// The copy shares the enclosure. The children are copied through addChild, setters included.
   Element* clone() override;
   Element* clone(Element* target) override;
   void accept(ElementVisitor* visitor) override;

@@ -4,23 +4,30 @@
 
 #include "DataElem.h"
 
-// A double. Its text carries single precision only; its int is truncated and saturates (NaN gives INT_MIN).
+/// A double. Its text carries single precision only; its int is truncated and saturates (NaN gives INT_MIN).
 class DoubleElem : public DataElem {
  public:
+  /// "DoubleElem", for instanceOf().
   static const std::string _type;
 
   using DataElem::clone;
 
+  /// Any value, NaN and the infinities included.
   explicit DoubleElem(double value);
 
+  /// What fToString() makes of the value in single precision; beyond its range, of the largest finite float.
   std::string stringValue() override;
+  /// Truncated toward zero, saturating at both ends.
   int intValue() override;
+  /// False for 0 alone; NaN is true.
   bool booleanValue() override;
+  /// ": " and the text.
   std::string toString() override;
   Element* clone() override;
   Element* externalize(Element* context) override;
   void accept(ElementVisitor* visitor) override;
   bool instanceOf(std::string typeName) override;
+  /// The value in full precision.
   double doubleValue();
 
  private:

@@ -6,94 +6,149 @@ class ElementIterator;
 class ElementVisitor;
 class ListElem;
 
-// A node of the trees that messages, parameter sets and stored objects are made of: a name, a link to the
-// container that holds it, and one interface for leaves (TerminalElem), containers (NonterminalElem) and
-// stand-ins (AliasElem). Not copyable; clone() and externalize() make copies where a class has them.
-//
-// One thread at a time, no locks. A container owns the children it holds; a detached element belongs to
-// whoever has the pointer. Deleting a child that is still held leaves its container with a dangling pointer:
-// remove it first. Failures are exceptions of Exceptions.h, thrown by value. Children and arguments are never
-// null unless said.
+/// A node of the trees that messages, parameter sets and stored objects are made of: a name, a link to the
+/// container that holds it, and one interface for leaves (TerminalElem), containers (NonterminalElem) and
+/// stand-ins (AliasElem). Not copyable; clone() and externalize() make copies where a class has them.
+///
+/// One thread at a time, no locks. A container owns the children it holds; a detached element belongs to
+/// whoever has the pointer. Deleting a child that is still held leaves its container with a dangling pointer:
+/// remove it first. Failures are exceptions of Exceptions.h, thrown by value. Children and arguments are
+/// never null unless said.
 class Element {
  public:
+  /// The name of the class, "Element": what instanceOf() compares with. Set by static initialisation.
   static const std::string _type;
 
   Element(const Element&) = delete;
   Element& operator=(const Element&) = delete;
 
   // The order of the virtual operations is fixed; every class keeps it.
+
+  /// Leaves the container that holds the element, if any, with a dangling pointer.
   virtual ~Element();
-  // The element that stands for this one in `context`: itself, unless a class says otherwise. `args` may be
-  // null.
+
+  /// The element that stands for this one in `context`: itself, unless a class says otherwise. `args` may be
+  /// null.
   virtual Element* eval(Element* context, ListElem* args);
-  // The child as it is held, not evaluated; still the container's. Throws NoSuchElementException.
+
+  /// @{
+  /// The child as it is held, not evaluated; still the container's. Throws NoSuchElementException.
   virtual Element* getChildRaw(const std::string& name) = 0;
   virtual Element* getChildRaw(unsigned int index) = 0;
-  // A new iterator, which the caller deletes. `chain` asks a CompositeElem to go on into its enclosure.
+  /// @}
+
+  /// A new iterator, which the caller deletes. `chain` asks a CompositeElem to go on into its enclosure.
   virtual ElementIterator* iterator(bool chain) = 0;
-  // Takes the child over. Returns what the class says, null where it says nothing.
+
+  /// @{
+  /// Takes the child over. Returns what the class says, null where it says nothing. Throws
+  /// ObjectStoreException("Element already added") for a child that has a parent.
   virtual Element* addChild(const std::string& name, Element* child) = 0;
   virtual Element* addChild(unsigned int index, Element* child) = 0;
-  // Takes the child over and returns the one that it replaces, which is the caller's from then on.
+  /// @}
+
+  /// @{
+  /// Takes the child over and returns the one that it replaces, which is the caller's from then on.
   virtual Element* setChild(std::string name, Element* child) = 0;
   virtual Element* setChild(unsigned int index, Element* child) = 0;
-  // Detaches the child and returns it; it is the caller's from then on.
+  /// @}
+
+  /// @{
+  /// Detaches the child and returns it; it is the caller's from then on. Throws NoSuchElementException.
   virtual Element* removeChild(const std::string& name) = 0;
   virtual Element* removeChild(unsigned int index) = 0;
-  // Detaches all children without deleting them: the caller must hold them elsewhere.
+  /// @}
+
+  /// Detaches all children without deleting them: the caller must hold them elsewhere.
   virtual void removeChildren() = 0;
+  /// How many children the element itself holds.
   virtual unsigned int getNumChildren() = 0;
+
+  /// @{
+  /// The scalar value in this form. Throws NotSupportedException where a class has none and
+  /// ValueConversionException where the value cannot be read in this form.
   virtual std::string stringValue() = 0;
   virtual int intValue() = 0;
   virtual bool booleanValue() = 0;
-  // These three throw NotSupportedException unless a class has such a value.
+  /// @}
+
+  /// @{
+  /// An object, the bytes, and how many bytes there are. Throw NotSupportedException unless a class has such
+  /// a value; what they point to stays the element's.
   virtual void* objectValue();
   virtual unsigned char* binaryValue();
   virtual unsigned int binaryLength();
-  // The description that the tree dump prints after the name; empty unless a class has one.
+  /// @}
+
+  /// The description that the tree dump prints after the name; empty unless a class has one.
   virtual std::string toString();
-  // Called by the container that takes the element in. Throws ObjectStoreException("Element already added")
-  // and changes nothing when the element has a parent.
+
+  /// Called by the container that takes the element in. Throws ObjectStoreException("Element already added")
+  /// and changes nothing when the element has a parent.
   virtual void added(std::string name, Element* parent);
-  // Called by the container that lets the element go. Ignored when `parent` is not the element's parent.
+  /// Called by the container that lets the element go. Ignored when `parent` is not the element's parent.
   virtual void removed(Element* parent);
+
+  /// The name under which the container holds the element; empty while it is detached.
   virtual std::string getName();
+  /// The container that holds the element, or null while it is detached.
   virtual Element* getParent();
-  // A detached copy, owned by the caller; classes that have none return the element itself.
+
+  /// A detached copy, owned by the caller; classes that have none return the element itself.
   virtual Element* clone();
-  // Makes `target` the detached copy of this element and returns it.
+  /// Makes `target` the detached copy of this element and returns it.
   virtual Element* clone(Element* target);
-  // A detached and fully evaluated copy, owned by the caller.
+  /// A detached and fully evaluated copy, owned by the caller.
   virtual Element* externalize(Element* context) = 0;
-  // Calls the visitor's operation for the concrete class; nothing for a class that has none.
+
+  /// Calls the visitor's operation for the concrete class; nothing for a class that has none.
   virtual void accept(ElementVisitor* visitor);
-  // Whether typeName is the `_type` of this class or of one of its bases.
+  /// Whether typeName is the #_type of this class or of one of its bases.
   virtual bool instanceOf(std::string typeName);
 
-  // The child evaluated with this element as context. `args` may be null.
+  /// @{
+  /// The child evaluated with this element as context. `args` may be null, as where it is left out. Throws
+  /// NoSuchElementException, and what the evaluation throws.
   Element* getChild(const std::string& name);
   Element* getChild(unsigned int index);
   Element* getChild(const std::string& name, ListElem* args);
   Element* getChild(unsigned int index, ListElem* args);
-  // iterator(true).
+  /// @}
+
+  /// iterator(true).
   ElementIterator* iterator();
+
+  /// addChild(name, child).
   Element* addChild(Element* child, std::string name);
+  /// addChild(index, child).
   Element* addChild(Element* child, unsigned int index);
+  /// setChild(name, child).
   Element* setChild(Element* child, std::string name);
+  /// setChild(index, child).
   Element* setChild(Element* child, unsigned int index);
-  // False only for NoSuchElementException; any other exception of the lookup comes out.
+
+  /// @{
+  /// Whether getChildRaw() finds the child. False only for NoSuchElementException; any other exception of the
+  /// lookup comes out.
   bool hasChild(unsigned int index);
   bool hasChild(const std::string& name);
-  // The names of all ancestors and of the element, joined by "."; a detached element gives its own name.
+  /// @}
+
+  /// The names of all ancestors and of the element, joined by "."; a detached element gives its own name.
   std::string getFullName();
-  // Overwrites the name alone; the container does not learn of it.
+  /// Overwrites the name alone; the container does not learn of it.
   void changeName(std::string newName);
-  // Dumps the tree to standard output, at most 26 levels. Ends with NotSupportedException at the first leaf
-  // that it meets above that limit, after the leaf's own line.
+
+  /// @{
+  /// Dumps the tree to standard output, at most 26 levels (or `levels` and one more), each three blanks
+  /// further in. Ends with NotSupportedException at the first leaf that it meets above that limit, after the
+  /// leaf's own line. The longer form dumps `element`, under `name`, not the element that it is called on.
   void print(std::string title);
   void print(std::string indent, std::string name, Element* element, int levels);
+  /// @}
 
  protected:
+  /// Detached, without a name.
   Element() = default;
 
  private:

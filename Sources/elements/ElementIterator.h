@@ -9,29 +9,35 @@
 class Element;
 class ListElem;
 
-// Walks the children of one element. Allocated with `new` by Element::iterator; whoever asked for it deletes
-// it, through this interface, best by holding it in a std::unique_ptr (a bare delete draws
-// -Wdelete-non-virtual-dtor, which does not see the operator below). Changing the container during the walk
-// is not supported. Every operation but hasNext throws NoSuchElementException past the end.
-//
-// There is no virtual destructor: the virtual table holds the five operations and nothing else. The
-// destroying operator delete makes deletion through the interface well defined all the same. It runs no
-// destructor, except that it releases what a chained iterator of this library owns: other implementations
-// must own nothing.
+/// Walks the children of one element. Allocated with `new` by Element::iterator; whoever asked for it deletes
+/// it, through this interface, best by holding it in a std::unique_ptr (a bare delete draws
+/// -Wdelete-non-virtual-dtor, which does not see the operator below). Changing the container during the walk
+/// is not supported. Every operation but hasNext throws NoSuchElementException past the end.
+///
+/// There is no virtual destructor: the virtual table holds the five operations and nothing else. The
+/// destroying operator delete makes deletion through the interface well defined all the same. It runs no
+/// destructor, except that it releases what a chained iterator of this library owns: other implementations
+/// must own nothing.
 class ElementIterator {
  public:
+  /// Whether another child remains. A chained walk moves on into the enclosure here.
   virtual bool hasNext() = 0;
-  // The next child as it is held, not evaluated; then advances.
+  /// The next child as it is held, not evaluated; then advances.
   virtual Element* next() = 0;
-  // The next child evaluated with these arguments; then advances.
+  /// The next child evaluated with these arguments; then advances.
   virtual Element* next(ListElem* args) = 0;
-  // Name and position of the child that next() would give, without advancing.
+
+  /// @{
+  /// Name and position of the child that next() would give, without advancing.
   virtual std::string nextName() = 0;
   virtual unsigned int nextIndex() = 0;
+  /// @}
 
+  /// From the library's allocator, whichever unit asks.
   static void* operator new(std::size_t size);
+  /// Ends any iterator through this interface.
   static void operator delete(ElementIterator* iterator, std::destroying_delete_t);
-  // Only for a constructor that throws.
+  /// Only for a constructor that throws.
   static void operator delete(void* memory);
 
   ElementIterator(const ElementIterator&) = delete;
@@ -41,6 +47,7 @@ class ElementIterator {
   ElementIterator() = default;
 };
 
+/// @cond
 // Releases without a delete-expression, so that no compiler warns at each use of
 // std::unique_ptr<ElementIterator>.
 template <>
@@ -53,3 +60,4 @@ struct std::default_delete<ElementIterator> {
     ElementIterator::operator delete(iterator, std::destroying_delete);
   }
 };
+/// @endcond

@@ -12,13 +12,16 @@ class ObjectStoreException;
 class PersistentElem;
 class StringElem;
 
-// Receives an element as its concrete class (double dispatch through Element::accept). Borrows what it is
-// given. Aliases, operations and lazily evaluated elements dispatch to nothing. No virtual destructor of its
-// own: a visitor that is deleted through a base adds one after these operations.
+/// Receives an element as its concrete class (double dispatch through Element::accept). Borrows what it is
+/// given. Aliases, operations and lazily evaluated elements dispatch to nothing. No virtual destructor of its
+/// own: a visitor that is deleted through a base adds one after these operations.
 class ElementVisitor {
  public:
-  // Reserved: the class is declared only, and no element dispatches here.
+  /// Reserved: the class is declared only, and no element dispatches here.
   virtual void visitorAtPersistentElem(PersistentElem* element) = 0;
+
+  /// @{
+  /// Called by accept() of an object of this very class. The object stays whose it was and is not kept.
   virtual void visitorAtCompositeElem(CompositeElem* element) = 0;
   virtual void visitorAtMapElem(MapElem* element) = 0;
   virtual void visitorAtListElem(ListElem* element) = 0;
@@ -29,6 +32,7 @@ class ElementVisitor {
   virtual void visitorAtBinaryElem(BinaryElem* element) = 0;
   virtual void visitorAtNullElem(NullElem* element) = 0;
   virtual void visitorAtObjectStoreException(ObjectStoreException* exception) = 0;
+  /// @}
 
  protected:
   ~ElementVisitor() = default;

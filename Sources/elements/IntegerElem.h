@@ -5,18 +5,23 @@
 
 #include "DataElem.h"
 
-// A signed 32-bit integer.
+/// A signed 32-bit integer.
 class IntegerElem : public DataElem {
  public:
+  /// "IntegerElem", for instanceOf().
   static const std::string _type;
 
   using DataElem::clone;
 
+  /// Any value of the type.
   explicit IntegerElem(int value);
 
+  /// Decimal.
   std::string stringValue() override;
   int intValue() override;
+  /// False for 0 alone.
   bool booleanValue() override;
+  /// ": " and the text.
   std::string toString() override;
   Element* clone() override;
   Element* externalize(Element* context) override;

@@ -2,13 +2,15 @@
 
 #include "OperationElem.h"
 
-// An operation whose value is computed when the tree is externalized. A derived class sets `function`.
+/// An operation whose value is computed when the tree is externalized. A derived class sets `function`.
 class LazyEvalElem : public OperationElem {
  public:
+  /// @{
+  /// Without a function, which a derived class sets. The list is ignored.
   LazyEvalElem() = default;
-  // The list is ignored.
   explicit LazyEvalElem(ListElem* args);
+  /// @}
 
-  // What the function gives for `context`, externalized in the same context.
+  /// What the function gives for `context`, externalized in the same context.
   Element* externalize(Element* context) override;
 };

@@ -4,10 +4,11 @@
 
 #include "Element.h"
 
-// A container: refuses the scalar values with NotSupportedException, whose message names the value and the
-// element. How children are held is the concrete class's.
+/// A container: refuses the scalar values with NotSupportedException, whose message names the value and the
+/// element. How children are held is the concrete class's.
 class NonterminalElem : public Element {
  public:
+  /// "NonterminalElem", for instanceOf().
   static const std::string _type;
 
   using Element::clone;

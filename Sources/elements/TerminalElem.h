@@ -4,10 +4,11 @@
 
 #include "Element.h"
 
-// A leaf: refuses every child operation with NotSupportedException, whose message names the operation, its
-// arguments and the element. A refused child is neither taken nor deleted.
+/// A leaf: refuses every child operation with NotSupportedException, whose message names the operation, its
+/// arguments and the element. A refused child is neither taken nor deleted.
 class TerminalElem : public Element {
  public:
+  /// "TerminalElem", for instanceOf().
   static const std::string _type;
 
   using Element::addChild;
@@ -16,7 +17,7 @@ class TerminalElem : public Element {
 
   Element* getChildRaw(const std::string& childName) override;
   Element* getChildRaw(unsigned int index) override;
-  // The message is the default one.
+  /// The message is the default one.
   ElementIterator* iterator(bool chain) override;
   Element* addChild(const std::string& childName, Element* child) override;
   Element* addChild(unsigned int index, Element* child) override;

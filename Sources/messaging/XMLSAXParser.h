@@ -5,43 +5,47 @@
 #include <map>
 #include <string>
 
+/// @file
+/// The reader of XML messages, and what it hands to expat.
+
 class Element;
 struct ElementData;
 struct XML_ParserStruct;
 
-// Reads one XML message into a MapElem that describes it. Each entry is a string, but for "result" and the
-// arguments, which are what the message holds:
-//
-// - method: the arguments under their names, "messageType" = "method", "systemRule" = its name, "requestID"
-// - response: "result" = the element inside, "messageType" = "response", "requestID"
-// - exception: "messageType" = "exception", "requestID"; the text of the fault is dropped
-//
-// Tags are known by their first two characters; unknown ones are told on standard output and dropped with
-// what they hold, as are composites and values in places where none belongs. Not a validating reader, and not
-// for documents that arrive in pieces. One parser for one message, one thread at a time.
-//
-// Entity expansion is bounded by expat's own protection, and by nothing else.
+/// Reads one XML message into a MapElem that describes it. Each entry is a string, but for "result" and the
+/// arguments, which are what the message holds:
+///
+/// - method: the arguments under their names, "messageType" = "method", "systemRule" = its name, "requestID"
+/// - response: "result" = the element inside, "messageType" = "response", "requestID"
+/// - exception: "messageType" = "exception", "requestID"; the text of the fault is dropped
+///
+/// Tags are known by their first two characters; unknown ones are told on standard output and dropped with
+/// what they hold, as are composites and values in places where none belongs. Not a validating reader, and
+/// not for documents that arrive in pieces. One parser for one message, one thread at a time.
+///
+/// Entity expansion is bounded by expat's own protection, and by nothing else.
 class XMLSAXParser {
  public:
+  /// Has no result yet.
   XMLSAXParser();
   XMLSAXParser(const XMLSAXParser&) = delete;
   XMLSAXParser& operator=(const XMLSAXParser&) = delete;
-  // Deletes what tags that never ended hold. The result stays: it is the caller's.
+  /// Deletes what tags that never ended hold. The result stays: it is the caller's.
   ~XMLSAXParser();
 
-  // Reads exactly `length` bytes, which are not changed. Returns 0 also for a message that is cut short,
-  // which leaves no result unless a message root ended before the cut. Returns -1 for malformed XML, for tags
-  // nested deeper than any message (1000) and for a negative length, after one line on standard error. Text
-  // that StringToi refuses in an "IntegerElem" ends the parse with its ValueConversionException, an
-  // allocation that fails with the standard exception.
+  /// Reads exactly `length` bytes, which are not changed. Returns 0 also for a message that is cut short,
+  /// which leaves no result unless a message root ended before the cut. Returns -1 for malformed XML, for
+  /// tags nested deeper than any message (1000) and for a negative length, after one line on standard error.
+  /// Text that StringToi refuses in an "IntegerElem" ends the parse with its ValueConversionException, an
+  /// allocation that fails with the standard exception.
   int parseMessage(char* text, int length);
-  // The map of the last message root that ended, or null. The caller deletes it, once.
+  /// The map of the last message root that ended, or null. The caller deletes it, once.
   Element* getResult();
 
-  // The type code of a tag name, 0 for an unknown one. Compares the first two characters only,
-  // case-sensitive.
+  /// The type code of a tag name, 0 for an unknown one. Compares the first two characters only,
+  /// case-sensitive.
   static int getElementType(const char* name);
-  // Copies name and value pairs, ended by a null, into the map; the last of equal names wins. Returns 0.
+  /// Copies name and value pairs, ended by a null, into the map; the last of equal names wins. Returns 0.
   static int addAttributes(std::map<std::string, std::string>& attributes, const char** pairs);
 
  private:
@@ -65,8 +69,10 @@ class XMLSAXParser {
   std::exception_ptr failure;
 };
 
-// What expat calls; `parser` is the XMLSAXParser. Nothing is thrown through expat: a failure stops the parse
-// and comes out of parseMessage. Called outside parseMessage they throw.
+/// @{
+/// What expat calls; `parser` is the XMLSAXParser. Nothing is thrown through expat: a failure stops the parse
+/// and comes out of parseMessage. Called outside parseMessage they throw.
 void SAXstartElement(void* parser, const char* name, const char** attributes);
 void SAXendElement(void* parser, const char* name);
 void SAXcharData(void* parser, const char* text, int length);
+/// @}

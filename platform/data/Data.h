@@ -3,78 +3,97 @@
 #include <cstddef>
 #include <cstdint>
 
+/// What the library takes from its surroundings, as far as hosts meet it.
 namespace platform {
 
-// A growable, reference-counted run of bytes: what the packet buffer, the image accumulator and the framed
-// messages are made of. Bytes are only ever appended, never changed or taken away, so a shorter length of the
-// same object is always a prefix of what it holds now. One thread at a time, for an object together with all
-// that share its bytes.
-//
-// The operations are virtual so that a host can use a buffer that the plug-in library hands it, and derive
-// one of its own: the library exports none of them by name, so the three static ones are not for hosts.
+/// A growable, reference-counted run of bytes: what the packet buffer, the image accumulator and the framed
+/// messages are made of. Bytes are only ever appended, never changed or taken away, so a shorter length of
+/// the same object is always a prefix of what it holds now. One thread at a time, for an object together with
+/// all that share its bytes.
+///
+/// The operations are virtual so that a host can use a buffer that the plug-in library hands it, and derive
+/// one of its own: the library exports none of them by name, so the three static ones are not for hosts.
 class Data {
  public:
-  // Each makes an object with one reference, which the caller gives back with release(). A failed allocation
-  // is std::bad_alloc, here and in append().
+  /// @{
+  /// Each makes an object with one reference, which the caller gives back with release(). A failed allocation
+  /// is std::bad_alloc, here and in append().
   static Data* create();
   static Data* withBytes(const void* bytes, std::size_t count);
-  // The bytes of `whole` from offset on (all gone if offset is past its end). Shares them with `whole`
-  // without copying, and lives on its own: appending to either leaves the other as it is. Shared bytes stay
-  // allocated until the last object that shares them ends.
+  /// @}
+
+  /// The bytes of `whole` from offset on (all gone if offset is past its end). Shares them with `whole`
+  /// without copying, and lives on its own: appending to either leaves the other as it is. Shared bytes stay
+  /// allocated until the last object that shares them ends.
   static Data* suffixOf(const Data& whole, std::size_t offset);
 
   Data(const Data&) = delete;
   Data& operator=(const Data&) = delete;
 
+  /// Adds a reference, to be given back with release().
   virtual void retain() = 0;
-  // The last release ends the object.
+  /// The last release ends the object.
   virtual void release() = 0;
 
-  // Valid until the last release() or the next append() or trim(), of this object or of one that shares its
-  // bytes. Not null-terminated; may be null when length() is 0.
+  /// Valid until the last release() or the next append() or trim(), of this object or of one that shares its
+  /// bytes. Not null-terminated; may be null when length() is 0.
   virtual const std::uint8_t* bytes() const = 0;
+  /// How many bytes there are.
   virtual std::size_t length() const = 0;
-  // The bytes appended may be the object's own.
+  /// The bytes appended may be the object's own.
   virtual void append(const void* bytes, std::size_t count) = 0;
 
-  // Gives back the room that is held ready for further appending. Changes no byte and never fails.
+  /// Gives back the room that is held ready for further appending. Changes no byte and never fails.
   virtual void trim() {}
 
  protected:
+  /// @{
+  /// For create() and its kin, and for release().
   Data() = default;
   virtual ~Data() = default;
+  /// @}
 
-  // Answers suffixOf(), with offset within the length. Null where the implementation cannot share its bytes:
-  // they are copied then.
+  /// Answers suffixOf(), with offset within the length. Null where the implementation cannot share its bytes:
+  /// they are copied then.
   virtual Data* suffix(std::size_t /*offset*/) const { return nullptr; }
 };
 
-// Holds one reference to a Data (or none) and gives it back when it goes.
+/// Holds one reference to a Data (or none) and gives it back when it goes.
 class DataRef {
  public:
+  /// Holds none.
   DataRef() = default;
-  // Takes over the caller's reference.
+  /// Takes over the caller's reference.
   explicit DataRef(Data* data) : data_(data) {}
+  /// @{
+  /// Leaves the other one with none; gives back what was held.
   DataRef(DataRef&& other) noexcept : data_(other.letGo()) {}
   DataRef& operator=(DataRef&& other) noexcept {
     if (this != &other) reset(other.letGo());
     return *this;
   }
+  /// @}
   DataRef(const DataRef&) = delete;
   DataRef& operator=(const DataRef&) = delete;
+  /// Gives the reference back.
   ~DataRef() { reset(); }
 
+  /// @{
+  /// The object, whose reference stays here; null, which must not be dereferenced, where none is held.
   Data* get() const { return data_; }
   Data* operator->() const { return data_; }
   Data& operator*() const { return *data_; }
+  /// @}
+  /// Whether one is held.
   explicit operator bool() const { return data_ != nullptr; }
 
-  // Hands the reference over to the caller.
+  /// Hands the reference over to the caller.
   Data* letGo() {
     Data* data = data_;
     data_ = nullptr;
     return data;
   }
+  /// Gives back what is held and takes over the caller's reference to `data`, which may be null.
   void reset(Data* data = nullptr) {
     if (data_ != nullptr) data_->release();
     data_ = data;

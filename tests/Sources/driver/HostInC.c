@@ -1,5 +1,7 @@
 #include "HostInC.h"
 
+#include <string.h>
+
 #include "ScannerInterface.h"
 
 void callStubsFromC(int32_t results[7]) {
@@ -15,4 +17,20 @@ void callStubsFromC(int32_t results[7]) {
 
 intptr_t enableFromC(void) {
   return EnableScannerEx("USB", 1, 2.5);
+}
+
+/* docs/behaviour.md quotes this. */
+uint32_t readPage(intptr_t scanner, unsigned char* page, uint32_t rowBytes, uint32_t rows) {
+  const size_t size = (size_t)rowBytes * rows;
+  const size_t band = (size_t)rowBytes * 64; /* at least one row, or nothing would ever come */
+  size_t got = 0;
+  memset(page, 0xFF, size); /* rows that never come stay white */
+  while (got < size) {
+    const uint32_t room = (uint32_t)(size - got < band ? size - got : band);
+    uint32_t delivered = 0;
+    if (ReadImage(scanner, page + got, room, &delivered) != 0) return 0;
+    if (delivered == 0 || delivered > room) return 0; /* another kind of picture than was asked for */
+    got += delivered;
+  }
+  return rows - 1; /* the lead: these are the rows from the second one on, and a last one without a picture */
 }

@@ -1,6 +1,7 @@
 #include <vector>
 
 #include "DriverFixture.h"
+#include "HostInC.h"
 #include "ScannerInterface.h"
 
 namespace {
@@ -31,7 +32,14 @@ class ReadingAnImage : public DriverFixture {
     return {buffer.begin(), buffer.end()};
   }
 
+  // What the loop of a host makes of a page, which has one byte more than the loop may write.
+  std::uint32_t readAsAHost(std::uint32_t rowBytes, std::uint32_t rows) {
+    page.assign(std::size_t{rowBytes} * rows + 1, untouched);
+    return readPage(reinterpret_cast<intptr_t>(driver.get()), page.data(), rowBytes, rows);
+  }
+
   std::uint32_t delivered = 0;
+  std::vector<unsigned char> page;
 };
 
 TEST_F(ReadingAnImage, HandsRowsOutFromOneCopyLengthPastTheCursor) {
@@ -184,6 +192,35 @@ TEST_F(ReadingAnImage, KeepsTheWholeRasterForThoseWhoLinkTheDriver) {
   EXPECT_EQ(image.rowWidthPixels, 2U);
   EXPECT_EQ(image.rowCount, 2U);
   EXPECT_EQ(image.bytesPerPixel, 3U);
+}
+
+TEST_F(ReadingAnImage, GivesAHostThePageFromItsSecondRowOn) {
+  constexpr int rows = 150;  // more than two bands of the host's loop
+  setArea(grey, 3, rows);
+  const std::string picture = countingBytes(3 * rows);
+  scanInto(greymap(3, rows, picture));
+  EXPECT_EQ(readAsAHost(3, rows), rows - 1U);
+  EXPECT_EQ(std::string(page.begin(), page.begin() + 3 * (rows - 1)), picture.substr(3));
+  EXPECT_EQ(page.back(), untouched);
+}
+
+TEST_F(ReadingAnImage, LeavesWhatNeverCameWhiteForAHost) {
+  setArea(grey, 2, 4);
+  scanInto(greymap(2, 2, countingBytes(4)));
+  EXPECT_EQ(readAsAHost(2, 4), 3U);
+  EXPECT_THAT(page, ElementsAre(3, 4, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, untouched));
+}
+
+TEST_F(ReadingAnImage, EndsTheLoopOfAHostWhereThereAreNoPixels) {
+  setArea(grey, 2, 4);
+  scanInto("P9\n#\n2 4\n255\n" + countingBytes(8));
+  EXPECT_EQ(readAsAHost(2, 4), 0U);
+}
+
+TEST_F(ReadingAnImage, EndsTheLoopOfAHostThatAskedForAnotherKindOfPicture) {
+  setArea(grey, 2, 4);
+  scanInto(pixmap(2, 4, countingBytes(24)));
+  EXPECT_EQ(readAsAHost(2, 1), 0U);
 }
 
 TEST_F(ReadingAnImage, NeedsNoPlaceForTheCountOrTheBytes) {
