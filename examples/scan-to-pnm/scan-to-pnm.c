@@ -160,7 +160,7 @@ static int readSettings(int count, char** arguments, struct Settings* settings) 
 }
 
 int main(int count, char** arguments) {
-  struct Library library;
+  struct Library library = {0};
   struct Settings settings;
   struct Picture picture = {0, 0, 0, NULL};
   int outcome;
