@@ -1,8 +1,6 @@
 #include "XMLSAXParser.h"
 
 #include <expat.h>
-#include <locale.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <array>
@@ -18,6 +16,7 @@
 #include "BinaryElem.h"
 #include "BooleanElem.h"
 #include "DoubleElem.h"
+#include "DoubleText.h"
 #include "ElementData.h"
 #include "IntegerElem.h"
 #include "ListElem.h"
@@ -108,12 +107,6 @@ void describeRoot(Element& message, const ElementData& record, int type) {
   putText(message, "requestID", attributeOf(record, "requestID"));
 }
 
-// atof of the "C" locale: the point is a point wherever the process runs.
-double doubleOf(const std::string& text) {
-  static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
-  return strtod_l(text.c_str(), nullptr, plain);
-}
-
 std::unique_ptr<Element> binaryOf(const std::string& text) {
   const auto capacity =
       static_cast<std::int32_t>(std::min<std::size_t>(text.size(), std::numeric_limits<std::int32_t>::max()));
@@ -139,7 +132,7 @@ std::unique_ptr<Element> valueOf(ElementData& record, int type) {
     case booleanTag:
       return std::make_unique<BooleanElem>(record.text);
     case doubleTag:
-      return std::make_unique<DoubleElem>(doubleOf(record.text));
+      return std::make_unique<DoubleElem>(readDouble(record.text.c_str()));
     case nullTag:
       return std::make_unique<NullElem>();
     case binaryTag:

@@ -205,6 +205,10 @@ struct FailingStep {
   bool null;
   std::vector<std::string> after;  // calls between the failing one and the release of the service
   std::vector<std::string> leftovers;
+
+  friend void PrintTo(const FailingStep& step, std::ostream* out) {
+    *out << step.line << (step.null ? " (null)" : "");
+  }
 };
 
 class FailingOpenStep : public OpenDevice, public testing::WithParamInterface<FailingStep> {};

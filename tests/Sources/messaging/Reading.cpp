@@ -8,6 +8,7 @@
 
 #include "BinaryElem.h"
 #include "BooleanElem.h"
+#include "CompositeElem.h"
 #include "DoubleElem.h"
 #include "ElementIterator.h"
 #include "IntegerElem.h"
@@ -33,13 +34,19 @@ std::string treeOfBytes(BinaryElem& bytes) {
 
 std::string treeOfChildren(Element& container, bool named) {
   std::string text;
-  const std::unique_ptr<ElementIterator> children(container.iterator());
+  const std::unique_ptr<ElementIterator> children(container.iterator(false));
   while (children->hasNext()) {
     if (!text.empty()) text += ", ";
     if (named) text += children->nextName() + ": ";
     text += treeOf(children->next());
   }
   return text;
+}
+
+std::string treeOfComposite(CompositeElem& composite) {
+  Element* enclosure = composite.getEnclosure();
+  const std::string name = enclosure == nullptr ? "" : enclosure->getFullName();
+  return name + "{" + treeOfChildren(composite, true) + "}";
 }
 
 // Collects both streams, also when reading throws.
@@ -98,6 +105,7 @@ std::string treeRead(const std::string& message) {
 
 std::string treeOf(Element* element) {
   if (element == nullptr) return "nothing";
+  if (auto* composite = dynamic_cast<CompositeElem*>(element)) return treeOfComposite(*composite);
   if (dynamic_cast<MapElem*>(element) != nullptr) return "{" + treeOfChildren(*element, true) + "}";
   if (dynamic_cast<ListElem*>(element) != nullptr) return "[" + treeOfChildren(*element, false) + "]";
   if (dynamic_cast<StringElem*>(element) != nullptr) return "\"" + element->stringValue() + "\"";

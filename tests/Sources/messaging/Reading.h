@@ -28,6 +28,7 @@ Reading readUncaptured(const std::string& message);
 // The tree that a message with this text reads as; says so when reading fails.
 std::string treeRead(const std::string& message);
 
-// The tree as text: {name: value} for a map, [value] for a list, "text" for a string, its number for an
-// integer, a number with six decimals for a double, true and false, null, hex digits in <> for bytes.
+// The tree as text: {name: value} for a map, the same behind the full name of its enclosure for a composite,
+// [value] for a list, "text" for a string, its number for an integer, a number with six decimals for a
+// double, true and false, null, hex digits in <> for bytes.
 std::string treeOf(Element* element);

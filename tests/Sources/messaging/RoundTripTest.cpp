@@ -13,8 +13,10 @@
 #include "MapElem.h"
 #include "MessageText.h"
 #include "NullElem.h"
+#include "ParsedText.h"
 #include "Reading.h"
 #include "StringElem.h"
+#include "XMLEncoding.h"
 
 namespace {
 
@@ -77,21 +79,28 @@ TEST(RoundTrip, BringsTheCallsBack) {
 }
 
 TEST(RoundTrip, CannotReadMarkupInValues) {
-  EXPECT_EQ(read(response(StringElem("a < b"))).status, -1);
-  EXPECT_EQ(read(response(StringElem("\xE4"))).status, -1);
+  for (const char* value : {"a < b", "a & b", "</StringElem>", "]]>", "\xE4", "\x01"}) {
+    const std::string message = response(StringElem(value));
+    EXPECT_EQ(read(message).status, -1) << value;
+    EXPECT_EQ(ParsedText(message).root(), nullptr) << value;
+  }
 }
 
 TEST(RoundTrip, KeepsThePointOfDoublesInALocaleWithAComma) {
   std::string message;
   Reading reading;
+  std::unique_ptr<Element> decoded;
   {
     const CommaLocale locale;
     ASSERT_TRUE(locale.holds());
     message = response(DoubleElem(1234.5));
     reading = read(message);
+    const ParsedText text(message);
+    decoded.reset(XMLEncoding::deSerializeElement(text.first()));
   }
   EXPECT_EQ(message, responseText("  <DoubleElem>1234.500000</DoubleElem>\n"));
   EXPECT_EQ(treeOf(reading.result.get()), messageOf("response", "1234.500000"));
+  EXPECT_EQ(treeOf(decoded.get()), "1234.500000");
 }
 
 }  // namespace

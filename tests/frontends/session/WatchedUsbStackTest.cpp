@@ -59,7 +59,7 @@ class WatchedStack : public testing::Test {
     interface->clearPipeStallBothEnds(3);
     interface->controlRequest(0, {2, 1, 0, 0x88, 0, nullptr});
     interface->writePipeTO(1, "hello", 5, 15000, 60000);
-    char buffer[10];
+    char buffer[10] = {};
     std::uint32_t size = sizeof buffer;
     interface->readPipeTO(3, buffer, &size, 15000, 60000);
     interface->setAlternateInterface(1);

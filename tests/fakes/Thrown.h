@@ -4,7 +4,8 @@
 
 #include "Exceptions.h"
 
-// Runs the action and gives "Class: message" of what it throws, with the exact class, or "nothing".
+// Runs the action and gives "Class: message" of what it throws, with the exact class, or "nothing". The
+// message of a plain Exception is not readable.
 template <typename Action>
 std::string thrown(Action action) {
   try {
@@ -24,5 +25,7 @@ std::string thrown(Action action) {
     return "IndexOutOfBoundsException: " + e.getMessage();
   } catch (const ObjectStoreException& e) {
     return "ObjectStoreException: " + e.getMessage();
+  } catch (const Exception&) {
+    return "Exception";
   }
 }

@@ -1,0 +1,206 @@
+#pragma once
+
+#include <string>
+
+class Element;
+class ListElem;
+class MapElem;
+
+/// The process-wide tree of named objects, their classes and their methods, and the operations that address
+/// it by dotted paths. There is one, the global instance of the same name:
+/// `ObjectStore.getElement("sys.class")`. Knows neither messages nor devices.
+///
+/// The root is named "root" and holds "globals" (objects and rules), "sys.class" (the classes) and, under
+/// "root", an alias of itself, so that a full name such as "root.globals.scanner" is a path from the root. An
+/// object is a CompositeElem whose enclosure is its class, a class a CompositeElem below "sys.class" whose
+/// enclosure is its superclass, a method a child of a class that is run by eval with the object as context.
+///
+/// A path is names joined by "."; it is split at every ".", so that an empty path is one empty name. Each
+/// element on the way but the last is evaluated, with its container as context and no arguments, before the
+/// walk goes on from the result: aliases and operations may stand in the middle. Objects and rules are named
+/// by paths; names of classes, methods and attributes are one segment. An argument list may be null and stays
+/// the caller's; other pointers are never null unless said.
+///
+/// Ownership: what is in the tree is owned by its container. A result that stands in the tree stays the
+/// tree's; the result of an operation element is whoever's its function says.
+///
+/// Failures are exceptions of Exceptions.h: those of the element operations, NoSuchElementException for a
+/// missing name and whatever a running method throws come out unchanged unless said. An evaluation that gives
+/// null has no children and no attributes: looking one up there is NoSuchElementException too.
+///
+/// No locks: whoever uses the store from several threads serialises the calls. It can be used from the
+/// construction of the first static object to the destruction of the last one, and is never torn down.
+class ObjectStore {
+ public:
+  /// Sets up the members and builds the tree, unless that has happened already: every instance is the same
+  /// store.
+  ObjectStore();
+  ObjectStore(const ObjectStore&) = delete;
+  ObjectStore& operator=(const ObjectStore&) = delete;
+
+  /// @name The tree
+  /// The maps that the tree consists of, each made once in this order. They must stay where they are:
+  /// replacing or removing one leaves the operations with a dangling pointer. No operation uses `_rules`,
+  /// which is not in the tree, nor the two paths.
+  /// @{
+
+  /// Named "root"; holds the next three, `_class` below `_sys`.
+  static MapElem* _root;
+  /// "sys" in the root; holds the classes.
+  static MapElem* _sys;
+  /// "class" in `_sys`; holds the classes by name.
+  static MapElem* _class;
+  /// "globals" in the root; holds objects and rules.
+  static MapElem* _globals;
+  /// Empty and in no container.
+  static MapElem* _rules;
+  /// "sys.class".
+  static std::string _classLocation;
+  /// "globals".
+  static std::string _globalsLocation;
+  /// @}
+
+  /// The root, which stays the store's.
+  static Element* getRoot();
+
+  /// @name Looking up
+  /// The last element of the path from `base`, or from the root, as it is held: not evaluated, still its
+  /// container's.
+  /// @{
+
+  /// From `base`.
+  static Element* getElement(Element* base, const std::string& path);
+  /// From the root.
+  static Element* getElement(const std::string& path);
+  /// @}
+
+  /// The last element of the path from `base`, evaluated with its container as context and these arguments;
+  /// may be null where its function gives null.
+  static Element* evalElement(Element* base, const std::string& path, ListElem* args);
+
+  /// The element of this path below "globals", evaluated without arguments.
+  static Element* getObject(const std::string& path);
+
+  /// Evaluates the element of this path below "globals" with these arguments: any element there can be a
+  /// rule.
+  static Element* callRule(const std::string& ruleName, ListElem* args);
+
+  /// @name Calling methods
+  /// The result of the method, which is looked up in the object and, for a CompositeElem, up its enclosures,
+  /// and is run with the object as context.
+  /// @{
+
+  /// Of this object.
+  static Element* callMethod(Element* object, const std::string& method, ListElem* args);
+  /// Of the object that getObject gives for the path.
+  static Element* callMethod(const std::string& objectPath, const std::string& method, ListElem* args);
+  /// Named by its full path below "globals", and run with its container as context.
+  static Element* callMethod(const std::string& path, ListElem* args);
+  /// @}
+
+  /// @name Calling inherited methods
+  /// The same with a method that the superclass of the class holding `currentMethod` has, by default the one
+  /// of the same name. Throws NoSuchElementException when there is no such method: the current one stands in
+  /// no class, the class has no superclass, or the look-up there fails in any way. What the running method
+  /// throws comes out unchanged.
+  /// @{
+
+  /// Of any name.
+  static Element* callSuperMethod(Element* currentMethod, Element* object, const std::string& method,
+                                  ListElem* args);
+  /// Of the name of the current method.
+  static Element* callSuperMethod(Element* currentMethod, Element* object, ListElem* args);
+  /// @}
+
+  /// @name Making objects
+  /// A new CompositeElem with the class as enclosure, after its method "instantiate" has run with these
+  /// arguments. It is the caller's, unless that method has put it into a container. The result of the method
+  /// is discarded, not deleted: it may stand in the tree. When there is no such method or it throws, the new
+  /// object is deleted, unless it is in a container by then.
+  /// @{
+
+  /// Of this class.
+  static Element* instantiate(Element* cls, ListElem* args);
+  /// Of the class of this name, which is one segment. Throws NoSuchElementException when there is none.
+  static Element* instantiate(const std::string& className, ListElem* args);
+  /// @}
+
+  /// @name Classes of objects
+  /// Whether a class is met on the way from the object, which counts, through the enclosures. Compares
+  /// identities. False at the end of the chain or, should it lead back into itself, after one round.
+  /// @{
+
+  /// Whether this class is met.
+  static bool instanceOf(Element* object, Element* cls);
+  /// Whether the class of this name is met. Throws NoSuchElementException when there is none.
+  static bool instanceOf(Element* object, const std::string& className);
+  /// @}
+
+  /// Moves the object to this class, which must be its present class or derived from it. Otherwise, for a
+  /// missing class, a class or an object that is no CompositeElem, an object without enclosure, or a class
+  /// that would come to enclose itself, throws ClassCastException and changes nothing.
+  static void changeClass(Element* object, std::string className);
+
+  /// @name Reading attributes
+  /// The child of the object, or of "globals", evaluated with the object as context and no arguments.
+  /// @{
+
+  /// Of this object.
+  static Element* getAttribute(Element* object, const std::string& name);
+  /// Of "globals".
+  static Element* getAttribute(const std::string& name);
+  /// Of the object that getObject gives for the path.
+  static Element* getAttribute(const std::string& objectPath, const std::string& name);
+  /// @}
+
+  /// @name Writing attributes
+  /// Adds the value to the object, or to "globals", under this name; the object owns it from then on. The
+  /// element that held the name before is deleted: nobody may keep a pointer to it. A value that a setter of
+  /// the object refuses is not stored, nothing is deleted, and the value stays the caller's. A value that
+  /// stands in a container already, even under this very name, throws ObjectStoreException("Element already
+  /// added"), and nothing changes.
+  /// @{
+
+  /// Of this object.
+  static void setAttribute(Element* object, const std::string& name, Element* value);
+  /// Of "globals".
+  static void setAttribute(const std::string& name, Element* value);
+  /// Of the object that getObject gives for the path.
+  static void setAttribute(const std::string& objectPath, const std::string& name, Element* value);
+  /// @}
+
+  /// The last element of the path from `base`, got by getChild at each name and so evaluated. Creates
+  /// nothing: a missing name is NoSuchElementException.
+  static Element* createElement(Element* base, const std::string& path);
+
+  /// The path of the object below "globals". Throws NotSupportedException for an element outside.
+  static std::string getName(Element* element);
+
+  /// @name Printing
+  /// Dumps the tree below an element to standard output: for each element a line of the prefix, a blank, the
+  /// name, " : ", toString() and CR LF, with the prefix of children longer by three blanks. Aliases are not
+  /// descended into, and enclosures are not shown. Ends with NotSupportedException at the first leaf that it
+  /// meets above the last level, after the leaf's own line.
+  /// @{
+
+  /// The whole tree, 25 levels below the root.
+  static void print(std::string prefix);
+  /// 25 levels below the element, which is shown under this name.
+  static void print(std::string prefix, std::string name, Element* element);
+  /// `depth` levels below the element; none for 0 and below.
+  static void print(std::string prefix, std::string name, Element* element, int depth);
+  /// @}
+
+  /// Sets the store up for a unit that includes this header, before the static objects of that unit.
+  class SetUp {
+   public:
+    /// Constructs the global instance, unless that has happened already.
+    SetUp();
+  };
+};
+
+/// The one object store of the process.
+extern class ObjectStore ObjectStore;
+
+/// Makes the store ready for the static objects of the unit that includes this.
+static const ObjectStore::SetUp objectStoreSetUp;
