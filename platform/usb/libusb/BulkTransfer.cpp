@@ -1,6 +1,7 @@
 #include "BulkTransfer.h"
 
 #include <algorithm>
+#include <climits>
 
 #include "LibusbStatus.h"
 
@@ -10,8 +11,6 @@ namespace {
 using std::chrono::microseconds;
 using Clock = std::chrono::steady_clock;
 
-constexpr int looksPerTimeout = 8;
-
 void markEnded(libusb_transfer* request) {
   *static_cast<int*>(request->user_data) = 1;
 }
@@ -20,10 +19,11 @@ Clock::time_point after(Clock::time_point start, BulkTransfer::Milliseconds limi
   return limit.count() == 0 ? Clock::time_point::max() : start + limit;
 }
 
-// When to look next how far a transfer came.
-Clock::time_point nextLook(Clock::time_point now, BulkTransfer::Milliseconds noData) {
-  if (noData.count() == 0) return Clock::time_point::max();
-  return now + std::max<microseconds>(noData / looksPerTimeout, BulkTransfer::Milliseconds(1));
+// A request that ends because it is asked back says nothing of packets: bytes that fill no whole number of
+// them were ended by a short one at that very moment.
+bool endedShort(const libusb_endpoint_descriptor& endpoint, std::uint32_t moved) {
+  const bool in = (endpoint.bEndpointAddress & LIBUSB_ENDPOINT_IN) != 0;
+  return in && endpoint.wMaxPacketSize != 0 && moved % endpoint.wMaxPacketSize != 0;
 }
 
 }  // namespace
@@ -31,38 +31,28 @@ Clock::time_point nextLook(Clock::time_point now, BulkTransfer::Milliseconds noD
 BulkTransfer::BulkTransfer(libusb_context* context, libusb_device_handle* device)
     : context_(context), device_(device), request_(libusb_alloc_transfer(0)) {}
 
-BulkTransfer::Result BulkTransfer::run(std::uint8_t address, std::uint8_t* bytes, std::uint32_t count,
-                                       Limits limits) {
+BulkTransfer::Result BulkTransfer::run(const libusb_endpoint_descriptor& endpoint, std::uint8_t* bytes,
+                                       std::uint32_t count, Limits limits) {
   if (!request_) return {kIOReturnNoMemory, 0};
-  {
-    const std::lock_guard lock(mutex_);
-    running_ = true;
-    aborted_ = false;
-    address_ = address;
-  }
-  const Clock::time_point start = Clock::now();
-  const Clock::time_point end = after(start, limits.completion);
-  Clock::time_point quietUntil = after(start, limits.noData);
+  if (count > INT_MAX) return {kIOReturnBadArgument, 0};
+  begin(endpoint.bEndpointAddress);
+  const Clock::time_point end = after(Clock::now(), limits.completion);
   Result result{kIOReturnSuccess, 0};
   for (;;) {
-    const int error = submit(address, bytes + result.moved, count - result.moved);
-    if (error != LIBUSB_SUCCESS) {
-      result.status = statusOfLibusbError(error);
-      break;
-    }
-    awaitEnd(std::min({nextLook(Clock::now(), limits.noData), quietUntil, end}));
-    const auto moved = static_cast<std::uint32_t>(request_->actual_length);
-    result.moved += moved;
+    const int error = submit(endpoint.bEndpointAddress, bytes + result.moved, count - result.moved);
+    result.status = statusOfLibusbError(error);
+    if (error != LIBUSB_SUCCESS) break;
+    awaitEnd(std::min(after(Clock::now(), limits.noData), end));
+    result.moved += static_cast<std::uint32_t>(request_->actual_length);
     result.status = statusOfLibusbTransfer(request_->status);
-    if (request_->status != LIBUSB_TRANSFER_CANCELLED || isAborted()) break;
-    // Asked back, and perhaps at the very moment at which the rest had come.
-    if (result.moved == count && count != 0) {
+    if (request_->status != LIBUSB_TRANSFER_CANCELLED) break;
+    // Asked back, perhaps at the very moment at which the rest had come.
+    if ((result.moved == count && count != 0) || endedShort(endpoint, result.moved)) {
       result.status = kIOReturnSuccess;
       break;
     }
-    const Clock::time_point now = Clock::now();
-    if (moved != 0) quietUntil = after(now, limits.noData);
-    if (now >= quietUntil || now >= end) {
+    if (isAborted()) break;
+    if (request_->actual_length == 0 || Clock::now() >= end) {
       result.status = kIOUSBTransactionTimeout;
       break;
     }
@@ -77,6 +67,13 @@ void BulkTransfer::abort(std::uint8_t address) {
   if (!running_ || address_ != address) return;
   aborted_ = true;
   if (submitted_) libusb_cancel_transfer(request_.get());
+}
+
+void BulkTransfer::begin(std::uint8_t address) {
+  const std::lock_guard lock(mutex_);
+  running_ = true;
+  aborted_ = false;
+  address_ = address;
 }
 
 int BulkTransfer::submit(std::uint8_t address, std::uint8_t* bytes, std::uint32_t count) {
@@ -108,7 +105,11 @@ void BulkTransfer::awaitEnd(Clock::time_point deadline) {
     timeval wait{};
     wait.tv_sec = static_cast<time_t>(left.count() / 1000000);
     wait.tv_usec = static_cast<suseconds_t>(left.count() % 1000000);
-    libusb_handle_events_timeout_completed(context_, &wait, &ended_);
+    const int error = libusb_handle_events_timeout_completed(context_, &wait, &ended_);
+    if (error != LIBUSB_SUCCESS && error != LIBUSB_ERROR_INTERRUPTED && !askedBack) {
+      libusb_cancel_transfer(request_.get());
+      askedBack = true;
+    }
   }
   const std::lock_guard lock(mutex_);
   submitted_ = false;

@@ -15,9 +15,11 @@ namespace platform {
 // Knows no pipes and no halts. It asks the system for the whole rest of a transfer at once, and never returns
 // while the system still has a request of its own.
 //
-// The system tells how far a request came only when it ends. So a transfer that goes on for longer is asked
-// back, looked at and, if it is to go on, handed in again: eight times per no-data time-out, which therefore
-// ends a transfer up to an eighth late and never early.
+// The system tells how far a request came only when it ends. So it is asked back when the no-data time-out
+// passes; one that moved nothing has timed out, one that moved something is handed in again for the rest. The
+// no-data time-out therefore never ends a transfer early, and ends one that stopped halfway up to one
+// time-out late. Asking back more often would be more exact, but each time a device is interrupted: a
+// zero-length packet that comes at that moment is lost.
 //
 // One thread at a time, but for abort(), which any other thread may call. Nothing throws.
 class BulkTransfer {
@@ -40,7 +42,9 @@ class BulkTransfer {
   BulkTransfer(const BulkTransfer&) = delete;
   BulkTransfer& operator=(const BulkTransfer&) = delete;
 
-  Result run(std::uint8_t address, std::uint8_t* bytes, std::uint32_t count, Limits limits);
+  // Up to INT_MAX bytes.
+  Result run(const libusb_endpoint_descriptor& endpoint, std::uint8_t* bytes, std::uint32_t count,
+             Limits limits);
 
   // Ends the transfer in flight on this endpoint, if there is one, with kIOReturnAborted.
   void abort(std::uint8_t address);
@@ -51,6 +55,7 @@ class BulkTransfer {
     void operator()(libusb_transfer* transfer) const { libusb_free_transfer(transfer); }
   };
 
+  void begin(std::uint8_t address);
   int submit(std::uint8_t address, std::uint8_t* bytes, std::uint32_t count);
   void awaitEnd(Clock::time_point deadline);
   bool isAborted();

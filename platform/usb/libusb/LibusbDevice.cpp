@@ -31,27 +31,43 @@ IOReturn LibusbDevice::open() {
 
 IOReturn LibusbDevice::close() {
   if (!handle_) return kIOReturnNotOpen;
+  const bool connected = isConnected(handle_.get());
   handle_.reset();
-  return kIOReturnSuccess;
+  return connected ? kIOReturnSuccess : kIOReturnNoDevice;
 }
 
 IOReturn LibusbDevice::getDeviceVendor(std::uint16_t* vendor) {
   libusb_device_descriptor descriptor{};
-  const IOReturn status = statusOfLibusbError(libusb_get_device_descriptor(device_.get(), &descriptor));
+  const IOReturn status = readDescriptor(descriptor);
   if (status == kIOReturnSuccess) *vendor = descriptor.idVendor;
   return status;
 }
 
 IOReturn LibusbDevice::getDeviceProduct(std::uint16_t* product) {
   libusb_device_descriptor descriptor{};
-  const IOReturn status = statusOfLibusbError(libusb_get_device_descriptor(device_.get(), &descriptor));
+  const IOReturn status = readDescriptor(descriptor);
   if (status == kIOReturnSuccess) *product = descriptor.idProduct;
   return status;
 }
 
 IOReturn LibusbDevice::getLocationID(std::uint32_t* location) {
+  if (!isPresent()) return kIOReturnNoDevice;
   *location = locationOf(device_.get());
   return kIOReturnSuccess;
+}
+
+// The library keeps what it knows of a device that is gone.
+IOReturn LibusbDevice::readDescriptor(libusb_device_descriptor& descriptor) const {
+  if (!isPresent()) return kIOReturnNoDevice;
+  return statusOfLibusbError(libusb_get_device_descriptor(device_.get(), &descriptor));
+}
+
+bool LibusbDevice::isPresent() const {
+  if (handle_) return isConnected(handle_.get());
+  libusb_device_handle* probe = nullptr;
+  const int error = libusb_open(device_.get(), &probe);
+  const DeviceHandle closing(probe);
+  return error != LIBUSB_ERROR_NO_DEVICE;
 }
 
 }  // namespace platform

@@ -20,6 +20,9 @@ class LibusbDevice final : public UsbDevice {
   IOReturn getLocationID(std::uint32_t* location) override;
 
  private:
+  IOReturn readDescriptor(libusb_device_descriptor& descriptor) const;
+  bool isPresent() const;
+
   DeviceReference device_;
   DeviceHandle handle_;
 };

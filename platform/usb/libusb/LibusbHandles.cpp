@@ -14,11 +14,18 @@ using PortPath = std::array<std::uint8_t, 7>;
 
 PortPath portPath(libusb_device* device) {
   PortPath ports{};
-  libusb_get_port_numbers(device, ports.data(), static_cast<int>(ports.size()));
+  const int count = libusb_get_port_numbers(device, ports.data(), static_cast<int>(ports.size()));
+  // The library counts from the other end and leaves what it moved.
+  std::fill(ports.begin() + std::max(count, 0), ports.end(), std::uint8_t{0});
   return ports;
 }
 
 }  // namespace
+
+// The cheapest question that the system answers for a device that is there, whatever the device does.
+bool isConnected(libusb_device_handle* handle) {
+  return libusb_kernel_driver_active(handle, 0) != LIBUSB_ERROR_NO_DEVICE;
+}
 
 Configuration activeConfiguration(libusb_device* device) {
   libusb_config_descriptor* configuration = nullptr;

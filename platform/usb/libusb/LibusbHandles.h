@@ -4,7 +4,7 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
+#include <utility>
 
 namespace platform {
 
@@ -29,6 +29,9 @@ struct CloseHandle {
   void operator()(libusb_device_handle* handle) const { libusb_close(handle); }
 };
 using DeviceHandle = std::unique_ptr<libusb_device_handle, CloseHandle>;
+
+// Whether the system still knows the device of a handle.
+bool isConnected(libusb_device_handle* handle);
 
 struct FreeConfiguration {
   void operator()(libusb_config_descriptor* configuration) const {

@@ -1,6 +1,8 @@
 #include "LibusbInterface.h"
 
+#include <chrono>
 #include <new>
+#include <thread>
 
 #include "LibusbDevice.h"
 #include "LibusbStatus.h"
@@ -14,7 +16,7 @@ constexpr unsigned int controlTimeoutMs = 5000;
 
 // How long an unplugged device may go on failing transfers until the system has noticed.
 constexpr unsigned int goneProbeMs = 100;
-constexpr int goneProbes = 5;
+constexpr int goneProbes = 4;
 
 PipeDirection directionOf(const libusb_endpoint_descriptor& endpoint) {
   return (endpoint.bEndpointAddress & LIBUSB_ENDPOINT_IN) != 0 ? PipeDirection::in : PipeDirection::out;
@@ -69,22 +71,24 @@ IOReturn LibusbInterface::close() {
 }
 
 IOReturn LibusbInterface::getNumEndpoints(std::uint8_t* count) {
-  if (!handle_) return kIOReturnNotOpen;
-  *count = setting_->bNumEndpoints;
-  return kIOReturnSuccess;
+  const IOReturn status = checkOpen();
+  if (status == kIOReturnSuccess) *count = setting_->bNumEndpoints;
+  return status;
 }
 
 IOReturn LibusbInterface::setAlternateInterface(std::uint8_t alternateSetting) {
-  if (!handle_) return kIOReturnNotOpen;
+  const IOReturn check = checkOpen();
+  if (check != kIOReturnSuccess) return check;
   const auto* setting = interfaceDescriptor(*configuration_, number_, alternateSetting);
-  if (setting == nullptr) return kIOReturnBadArgument;
+  if (setting == nullptr) return kIOReturnNotFound;
   const int error = libusb_set_interface_alt_setting(handle_.get(), number_, alternateSetting);
   if (error == LIBUSB_SUCCESS) setting_ = setting;
-  return statusOfLibusbError(error);
+  return unlessGone(statusOfLibusbError(error));
 }
 
 IOReturn LibusbInterface::getPipeProperties(std::uint8_t pipe, PipeProperties* properties) {
-  if (!handle_) return kIOReturnNotOpen;
+  const IOReturn status = checkPipe(pipe);
+  if (status != kIOReturnSuccess) return status;
   if (pipe == 0) {
     libusb_device_descriptor descriptor{};
     const int error = libusb_get_device_descriptor(device_.get(), &descriptor);
@@ -92,42 +96,38 @@ IOReturn LibusbInterface::getPipeProperties(std::uint8_t pipe, PipeProperties* p
       *properties = {PipeDirection::out, 0, TransferType::control, descriptor.bMaxPacketSize0, 0};
     return statusOfLibusbError(error);
   }
-  const libusb_endpoint_descriptor* endpoint = endpointOf(pipe);
-  if (endpoint == nullptr) return kIOUSBUnknownPipeErr;
-  *properties = {directionOf(*endpoint),
-                 static_cast<std::uint8_t>(endpoint->bEndpointAddress & LIBUSB_ENDPOINT_ADDRESS_MASK),
-                 static_cast<TransferType>(endpoint->bmAttributes & LIBUSB_TRANSFER_TYPE_MASK),
-                 endpoint->wMaxPacketSize, endpoint->bInterval};
+  const libusb_endpoint_descriptor& endpoint = *endpointOf(pipe);
+  *properties = {directionOf(endpoint),
+                 static_cast<std::uint8_t>(endpoint.bEndpointAddress & LIBUSB_ENDPOINT_ADDRESS_MASK),
+                 static_cast<TransferType>(endpoint.bmAttributes & LIBUSB_TRANSFER_TYPE_MASK),
+                 endpoint.wMaxPacketSize, endpoint.bInterval};
   return kIOReturnSuccess;
 }
 
 IOReturn LibusbInterface::abortPipe(std::uint8_t pipe) {
-  if (!handle_) return kIOReturnNotOpen;
-  if (pipe == 0) return kIOReturnSuccess;
-  const libusb_endpoint_descriptor* endpoint = endpointOf(pipe);
-  if (endpoint == nullptr) return kIOUSBUnknownPipeErr;
-  bulk_->abort(endpoint->bEndpointAddress);
-  return kIOReturnSuccess;
+  const IOReturn status = checkPipe(pipe);
+  if (status == kIOReturnSuccess && pipe != 0) bulk_->abort(endpointOf(pipe)->bEndpointAddress);
+  return status;
 }
 
 IOReturn LibusbInterface::resetPipe(std::uint8_t pipe) {
-  return clearPipeStallBothEnds(pipe);
+  return checkPipe(pipe);
 }
 
 IOReturn LibusbInterface::clearPipeStallBothEnds(std::uint8_t pipe) {
-  if (!handle_) return kIOReturnNotOpen;
-  if (pipe == 0) return kIOReturnSuccess;  // a halt of the control pipe ends with the next request
-  const libusb_endpoint_descriptor* endpoint = endpointOf(pipe);
-  if (endpoint == nullptr) return kIOUSBUnknownPipeErr;
-  return statusOfLibusbError(libusb_clear_halt(handle_.get(), endpoint->bEndpointAddress));
+  const IOReturn status = checkPipe(pipe);
+  // A halt of the control pipe ends with the next request.
+  if (status != kIOReturnSuccess || pipe == 0) return status;
+  return unlessGone(
+      statusOfLibusbError(libusb_clear_halt(handle_.get(), endpointOf(pipe)->bEndpointAddress)));
 }
 
 IOReturn LibusbInterface::controlRequest(std::uint8_t pipe, const ControlRequest& request) {
   if (!handle_) return kIOReturnNotOpen;
   if (pipe != 0) return kIOUSBUnknownPipeErr;
-  return statusOfLibusbError(libusb_control_transfer(
+  return unlessGone(statusOfLibusbError(libusb_control_transfer(
       handle_.get(), request.requestType, request.request, request.value, request.index,
-      static_cast<unsigned char*>(request.data), request.length, controlTimeoutMs));
+      static_cast<unsigned char*>(request.data), request.length, controlTimeoutMs)));
 }
 
 IOReturn LibusbInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
@@ -156,6 +156,19 @@ const libusb_endpoint_descriptor* LibusbInterface::endpointOf(std::uint8_t pipe)
   return pipe == 0 || pipe > setting_->bNumEndpoints ? nullptr : &setting_->endpoint[pipe - 1];
 }
 
+// Asks the system, not the device: a device that is gone answers nothing, on which no call must wait.
+IOReturn LibusbInterface::checkOpen() const {
+  if (!handle_) return kIOReturnNotOpen;
+  return isConnected(handle_.get()) ? kIOReturnSuccess : kIOReturnNoDevice;
+}
+
+IOReturn LibusbInterface::checkPipe(std::uint8_t pipe) const {
+  const IOReturn status = checkOpen();
+  if (status != kIOReturnSuccess) return status;
+  return pipe == 0 || endpointOf(pipe) != nullptr ? kIOReturnSuccess : kIOUSBUnknownPipeErr;
+}
+
+// A device that is gone fails the transfer itself.
 IOReturn LibusbInterface::checkTransfer(std::uint8_t pipe, PipeDirection direction) const {
   if (!handle_) return kIOReturnNotOpen;
   const libusb_endpoint_descriptor* endpoint = endpointOf(pipe);
@@ -166,14 +179,19 @@ BulkTransfer::Result LibusbInterface::transfer(std::uint8_t pipe, std::uint8_t* 
                                                std::uint32_t noDataTimeoutMs,
                                                std::uint32_t completionTimeoutMs) {
   BulkTransfer::Result result = bulk_->run(
-      endpointOf(pipe)->bEndpointAddress, bytes, count,
+      *endpointOf(pipe), bytes, count,
       {BulkTransfer::Milliseconds(noDataTimeoutMs), BulkTransfer::Milliseconds(completionTimeoutMs)});
-  if (result.status == kIOReturnIOError && isGone()) result.status = kIOReturnNoDevice;
+  result.status = unlessGone(result.status);
   return result;
 }
 
 // An unplugged device fails its transfers at once, but the system takes a moment to give it up. Until then
 // its default pipe fails too; one that answers is there.
+IOReturn LibusbInterface::unlessGone(IOReturn status) {
+  const bool mayBeGone = status == kIOReturnIOError || status == kIOReturnError;
+  return mayBeGone && isGone() ? kIOReturnNoDevice : status;
+}
+
 bool LibusbInterface::isGone() {
   for (int probe = 0; probe < goneProbes; ++probe) {
     std::uint8_t deviceStatus[2];
@@ -181,8 +199,7 @@ bool LibusbInterface::isGone() {
                                                0, 0, deviceStatus, sizeof deviceStatus, goneProbeMs);
     if (answer == LIBUSB_ERROR_NO_DEVICE) return true;
     if (answer >= 0) return false;
-    timeval pause{0, goneProbeMs * 1000};
-    libusb_handle_events_timeout_completed(context_, &pause, nullptr);
+    std::this_thread::sleep_for(std::chrono::milliseconds(goneProbeMs));
   }
   return false;
 }

@@ -11,8 +11,8 @@ namespace platform {
 // An interface of the LibusbStack. Opening it claims it; one that a kernel driver holds is left alone.
 // Belongs to its user, who releases it; released while open it is closed.
 //
-// The system has no call that clears a halt on the host's side alone: resetPipe() clears both sides, as
-// clearPipeStallBothEnds() does, which keeps them in step.
+// The system keeps no halt of its own: after a stall, only the device's side of a pipe is halted. So
+// resetPipe() has nothing to clear, and leaves the data toggles alone, which are in step.
 class LibusbInterface final : public UsbInterface {
  public:
   // The context must outlive the object.
@@ -40,9 +40,12 @@ class LibusbInterface final : public UsbInterface {
   IOReturn claim();
   // The endpoint behind a pipe reference; null where the current setting has none.
   const libusb_endpoint_descriptor* endpointOf(std::uint8_t pipe) const;
+  IOReturn checkOpen() const;
+  IOReturn checkPipe(std::uint8_t pipe) const;
   IOReturn checkTransfer(std::uint8_t pipe, PipeDirection direction) const;
   BulkTransfer::Result transfer(std::uint8_t pipe, std::uint8_t* bytes, std::uint32_t count,
                                 std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs);
+  IOReturn unlessGone(IOReturn status);
   bool isGone();
 
   libusb_context* context_;

@@ -1,6 +1,7 @@
 #include "LibusbStack.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 #include <set>
 #include <span>
