@@ -40,9 +40,17 @@ int errorOf(TransferStatus status) {
 void WiredScanner::submit(WireRequest request) {
   const bool mayWakeOthers = !isFromDevice(request) || request.address == 0;
   Queue& queue = queues_[request.address];
-  queue.push_back({std::move(request), 0});
+  const bool unheard = stoppedAmidWrite_ && request.address == requestEndpoint;
+  if (unheard) stoppedAmidWrite_ = false;
+  if (!request.continues) broken_.erase(request.address);
+  const bool orphaned = broken_.contains(request.address);
+  queue.push_back({std::move(request), 0, unheard});
+  if (orphaned) {
+    end(queue, -ECONNRESET);
+    return;
+  }
   if (queue.size() == 1) work(queue);
-  if (mayWakeOthers) workOnWaiting();
+  if (mayWakeOthers) resume();
 }
 
 std::optional<WireReply> WiredScanner::nextReply() {
@@ -58,6 +66,7 @@ bool WiredScanner::takeBack(std::uint64_t id, int status) {
         std::find_if(queue.begin(), queue.end(), [id](const Waiting& w) { return w.request.id == id; });
     if (found == queue.end()) continue;
     const bool wasFirst = found == queue.begin();
+    stoppedAmidWrite_ = stoppedAmidWrite_ || (!isFromDevice(found->request) && found->moved > 0);
     std::rotate(queue.begin(), found, found + 1);
     end(queue, status);
     if (wasFirst) work(queue);
@@ -74,7 +83,7 @@ void WiredScanner::endAll(int status) {
 
 int WiredScanner::clearHalt(std::uint8_t address) {
   const int status = errorOf(scanner_.control(clearHaltOf(address), nullptr).status);
-  workOnWaiting();
+  resume();
   return status;
 }
 
@@ -85,15 +94,17 @@ int WiredScanner::setInterface(std::uint8_t alternateSetting) {
 // Works through a queue until its first request has to wait.
 void WiredScanner::work(Queue& queue) {
   while (!queue.empty()) {
+    const std::uint8_t address = queue.front().request.address;
     const std::optional<int> status = attempt(queue.front());
     if (!status) return;
     end(queue, *status);
     if (*status == 0) continue;
+    broken_.insert(address);
     while (!queue.empty() && queue.front().request.continues) end(queue, -ECONNRESET);
   }
 }
 
-void WiredScanner::workOnWaiting() {
+void WiredScanner::resume() {
   for (auto& [address, queue] : queues_) {
     if ((address & directionIn) != 0) work(queue);
   }
@@ -101,6 +112,7 @@ void WiredScanner::workOnWaiting() {
 
 // How the request ended; nothing where it waits.
 std::optional<int> WiredScanner::attempt(Waiting& waiting) {
+  if (waiting.unheard) return std::nullopt;
   const Transfer transfer = move(waiting);
   waiting.moved += transfer.moved;
   if (transfer.status == TransferStatus::silent) return std::nullopt;

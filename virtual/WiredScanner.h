@@ -5,6 +5,7 @@
 #include <deque>
 #include <map>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "Descriptors.h"
@@ -19,7 +20,8 @@ struct WireRequest {
   SetupPacket setup{};       // on the control endpoint only
   std::vector<std::uint8_t>
       bytes;  // what goes to the device; for the other direction, as many as there is room
-  // A part of a transfer: a short packet before its end is an error, which ends the parts that continue it.
+  // A part of a transfer: a short packet before its end is an error, which ends the parts that continue it,
+  // also those that come later.
   bool shortIsError = false;
   bool continues = false;
 };
@@ -37,6 +39,9 @@ struct WireReply {
 // back or something else that the host sends gives the device something to say. Knows no particular kind of
 // wire.
 //
+// A device that stops amid a write stops until the host gives up. On a wire, that is the host's taking back a
+// request of which nothing moved: the one with which it tries the rest stays without answer too.
+//
 // The scanner belongs to the caller and outlives the object. One thread at a time.
 class WiredScanner {
  public:
@@ -52,6 +57,9 @@ class WiredScanner {
   // Ends everything that waits, as it happens when the device goes.
   void endAll(int status);
 
+  // Looks whether what waits can go on. To be called after something was done to the scanner elsewhere.
+  void resume();
+
   // The standard requests that host stacks make on their own account; 0 or a negative error number.
   int clearHalt(std::uint8_t address);
   int setInterface(std::uint8_t alternateSetting);
@@ -62,11 +70,11 @@ class WiredScanner {
   struct Waiting {
     WireRequest request;
     std::size_t moved = 0;
+    bool unheard = false;  // the device does not even look at it
   };
   using Queue = std::deque<Waiting>;
 
   void work(Queue& queue);
-  void workOnWaiting();
   std::optional<int> attempt(Waiting& waiting);
   Transfer move(Waiting& waiting);
   void end(Queue& queue, int status);
@@ -74,6 +82,8 @@ class WiredScanner {
   VirtualScanner& scanner_;
   std::map<std::uint8_t, Queue> queues_;  // by endpoint address
   std::deque<WireReply> replies_;
+  std::set<std::uint8_t> broken_;  // endpoints on which the parts that continue have nothing to continue
+  bool stoppedAmidWrite_ = false;
 };
 
 }  // namespace virtualscanner
