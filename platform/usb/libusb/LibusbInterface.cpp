@@ -3,6 +3,7 @@
 #include <chrono>
 #include <new>
 #include <thread>
+#include <utility>
 
 #include "LibusbDevice.h"
 #include "LibusbStatus.h"
@@ -29,15 +30,11 @@ LibusbInterface::~LibusbInterface() {
 }
 
 IOReturn LibusbInterface::open() {
-  if (handle_) return kIOReturnExclusiveAccess;
+  if (handle_ || gone_) return kIOReturnExclusiveAccess;
   IOReturn status = openDevice(device_.get(), handle_);
   if (status != kIOReturnSuccess) return status;
   status = claim();
-  if (status != kIOReturnSuccess) {
-    bulk_.reset();
-    configuration_.reset();
-    handle_.reset();
-  }
+  if (status != kIOReturnSuccess) letGo();
   return status;
 }
 
@@ -61,12 +58,10 @@ IOReturn LibusbInterface::claim() {
 }
 
 IOReturn LibusbInterface::close() {
+  if (std::exchange(gone_, false)) return kIOReturnNoDevice;
   if (!handle_) return kIOReturnNotOpen;
   const int error = libusb_release_interface(handle_.get(), number_);
-  bulk_.reset();
-  setting_ = nullptr;
-  configuration_.reset();
-  handle_.reset();
+  letGo();
   return statusOfLibusbError(error);
 }
 
@@ -105,9 +100,14 @@ IOReturn LibusbInterface::getPipeProperties(std::uint8_t pipe, PipeProperties* p
 }
 
 IOReturn LibusbInterface::abortPipe(std::uint8_t pipe) {
-  const IOReturn status = checkPipe(pipe);
-  if (status == kIOReturnSuccess && pipe != 0) bulk_->abort(endpointOf(pipe)->bEndpointAddress);
-  return status;
+  const std::lock_guard lock(mutex_);
+  if (!handle_ && !gone_) return kIOReturnNotOpen;
+  if (gone_ || !isConnected(handle_.get())) return kIOReturnNoDevice;
+  if (pipe == 0) return kIOReturnSuccess;
+  const libusb_endpoint_descriptor* endpoint = endpointOf(pipe);
+  if (endpoint == nullptr) return kIOUSBUnknownPipeErr;
+  bulk_->abort(endpoint->bEndpointAddress);
+  return kIOReturnSuccess;
 }
 
 IOReturn LibusbInterface::resetPipe(std::uint8_t pipe) {
@@ -123,7 +123,8 @@ IOReturn LibusbInterface::clearPipeStallBothEnds(std::uint8_t pipe) {
 }
 
 IOReturn LibusbInterface::controlRequest(std::uint8_t pipe, const ControlRequest& request) {
-  if (!handle_) return kIOReturnNotOpen;
+  const IOReturn check = checkOpen();
+  if (check != kIOReturnSuccess) return check;
   if (pipe != 0) return kIOUSBUnknownPipeErr;
   return unlessGone(statusOfLibusbError(libusb_control_transfer(
       handle_.get(), request.requestType, request.request, request.value, request.index,
@@ -157,12 +158,13 @@ const libusb_endpoint_descriptor* LibusbInterface::endpointOf(std::uint8_t pipe)
 }
 
 // Asks the system, not the device: a device that is gone answers nothing, on which no call must wait.
-IOReturn LibusbInterface::checkOpen() const {
+IOReturn LibusbInterface::checkOpen() {
+  if (gone_) return kIOReturnNoDevice;
   if (!handle_) return kIOReturnNotOpen;
-  return isConnected(handle_.get()) ? kIOReturnSuccess : kIOReturnNoDevice;
+  return isConnected(handle_.get()) ? kIOReturnSuccess : unlessGone(kIOReturnNoDevice);
 }
 
-IOReturn LibusbInterface::checkPipe(std::uint8_t pipe) const {
+IOReturn LibusbInterface::checkPipe(std::uint8_t pipe) {
   const IOReturn status = checkOpen();
   if (status != kIOReturnSuccess) return status;
   return pipe == 0 || endpointOf(pipe) != nullptr ? kIOReturnSuccess : kIOUSBUnknownPipeErr;
@@ -170,6 +172,7 @@ IOReturn LibusbInterface::checkPipe(std::uint8_t pipe) const {
 
 // A device that is gone fails the transfer itself.
 IOReturn LibusbInterface::checkTransfer(std::uint8_t pipe, PipeDirection direction) const {
+  if (gone_) return kIOReturnNoDevice;
   if (!handle_) return kIOReturnNotOpen;
   const libusb_endpoint_descriptor* endpoint = endpointOf(pipe);
   return endpoint != nullptr && directionOf(*endpoint) == direction ? kIOReturnSuccess : kIOUSBUnknownPipeErr;
@@ -189,7 +192,18 @@ BulkTransfer::Result LibusbInterface::transfer(std::uint8_t pipe, std::uint8_t* 
 // its default pipe fails too; one that answers is there.
 IOReturn LibusbInterface::unlessGone(IOReturn status) {
   const bool mayBeGone = status == kIOReturnIOError || status == kIOReturnError;
-  return mayBeGone && isGone() ? kIOReturnNoDevice : status;
+  if (status != kIOReturnNoDevice && !(mayBeGone && isGone())) return status;
+  letGo();
+  gone_ = true;
+  return kIOReturnNoDevice;
+}
+
+void LibusbInterface::letGo() {
+  const std::lock_guard lock(mutex_);
+  bulk_.reset();
+  setting_ = nullptr;
+  configuration_.reset();
+  handle_.reset();
 }
 
 bool LibusbInterface::isGone() {

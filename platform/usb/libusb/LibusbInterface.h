@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 
 #include "BulkTransfer.h"
 #include "LibusbHandles.h"
@@ -40,17 +41,21 @@ class LibusbInterface final : public UsbInterface {
   IOReturn claim();
   // The endpoint behind a pipe reference; null where the current setting has none.
   const libusb_endpoint_descriptor* endpointOf(std::uint8_t pipe) const;
-  IOReturn checkOpen() const;
-  IOReturn checkPipe(std::uint8_t pipe) const;
+  IOReturn checkOpen();
+  IOReturn checkPipe(std::uint8_t pipe);
   IOReturn checkTransfer(std::uint8_t pipe, PipeDirection direction) const;
   BulkTransfer::Result transfer(std::uint8_t pipe, std::uint8_t* bytes, std::uint32_t count,
                                 std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs);
   IOReturn unlessGone(IOReturn status);
   bool isGone();
+  void letGo();
 
   libusb_context* context_;
   DeviceReference device_;
   std::uint8_t number_;
+
+  bool gone_ = false;  // open, but found gone and let go: a user who never closes keeps no descriptor
+  std::mutex mutex_;   // guards what abortPipe() on another thread needs of the following
 
   // While it is open:
   DeviceHandle handle_;
