@@ -147,10 +147,15 @@ class UsbStack {
                                                    PlugInInterface** plugIn) = 0;
 };
 
-// The stack that drivers created from now on use. Never null: until someone calls useUsbStack() it is a stack
-// without any service. The process-wide choice belongs to whoever links the library (front end or test); the
-// stack given stays the caller's and must outlive every driver that uses it. Null brings the default back.
+// The stack that drivers created from now on use. Never null: until someone calls useUsbStack() it is the
+// default one. The process-wide choice belongs to whoever links the library (front end or test); the stack
+// given stays the caller's and must outlive every driver that uses it. Null brings the default back.
 UsbStack& usbStack();
 void useUsbStack(UsbStack* stack);
+
+// What answers the default stack, which is asked for at its first use and lives for ever. Null brings back
+// the one that is the default of this folder: it has no service.
+using DefaultUsbStack = UsbStack& (*)();
+void useDefaultUsbStack(DefaultUsbStack stack);
 
 }  // namespace platform
