@@ -156,7 +156,7 @@ TEST_P(SameOutcome, OverLibusbInLargeRequests) {
 
 using enum FaultKind;
 constexpr auto untilGone = [](FaultKind kind, std::uint32_t position) {
-  return Case{{{kind, position}, {unplug, 20}}};
+  return Case{{{kind, position}, {unplug, 12}}};
 };
 
 INSTANTIATE_TEST_SUITE_P(
@@ -185,7 +185,7 @@ INSTANTIATE_TEST_SUITE_P(Faults, SameOutcomeInSmallRequests,
                          testing::Values(Case{}, Case{{{shortWrite, 5}}}, Case{{{exceptionReply, 4}}},
                                          Case{{{splitReply, 5}}}, Case{{{garbageReply, 3}}},
                                          Case{{{garbage, 100000}}}, Case{{{truncatedImage, 100500}}},
-                                         Case{{{wrongHeader, 1}}}, Case{{{stall, 4}, {unplug, 20}}},
+                                         Case{{{wrongHeader, 1}}}, Case{{{stall, 4}, {unplug, 12}}},
                                          Case{{{unplug, 5}}}),
                          [](const auto& row) { return row.param.name(); });
 
