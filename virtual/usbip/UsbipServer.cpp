@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <memory>
 #include <system_error>
 
@@ -15,6 +16,7 @@ namespace {
 constexpr std::size_t mostClients = 8;
 constexpr int backlog = 64;
 constexpr std::size_t readSize = std::size_t{64} * 1024;
+constexpr int mostReads = 16;
 
 [[noreturn]] void fail(int error) {
   throw std::system_error(error, std::generic_category());
@@ -83,9 +85,12 @@ void UsbipServer::run(int stop) {
     }
     if (awaited[0].revents != 0) break;
     auto ready = awaited.begin() + 2;
-    for (Client& client : clients_) serve(client, (ready++)->revents);
+    for (auto client = clients_.begin(); client != clients_.end(); ++ready) {
+      serve(*client, ready->revents);
+      // At once, so that the device is free for the next one.
+      client = client->gone ? drop(client) : std::next(client);
+    }
     if (awaited[1].revents != 0) accept();
-    dropTheGone();
   }
   clients_.clear();
   listener_ = Descriptor();
@@ -138,14 +143,17 @@ void UsbipServer::serve(Client& client, short events) {
     client.gone = true;
 }
 
+// All that is there, within reason: behind it may stand the client's farewell.
 void UsbipServer::receive(Client& client) {
-  if (!client.connection.wantsInput()) return;
   std::vector<std::uint8_t> bytes(readSize);
-  const ssize_t count = recv(client.socket.get(), bytes.data(), bytes.size(), 0);
-  if (count > 0) {
-    client.connection.receive(std::span(bytes).first(static_cast<std::size_t>(count)));
-  } else if (count == 0 || !wouldBlock(errno)) {
-    client.gone = true;
+  for (int turn = 0; turn < mostReads && client.connection.wantsInput(); ++turn) {
+    const ssize_t count = recv(client.socket.get(), bytes.data(), bytes.size(), 0);
+    if (count > 0) {
+      client.connection.receive(std::span(bytes).first(static_cast<std::size_t>(count)));
+    } else {
+      client.gone = count == 0 || !wouldBlock(errno);
+      return;
+    }
   }
 }
 
@@ -166,18 +174,12 @@ void UsbipServer::noteAttachment(Client& client) {
   }
 }
 
-void UsbipServer::dropTheGone() {
-  for (auto client = clients_.begin(); client != clients_.end();) {
-    if (!client->gone) {
-      ++client;
-      continue;
-    }
-    const std::string& complaint = client->connection.complaint();
-    if (!complaint.empty()) tell(client->peer + " broke the protocol: " + complaint);
-    if (client->wasAttached) tell(client->peer + " detached the scanner");
-    client = clients_.erase(client);
-    acceptPaused_ = false;
-  }
+std::list<UsbipServer::Client>::iterator UsbipServer::drop(std::list<Client>::iterator client) {
+  const std::string& complaint = client->connection.complaint();
+  if (!complaint.empty()) tell(client->peer + " broke the protocol: " + complaint);
+  if (client->wasAttached) tell(client->peer + " detached the scanner");
+  acceptPaused_ = false;
+  return clients_.erase(client);
 }
 
 }  // namespace virtualscanner

@@ -56,7 +56,7 @@ class UsbipServer {
   void receive(Client& client);
   void send(Client& client);
   void noteAttachment(Client& client);
-  void dropTheGone();
+  std::list<Client>::iterator drop(std::list<Client>::iterator client);
   std::vector<pollfd> whatToAwait(int stop) const;
   void tell(const std::string& sentence) const {
     if (note_) note_(sentence);

@@ -165,7 +165,8 @@ TEST_F(UsbipConnection, WaitsForTheRestOfWhatBegan) {
 }
 
 TEST_F(UsbipConnection, RefusesABusIdThatIsNotTheDevices) {
-  for (const std::string id : {"", "1-2", "1-11", "1-1/", "../1-1", std::string(32, '1').c_str()}) {
+  for (const std::string& id : {std::string(), std::string("1-2"), std::string("1-11"), std::string("1-1/"),
+                                std::string("../1-1"), std::string(32, '1')}) {
     use({});
     EXPECT_EQ(answerTo(importRequest(id)), (Bytes{0x01, 0x11, 0x00, 0x03, 0, 0, 0, /*no device*/ 4})) << id;
     EXPECT_TRUE(connection_->hasEnded());
