@@ -26,7 +26,7 @@ PipeDirection directionOf(const Endpoint& endpoint) {
 }  // namespace
 
 VirtualUsbInterface::~VirtualUsbInterface() {
-  if (stack_.interfaceHolder_ == this) stack_.interfaceHolder_ = nullptr;
+  close();
 }
 
 IOReturn VirtualUsbInterface::open() {
@@ -36,12 +36,15 @@ IOReturn VirtualUsbInterface::open() {
     return kIOReturnExclusiveAccess;
   stack_.interfaceHolder_ = this;
   open_ = true;
+  haltedHere_.clear();
   return kIOReturnSuccess;
 }
 
 IOReturn VirtualUsbInterface::close() {
   if (!open_) return kIOReturnNotOpen;
   open_ = false;
+  if (setting_ != 0 && isAlive()) stack_.scanner_.control(setInterface(0), nullptr);
+  setting_ = 0;
   if (stack_.interfaceHolder_ == this) stack_.interfaceHolder_ = nullptr;
   return isAlive() ? kIOReturnSuccess : kIOReturnNoDevice;
 }
@@ -60,6 +63,7 @@ IOReturn VirtualUsbInterface::getNumEndpoints(std::uint8_t* count) {
 IOReturn VirtualUsbInterface::setAlternateInterface(std::uint8_t alternateSetting) {
   IOReturn status = checkOpen();
   if (status != kIOReturnSuccess) return status;
+  if (!stack_.scanner_.hasAlternateSetting(alternateSetting)) return kIOReturnNotFound;
   status = statusOf(stack_.scanner_.control(setInterface(alternateSetting), nullptr), 0);
   if (status != kIOReturnSuccess) return status;
   setting_ = alternateSetting;

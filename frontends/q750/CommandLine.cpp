@@ -22,17 +22,28 @@ constexpr char areaHelp[] =
 constexpr char outputHelp[] =
     "The picture appears under its name only when it is whole; what stood there before is replaced then.\n";
 
-void addVirtualOptions(CLI::App& scan, VirtualDeviceOptions& options) {
-  const std::string group = "For the virtual scanner";
-  scan.add_option("--paper", options.paper, "A PNG or PNM file to lay on the glass, instead of a test chart")
+constexpr char listenHelp[] =
+    "Other programs, of this machine or another one, then find the scanner on their USB: it travels over\n"
+    "USB/IP, which the Linux kernel attaches with the two commands that are shown. Detach it with\n"
+    "usbip detach -p 00; usbip port tells the number. Ctrl-C ends it, which unplugs the scanner.\n"
+    "\n"
+    "Whoever can reach the address can use the scanner and sees what is on its glass: nothing asks who they\n"
+    "are, and nothing is encrypted. Listen on another address than 127.0.0.1 or [::1] only in a network "
+    "that\n"
+    "you trust.\n";
+
+void addVirtualOptions(CLI::App& command, VirtualDeviceOptions& options, const std::string& group) {
+  command
+      .add_option("--paper", options.paper, "A PNG or PNM file to lay on the glass, instead of a test chart")
       ->type_name("FILE")
       ->group(group);
-  scan.add_option("--fault", options.faults,
+  command
+      .add_option("--fault", options.faults,
                   "Let something go wrong, for testing; may be given several times")
       ->type_name("NAME[:N]")
       ->allow_extra_args(false)
       ->group(group);
-  scan.add_option("--packet-size", options.packetSize, "Image bytes in one packet, for testing")
+  command.add_option("--packet-size", options.packetSize, "Image bytes in one packet, for testing")
       ->type_name("BYTES")
       ->check(CLI::Range(1u, largestPacketSize).description(""))
       ->group(group);
@@ -55,9 +66,20 @@ void addScanOptions(CLI::App& scan, ScanOptions& options) {
       ->type_name("AREA");
   scan.add_flag("-q,--quiet", options.quiet, "Say nothing but what went wrong");
   scan.add_flag("-v,--verbose", options.verbose, "Show the library's log");
-  addVirtualOptions(scan, options.virtualDevice);
+  addVirtualOptions(scan, options.virtualDevice, "For the virtual scanner");
   scan.footer(std::string(areaHelp) + "\n" + outputHelp + "\nFaults, each with its usual N:\n" + faultHelp() +
               "\n" + exitCodeTable());
+}
+
+void addServeOptions(CLI::App& serve, VirtualOptions& options) {
+  serve
+      .add_option("--listen", options.listen,
+                  "Where to listen, an IPv6 address in brackets; port 0 is any free one; otherwise "
+                  "127.0.0.1:3240")
+      ->type_name("ADDRESS:PORT");
+  addVirtualOptions(serve, options.virtualDevice, "Options");
+  serve.footer(std::string(listenHelp) + "\nFaults, each with its usual N:\n" + faultHelp() + "\n" +
+               exitCodeTable());
 }
 
 }  // namespace
@@ -72,6 +94,8 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   CLI::App* list = app.add_subcommand("list", "Show the scanners that can be scanned from");
   CLI::App* scan = app.add_subcommand("scan", "Scan a page into a TIFF, PNG or PNM file");
   addScanOptions(*scan, result.scan);
+  CLI::App* serve = app.add_subcommand("virtual", "Offer a virtual scanner to the USB of Linux machines");
+  addServeOptions(*serve, result.serve);
   app.footer("q750 scan --help tells more about scanning.\n\n" + exitCodeTable());
   try {
     app.parse(argc, argv);
@@ -79,13 +103,17 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
     std::ostringstream shown;
     std::ostringstream complaint;
     if (app.exit(end, shown, complaint) != 0) {
-      const std::string command = scan->parsed() ? "q750 scan" : "q750";
+      std::string command = "q750";
+      if (scan->parsed()) command += " scan";
+      if (serve->parsed()) command += " virtual";
       throw UsageError(std::string(end.what()) + ". Try " + command + " --help.");
     }
     result.text = shown.str();
     return result;
   }
-  result.command = list->parsed() ? CommandLine::Command::list : CommandLine::Command::scan;
+  result.command = list->parsed()    ? CommandLine::Command::list
+                   : serve->parsed() ? CommandLine::Command::serve
+                                     : CommandLine::Command::scan;
   return result;
 }
 

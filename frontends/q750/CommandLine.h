@@ -20,12 +20,19 @@ struct ScanOptions {
   VirtualDeviceOptions virtualDevice;
 };
 
+// The options of "q750 virtual" as they were given.
+struct VirtualOptions {
+  std::string listen = "127.0.0.1:3240";
+  VirtualDeviceOptions virtualDevice;
+};
+
 struct CommandLine {
-  enum class Command : std::uint8_t { show, list, scan };
+  enum class Command : std::uint8_t { show, list, scan, serve };
 
   Command command = Command::show;
   std::string text;  // for show: help or version
   ScanOptions scan;
+  VirtualOptions serve;
 };
 
 // Takes the command line apart. Does not look at what values mean (ScanPlan.h does). Throws UsageError.

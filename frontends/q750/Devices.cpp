@@ -16,13 +16,13 @@ constexpr std::size_t faultColumn = 26;  // in the help
 
 class VirtualDevice final : public Device {
  public:
-  VirtualDevice(std::shared_ptr<const virtualscanner::Paper> paper, virtualscanner::ScannerOptions options)
-      : scanner_(std::move(paper), std::move(options)) {}
+  explicit VirtualDevice(std::unique_ptr<virtualscanner::VirtualScanner> scanner)
+      : scanner_(std::move(scanner)) {}
   platform::UsbStack& stack() override { return stack_; }
 
  private:
-  virtualscanner::VirtualScanner scanner_;
-  virtualscanner::VirtualUsbStack stack_{scanner_};
+  std::unique_ptr<virtualscanner::VirtualScanner> scanner_;
+  virtualscanner::VirtualUsbStack stack_{*scanner_};
 };
 
 virtualscanner::Fault faultNamed(std::string text) {
@@ -34,19 +34,6 @@ virtualscanner::Fault faultNamed(std::string text) {
     names += (names.empty() ? "" : ", ") + std::string(known.name);
   throw UsageError("--fault " + given +
                    ": there is no such fault. Write NAME or NAME:N with one of: " + names + ".");
-}
-
-std::unique_ptr<Device> openVirtualDevice(const VirtualDeviceOptions& options) {
-  virtualscanner::ScannerOptions scannerOptions;
-  for (const std::string& fault : options.faults) scannerOptions.faults.push_back(faultNamed(fault));
-  if (options.packetSize > 0) scannerOptions.packetPayload = options.packetSize;
-  try {
-    auto paper = options.paper.empty() ? virtualscanner::Paper::testChart()
-                                       : virtualscanner::Paper::fromFile(options.paper);
-    return std::make_unique<VirtualDevice>(std::move(paper), std::move(scannerOptions));
-  } catch (const virtualscanner::PaperError& error) {
-    throw UsageError("--paper: " + std::string(error.what()));
-  }
 }
 
 }  // namespace
@@ -61,8 +48,22 @@ std::string deviceTable(const std::vector<DeviceEntry>& devices) {
   return table;
 }
 
+std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const VirtualDeviceOptions& options) {
+  virtualscanner::ScannerOptions scannerOptions;
+  for (const std::string& fault : options.faults) scannerOptions.faults.push_back(faultNamed(fault));
+  if (options.packetSize > 0) scannerOptions.packetPayload = options.packetSize;
+  try {
+    auto paper = options.paper.empty() ? virtualscanner::Paper::testChart()
+                                       : virtualscanner::Paper::fromFile(options.paper);
+    return std::make_unique<virtualscanner::VirtualScanner>(std::move(paper), std::move(scannerOptions));
+  } catch (const virtualscanner::PaperError& error) {
+    throw UsageError("--paper: " + std::string(error.what()));
+  }
+}
+
 std::unique_ptr<Device> openDevice(const std::string& name, const VirtualDeviceOptions& options) {
-  if (name.empty() || name == virtualName) return openVirtualDevice(options);
+  if (name.empty() || name == virtualName)
+    return std::make_unique<VirtualDevice>(makeVirtualScanner(options));
   throw CommandError(ExitCode::noDevice, "--device " + name +
                                              ": there is no such scanner. These are there:\n" +
                                              deviceTable(listDevices()) + "Choose one of them.");

@@ -7,6 +7,10 @@
 
 #include "UsbStack.h"
 
+namespace virtualscanner {
+class VirtualScanner;
+}
+
 namespace frontend {
 
 // A scanner that can be scanned from, as the user sees it.
@@ -38,6 +42,10 @@ std::string deviceTable(const std::vector<DeviceEntry>& devices);
 // The scanner of this name; an empty name means the only one there is. Throws CommandError: noDevice for an
 // unknown name, usage for a paper that cannot be read or an unknown fault.
 std::unique_ptr<Device> openDevice(const std::string& name, const VirtualDeviceOptions& options);
+
+// A virtual scanner with these options. Throws CommandError: usage for a paper that cannot be read or an
+// unknown fault.
+std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const VirtualDeviceOptions& options);
 
 // The faults that the virtual scanner knows, for the help: name, default position and effect.
 std::string faultHelp();

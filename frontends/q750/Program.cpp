@@ -1,6 +1,5 @@
 #include "Program.h"
 
-#include <cstdio>
 #include <exception>
 #include <new>
 #include <string>
@@ -10,15 +9,11 @@
 #include "Console.h"
 #include "Devices.h"
 #include "ScanCommand.h"
+#include "StandardOutput.h"
+#include "VirtualCommand.h"
 
 namespace frontend {
 namespace {
-
-void show(const std::string& text) {
-  const bool written =
-      std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-  if (!written) throw OutputError("Standard output cannot be written to.");
-}
 
 void run(const CommandLine& commandLine) {
   switch (commandLine.command) {
@@ -28,6 +23,8 @@ void run(const CommandLine& commandLine) {
       return show(deviceTable(listDevices()));
     case CommandLine::Command::scan:
       return runScan(commandLine.scan);
+    case CommandLine::Command::serve:
+      return runVirtual(commandLine.serve);
   }
 }
 

@@ -28,16 +28,22 @@ class EmptyUsbStack final : public UsbStack {
 };
 
 EmptyUsbStack emptyStack;
-UsbStack* chosenStack = nullptr;
+constinit UsbStack* chosenStack = nullptr;
+constinit DefaultUsbStack defaultStack = nullptr;
 
 }  // namespace
 
 UsbStack& usbStack() {
-  return chosenStack != nullptr ? *chosenStack : emptyStack;
+  if (chosenStack != nullptr) return *chosenStack;
+  return defaultStack != nullptr ? defaultStack() : emptyStack;
 }
 
 void useUsbStack(UsbStack* stack) {
   chosenStack = stack;
+}
+
+void useDefaultUsbStack(DefaultUsbStack stack) {
+  defaultStack = stack;
 }
 
 }  // namespace platform

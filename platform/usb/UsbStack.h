@@ -51,22 +51,27 @@ struct ControlRequest {
 // order of the endpoint descriptors of the current alternate setting; pipe 0 is the default control pipe.
 class UsbInterface {
  public:
-  // Claims the interface for this process: kIOReturnExclusiveAccess where someone else holds it,
-  // kIOReturnNotPermitted where the process may not use the device.
+  // Claims the interface for this object, with alternate setting 0: kIOReturnExclusiveAccess where another
+  // one or another process holds it, or this one does already, kIOReturnNotPermitted where the process may
+  // not use the device. All that follows is kIOReturnNotOpen on an interface that is not open, and
+  // kIOReturnNoDevice on one of a device that is gone, also after it was plugged in again.
   virtual IOReturn open() = 0;
-  // Gives the claim back. The object stays valid until release().
+  // Gives the claim back, on every status but kIOReturnNotOpen. The object stays valid until release().
   virtual IOReturn close() = 0;
+  // Closes it first where it is open.
   virtual void release() = 0;
 
   virtual IOReturn getNumEndpoints(std::uint8_t* count) = 0;
-  // Pipe references are counted anew afterwards.
+  // Pipe references are counted anew afterwards. kIOReturnNotFound for a setting that the interface does not
+  // have.
   virtual IOReturn setAlternateInterface(std::uint8_t alternateSetting) = 0;
-  // kIOUSBUnknownPipeErr for a reference that the current setting does not have.
+  // kIOUSBUnknownPipeErr for a reference that the current setting does not have, as for all calls below; for
+  // transfers also where the pipe has the other direction.
   virtual IOReturn getPipeProperties(std::uint8_t pipe, PipeProperties* properties) = 0;
 
   // Ends every transfer in flight on the pipe with kIOReturnAborted.
   virtual IOReturn abortPipe(std::uint8_t pipe) = 0;
-  // Clears the host's side of a halt (data toggle and stall state).
+  // Clears the host's side of a halt (data toggle and stall state). The device's side stays as it is.
   virtual IOReturn resetPipe(std::uint8_t pipe) = 0;
   // As resetPipe, and tells the device to clear its side too.
   virtual IOReturn clearPipeStallBothEnds(std::uint8_t pipe) = 0;
@@ -89,7 +94,8 @@ class UsbInterface {
   ~UsbInterface() = default;
 };
 
-// One USB device, for reading its identity. Ownership as for UsbInterface.
+// One USB device, for reading its identity, open or not. Ownership, and what becomes of it when it is gone,
+// as for UsbInterface.
 class UsbDevice {
  public:
   virtual IOReturn open() = 0;
@@ -141,10 +147,15 @@ class UsbStack {
                                                    PlugInInterface** plugIn) = 0;
 };
 
-// The stack that drivers created from now on use. Never null: until someone calls useUsbStack() it is a stack
-// without any service. The process-wide choice belongs to whoever links the library (front end or test); the
-// stack given stays the caller's and must outlive every driver that uses it. Null brings the default back.
+// The stack that drivers created from now on use. Never null: until someone calls useUsbStack() it is the
+// default one. The process-wide choice belongs to whoever links the library (front end or test); the stack
+// given stays the caller's and must outlive every driver that uses it. Null brings the default back.
 UsbStack& usbStack();
 void useUsbStack(UsbStack* stack);
+
+// What answers the default stack, which is asked for at its first use and lives for ever. Null brings back
+// the one that is the default of this folder: it has no service.
+using DefaultUsbStack = UsbStack& (*)();
+void useDefaultUsbStack(DefaultUsbStack stack);
 
 }  // namespace platform

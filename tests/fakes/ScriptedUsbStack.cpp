@@ -55,151 +55,182 @@ struct ScriptedUsbStack::Service {
   std::uint16_t vendor = 0;
   std::uint16_t product = 0;
   std::uint32_t location = 0;
-  bool open = false;
+  const void* holder = nullptr;  // the object that has it open
 };
 
-class ScriptedUsbStack::Interface final : public platform::UsbInterface {
+// What interfaces and devices have in common: they are opened once at a time, and die with their
+// plugging-in.
+class ScriptedUsbStack::Object {
  public:
-  Interface(ScriptedUsbStack& stack, Service& service)
-      : stack_(stack), service_(service), name_("interface " + service.number) {
+  Object(const Object&) = delete;
+  Object& operator=(const Object&) = delete;
+
+ protected:
+  Object(ScriptedUsbStack& stack, Service& service, const char* kind)
+      : stack_(stack), service_(service), name_(kind + service.number), connection_(stack.connection_) {
     stack_.hold(name_, +1);
   }
+  ~Object() = default;
 
-  IOReturn open() override {
-    const Verdict verdict = fallible("open()");
-    if (verdict.status != kIOReturnSuccess) return verdict.status;
-    if (service_.open) return platform::kIOReturnExclusiveAccess;
-    service_.open = true;
+  IOReturn openObject() {
+    const IOReturn status = fallible("open()");
+    if (status != kIOReturnSuccess) return status;
+    if (service_.holder != nullptr) return platform::kIOReturnExclusiveAccess;
+    service_.holder = this;
+    open_ = true;
     stack_.hold("open " + name_, +1);
     return kIOReturnSuccess;
   }
   // A close that fails has closed all the same, as it does for a device that is gone.
-  IOReturn close() override {
-    const Verdict verdict = fallible("close()");
+  IOReturn closeObject() {
+    const IOReturn status = fallible("close()");
     stack_.hold("open " + name_, -1);
-    service_.open = false;
-    return verdict.status;
+    if (!open_) return platform::kIOReturnNotOpen;
+    giveBack();
+    return status;
   }
-  void release() override {
+  void releaseObject() {
     check("release()");
     stack_.record(name_ + ".release()");
     released_ = true;
+    // It stays among the leftovers as open: drivers close before they release.
+    giveBack();
     stack_.hold(name_, -1);
   }
+  bool isOpen() const { return open_; }
+  // Records a call and answers what the script or the state of things says of it.
+  IOReturn fallible(const std::string& call) {
+    check(call);
+    const Verdict verdict = stack_.recordFallible(name_ + "." + call);
+    if (verdict.status != kIOReturnSuccess) return verdict.status;
+    return connection_ == stack_.connection_ && stack_.pluggedIn_ ? kIOReturnSuccess
+                                                                  : platform::kIOReturnNoDevice;
+  }
+
+  ScriptedUsbStack& stack_;
+  Service& service_;
+  std::string name_;
+
+ private:
+  void check(const std::string& call) {
+    if (released_) stack_.misuse_.push_back(name_ + "." + call + " after its release");
+  }
+
+  void giveBack() {
+    open_ = false;
+    if (service_.holder == this) service_.holder = nullptr;
+  }
+
+  int connection_;
+  bool open_ = false;
+  bool released_ = false;
+};
+
+class ScriptedUsbStack::Interface final : public platform::UsbInterface, private Object {
+ public:
+  Interface(ScriptedUsbStack& stack, Service& service) : Object(stack, service, "interface ") {}
+
+  IOReturn open() override {
+    const IOReturn status = openObject();
+    if (status == kIOReturnSuccess) setting_ = 0;
+    return status;
+  }
+  IOReturn close() override { return closeObject(); }
+  void release() override { releaseObject(); }
   IOReturn getNumEndpoints(std::uint8_t* count) override {
-    const Verdict verdict = fallible("getNumEndpoints()");
-    if (verdict.status == kIOReturnSuccess) *count = static_cast<std::uint8_t>(endpoints().size());
-    return verdict.status;
+    const IOReturn status = whenOpen("getNumEndpoints()");
+    if (status == kIOReturnSuccess) *count = static_cast<std::uint8_t>(endpoints().size());
+    return status;
   }
   IOReturn setAlternateInterface(std::uint8_t alternateSetting) override {
-    const Verdict verdict = fallible("setAlternateInterface(" + number(alternateSetting) + ")");
-    if (verdict.status != kIOReturnSuccess) return verdict.status;
+    const IOReturn status = whenOpen("setAlternateInterface(" + number(alternateSetting) + ")");
+    if (status != kIOReturnSuccess) return status;
     if (alternateSetting > 1) return platform::kIOReturnNotFound;
     setting_ = alternateSetting;
     return kIOReturnSuccess;
   }
   IOReturn getPipeProperties(std::uint8_t pipe, platform::PipeProperties* properties) override {
-    const Verdict verdict = fallible("getPipeProperties(" + number(pipe) + ")");
-    if (verdict.status != kIOReturnSuccess) return verdict.status;
-    if (pipe == 0 || pipe > endpoints().size()) return platform::kIOUSBUnknownPipeErr;
-    *properties = endpoints()[pipe - 1U];
+    const IOReturn status = onPipe("getPipeProperties(" + number(pipe) + ")", pipe);
+    if (status != kIOReturnSuccess) return status;
+    *properties = pipe == 0 ? defaultPipe : endpoints()[pipe - 1U];
     return kIOReturnSuccess;
   }
-  IOReturn abortPipe(std::uint8_t pipe) override {
-    return fallible("abortPipe(" + number(pipe) + ")").status;
-  }
-  IOReturn resetPipe(std::uint8_t pipe) override {
-    return fallible("resetPipe(" + number(pipe) + ")").status;
-  }
+  IOReturn abortPipe(std::uint8_t pipe) override { return onPipe("abortPipe(" + number(pipe) + ")", pipe); }
+  IOReturn resetPipe(std::uint8_t pipe) override { return onPipe("resetPipe(" + number(pipe) + ")", pipe); }
   IOReturn clearPipeStallBothEnds(std::uint8_t pipe) override {
-    return fallible("clearPipeStallBothEnds(" + number(pipe) + ")").status;
+    const IOReturn status = onPipe("clearPipeStallBothEnds(" + number(pipe) + ")", pipe);
+    if (status == kIOReturnSuccess) stack_.halted_.erase(pipe);
+    return status;
   }
   IOReturn controlRequest(std::uint8_t pipe, const platform::ControlRequest& request) override {
-    return fallible("controlRequest(" + number(pipe) + ", " + textOf(request) + ")").status;
+    const IOReturn status = whenOpen("controlRequest(" + number(pipe) + ", " + textOf(request) + ")");
+    return status == kIOReturnSuccess && pipe != 0 ? platform::kIOUSBUnknownPipeErr : status;
   }
   IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size, std::uint32_t noDataTimeoutMs,
                       std::uint32_t completionTimeoutMs) override {
-    const Verdict verdict = fallible("readPipeTO(" + number(pipe) + ", " + number(*size) + ", " +
-                                     number(noDataTimeoutMs) + ", " + number(completionTimeoutMs) + ")");
-    if (verdict.status == kIOReturnSuccess) return stack_.read(pipe, buffer, size);
+    const IOReturn status = transfer(platform::PipeDirection::in, "readPipeTO(", pipe, *size, noDataTimeoutMs,
+                                     completionTimeoutMs);
+    if (status == kIOReturnSuccess) return stack_.read(pipe, buffer, size);
     *size = 0;
-    stack_.transfers_.push_back({false, pipe, "", verdict.status});
-    return verdict.status;
+    stack_.transfers_.push_back({false, pipe, "", status});
+    return status;
   }
   IOReturn writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
                        std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) override {
-    const Verdict verdict = fallible("writePipeTO(" + number(pipe) + ", " + number(size) + ", " +
-                                     number(noDataTimeoutMs) + ", " + number(completionTimeoutMs) + ")");
-    stack_.transfers_.push_back({true, pipe, {static_cast<const char*>(buffer), size}, verdict.status});
-    return verdict.status;
+    const IOReturn status = transfer(platform::PipeDirection::out, "writePipeTO(", pipe, size,
+                                     noDataTimeoutMs, completionTimeoutMs);
+    stack_.transfers_.push_back({true, pipe, {static_cast<const char*>(buffer), size}, status});
+    return status;
   }
 
  private:
+  static constexpr platform::PipeProperties defaultPipe{platform::PipeDirection::out, 0,
+                                                        platform::TransferType::control, 64, 0};
+
   const std::vector<platform::PipeProperties>& endpoints() const { return service_.settings[setting_]; }
-  void check(const std::string& call) {
-    if (released_) stack_.misuse_.push_back(name_ + "." + call + " after its release");
+  IOReturn whenOpen(const std::string& call) {
+    const IOReturn status = fallible(call);
+    return status == kIOReturnSuccess && !isOpen() ? platform::kIOReturnNotOpen : status;
   }
-  Verdict fallible(const std::string& call) {
-    check(call);
-    return stack_.recordFallible(name_ + "." + call);
+  IOReturn onPipe(const std::string& call, std::uint8_t pipe) {
+    const IOReturn status = whenOpen(call);
+    return status == kIOReturnSuccess && pipe > endpoints().size() ? platform::kIOUSBUnknownPipeErr : status;
+  }
+  IOReturn transfer(platform::PipeDirection direction, const char* call, std::uint8_t pipe,
+                    std::uint32_t size, std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+    const IOReturn status = onPipe(call + number(pipe) + ", " + number(size) + ", " +
+                                       number(noDataTimeoutMs) + ", " + number(completionTimeoutMs) + ")",
+                                   pipe);
+    if (status != kIOReturnSuccess) return status;
+    if (pipe == 0 || endpoints()[pipe - 1U].direction != direction) return platform::kIOUSBUnknownPipeErr;
+    return stack_.halted_.contains(pipe) ? platform::kIOUSBPipeStalled : kIOReturnSuccess;
   }
 
-  ScriptedUsbStack& stack_;
-  Service& service_;
-  std::string name_;
   std::size_t setting_ = 0;
-  bool released_ = false;
 };
 
-class ScriptedUsbStack::Device final : public platform::UsbDevice {
+class ScriptedUsbStack::Device final : public platform::UsbDevice, private Object {
  public:
-  Device(ScriptedUsbStack& stack, Service& service)
-      : stack_(stack), service_(service), name_("device " + service.number) {
-    stack_.hold(name_, +1);
-  }
+  Device(ScriptedUsbStack& stack, Service& service) : Object(stack, service, "device ") {}
 
-  IOReturn open() override {
-    const Verdict verdict = fallible("open()");
-    if (verdict.status == kIOReturnSuccess) stack_.hold("open " + name_, +1);
-    return verdict.status;
-  }
-  IOReturn close() override {
-    const Verdict verdict = fallible("close()");
-    stack_.hold("open " + name_, -1);
-    return verdict.status;
-  }
-  void release() override {
-    if (released_) stack_.misuse_.push_back(name_ + ".release() after its release");
-    stack_.record(name_ + ".release()");
-    released_ = true;
-    stack_.hold(name_, -1);
-  }
+  IOReturn open() override { return openObject(); }
+  IOReturn close() override { return closeObject(); }
+  void release() override { releaseObject(); }
   IOReturn getDeviceVendor(std::uint16_t* vendor) override {
-    const Verdict verdict = fallible("getDeviceVendor()");
-    if (verdict.status == kIOReturnSuccess) *vendor = service_.vendor;
-    return verdict.status;
+    const IOReturn status = fallible("getDeviceVendor()");
+    if (status == kIOReturnSuccess) *vendor = service_.vendor;
+    return status;
   }
   IOReturn getDeviceProduct(std::uint16_t* product) override {
-    const Verdict verdict = fallible("getDeviceProduct()");
-    if (verdict.status == kIOReturnSuccess) *product = service_.product;
-    return verdict.status;
+    const IOReturn status = fallible("getDeviceProduct()");
+    if (status == kIOReturnSuccess) *product = service_.product;
+    return status;
   }
   IOReturn getLocationID(std::uint32_t* location) override {
-    const Verdict verdict = fallible("getLocationID()");
-    if (verdict.status == kIOReturnSuccess) *location = service_.location;
-    return verdict.status;
+    const IOReturn status = fallible("getLocationID()");
+    if (status == kIOReturnSuccess) *location = service_.location;
+    return status;
   }
-
- private:
-  Verdict fallible(const std::string& call) {
-    if (released_) stack_.misuse_.push_back(name_ + "." + call + " after its release");
-    return stack_.recordFallible(name_ + "." + call);
-  }
-
-  ScriptedUsbStack& stack_;
-  Service& service_;
-  std::string name_;
-  bool released_ = false;
 };
 
 class ScriptedUsbStack::PlugIn final : public platform::PlugInInterface {
@@ -263,6 +294,13 @@ void ScriptedUsbStack::addDevice(std::uint16_t vendor, std::uint16_t product, st
   service->product = product;
   service->location = location;
   services_.push_back(std::move(service));
+}
+
+void ScriptedUsbStack::unplug() {
+  pluggedIn_ = false;
+  ++connection_;
+  halted_.clear();
+  for (const auto& service : services_) service->holder = nullptr;
 }
 
 void ScriptedUsbStack::queueRead(std::uint8_t pipe, std::string bytes) {
@@ -356,7 +394,7 @@ platform::IOObject ScriptedUsbStack::iteratorNext(platform::IOObject iterator) {
   const Verdict verdict = recordFallible("iteratorNext()");
   if (iterator != theIterator) misuse_.emplace_back("iteratorNext() without an iterator");
   if (verdict.status != kIOReturnSuccess) return 0;
-  while (iteratorPosition_ < services_.size()) {
+  while (pluggedIn_ && iteratorPosition_ < services_.size()) {
     const std::size_t index = iteratorPosition_++;
     if (services_[index]->kind != iteratedKind_) continue;
     hold("service " + services_[index]->number, +1);
@@ -380,6 +418,7 @@ IOReturn ScriptedUsbStack::createPlugInInterfaceForService(platform::IOObject se
                                          std::to_string(index + 1) + ", " + nameOf(userClientType) + ")");
   if (verdict.status != kIOReturnSuccess) return verdict.status;
   if (index >= services_.size()) return platform::kIOReturnBadArgument;
+  if (services_[index]->kind != userClientType) return platform::kIOReturnUnsupported;
   *plugIn = nullptr;
   if (verdict.null) return kIOReturnSuccess;
   plugIns_.push_back(std::make_unique<PlugIn>(*this, *services_[index]));

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,13 @@ class ScriptedUsbStack final : public platform::UsbStack {
   // A read that succeeds with these bytes and reports `reported` of them, true or not.
   void queueReportedSize(std::uint8_t pipe, std::string bytes, std::uint32_t reported);
 
+  // Transfers on the pipe answer kIOUSBPipeStalled until both of its ends are cleared.
+  void haltPipe(std::uint8_t pipe) { halted_.insert(pipe); }
+
+  // Everything that was added goes, or comes back. What was obtained before is dead.
+  void unplug();
+  void plugIn() { pluggedIn_ = true; }
+
   // The next call whose line begins with `line` fails with `status` (calls without a status fail as they
   // can).
   void failNext(std::string line, platform::IOReturn status);
@@ -93,6 +101,7 @@ class ScriptedUsbStack final : public platform::UsbStack {
                                                      platform::PlugInInterface** plugIn) override;
 
  private:
+  class Object;
   class PlugIn;
   class Interface;
   class Device;
@@ -127,6 +136,9 @@ class ScriptedUsbStack final : public platform::UsbStack {
   std::size_t iteratorPosition_ = 0;
   std::map<std::uint8_t, std::deque<ReadAnswer>> reads_;
   std::map<std::uint8_t, int> timeoutsInARow_;
+  std::set<std::uint8_t> halted_;
+  bool pluggedIn_ = true;
+  int connection_ = 1;
   std::deque<Script> scripts_;
   int failingCall_ = 0;
   platform::IOReturn failingStatus_ = platform::kIOReturnError;

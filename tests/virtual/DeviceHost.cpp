@@ -52,6 +52,14 @@ std::unique_ptr<MapElem> parameterTree(const ScanRequest& request) {
   return tree;
 }
 
+DeviceHost::DeviceHost(VirtualScanner& scanner)
+    : pipes_{[&scanner](std::uint8_t address, const std::uint8_t* bytes, std::size_t count) {
+               return scanner.write(address, bytes, count);
+             },
+             [&scanner](std::uint8_t address, std::uint8_t* buffer, std::size_t capacity) {
+               return scanner.read(address, buffer, capacity);
+             }} {}
+
 std::vector<std::uint8_t> DeviceHost::framed(const std::string& object, const std::string& method,
                                              const std::vector<Parameter>& parameters) {
   ListElem list;
@@ -92,7 +100,7 @@ bool DeviceHost::startJob(const ScanRequest& wanted) {
 
 std::string DeviceHost::takeReply() {
   std::vector<std::uint8_t> buffer(512);
-  const Transfer transfer = scanner_.read(replyEndpoint, buffer.data(), buffer.size());
+  const Transfer transfer = pipes_.read(replyEndpoint, buffer.data(), buffer.size());
   if (transfer.moved < packetformat::headerSize) return {};
   EXPECT_EQ(packetformat::typeOf(buffer.data()), packetformat::controlData);
   EXPECT_EQ(packetformat::payloadLengthOf(buffer.data()) + packetformat::headerSize, transfer.moved);
@@ -101,19 +109,19 @@ std::string DeviceHost::takeReply() {
 }
 
 Transfer DeviceHost::write(const std::vector<std::uint8_t>& bytes) {
-  return scanner_.write(requestEndpoint, bytes.data(), bytes.size());
+  return pipes_.write(requestEndpoint, bytes.data(), bytes.size());
 }
 
 Transfer DeviceHost::readData(std::size_t capacity) {
   std::vector<std::uint8_t> buffer(capacity);
-  return scanner_.read(dataEndpoint, buffer.data(), buffer.size());
+  return pipes_.read(dataEndpoint, buffer.data(), buffer.size());
 }
 
 std::vector<std::uint8_t> DeviceHost::readStream(std::size_t capacity) {
   std::vector<std::uint8_t> stream;
   std::vector<std::uint8_t> buffer(capacity);
   for (;;) {
-    const Transfer transfer = scanner_.read(dataEndpoint, buffer.data(), buffer.size());
+    const Transfer transfer = pipes_.read(dataEndpoint, buffer.data(), buffer.size());
     if (transfer.status != TransferStatus::done) return stream;
     stream.insert(stream.end(), buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(transfer.moved));
   }

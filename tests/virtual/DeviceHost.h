@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "MapElem.h"
@@ -17,7 +19,17 @@
 //   auto stream = host.readStream();
 class DeviceHost {
  public:
-  explicit DeviceHost(virtualscanner::VirtualScanner& scanner) : scanner_(scanner) {}
+  // How it reaches the device: one transfer each, as VirtualScanner::write() and read() answer them.
+  struct Pipes {
+    std::function<virtualscanner::Transfer(std::uint8_t address, const std::uint8_t* bytes,
+                                           std::size_t count)>
+        write;
+    std::function<virtualscanner::Transfer(std::uint8_t address, std::uint8_t* buffer, std::size_t capacity)>
+        read;
+  };
+  explicit DeviceHost(Pipes pipes) : pipes_(std::move(pipes)) {}
+  // Without anything between.
+  explicit DeviceHost(virtualscanner::VirtualScanner& scanner);
 
   // What stands in a parameter list.
   enum class Parameter { tree, kind, wrongKind };
@@ -50,7 +62,7 @@ class DeviceHost {
   int requestId = 17;
 
  private:
-  virtualscanner::VirtualScanner& scanner_;
+  Pipes pipes_;
   std::string jobName_;
   std::string lastReply_;
 };

@@ -68,6 +68,20 @@ TEST(CommandLine, TakesList) {
   EXPECT_EQ(parse({"list"}).command, CommandLine::Command::list);
 }
 
+TEST(CommandLine, TakesAllOptionsOfTheServer) {
+  const CommandLine line = parse({"virtual", "--listen", "[::1]:0", "--paper", "paper.pnm", "--fault",
+                                  "stall:7", "--fault", "unplug", "--packet-size", "100"});
+  EXPECT_EQ(line.command, CommandLine::Command::serve);
+  EXPECT_EQ(line.serve.listen, "[::1]:0");
+  EXPECT_EQ(line.serve.virtualDevice.paper, "paper.pnm");
+  EXPECT_THAT(line.serve.virtualDevice.faults, ElementsAre("stall:7", "unplug"));
+  EXPECT_EQ(line.serve.virtualDevice.packetSize, 100U);
+}
+
+TEST(CommandLine, ListensOnlyForThisMachineUnlessToldOtherwise) {
+  EXPECT_EQ(parse({"virtual"}).serve.listen, "127.0.0.1:3240");
+}
+
 TEST(CommandLine, ShowsTheVersion) {
   EXPECT_EQ(parse({"--version"}).text, std::string("q750 ") + version + "\n");
   EXPECT_EQ(parse({"--version"}).command, CommandLine::Command::show);
@@ -81,6 +95,7 @@ TEST(CommandLine, ShowsHelp) {
 TEST(CommandLine, ShowsHelpForEachCommand) {
   expectGolden("help-scan.txt", parse({"scan", "--help"}).text);
   expectGolden("help-list.txt", parse({"list", "--help"}).text);
+  expectGolden("help-virtual.txt", parse({"virtual", "--help"}).text);
 }
 
 TEST(CommandLine, ComplainsAndTellsWhereHelpIs) {
@@ -100,6 +115,8 @@ TEST(CommandLine, ComplainsAndTellsWhereHelpIs) {
        "--output: At Most 1 required but received 2. Try q750 scan --help."},
       {{"scan", "-o", "a.png", "--packet-size", "0"}, "--packet-size: Value 0 not in range 1 to 268435456."},
       {{"scan", "-o", "a.png", "--packet-size", "many"}, "Try q750 scan --help."},
+      {{"virtual", "--listen"}, "Try q750 virtual --help."},
+      {{"virtual", "3240"}, "The following argument was not expected: 3240. Try q750 virtual --help."},
       {{"list", "all"}, "The following argument was not expected: all. Try q750 --help."},
   };
   for (const auto& one : cases) EXPECT_THAT(complaintAbout(one.arguments), HasSubstr(one.complaint));
@@ -126,13 +143,14 @@ std::vector<std::string> entriesOf(const std::string& table) {
 
 TEST(ManualPage, NamesEveryOptionOfTheHelp) {
   const std::string page = manualPage();
-  const std::string help = parse({"--help"}).text + parse({"scan", "--help"}).text;
+  const std::string help =
+      parse({"--help"}).text + parse({"scan", "--help"}).text + parse({"virtual", "--help"}).text;
   int found = 0;
   for (std::size_t at = help.find("--"); at != std::string::npos; at = help.find("--", at + 1), ++found) {
     const std::size_t end = help.find_first_not_of("abcdefghijklmnopqrstuvwxyz-", at);
     EXPECT_THAT(page, HasSubstr(help.substr(at, end - at)));
   }
-  EXPECT_GT(found, 13);
+  EXPECT_GT(found, 18);
 }
 
 TEST(ManualPage, NamesEveryFaultWithItsUsualPosition) {

@@ -81,6 +81,7 @@ TEST_F(ScriptedStack, RecordsEachCallWithItsArguments) {
 TEST_F(ScriptedStack, AnswersReadsInOrderAndKeepsWhatDidNotFit) {
   usb.addInterface({bulkIn(8)});
   platform::UsbInterface* interface = interfaceOf(1);
+  interface->open();
   usb.queueRead(1, "abcde");
   usb.queueStatus(1, platform::kIOUSBPipeStalled);
   EXPECT_EQ(read(*interface, 1, 3), kIOReturnSuccess);
@@ -94,6 +95,7 @@ TEST_F(ScriptedStack, AnswersReadsInOrderAndKeepsWhatDidNotFit) {
 TEST_F(ScriptedStack, TimesOutWithNothingQueuedAndVanishesInTheEnd) {
   usb.addInterface({bulkIn(8)});
   platform::UsbInterface* interface = interfaceOf(1);
+  interface->open();
   for (int i = 1; i < 100; ++i) EXPECT_EQ(read(*interface, 1, 3), platform::kIOUSBTransactionTimeout);
   EXPECT_EQ(read(*interface, 1, 3), platform::kIOReturnNoDevice);
 }
@@ -101,6 +103,7 @@ TEST_F(ScriptedStack, TimesOutWithNothingQueuedAndVanishesInTheEnd) {
 TEST_F(ScriptedStack, CanReportMoreThanItGives) {
   usb.addInterface({bulkIn(8)});
   platform::UsbInterface* interface = interfaceOf(1);
+  interface->open();
   usb.queueReportedSize(1, "abc", 1000);
   EXPECT_EQ(read(*interface, 1, 3), kIOReturnSuccess);
   EXPECT_EQ(size, 1000U);
@@ -109,6 +112,7 @@ TEST_F(ScriptedStack, CanReportMoreThanItGives) {
 TEST_F(ScriptedStack, TellsWhetherReadBuffersWereZero) {
   usb.addInterface({bulkIn(8)});
   platform::UsbInterface* interface = interfaceOf(1);
+  interface->open();
   read(*interface, 1, 100);
   EXPECT_TRUE(usb.readBuffersWereZero());
   std::array<char, 3> buffer{0, 0, 1};
@@ -120,6 +124,7 @@ TEST_F(ScriptedStack, TellsWhetherReadBuffersWereZero) {
 TEST_F(ScriptedStack, FailsTheCallThatIsNamedOnce) {
   usb.addInterface({bulkOut(2), bulkIn(8)});
   platform::UsbInterface* interface = interfaceOf(1);
+  interface->open();
   usb.failNext("interface 1.getPipeProperties(2)", platform::kIOReturnError);
   platform::PipeProperties properties{};
   EXPECT_EQ(interface->getPipeProperties(1, &properties), kIOReturnSuccess);

@@ -47,6 +47,19 @@ TEST(ChosenUsbStack, IsUsedUntilNullBringsTheDefaultBack) {
   EXPECT_EQ(&platform::usbStack(), defaultStack);
 }
 
+TEST(DefaultUsbStack, CanBeAnother) {
+  static fakes::ScriptedUsbStack another;
+  static fakes::ScriptedUsbStack chosen;
+  platform::useDefaultUsbStack([]() -> platform::UsbStack& { return another; });
+  EXPECT_EQ(&platform::usbStack(), &another);
+  platform::useUsbStack(&chosen);
+  EXPECT_EQ(&platform::usbStack(), &chosen);
+  platform::useUsbStack(nullptr);
+  EXPECT_EQ(&platform::usbStack(), &another);
+  platform::useDefaultUsbStack(nullptr);
+  EXPECT_NE(&platform::usbStack(), &another);
+}
+
 TEST(Statuses, AreThePlatformsOwnValues) {
   const auto bits = [](IOReturn status) { return static_cast<std::uint32_t>(status); };
   EXPECT_EQ(bits(platform::kIOReturnSuccess), 0U);

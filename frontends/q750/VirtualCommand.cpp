@@ -1,0 +1,76 @@
+#include "VirtualCommand.h"
+
+#include <cerrno>
+#include <memory>
+#include <system_error>
+
+#include "CommandError.h"
+#include "Console.h"
+#include "Devices.h"
+#include "StandardOutput.h"
+#include "StopSignals.h"
+#include "UsbipFormat.h"
+#include "UsbipServer.h"
+#include "VirtualScanner.h"
+
+namespace frontend {
+namespace {
+
+using virtualscanner::ListenAddress;
+using virtualscanner::UsbipServer;
+
+[[noreturn]] void complain(const std::string& address, int error) {
+  const std::string where = "--listen " + address + ": ";
+  switch (error) {
+    case EADDRNOTAVAIL:
+    case EAFNOSUPPORT:
+      throw UsageError(where + "this machine has no such address. Try 127.0.0.1:3240.");
+    case EADDRINUSE:
+      throw CommandError(ExitCode::busy, where +
+                                             "another program listens there. End it, or choose another port; "
+                                             "with port 0 a free one is taken.");
+    case EACCES:
+    case EPERM:
+      throw CommandError(ExitCode::accessDenied,
+                         where + "you may not listen there. Choose a port above 1023.");
+    default:
+      throw CommandError(ExitCode::ioError, where + std::generic_category().message(error) + ".");
+  }
+}
+
+std::unique_ptr<UsbipServer> listen(virtualscanner::VirtualScanner& scanner, const std::string& text) {
+  const auto address = virtualscanner::parseListenAddress(text);
+  if (!address) {
+    throw UsageError("--listen " + text +
+                     ": that is no address. Write ADDRESS:PORT, as in 127.0.0.1:3240 or [::1]:3240.");
+  }
+  try {
+    return std::make_unique<UsbipServer>(scanner, *address, console::say);
+  } catch (const std::system_error& error) {
+    complain(text, error.code().value());
+  }
+}
+
+}  // namespace
+
+std::string attachText(const ListenAddress& address) {
+  // Clients cannot connect to the address that stands for all of a machine's.
+  const bool everywhere = address.host == "0.0.0.0" || address.host == "::";
+  const std::string port = address.port == virtualscanner::usbip::defaultPort
+                               ? ""
+                               : "--tcp-port " + std::to_string(address.port) + " ";
+  return "A virtual Q750 listens on " + textOf(address) + "; to attach it, as root:\n" +
+         "  modprobe vhci-hcd\n" +  //
+         "  usbip " + port + "attach -r " + (everywhere ? "HOST" : address.host) + " -b " +
+         virtualscanner::usbip::deviceBusId + "\n";
+}
+
+void runVirtual(const VirtualOptions& options) {
+  const auto scanner = makeVirtualScanner(options.virtualDevice);
+  const StopSignals signals;
+  const auto server = listen(*scanner, options.listen);
+  show(attachText(server->address()));
+  server->run(signals.descriptor());
+}
+
+}  // namespace frontend

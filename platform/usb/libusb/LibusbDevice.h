@@ -1,0 +1,33 @@
+#pragma once
+
+#include "LibusbHandles.h"
+#include "UsbStack.h"
+
+namespace platform {
+
+// A device of the LibusbStack, for reading its identity. Opening it asks whether this process may use it and
+// keeps nobody else away. Belongs to its user, who releases it; released while open it is closed.
+class LibusbDevice final : public UsbDevice {
+ public:
+  explicit LibusbDevice(DeviceReference device) : device_(std::move(device)) {}
+  virtual ~LibusbDevice() = default;
+
+  IOReturn open() override;
+  IOReturn close() override;
+  void release() override { delete this; }
+  IOReturn getDeviceVendor(std::uint16_t* vendor) override;
+  IOReturn getDeviceProduct(std::uint16_t* product) override;
+  IOReturn getLocationID(std::uint32_t* location) override;
+
+ private:
+  IOReturn readDescriptor(libusb_device_descriptor& descriptor) const;
+  bool isPresent() const;
+
+  DeviceReference device_;
+  DeviceHandle handle_;
+};
+
+// Opens a device; tells the log why it could not, and what to do about it.
+IOReturn openDevice(libusb_device* device, DeviceHandle& handle);
+
+}  // namespace platform

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <libusb.h>
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+namespace platform {
+
+// One reference to a device of the library's list.
+class DeviceReference {
+ public:
+  explicit DeviceReference(libusb_device* device) : device_(libusb_ref_device(device)) {}
+  DeviceReference(const DeviceReference& other) : DeviceReference(other.device_) {}
+  DeviceReference& operator=(DeviceReference other) noexcept {
+    std::swap(device_, other.device_);
+    return *this;
+  }
+  ~DeviceReference() { libusb_unref_device(device_); }
+
+  libusb_device* get() const { return device_; }
+
+ private:
+  libusb_device* device_;
+};
+
+struct CloseHandle {
+  void operator()(libusb_device_handle* handle) const { libusb_close(handle); }
+};
+using DeviceHandle = std::unique_ptr<libusb_device_handle, CloseHandle>;
+
+// Whether the system still knows the device of a handle.
+bool isConnected(libusb_device_handle* handle);
+
+struct FreeConfiguration {
+  void operator()(libusb_config_descriptor* configuration) const {
+    libusb_free_config_descriptor(configuration);
+  }
+};
+using Configuration = std::unique_ptr<libusb_config_descriptor, FreeConfiguration>;
+
+// The active configuration; null for a device that has none, or that is gone.
+Configuration activeConfiguration(libusb_device* device);
+
+// An interface of a configuration as it is in one of its alternate settings; null where there is none.
+const libusb_interface_descriptor* interfaceDescriptor(const libusb_config_descriptor& configuration,
+                                                       std::uint8_t interface, std::uint8_t alternateSetting);
+
+// Where a device is plugged in, the same after a replug: the bus in the highest byte, below it four bits for
+// each port on the way from the root, the nearest one first. A port above 15 counts as 15.
+std::uint32_t locationOf(libusb_device* device);
+
+// Orders by bus, then by port path.
+bool standsBefore(libusb_device* left, libusb_device* right);
+
+}  // namespace platform

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "LibusbHandles.h"
+#include "UsbStack.h"
+
+namespace platform {
+
+// The step between a service of the LibusbStack and its object. Belongs to its user, who releases it.
+class LibusbPlugIn final : public PlugInInterface {
+ public:
+  LibusbPlugIn(libusb_context* context, ServiceKind kind, DeviceReference device, std::uint8_t interface)
+      : context_(context), kind_(kind), device_(std::move(device)), interface_(interface) {}
+  virtual ~LibusbPlugIn() = default;
+
+  IOReturn queryInterface(UsbInterface** interface) override;
+  IOReturn queryInterface(UsbDevice** device) override;
+  void release() override { delete this; }
+
+ private:
+  libusb_context* context_;
+  ServiceKind kind_;
+  DeviceReference device_;
+  std::uint8_t interface_;
+};
+
+}  // namespace platform

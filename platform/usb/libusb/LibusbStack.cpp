@@ -1,0 +1,126 @@
+#include "LibusbStack.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <set>
+#include <span>
+
+#include "DeviceIdentity.h"
+#include "LibusbPlugIn.h"
+#include "LibusbStatus.h"
+#include "Log.h"
+
+namespace platform {
+namespace {
+
+// There is one registry; its port is a formality.
+constexpr MachPort onlyPort = 1;
+
+std::set<std::uint8_t> interfaceNumbers(libusb_device* device) {
+  std::set<std::uint8_t> numbers;
+  if (const Configuration configuration = activeConfiguration(device)) {
+    for (const libusb_interface& interface :
+         std::span(configuration->interface, configuration->bNumInterfaces)) {
+      if (interface.num_altsetting > 0) numbers.insert(interface.altsetting[0].bInterfaceNumber);
+    }
+  }
+  return numbers;
+}
+
+}  // namespace
+
+LibusbStack::Identity LibusbStack::configuredIdentity() {
+  return {deviceVendorId, deviceProductId};
+}
+
+LibusbStack::LibusbStack(Identity identity) : identity_(identity) {}
+
+LibusbStack::~LibusbStack() {
+  objects_.clear();
+  if (context_ != nullptr) libusb_exit(context_);
+}
+
+IOReturn LibusbStack::masterPort(MachPort* port) {
+  if (context_ == nullptr) {
+    const int error = libusb_init(&context_);
+    if (error != LIBUSB_SUCCESS) {
+      context_ = nullptr;
+      logFormat("USB cannot be used: %s", libusb_strerror(error));
+      return statusOfLibusbError(error);
+    }
+  }
+  *port = onlyPort;
+  return kIOReturnSuccess;
+}
+
+void LibusbStack::portDeallocate(MachPort /*port*/) {}
+
+std::optional<MatchingDictionary> LibusbStack::serviceMatching(ServiceKind kind) {
+  return MatchingDictionary{kind};
+}
+
+IOReturn LibusbStack::matchingServices(MachPort port, const MatchingDictionary& matching,
+                                       IOObject* iterator) try {
+  if (context_ == nullptr || port != onlyPort) return kIOReturnBadArgument;
+  Iterator found;
+  for (const DeviceReference& device : matchingDevices()) {
+    if (matching.kind == ServiceKind::usbDevice) {
+      found.services.push_back({matching.kind, device, 0});
+    } else {
+      for (const std::uint8_t interface : interfaceNumbers(device.get()))
+        found.services.push_back({matching.kind, device, interface});
+    }
+  }
+  *iterator = keep(std::move(found));
+  return kIOReturnSuccess;
+} catch (const std::bad_alloc&) {
+  return kIOReturnNoMemory;
+}
+
+IOObject LibusbStack::iteratorNext(IOObject iterator) try {
+  const auto object = objects_.find(iterator);
+  auto* list = object == objects_.end() ? nullptr : std::get_if<Iterator>(&object->second);
+  if (list == nullptr || list->next == list->services.size()) return 0;
+  return keep(list->services[list->next++]);
+} catch (const std::bad_alloc&) {
+  return 0;
+}
+
+void LibusbStack::objectRelease(IOObject object) {
+  objects_.erase(object);
+}
+
+IOReturn LibusbStack::createPlugInInterfaceForService(IOObject service, ServiceKind userClientType,
+                                                      PlugInInterface** plugIn) {
+  const auto object = objects_.find(service);
+  auto* found = object == objects_.end() ? nullptr : std::get_if<Service>(&object->second);
+  if (found == nullptr) return kIOReturnBadArgument;
+  if (found->kind != userClientType) return kIOReturnUnsupported;
+  *plugIn = new (std::nothrow) LibusbPlugIn(context_, found->kind, found->device, found->interface);
+  return *plugIn != nullptr ? kIOReturnSuccess : kIOReturnNoMemory;
+}
+
+IOObject LibusbStack::keep(std::variant<Iterator, Service> object) {
+  objects_.emplace(lastId_ + 1, std::move(object));
+  return ++lastId_;
+}
+
+std::vector<DeviceReference> LibusbStack::matchingDevices() const {
+  libusb_device** list = nullptr;
+  const ssize_t count = libusb_get_device_list(context_, &list);
+  const auto freeList = [](libusb_device** devices) { libusb_free_device_list(devices, 1); };
+  const std::unique_ptr<libusb_device*, decltype(freeList)> owner(list, freeList);
+  std::vector<DeviceReference> devices;
+  for (ssize_t i = 0; i < count; ++i) {
+    libusb_device_descriptor descriptor{};
+    if (libusb_get_device_descriptor(list[i], &descriptor) == LIBUSB_SUCCESS &&
+        descriptor.idVendor == identity_.vendor && descriptor.idProduct == identity_.product)
+      devices.emplace_back(list[i]);
+  }
+  std::stable_sort(devices.begin(), devices.end(),
+                   [](const auto& left, const auto& right) { return standsBefore(left.get(), right.get()); });
+  return devices;
+}
+
+}  // namespace platform

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <libusb.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <variant>
+#include <vector>
+
+#include "LibusbHandles.h"
+#include "UsbStack.h"
+
+namespace platform {
+
+// The USB stack of the running system, through libusb-1.0. Its registry lists the devices of the configured
+// identity (DeviceIdentity.h) and the interfaces of their active configuration, and no other, so that whoever
+// opens the first one that opens can never seize anything else. Their order is that of bus, port path and
+// interface number.
+//
+// Looks at the bus anew for every matchingServices(): what was plugged in meanwhile is listed then. An object
+// of a device that is gone answers kIOReturnNoDevice for good. Why a device could not be opened goes to the
+// log, with what to do about it.
+//
+// One thread at a time, but for UsbInterface::abortPipe(), which any thread may call. Objects that were not
+// released must not outlive the stack.
+class LibusbStack final : public UsbStack {
+ public:
+  struct Identity {
+    std::uint16_t vendor;
+    std::uint16_t product;
+  };
+  // The identity that the build was configured for.
+  static Identity configuredIdentity();
+
+  // Opens nothing yet: the library is set up by the first masterPort().
+  explicit LibusbStack(Identity identity = configuredIdentity());
+  ~LibusbStack() override;
+  LibusbStack(const LibusbStack&) = delete;
+  LibusbStack& operator=(const LibusbStack&) = delete;
+
+  IOReturn masterPort(MachPort* port) override;
+  void portDeallocate(MachPort port) override;
+  std::optional<MatchingDictionary> serviceMatching(ServiceKind kind) override;
+  IOReturn matchingServices(MachPort port, const MatchingDictionary& matching, IOObject* iterator) override;
+  IOObject iteratorNext(IOObject iterator) override;
+  void objectRelease(IOObject object) override;
+  IOReturn createPlugInInterfaceForService(IOObject service, ServiceKind userClientType,
+                                           PlugInInterface** plugIn) override;
+
+ private:
+  struct Service {
+    ServiceKind kind;
+    DeviceReference device;
+    std::uint8_t interface;  // its number; 0 for a device
+  };
+  struct Iterator {
+    std::vector<Service> services;
+    std::size_t next = 0;
+  };
+
+  IOObject keep(std::variant<Iterator, Service> object);
+  std::vector<DeviceReference> matchingDevices() const;
+
+  const Identity identity_;
+  libusb_context* context_ = nullptr;
+  IOObject lastId_ = 0;
+  std::map<IOObject, std::variant<Iterator, Service>> objects_;
+};
+
+}  // namespace platform

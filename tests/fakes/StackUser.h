@@ -1,0 +1,77 @@
+#pragma once
+
+#include <memory>
+
+#include "UsbStack.h"
+
+// Takes objects out of a USB stack step by step as a driver does, and gives every step back:
+//
+//   StackUser user(stack);
+//   auto interface = user.interface();   // null where the stack lists none; released with the pointer
+//   EXPECT_EQ(interface->open(), 0);
+class StackUser {
+ public:
+  struct Release {
+    template <typename Object>
+    void operator()(Object* object) const {
+      object->release();
+    }
+  };
+  using Interface = std::unique_ptr<platform::UsbInterface, Release>;
+  using Device = std::unique_ptr<platform::UsbDevice, Release>;
+  using PlugIn = std::unique_ptr<platform::PlugInInterface, Release>;
+
+  explicit StackUser(platform::UsbStack& stack) : stack_(stack) {}
+
+  // The n-th service of a kind, from 0; 0 where there are fewer. The caller releases it.
+  platform::IOObject service(platform::ServiceKind kind, int n = 0) {
+    platform::MachPort port = 0;
+    platform::IOObject iterator = 0;
+    if (stack_.masterPort(&port) != platform::kIOReturnSuccess) return 0;
+    stack_.matchingServices(port, *stack_.serviceMatching(kind), &iterator);
+    platform::IOObject found = stack_.iteratorNext(iterator);
+    while (found != 0 && n-- > 0) {
+      stack_.objectRelease(found);
+      found = stack_.iteratorNext(iterator);
+    }
+    stack_.objectRelease(iterator);
+    stack_.portDeallocate(port);
+    return found;
+  }
+
+  int count(platform::ServiceKind kind) {
+    int n = 0;
+    while (const platform::IOObject found = service(kind, n)) {
+      stack_.objectRelease(found);
+      ++n;
+    }
+    return n;
+  }
+
+  // `status` is that of the first step that failed.
+  PlugIn plugIn(platform::ServiceKind kind, int n = 0) {
+    const platform::IOObject found = service(kind, n);
+    if (found == 0) return nullptr;
+    platform::PlugInInterface* plugIn = nullptr;
+    status = stack_.createPlugInInterfaceForService(found, kind, &plugIn);
+    stack_.objectRelease(found);
+    return PlugIn(plugIn);
+  }
+  Interface interface(int n = 0) { return Interface(query<platform::UsbInterface>(n)); }
+  Device device(int n = 0) { return Device(query<platform::UsbDevice>(n)); }
+
+  platform::IOReturn status = platform::kIOReturnSuccess;
+
+ private:
+  template <typename Object>
+  Object* query(int n) {
+    constexpr bool isInterface = std::is_same_v<Object, platform::UsbInterface>;
+    const PlugIn step =
+        plugIn(isInterface ? platform::ServiceKind::usbInterface : platform::ServiceKind::usbDevice, n);
+    Object* object = nullptr;
+    if (step) status = step->queryInterface(&object);
+    return object;
+  }
+
+  platform::UsbStack& stack_;
+};

@@ -1,0 +1,189 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <string>
+
+#include "RunningProgram.h"
+#include "TemporaryFolder.h"
+#include "UsbipClient.h"
+#include "VirtualCommand.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+TEST(AttachText, NamesTheAddressAndTheTwoCommands) {
+  EXPECT_EQ(frontend::attachText({"127.0.0.1", 3240}),
+            "A virtual Q750 listens on 127.0.0.1:3240; to attach it, as root:\n"
+            "  modprobe vhci-hcd\n"
+            "  usbip attach -r 127.0.0.1 -b 1-1\n");
+}
+
+TEST(AttachText, NamesAPortThatIsNotTheUsualOne) {
+  EXPECT_THAT(frontend::attachText({"::1", 40000}), HasSubstr(" listens on [::1]:40000; "));
+  EXPECT_THAT(frontend::attachText({"::1", 40000}),
+              HasSubstr("  usbip --tcp-port 40000 attach -r ::1 -b 1-1\n"));
+}
+
+TEST(AttachText, NamesNoAddressThatNobodyCanConnectTo) {
+  EXPECT_THAT(frontend::attachText({"0.0.0.0", 3240}), HasSubstr("attach -r HOST -b 1-1\n"));
+  EXPECT_THAT(frontend::attachText({"::", 3240}), HasSubstr("attach -r HOST -b 1-1\n"));
+}
+
+// The program with a scanner for whoever attaches it, on any free port.
+class VirtualProgram : public testing::Test {
+ protected:
+  ~VirtualProgram() override {
+    if (process_ > 0) {
+      kill(process_, SIGKILL);
+      waitFor(process_);
+    }
+    for (const int end : {output_[0], errors_[0]}) close(end);
+  }
+
+  void start(std::vector<std::string> arguments = {}) {
+    ASSERT_EQ(pipe2(output_, O_CLOEXEC), 0);
+    ASSERT_EQ(pipe2(errors_, O_CLOEXEC), 0);
+    arguments.insert(arguments.begin(), {"virtual", "--listen", "127.0.0.1:0"});
+    process_ = startProgram(arguments, output_[1], errors_[1]);
+    close(output_[1]);
+    close(errors_[1]);
+    for (char character = 0; !said_.ends_with("-b 1-1\n") && read(output_[0], &character, 1) == 1;)
+      said_ += character;
+    const std::size_t colon = said_.find("127.0.0.1:");
+    ASSERT_NE(colon, std::string::npos) << said_ << readAll(errors_[0]);
+    port_ = static_cast<std::uint16_t>(std::stoi(said_.substr(colon + 10)));
+  }
+  int end(int signal) {
+    kill(process_, signal);
+    const int code = waitFor(process_);
+    process_ = 0;
+    return code;
+  }
+  std::string errors() const { return readAll(errors_[0]); }
+
+  std::string said_;
+  std::uint16_t port_ = 0;
+
+ private:
+  pid_t process_ = 0;
+  int output_[2] = {-1, -1};
+  int errors_[2] = {-1, -1};
+};
+
+class Stopping : public VirtualProgram, public testing::WithParamInterface<int> {};
+
+TEST_P(Stopping, EndsCleanly) {
+  start();
+  EXPECT_THAT(said_,
+              HasSubstr("usbip --tcp-port " + std::to_string(port_) + " attach -r 127.0.0.1 -b 1-1\n"));
+  EXPECT_EQ(end(GetParam()), 0);
+  EXPECT_EQ(errors(), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, Stopping, testing::Values(SIGINT, SIGTERM, SIGHUP));
+
+TEST_F(VirtualProgram, CutsTheClientOffAtItsEnd) {
+  start();
+  UsbipClient client(port_);
+  ASSERT_EQ(client.import("1-1"), 0U);
+  client.submit(1, 0x88, 512);
+  EXPECT_EQ(end(SIGINT), 0);
+  EXPECT_TRUE(client.isAtEnd());
+  EXPECT_THAT(errors(), testing::MatchesRegex("q750: 127\\.0\\.0\\.1:[0-9]+ attached the scanner\n"));
+}
+
+TEST_F(VirtualProgram, LeavesItsClientsBehindWhenItIsKilled) {
+  start();
+  UsbipClient client(port_);
+  ASSERT_EQ(client.import("1-1"), 0U);
+  client.submit(1, 0x88, 512);
+  EXPECT_EQ(end(SIGKILL), 128 + SIGKILL);
+  EXPECT_TRUE(client.isAtEnd());
+}
+
+TEST_F(VirtualProgram, LetsGoWrongWhatItIsTold) {
+  start({"--fault", "stall:2"});
+  UsbipClient client(port_);
+  ASSERT_EQ(client.import("1-1"), 0U);
+  client.submit(1, 0x02, UsbipClient::Bytes(8));
+  EXPECT_EQ(client.reply().status, 0);
+  client.submit(2, 0x02, UsbipClient::Bytes(8));
+  EXPECT_EQ(client.reply().status, -EPIPE);
+}
+
+// A port of this machine in use while it lives.
+class TakenPort {
+ public:
+  TakenPort() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto* any = reinterpret_cast<sockaddr*>(&address);
+    socklen_t length = sizeof address;
+    EXPECT_EQ(bind(socket_, any, length), 0);
+    EXPECT_EQ(listen(socket_, 1), 0);
+    EXPECT_EQ(getsockname(socket_, any, &length), 0);
+    number_ = ntohs(address.sin_port);
+  }
+  ~TakenPort() { close(socket_); }
+  TakenPort(const TakenPort&) = delete;
+  TakenPort& operator=(const TakenPort&) = delete;
+  std::string address() const { return "127.0.0.1:" + std::to_string(number_); }
+
+ private:
+  int socket_;
+  std::uint16_t number_ = 0;
+};
+
+TEST(VirtualProgramFailing, TellsWhyItCannotListen) {
+  const TakenPort taken;
+  const struct {
+    std::vector<std::string> arguments;
+    int exitCode;
+    std::string message;
+  } cases[] = {
+      {{"--listen", "3240"}, 1, "q750: --listen 3240: that is no address. Write ADDRESS:PORT, as in 127.0."},
+      {{"--listen", "::1:3240"}, 1, "q750: --listen ::1:3240: that is no address."},
+      {{"--listen", "192.0.2.1:0"}, 1, "q750: --listen 192.0.2.1:0: this machine has no such address."},
+      {{"--listen", taken.address()}, 3, "q750: --listen " + taken.address() + ": another program listens"},
+      {{"--paper", "/nonexistent.png"}, 1, "q750: --paper: /nonexistent.png"},
+      {{"--fault", "fire"}, 1, "q750: --fault fire: there is no such fault."},
+  };
+  for (const auto& one : cases) {
+    std::vector<std::string> arguments{"virtual"};
+    arguments.insert(arguments.end(), one.arguments.begin(), one.arguments.end());
+    const ProgramResult result = runProgram(arguments);
+    EXPECT_EQ(result.exitCode, one.exitCode) << result.errors;
+    EXPECT_THAT(result.errors, StartsWith(one.message));
+    EXPECT_EQ(result.output, "");
+  }
+}
+
+TEST(VirtualProgramFailing, ComplainsAboutAClosedStandardOutput) {
+  const ProgramResult result =
+      runProgram({"virtual", "--listen", "127.0.0.1:0"}, [] { close(STDOUT_FILENO); });
+  EXPECT_EQ(result.exitCode, 9);
+}
+
+TEST(VirtualProgramFailing, TellsThatAPortIsNotForThisUser) {
+  const std::string firstFreePort = contentOf("/proc/sys/net/ipv4/ip_unprivileged_port_start");
+  if (firstFreePort == "0\n" || firstFreePort == "1\n")
+    GTEST_SKIP() << "every port is for everyone on this machine";
+  const ProgramResult result = runProgram({"virtual", "--listen", "127.0.0.1:1"}, [] {
+    if (geteuid() == 0 && setuid(65534) != 0) _exit(77);
+  });
+  if (result.exitCode == 77 || result.exitCode == 128 + SIGKILL || result.exitCode == 127)
+    GTEST_SKIP() << "cannot run the program as another user";
+  EXPECT_EQ(result.exitCode, 4) << result.errors;
+  EXPECT_EQ(result.errors,
+            "q750: --listen 127.0.0.1:1: you may not listen there. Choose a port above 1023.\n");
+}
+
+}  // namespace
