@@ -234,6 +234,10 @@ void EmulatedUsbfs::Impl::removeDevice() {
     removed = true;
     pluggedIn = false;
     update();
+    // The kernel, too, takes the node away before it tells anybody. The emulation would leave it.
+    gchar* root = umockdev_testbed_get_root_dir(testbed.get());
+    unlink((root + nodeOf(1, number)).c_str());
+    g_free(root);
   }
   umockdev_testbed_uevent(testbed.get(), sysPath, "remove");
   umockdev_testbed_remove_device(testbed.get(), sysPath);
