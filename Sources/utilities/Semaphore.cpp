@@ -1,4 +1,5 @@
-#include "Semaphore.h"
+// In angle brackets: the header passes on to the next one on the search path, so it has to be found there.
+#include <Semaphore.h>
 
 Semaphore::Semaphore(int value) : initialValue(value) {
   sem_init(&semaphore, 0, static_cast<unsigned int>(value));

@@ -31,7 +31,7 @@ class Semaphore {
 
  private:
   sem_t semaphore;
-  std::int32_t initialValue;  // for reference only: never read
+  [[maybe_unused]] std::int32_t initialValue;  // for reference only: never read
 };
 
 #endif
