@@ -83,3 +83,5 @@ install(FILES ${PROJECT_SOURCE_DIR}/docs/q750.1 DESTINATION ${CMAKE_INSTALL_MAND
 set(Q750_UDEV_HWDB_DIR lib/udev/hwdb.d CACHE STRING
   "Folder of the entry of udev's hardware database, from the prefix or absolute")
 install(FILES ${PROJECT_BINARY_DIR}/udev/20-sane-quenvar.hwdb DESTINATION ${Q750_UDEV_HWDB_DIR} COMPONENT tools)
+install(FILES ${PROJECT_BINARY_DIR}/desktop/quenvar-q750.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo
+  COMPONENT tools)
