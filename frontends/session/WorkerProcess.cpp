@@ -91,7 +91,8 @@ int WorkerProcess::start(const std::string& program, int control, int image, boo
   const SpawnAttributes attributes;
   char* const arguments[] = {const_cast<char*>(program.c_str()), nullptr};
   pid_t process = 0;
-  const int error = posix_spawn(&process, program.c_str(), actions.get(), attributes.get(), arguments, environ);
+  const int error =
+      posix_spawn(&process, program.c_str(), actions.get(), attributes.get(), arguments, environ);
   if (error != 0) return error;
   process_ = process;
   handle_ = OwnedDescriptor(pidfd_open(process, 0));
