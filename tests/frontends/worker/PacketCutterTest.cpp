@@ -31,6 +31,7 @@ class PacketCutting : public testing::Test, protected PacketCutter::Listener {
     image.append(reinterpret_cast<const char*>(bytes), count);
   }
   void imagePacketEnds() override { ++imagePackets; }
+  void jobEnds() override { seen.push_back("job ends"); }
 };
 
 TEST_F(PacketCutting, ShowsTheSameForEveryChunkSize) {

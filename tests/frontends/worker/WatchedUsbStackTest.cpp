@@ -68,7 +68,7 @@ class WatchedStack : public testing::Test {
   }
 
   fakes::ScriptedUsbStack usb;
-  JobWatch watch{nullptr, 0, {}};
+  JobWatch watch{nullptr};
 };
 
 TEST_F(WatchedStack, PassesEveryCallOnWithItsArguments) {
