@@ -143,7 +143,8 @@ TEST_F(Scanning, TellsEveryFaultByStatusAndSentence) {
       {"wrong-header@3", ScanStatus::badData, "cannot be read: its header tells an impossible size"},
       {"wrong-header@4", ScanStatus::badData, "cannot be read: it begins with no header"},
       {"silence@3", ScanStatus::good, ""},
-      {"silence@4", ScanStatus::timedOut, "sent nothing for 30 seconds"},
+      {"silence@119", ScanStatus::good, ""},
+      {"silence@120", ScanStatus::timedOut, "sent nothing for 30 seconds"},
       {"silence@0", ScanStatus::timedOut, "sent nothing for 30 seconds"},
   };
   for (const FaultCase& one : cases) {
