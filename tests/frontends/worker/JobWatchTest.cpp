@@ -1,0 +1,401 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "JobWatch.h"
+#include "Packets.h"
+
+namespace {
+
+using namespace frontend;
+using platform::IOReturn;
+using platform::kIOReturnIOError;
+using platform::kIOReturnNoDevice;
+using platform::kIOReturnSuccess;
+using platform::kIOUSBPipeStalled;
+using platform::kIOUSBTransactionTimeout;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr JobPipes pipes{1, 2, 3};
+constexpr std::uint32_t readTimeOutMs = 15000;
+const std::string smallHeader = "P5\n#\n4 3\n255\n";
+
+class RecordingListener final : public PictureListener {
+ public:
+  std::optional<ScanOutcome> begins(const PictureHeader& header) override {
+    shown.push_back(std::to_string(header.width()) + "x" + std::to_string(header.height()));
+    return refusal;
+  }
+  bool raster(const std::uint8_t* bytes, std::size_t count) override {
+    shown.emplace_back(reinterpret_cast<const char*>(bytes), count);
+    return wanted;
+  }
+  void isWhole() override { shown.emplace_back("whole"); }
+
+  std::optional<ScanOutcome> refusal;
+  bool wanted = true;
+  std::vector<std::string> shown;
+};
+
+class WatchedJob : public testing::Test {
+ protected:
+  WatchedJob() { watch.watchPipes(pipes); }
+
+  bool ask(const std::string& method) {
+    const std::string bytes = call(method);
+    return watch.mayWrite(pipes.out, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+  }
+  IOReturn answer(const std::string& bytes) { return read(pipes.reply, bytes); }
+  IOReturn stream(const std::string& bytes) {
+    watch.mayRead(pipes.data);
+    return read(pipes.data, bytes);
+  }
+  IOReturn failStream(IOReturn status) {
+    watch.mayRead(pipes.data);
+    return watch.judgeRead(pipes.data, status, nullptr, 0, readTimeOutMs);
+  }
+  IOReturn failAnswer(IOReturn status) {
+    return watch.judgeRead(pipes.reply, status, nullptr, 0, readTimeOutMs);
+  }
+  void startJob() {
+    ask("enterHostUSBSendMode");
+    answer(response("0"));
+    ask("create");
+    answer(response("job1"));
+    ask("start");
+    answer(response("0"));
+  }
+  ScanStatus status() const { return watch.verdict().status; }
+  std::string sentence() const { return watch.verdict().sentence; }
+
+  CancelFlag cancel;
+  RecordingListener picture;
+  JobWatch watch{&cancel, WatchLimits{60000}, &picture};
+
+ private:
+  IOReturn read(std::uint8_t pipe, const std::string& bytes) {
+    return watch.judgeRead(pipe, kIOReturnSuccess, bytes.data(), static_cast<std::uint32_t>(bytes.size()),
+                           readTimeOutMs);
+  }
+};
+
+TEST_F(WatchedJob, IsGoodWithAWholePicture) {
+  startJob();
+  EXPECT_EQ(stream(packet(0xDD, smallHeader + "abcdefghijkl")), kIOReturnSuccess);
+  EXPECT_EQ(failStream(kIOUSBTransactionTimeout), kIOUSBTransactionTimeout);
+  EXPECT_EQ(status(), ScanStatus::good);
+  EXPECT_FALSE(watch.ended());
+}
+
+TEST_F(WatchedJob, ShowsThePictureAsItComes) {
+  startJob();
+  const std::string whole = packet(0xDD, smallHeader + "abcdefghijkl");
+  stream(whole.substr(0, 10));
+  stream(whole.substr(10, 14));
+  stream(whole.substr(24, 5));
+  stream(whole.substr(29) + packet(0xDD, "too much") + packet(0xEE));
+  EXPECT_THAT(picture.shown, ElementsAre("4x3", "abc", "defgh", "ijkl"));
+  stream(packet(0xFF));
+  EXPECT_EQ(picture.shown.back(), "whole");
+}
+
+TEST_F(WatchedJob, EndsThePictureWithTheEndOfTheJob) {
+  startJob();
+  EXPECT_EQ(stream(packet(0xDD, smallHeader + "abcdefghijkl") + packet(0xEE) + packet(0xFF)),
+            kIOReturnSuccess);
+  EXPECT_THAT(picture.shown, ElementsAre("4x3", "abcdefghijkl", "whole"));
+  EXPECT_TRUE(watch.mayRead(pipes.data));
+  EXPECT_FALSE(watch.isExhausted(pipes.reply));
+  EXPECT_TRUE(watch.isExhausted(pipes.data));
+  EXPECT_FALSE(watch.mayBeAborted());
+  EXPECT_TRUE(ask("done"));
+  EXPECT_EQ(status(), ScanStatus::good);
+}
+
+TEST_F(WatchedJob, EndsAJobThatBringsNoPictureAtAll) {
+  startJob();
+  stream(packet(0xAA) + packet(0xFF));
+  EXPECT_FALSE(watch.mayRead(pipes.data));
+  EXPECT_EQ(status(), ScanStatus::badData);
+  EXPECT_THAT(sentence(), HasSubstr("without sending a picture"));
+}
+
+TEST_F(WatchedJob, IsNotWholeWhereTheJobEndsTooEarly) {
+  startJob();
+  stream(packet(0xDD, smallHeader + "abcdef") + packet(0xFF));
+  EXPECT_TRUE(watch.isExhausted(pipes.data));
+  EXPECT_THAT(picture.shown, ElementsAre("4x3", "abcdef"));
+  EXPECT_THAT(sentence(), HasSubstr("incomplete: 1 of 3 rows arrived"));
+}
+
+TEST_F(WatchedJob, EndsWithThePictureThatNobodyWants) {
+  startJob();
+  picture.refusal = outcome::noMemory();
+  EXPECT_EQ(stream(packet(0xDD, smallHeader + "abc")), kIOReturnNoDevice);
+  EXPECT_THAT(picture.shown, ElementsAre("4x3"));
+  EXPECT_EQ(status(), ScanStatus::noMemory);
+}
+
+TEST_F(WatchedJob, EndsWhereNobodyTakesTheRows) {
+  startJob();
+  picture.wanted = false;
+  EXPECT_EQ(stream(packet(0xDD, smallHeader + "abc")), kIOReturnNoDevice);
+  EXPECT_EQ(status(), ScanStatus::cancelled);
+}
+
+TEST_F(WatchedJob, WaitsNoLongerThanItsPatience) {
+  startJob();
+  EXPECT_EQ(watch.waitFor(pipes.reply, 15000), 15000U);
+  EXPECT_EQ(watch.waitFor(pipes.reply, 0), 60000U);
+  EXPECT_EQ(watch.waitFor(pipes.data, 15000), 250U);
+  EXPECT_EQ(watch.completionFor(pipes.data, 60000), 60000U);
+  failAnswer(kIOUSBTransactionTimeout);
+  failAnswer(kIOUSBTransactionTimeout);
+  failAnswer(kIOUSBTransactionTimeout);
+  EXPECT_TRUE(watch.readAgain());
+  EXPECT_EQ(watch.waitFor(pipes.reply, 0), 15000U);
+  failAnswer(kIOUSBTransactionTimeout);
+  EXPECT_FALSE(watch.readAgain());
+}
+
+TEST_F(WatchedJob, IsOverWhereAWholePictureIsFollowedBySilence) {
+  startJob();
+  stream(packet(0xDD, smallHeader + "abcdefghijkl"));
+  watch.judgeRead(pipes.data, kIOUSBTransactionTimeout, nullptr, 0, 250);
+  EXPECT_TRUE(watch.readAgain());
+  EXPECT_EQ(watch.judgeRead(pipes.data, kIOUSBTransactionTimeout, nullptr, 0, 750), kIOUSBTransactionTimeout);
+  EXPECT_FALSE(watch.readAgain());
+  EXPECT_FALSE(watch.ended());
+  EXPECT_FALSE(watch.mayBeAborted());
+}
+
+TEST_F(WatchedJob, LetsEverythingPassOnOtherPipes) {
+  EXPECT_TRUE(watch.mayRead(9));
+  EXPECT_EQ(watch.judgeRead(9, kIOReturnIOError, nullptr, 0, 0), kIOReturnIOError);
+  EXPECT_EQ(watch.judgeWrite(9, kIOReturnIOError), kIOReturnIOError);
+  EXPECT_FALSE(watch.ended());
+}
+
+TEST_F(WatchedJob, EndsWhereThePictureIsSilentBeyondPatience) {
+  startJob();
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(failStream(kIOUSBTransactionTimeout), kIOUSBTransactionTimeout);
+  EXPECT_EQ(failStream(kIOUSBTransactionTimeout), kIOReturnNoDevice);
+  EXPECT_EQ(status(), ScanStatus::timedOut);
+  EXPECT_THAT(sentence(), HasSubstr("nothing for 60 seconds"));
+}
+
+TEST_F(WatchedJob, CountsSilenceAnewWhenBytesCome) {
+  startJob();
+  for (int i = 0; i < 3; ++i) failStream(kIOUSBTransactionTimeout);
+  stream(packet(0xAA));
+  for (int i = 0; i < 3; ++i) failStream(kIOUSBTransactionTimeout);
+  EXPECT_FALSE(watch.ended());
+}
+
+TEST_F(WatchedJob, EndsWhereAStalledPipeWouldBeReadForEver) {
+  startJob();
+  for (int i = 0; i < 4; ++i) failStream(kIOUSBPipeStalled);
+  EXPECT_EQ(status(), ScanStatus::ioError);
+  EXPECT_THAT(sentence(), HasSubstr("0xE000404F, the pipe stalled"));
+}
+
+TEST_F(WatchedJob, EndsWhereEmptyReadsWouldNeverStop) {
+  startJob();
+  int reads = 0;
+  while (stream("") == kIOReturnSuccess) ASSERT_LT(++reads, 10000);
+  EXPECT_EQ(status(), ScanStatus::badData);
+}
+
+TEST_F(WatchedJob, EndsWhereTheStreamWouldNeverStop) {
+  startJob();
+  const std::string chunk = packet(0xAB, std::string(1 << 20, 'x'));
+  int reads = 0;
+  while (stream(chunk) == kIOReturnSuccess) ASSERT_LT(++reads, 10000);
+  EXPECT_EQ(status(), ScanStatus::badData);
+}
+
+TEST_F(WatchedJob, TellsHowManyRowsOfAnIncompletePictureArrived) {
+  startJob();
+  stream(packet(0xDD, smallHeader + "abcdef") + packet(0xFF));
+  watch.isExhausted(pipes.data);
+  EXPECT_EQ(status(), ScanStatus::badData);
+  EXPECT_THAT(sentence(), HasSubstr("incomplete: 1 of 3 rows arrived"));
+}
+
+TEST_F(WatchedJob, DoesNotCountAPacketThatIsNotWhole) {
+  startJob();
+  stream(packet(0xDD, smallHeader));
+  stream(packet(0xDD, "abcdefghijklm").substr(0, 20));  // every row is there, the packet's last byte is not
+  EXPECT_THAT(sentence(), HasSubstr("incomplete: 2 of 3 rows arrived"));
+}
+
+TEST_F(WatchedJob, TellsThatNoPictureCame) {
+  startJob();
+  stream(packet(0xDD) + packet(0xFF));
+  EXPECT_TRUE(watch.isExhausted(pipes.data));
+  EXPECT_EQ(status(), ScanStatus::badData);
+  EXPECT_THAT(sentence(), HasSubstr("without sending a picture"));
+}
+
+TEST_F(WatchedJob, EndsAtOnceWithAWrongHeader) {
+  startJob();
+  EXPECT_EQ(stream(packet(0xDD, "GIF89a")), kIOReturnNoDevice);
+  EXPECT_THAT(sentence(), HasSubstr("it begins with no header"));
+}
+
+TEST_F(WatchedJob, KeepsAPacketThatWouldNeverEndFromTheLibrary) {
+  startJob();
+  EXPECT_EQ(stream(packetHeader(0xDD, 0xFFFFFFF8)), kIOReturnNoDevice);
+  EXPECT_EQ(status(), ScanStatus::badData);
+  EXPECT_THAT(sentence(), HasSubstr("garbled"));
+}
+
+TEST_F(WatchedJob, KeepsSuchAPacketOutOfTheAnswersToo) {
+  ask("create");
+  EXPECT_EQ(answer(packetHeader(0xCC, 0xFFFFFFF8)), kIOReturnNoDevice);
+  EXPECT_EQ(status(), ScanStatus::badData);
+}
+
+TEST_F(WatchedJob, KeepsUnreadableAnswersAfterThePictureFromTheLibrary) {
+  startJob();
+  stream(packet(0xDD, smallHeader + "abcdefghijkl"));
+  failStream(kIOUSBTransactionTimeout);
+  EXPECT_TRUE(ask("done"));
+  EXPECT_EQ(answer(packet(0xCC, "garbage")), kIOReturnIOError);
+  EXPECT_EQ(answer(packetHeader(0xCC, 0xFFFFFFF8)), kIOReturnIOError);
+  EXPECT_EQ(status(), ScanStatus::good);
+}
+
+TEST_F(WatchedJob, EndsWhereCreateOrStartIsRefused) {
+  ask("create");
+  EXPECT_EQ(answer(exceptionReply("no paper")), kIOReturnNoDevice);
+  EXPECT_EQ(status(), ScanStatus::refused);
+  EXPECT_THAT(sentence(), HasSubstr("It says: \"no paper\"."));
+  EXPECT_FALSE(ask("start"));
+  EXPECT_FALSE(watch.mayRead(pipes.data));
+}
+
+TEST_F(WatchedJob, GoesOnWhereEnterIsRefused) {
+  ask("enterHostUSBSendMode");
+  EXPECT_EQ(answer(exceptionReply("already there")), kIOReturnSuccess);
+  EXPECT_TRUE(ask("create"));
+}
+
+TEST_F(WatchedJob, GoesOnWhereTheLastCallsAreRefused) {
+  startJob();
+  stream(packet(0xDD, smallHeader + "abcdefghijkl"));
+  failStream(kIOUSBTransactionTimeout);
+  ask("done");
+  EXPECT_EQ(answer(exceptionReply("why")), kIOReturnSuccess);
+  EXPECT_EQ(status(), ScanStatus::good);
+}
+
+TEST_F(WatchedJob, EndsBeforeACallWhoseAnswerWouldBeTakenForAnothers) {
+  ask("enterHostUSBSendMode");
+  EXPECT_EQ(failAnswer(kIOUSBTransactionTimeout), kIOUSBTransactionTimeout);
+  EXPECT_FALSE(ask("create"));
+  EXPECT_EQ(status(), ScanStatus::timedOut);
+  EXPECT_THAT(sentence(), HasSubstr("\"enterHostUSBSendMode\""));
+}
+
+TEST_F(WatchedJob, WaitsForThePictureWhereOnlyStartIsNotAnswered) {
+  ask("create");
+  answer(response("job1"));
+  ask("start");
+  failAnswer(kIOUSBTransactionTimeout);
+  stream(packet(0xDD, smallHeader + "abcdefghijkl"));
+  failStream(kIOUSBTransactionTimeout);
+  EXPECT_EQ(status(), ScanStatus::good);
+}
+
+TEST_F(WatchedJob, EndsWithAnAnswerThatNamesNoJob) {
+  ask("create");
+  EXPECT_EQ(answer(packet(0xCC, "<response requestID=\"1\"></response>")), kIOReturnNoDevice);
+  EXPECT_EQ(status(), ScanStatus::badData);
+  EXPECT_THAT(sentence(), HasSubstr("\"create\""));
+}
+
+TEST_F(WatchedJob, TellsThatAnAnswerIsCut) {
+  ask("create");
+  const std::string reply = response("job1");
+  answer(reply.substr(0, 20));
+  EXPECT_TRUE(watch.answerIsCut(pipes.reply));
+  EXPECT_FALSE(watch.answerIsCut(pipes.data));
+  answer(reply.substr(20));
+  EXPECT_FALSE(watch.answerIsCut(pipes.reply));
+  EXPECT_TRUE(ask("start"));
+}
+
+TEST_F(WatchedJob, EndsWhereATransferOfACallFails) {
+  ask("create");
+  EXPECT_EQ(watch.judgeWrite(pipes.out, kIOUSBPipeStalled), kIOUSBPipeStalled);
+  EXPECT_EQ(status(), ScanStatus::ioError);
+}
+
+TEST_F(WatchedJob, EndsWhereTheDeviceTakesNoCall) {
+  ask("create");
+  watch.judgeWrite(pipes.out, kIOUSBTransactionTimeout);
+  EXPECT_EQ(status(), ScanStatus::timedOut);
+}
+
+TEST_F(WatchedJob, EndsWhereTheDeviceIsGone) {
+  ask("create");
+  failAnswer(kIOReturnNoDevice);
+  EXPECT_EQ(status(), ScanStatus::noDevice);
+  EXPECT_THAT(sentence(), HasSubstr("went away"));
+}
+
+TEST_F(WatchedJob, KeepsTheFirstReason) {
+  ask("create");
+  answer(exceptionReply("no paper"));
+  cancel.request();
+  watch.mayRead(pipes.data);
+  EXPECT_EQ(status(), ScanStatus::refused);
+}
+
+TEST_F(WatchedJob, ForgetsImagePacketsInTheAnswersToTheFirstCalls) {
+  ask("start");
+  answer(packet(0xDD, smallHeader + "abcdefghijkl") + response("0"));
+  stream(packet(0xDD) + packet(0xFF));
+  watch.isExhausted(pipes.data);
+  EXPECT_EQ(status(), ScanStatus::badData);
+}
+
+TEST_F(WatchedJob, CountsImagePacketsInTheLastAnswers) {
+  startJob();
+  stream(packet(0xDD, smallHeader + "abcdefgh") + packet(0xFF));
+  watch.isExhausted(pipes.data);
+  ask("done");
+  answer(packet(0xDD, "ijkl") + response("0"));
+  EXPECT_EQ(status(), ScanStatus::good);
+  EXPECT_EQ(picture.shown.back(), "whole");
+}
+
+TEST_F(WatchedJob, AnswersACancelBeforeTheNextTransfer) {
+  startJob();
+  cancel.request();
+  EXPECT_FALSE(watch.mayRead(pipes.data));
+  EXPECT_EQ(status(), ScanStatus::cancelled);
+}
+
+TEST_F(WatchedJob, LetsTheLastCallsPassAfterACancel) {
+  startJob();
+  stream(packet(0xDD, smallHeader + "abcdefghijkl"));
+  failStream(kIOUSBTransactionTimeout);
+  cancel.request();
+  EXPECT_TRUE(ask("done"));
+  EXPECT_TRUE(watch.mayRead(pipes.reply));
+  EXPECT_EQ(status(), ScanStatus::cancelled);
+}
+
+TEST(ScanOutcome, ShowsADevicesTextAsOneLineOfPlainCharacters) {
+  EXPECT_THAT(outcome::refused("lid\n\x1b[2Jopen").sentence, HasSubstr("\"lid??[2Jopen\""));
+  EXPECT_THAT(outcome::refused(std::string(5000, 'x')).sentence, HasSubstr(std::string(120, 'x') + "...\""));
+  EXPECT_THAT(outcome::refused("").sentence, testing::Not(HasSubstr("It says")));
+}
+
+}  // namespace
