@@ -1,26 +1,9 @@
 #include "LibusbHandles.h"
 
 #include <algorithm>
-#include <array>
 #include <span>
-#include <tuple>
 
 namespace platform {
-namespace {
-
-// The ports on the way from the root, the nearest one first; 0 behind the last one. USB 3.2, 10.16: no path
-// is longer.
-using PortPath = std::array<std::uint8_t, 7>;
-
-PortPath portPath(libusb_device* device) {
-  PortPath ports{};
-  const int count = libusb_get_port_numbers(device, ports.data(), static_cast<int>(ports.size()));
-  // The library counts from the other end and leaves what it moved.
-  std::fill(ports.begin() + std::max(count, 0), ports.end(), std::uint8_t{0});
-  return ports;
-}
-
-}  // namespace
 
 // The cheapest question that the system answers for a device that is there, whatever the device does.
 bool isConnected(libusb_device_handle* handle) {
@@ -46,20 +29,30 @@ const libusb_interface_descriptor* interfaceDescriptor(const libusb_config_descr
   return nullptr;
 }
 
-std::uint32_t locationOf(libusb_device* device) {
-  std::uint32_t location = std::uint32_t{libusb_get_bus_number(device)} << 24;
-  int shift = 20;
-  const PortPath ports = portPath(device);
-  for (const std::uint8_t port : std::span(ports).first<6>()) {
-    location |= std::min<std::uint32_t>(port, 15) << shift;
-    shift -= 4;
-  }
-  return location;
+UsbPath pathOf(libusb_device* device) {
+  UsbPath path{libusb_get_bus_number(device), {}};
+  const int count = libusb_get_port_numbers(device, path.ports.data(), static_cast<int>(path.ports.size()));
+  // The library counts from the other end and leaves what it moved.
+  std::fill(path.ports.begin() + std::max(count, 0), path.ports.end(), std::uint8_t{0});
+  return path;
 }
 
-bool standsBefore(libusb_device* left, libusb_device* right) {
-  return std::tuple(libusb_get_bus_number(left), portPath(left)) <
-         std::tuple(libusb_get_bus_number(right), portPath(right));
+std::vector<DeviceReference> devicesOf(libusb_context* context, UsbIdentity identity) {
+  libusb_device** list = nullptr;
+  const ssize_t count = libusb_get_device_list(context, &list);
+  const auto freeList = [](libusb_device** all) { libusb_free_device_list(all, 1); };
+  const std::unique_ptr<libusb_device*, decltype(freeList)> owner(list, freeList);
+  std::vector<DeviceReference> devices;
+  for (ssize_t i = 0; i < count; ++i) {
+    libusb_device_descriptor descriptor{};
+    if (libusb_get_device_descriptor(list[i], &descriptor) == LIBUSB_SUCCESS &&
+        descriptor.idVendor == identity.vendor && descriptor.idProduct == identity.product)
+      devices.emplace_back(list[i]);
+  }
+  std::stable_sort(devices.begin(), devices.end(), [](const auto& left, const auto& right) {
+    return pathOf(left.get()) < pathOf(right.get());
+  });
+  return devices;
 }
 
 }  // namespace platform

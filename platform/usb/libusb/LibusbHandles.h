@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <memory>
 #include <utility>
+#include <vector>
+
+#include "UsbPath.h"
 
 namespace platform {
 
@@ -47,11 +50,17 @@ Configuration activeConfiguration(libusb_device* device);
 const libusb_interface_descriptor* interfaceDescriptor(const libusb_config_descriptor& configuration,
                                                        std::uint8_t interface, std::uint8_t alternateSetting);
 
-// Where a device is plugged in, the same after a replug: the bus in the highest byte, below it four bits for
-// each port on the way from the root, the nearest one first. A port above 15 counts as 15.
-std::uint32_t locationOf(libusb_device* device);
+// Where a device is plugged in.
+UsbPath pathOf(libusb_device* device);
 
-// Orders by bus, then by port path.
-bool standsBefore(libusb_device* left, libusb_device* right);
+// What a device tells of itself.
+struct UsbIdentity {
+  std::uint16_t vendor;
+  std::uint16_t product;
+};
+
+// The devices of one identity that are plugged in now, by bus and then by port path. Asks the system, not the
+// devices: opens none.
+std::vector<DeviceReference> devicesOf(libusb_context* context, UsbIdentity identity);
 
 }  // namespace platform
