@@ -6,9 +6,13 @@
 #include <optional>
 #include <string>
 
-#include "JobWatch.h"
-
 namespace frontend {
+
+// How much of a picture is here.
+struct ScanProgress {
+  std::uint64_t bytes;
+  std::uint64_t total;  // of the whole picture
+};
 
 using TimePoint = std::chrono::steady_clock::time_point;
 using Clock = std::function<TimePoint()>;
@@ -20,6 +24,7 @@ class ProgressMeter {
   // Neither falls from one call to the next.
   void update(const ScanProgress& progress, TimePoint now);
 
+  const ScanProgress& latest() const { return latest_; }
   // 0 to 100; 100 only when everything has come.
   unsigned percent() const;
   // Nothing until two moments are known.
