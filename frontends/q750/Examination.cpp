@@ -69,8 +69,8 @@ std::vector<std::string> Examination::lookForScanners(const std::string& device)
   if (found) return usable;
   const bool any = device.empty() || device == "usb";
   tell(Level::attention,
-       any ? "No Quenvar Q750 is plugged in. Check its cable and its power; then look for 1-port errors with "
-             "dmesg."
+       any ? "No Quenvar Q750 is plugged in. Check its cable and its power; dmesg tells whether the system "
+             "sees it."
            : "There is no scanner " + device + ". q750 list shows those that are there.",
        ExitCode::noDevice);
   if (device.empty()) usable.emplace_back(virtualName);

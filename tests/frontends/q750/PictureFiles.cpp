@@ -1,11 +1,10 @@
 #include "PictureFiles.h"
 
 #include <gtest/gtest.h>
+#include <jpeglib.h>
 #include <png.h>
 
 #include <cstdio>
-
-#include <jpeglib.h>
 
 PngFile::PngFile(const std::string& path) {
   std::FILE* file = std::fopen(path.c_str(), "rb");

@@ -186,7 +186,8 @@ TEST_F(WritingPictures, WritesPnm) {
 // How far the pixels of two pictures are apart at most.
 int distance(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t>& b) {
   int largest = a.size() == b.size() ? 0 : 256;
-  for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) largest = std::max(largest, std::abs(a[i] - b[i]));
+  for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
+    largest = std::max(largest, std::abs(a[i] - b[i]));
   return largest;
 }
 
@@ -243,7 +244,8 @@ TEST_F(WritingPictures, MakesSmallerJpegsOfLowerQuality) {
 
 TEST_F(WritingPictures, WritesPagesIntoOnePdf) {
   ASSERT_TRUE(write(PictureFormat::pdf, {&color, &grey, &lineart}));
-  EXPECT_THAT(printedBy("qpdf --check '" + path + "'"), HasSubstr("No syntax or stream encoding errors found"));
+  EXPECT_THAT(printedBy("qpdf --check '" + path + "'"),
+              HasSubstr("No syntax or stream encoding errors found"));
   const std::string information = printedBy("pdfinfo -f 1 -l 3 '" + path + "'");
   EXPECT_THAT(information, HasSubstr("Producer:        q750 9.9.9\n"));
   EXPECT_THAT(information, HasSubstr("Pages:           3\n"));
@@ -253,8 +255,10 @@ TEST_F(WritingPictures, WritesPagesIntoOnePdf) {
   EXPECT_THAT(information, HasSubstr("PDF version:     1.4\n"));
   const std::string images = printedBy("pdfimages -list '" + path + "'");
   EXPECT_THAT(images, testing::ContainsRegex("1 +0 image +37 +29 +rgb +3 +8 +jpeg +no +[0-9]+ +0 +300 +300"));
-  EXPECT_THAT(images, testing::ContainsRegex("2 +1 image +501 +1203 +gray +1 +8 +jpeg +no +[0-9]+ +0 +300 +300"));
-  EXPECT_THAT(images, testing::ContainsRegex("3 +2 image +72 +61 +gray +1 +1 +image +no +[0-9]+ +0 +300 +300"));
+  EXPECT_THAT(images,
+              testing::ContainsRegex("2 +1 image +501 +1203 +gray +1 +8 +jpeg +no +[0-9]+ +0 +300 +300"));
+  EXPECT_THAT(images,
+              testing::ContainsRegex("3 +2 image +72 +61 +gray +1 +1 +image +no +[0-9]+ +0 +300 +300"));
 }
 
 TEST_F(WritingPictures, LosesNothingInAPdfOnRequest) {
