@@ -6,13 +6,9 @@
 #include <optional>
 #include <string>
 
-namespace frontend {
+#include "ScanProgress.h"
 
-// How much of a picture is here.
-struct ScanProgress {
-  std::uint64_t bytes;
-  std::uint64_t total;  // of the whole picture
-};
+namespace frontend {
 
 using TimePoint = std::chrono::steady_clock::time_point;
 using Clock = std::function<TimePoint()>;

@@ -105,9 +105,9 @@ TEST_F(ExaminingASystem, ClearsAWedgedPipe) {
 }
 
 TEST_F(ExaminingASystem, TellsWhyAScanFails) {
-  outcomes = {outcome::silent(5)};
+  outcomes = {outcome::silent(5000)};
   EXPECT_EQ(examine(), ExitCode::timedOut);
-  EXPECT_EQ(lines.back(), "attention  usb:1-2: " + outcome::silent(5).sentence + "\n");
+  EXPECT_EQ(lines.back(), "attention  usb:1-2: " + outcome::silent(5000).sentence + "\n");
   outcomes = {outcome::busy()};
   EXPECT_EQ(examine(), ExitCode::busy);
   EXPECT_THAT(tried, ElementsAre("usb:1-2"));
