@@ -3,13 +3,17 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <thread>
+
+// The system's header declares these functions as if they were C++ (GNU C Library 2.36).
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 extern char** environ;
 
