@@ -23,8 +23,8 @@ class ExaminingASystem : public testing::Test {
     lines.clear();
     tried.clear();
     Examination examination({[this] { return there; }, [this] { return worker; }, [this] { return rule; },
-                             [this](const std::string& scanner) {
-                               tried.push_back(scanner);
+                             [this](const std::string& name) {
+                               tried.push_back(name);
                                const ScanOutcome outcome = outcomes.front();
                                if (outcomes.size() > 1) outcomes.erase(outcomes.begin());
                                return outcome;
