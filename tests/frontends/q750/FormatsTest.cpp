@@ -142,7 +142,7 @@ class Papers : public ProgramFixture {};
 
 TEST_F(Papers, HaveTheirSizeInAPdf) {
   const std::string path = folder / "page.pdf";
-  EXPECT_EQ(scan({"-o", path, "-r", "75", "-m", "lineart", "--paper", "letter", "-q"}).exitCode, 0);
+  EXPECT_EQ(scan({"-o", path, "-r", "150", "-m", "lineart", "--paper", "letter", "-q"}).exitCode, 0);
   EXPECT_THAT(printedBy("pdfinfo '" + path + "'"), HasSubstr("Page size:       612 x 792 pts (letter)\n"));
 }
 
