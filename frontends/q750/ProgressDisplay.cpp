@@ -48,7 +48,9 @@ bool ProgressDisplay::tooSoon(TimePoint now) {
 }
 
 void ProgressDisplay::printObject(TimePoint now) {
-  if (tooSoon(now)) return;
+  if (shown_ && meter_.percent() == shownPercent_) return;
+  shown_ = now;
+  shownPercent_ = meter_.percent();
   const ScanProgress& progress = meter_.latest();
   output_(jsonLine({{"event", "progress"},
                     {"page", page_},

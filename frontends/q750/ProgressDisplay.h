@@ -16,8 +16,8 @@ using TextOutput = std::function<void(std::string_view text)>;
 enum class ProgressStyle : std::uint8_t { bar, plain, json, none };
 
 // Shows the progress of one scan: a bar that is drawn again and again on the last line of a terminal, at most
-// ten times a second, a line at about every tenth elsewhere, or a JSON object in a line, at most ten times a
-// second, for programs. Plain ASCII.
+// ten times a second, a line at about every tenth elsewhere, or, for programs, a JSON object in a
+// line for each percent. Plain ASCII.
 class ProgressDisplay {
  public:
   // `columns` is the width of the terminal, for bars. `page` is named in JSON only.

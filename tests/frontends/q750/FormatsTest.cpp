@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,10 @@ struct Mode {
   bool color;
   bool lineart;
 };
+
+void PrintTo(const Mode& mode, std::ostream* out) {
+  *out << mode.name;
+}
 
 constexpr Mode modes[] = {{"color", true, false}, {"gray", false, false}, {"lineart", false, true}};
 
@@ -66,11 +71,10 @@ class EveryMode : public ProgramFixture, public testing::WithParamInterface<Mode
     return folder / name;
   }
   // The rows of a PNG, compared where pixels are.
-  void expectPng(const std::string& path, std::uint32_t pixelsPerMetre) {
+  void expectPng(const std::string& path) {
     PngFile file(path);
     EXPECT_EQ(file.depth, GetParam().lineart ? 1 : 8);
     EXPECT_EQ(file.colorType, GetParam().color ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY);
-    EXPECT_EQ(file.pixelsPerMetreX, pixelsPerMetre);
     if (GetParam().lineart) {
       EXPECT_EQ(inverted(file.pixels), inverted(inverted(expected)));
     } else {
@@ -88,7 +92,8 @@ TEST_P(EveryMode, IsWrittenAsTiff) {
 }
 
 TEST_P(EveryMode, IsWrittenAsPng) {
-  expectPng(scanTo("page.png"), 5906);
+  expectPng(scanTo("page.png"));
+  EXPECT_EQ(PngFile(folder / "page.png").pixelsPerMetreX, 5906U);
 }
 
 TEST_P(EveryMode, IsWrittenAsPnm) {
@@ -103,7 +108,7 @@ TEST_P(EveryMode, IsWrittenAsPdf) {
   EXPECT_THAT(printedBy("qpdf --check '" + path + "'"), HasSubstr("No syntax or stream encoding errors"));
   EXPECT_THAT(printedBy("pdfinfo '" + path + "'"), HasSubstr("Page size:       96.48 x 47.52 pts\n"));
   extractPages(path);
-  expectPng(path + "-000.png", 0);
+  expectPng(path + "-000.png");
 }
 
 TEST_P(EveryMode, IsWrittenAsJpeg) {

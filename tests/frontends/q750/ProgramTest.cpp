@@ -256,7 +256,7 @@ TEST_F(Program, GivesUpAScannerThatIsSilentForTooLong) {
                                      "--virtual-fault", "silence:0", "--virtual-real-time"});
   EXPECT_EQ(result.exitCode, 5);
   EXPECT_THAT(result.errors,
-              StartsWith("q750: The scanner took the job and then sent nothing for 0.3 seconds."));
+              StartsWith("q750: The scanner took the job and then sent nothing for 1 second."));
   EXPECT_THAT(folder.names(), IsEmpty());
 }
 

@@ -73,7 +73,7 @@ class UsbCommandLine : public ProgramFixture {
     if (!pluggedIn) usbfs_->plugIn();
   }
 
-  std::string path = folder / "page.pgm";
+  std::string path = folder / "page.pnm";
   std::unique_ptr<VirtualScanner> scanner_;
   std::unique_ptr<EmulatedUsbfs> usbfs_;
 };
@@ -157,8 +157,8 @@ TEST_F(UsbCommandLine, SaysWhatToDoWhereAccessIsDenied) {
 TEST_F(UsbCommandLine, EndsWhenTheScannerIsPulledOut) {
   plugIn();
   Pipe out, errors;
-  const pid_t process =
-      startProgram({"scan", "-o", path, "-q", "--timeout", "20"}, out.writer(), errors.writer());
+  const pid_t process = startProgram({"scan", "-o", path, "-q", "-m", "gray", "--timeout", "20"},
+                                     out.writer(), errors.writer());
   out.closeWriter();
   errors.closeWriter();
   usbfs_->awaitRequest(20);
@@ -174,7 +174,7 @@ TEST_F(UsbCommandLine, EndsWhenTheScannerIsPulledOut) {
 TEST_F(UsbCommandLine, IsReadyForTheNextScanAfterACancel) {
   plugIn();
   Pipe out, errors;
-  const pid_t process = startProgram({"scan", "-o", path, "-q"}, out.writer(), errors.writer());
+  const pid_t process = startProgram({"scan", "-o", path, "-q", "-m", "gray"}, out.writer(), errors.writer());
   errors.closeWriter();
   usbfs_->awaitRequest(20);
   kill(process, SIGINT);
