@@ -28,7 +28,7 @@ if(NOT LIBUSB_FOUND)
   message(FATAL_ERROR "libusb-1.0 was not found: install the Debian package libusb-1.0-0-dev (tools/setup does it).")
 endif()
 find_package(Threads REQUIRED)
-if(Q750_TESTS)
+if(Q750_TESTS OR Q750_BENCH)  # one of the benchmarks stands on the emulated usbfs of the tests
   q750_dependency(GTest "libgtest-dev libgmock-dev")
   pkg_check_modules(UMOCKDEV QUIET IMPORTED_TARGET umockdev-1.0)
   if(NOT UMOCKDEV_FOUND)

@@ -89,3 +89,5 @@ install(FILES ${PROJECT_SOURCE_DIR}/completions/_q750
 set(Q750_UDEV_HWDB_DIR lib/udev/hwdb.d CACHE STRING
   "Folder of the entry of udev's hardware database, from the prefix or absolute")
 install(FILES ${PROJECT_BINARY_DIR}/udev/20-sane-quenvar.hwdb DESTINATION ${Q750_UDEV_HWDB_DIR} COMPONENT tools)
+install(FILES ${PROJECT_BINARY_DIR}/desktop/quenvar-q750.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo
+  COMPONENT tools)

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include "FileKeeping.h"
 #include "ImagePipe.h"
 #include "PictureForwarder.h"
 #include "ScanSession.h"
@@ -73,6 +74,8 @@ int runWorker(int control, int image) {
   WorkerSupervisor supervisor({control, cancel, transfers, signs, reports, request->patience + libraryTime});
   ImagePipe pipe(imageEnd.release(), supervisor.cancelled(), cancel, signs);
   PictureForwarder picture(*request, reports, pipe);
+  // Nobody looks for copies of the page in the folder for temporary files, and everybody's rows come here.
+  platform::keepFiles(false);
   VerboseSink log(columnsOfTheTerminal(), showOnStandardError);
   ScanSession session(
       scanner.stack(), request->settings,

@@ -15,6 +15,8 @@
 #include <optional>
 #include <utility>
 
+#include "FileKeeping.h"
+
 namespace platform {
 namespace {
 
@@ -71,6 +73,7 @@ void removeIfAbandoned(const std::string& path) {
 }  // namespace
 
 TemporaryFile::TemporaryFile(std::string target) : target_(std::move(target)) {
+  if (!filesAreKept()) return;
   const std::string fixed = fixedName(target_);
   removeIfAbandoned(fixed);
   if (createAt(fixed)) return;

@@ -21,7 +21,8 @@ class TemporaryFile {
  public:
   // Holds no file.
   TemporaryFile() = default;
-  // Creates the file for this target. isOpen() tells whether it could be done.
+  // Creates the file for this target. isOpen() tells whether it could be done; it never is where the process
+  // keeps no files (FileKeeping.h).
   explicit TemporaryFile(std::string target);
   TemporaryFile(TemporaryFile&& other) noexcept;
   TemporaryFile& operator=(TemporaryFile&& other) noexcept;

@@ -62,6 +62,16 @@ TEST_F(Supervised, ScansDeliverTheSameToEveryReader) {
   }
 }
 
+TEST_F(Supervised, ScansLeaveNoFileOfTheLibrarysBehind) {
+  const char* const files[] = {"/tmp/vexo-data-dump", "/tmp/scan.tiff"};
+  for (const char* file : files) std::filesystem::remove(file);
+  SupervisedScan scan(scans::small(), worker);
+  readAll(scan);
+  EXPECT_TRUE(scan.outcome().good());
+  scan.finish();
+  for (const char* file : files) EXPECT_FALSE(std::filesystem::exists(file)) << file;
+}
+
 TEST_F(Supervised, ScansFollowEachOtherAndRunBesideEachOther) {
   SupervisedScan one(scans::small(), worker);
   SupervisedScan other(scans::small(ColorMode::gray), worker);
