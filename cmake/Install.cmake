@@ -78,6 +78,11 @@ install(FILES ${PROJECT_BINARY_DIR}/quenvar-q750.pc DESTINATION ${CMAKE_INSTALL_
 install(TARGETS q750 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 install(TARGETS q750-worker RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/quenvar-q750 COMPONENT tools)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/q750.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+# Where the shells look, under the names by which they look.
+install(FILES ${PROJECT_SOURCE_DIR}/completions/q750.bash RENAME q750
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+install(FILES ${PROJECT_SOURCE_DIR}/completions/_q750
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
 
 # Where udev finds it on Debian if the prefix is /usr. Elsewhere say /etc/udev/hwdb.d. It counts after
 # `systemd-hwdb update`, for what is plugged in from then on.

@@ -13,6 +13,7 @@ namespace frontend {
 namespace {
 
 constexpr double largestLength = 100000;
+constexpr std::int64_t largestCut = 1000000;
 constexpr double millimetresPerInch = 25.4;
 
 [[noreturn]] void complain(std::string_view text, const std::string& why) {
@@ -130,7 +131,8 @@ PlacedArea placeOnBed(const AreaRequest& request, std::uint32_t resolution) {
   const std::int64_t bottom = std::min<std::int64_t>(top + height, bed.height);
   const PixelArea area{static_cast<std::uint32_t>(left), static_cast<std::uint32_t>(top),
                        static_cast<std::uint32_t>(right - left), static_cast<std::uint32_t>(bottom - top)};
-  return {area, area.width < width || area.height < height};
+  const std::int64_t cut = std::max(width - area.width, height - area.height);
+  return {area, static_cast<std::uint32_t>(std::min<std::int64_t>(cut, largestCut))};
 }
 
 }  // namespace frontend

@@ -40,7 +40,7 @@ AreaRequest parseArea(std::string_view text);
 
 struct PlacedArea {
   PixelArea area;
-  bool clipped;  // a part reached past the glass and was left out
+  std::uint32_t cutPixels;  // what was left out because it reached past the glass, of the larger loss
 };
 
 // The pixels of an area at a resolution of the bed: each length rounded to the nearest pixel, cut at the

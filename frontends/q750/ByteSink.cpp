@@ -21,6 +21,7 @@ bool ByteSink::good() noexcept {
 
 bool ByteSink::write(const void* bytes, std::size_t count) noexcept {
   const char* next = static_cast<const char*>(bytes);
+  if (held_) return good();
   while (count > 0 && good()) {
     const ssize_t moved = ::write(descriptor_, next, std::min(count, largestPiece));
     if (moved < 0) {
@@ -35,6 +36,16 @@ bool ByteSink::write(const void* bytes, std::size_t count) noexcept {
 
 bool ByteSink::seek(std::uint64_t position) noexcept {
   if (good() && lseek(descriptor_, static_cast<off_t>(position), SEEK_SET) < 0) error_ = errno;
+  return good();
+}
+
+std::size_t ByteSink::read(void* bytes, std::size_t count) noexcept {
+  const ssize_t moved = ::read(descriptor_, bytes, count);
+  return moved < 0 ? 0 : static_cast<std::size_t>(moved);
+}
+
+bool ByteSink::truncate(std::uint64_t size) noexcept {
+  if (good() && ftruncate(descriptor_, static_cast<off_t>(size)) != 0) error_ = errno;
   return good();
 }
 

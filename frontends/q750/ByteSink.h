@@ -20,6 +20,12 @@ class ByteSink {
   bool write(const void* bytes, std::size_t count) noexcept;
   // For descriptors of files. The position counts from the start.
   bool seek(std::uint64_t position) noexcept;
+  // For descriptors that were opened for reading too: up to `count` bytes from the present position.
+  std::size_t read(void* bytes, std::size_t count) noexcept;
+  // Cuts the file off.
+  bool truncate(std::uint64_t size) noexcept;
+  // While it holds, what is written is dropped as if it had been written.
+  void holdBack(bool held) noexcept { held_ = held; }
   // The position, or the size so far; 0 where the descriptor has none.
   std::uint64_t position() const noexcept;
   std::uint64_t size() const noexcept;
@@ -34,6 +40,7 @@ class ByteSink {
  private:
   int descriptor_;
   const CancelFlag* cancel_;
+  bool held_ = false;
   int error_ = 0;  // an errno
   char reason_[200] = {};
 };

@@ -7,22 +7,24 @@ namespace {
 
 struct Meaning {
   ExitCode code;
+  const char* name;
   const char* text;
 };
 
 constexpr Meaning meanings[] = {
-    {ExitCode::good, "done"},
-    {ExitCode::usage, "the command line is wrong, or the paper cannot be read"},
-    {ExitCode::noDevice, "there is no such scanner, or it went away"},
-    {ExitCode::busy, "the scanner, or the address to listen at, is in use by another program"},
-    {ExitCode::accessDenied, "no permission to use the scanner, or to listen at the address"},
-    {ExitCode::timedOut, "the scanner does not answer"},
-    {ExitCode::badData, "what the scanner sent is no whole picture"},
-    {ExitCode::ioError, "a USB transfer failed"},
-    {ExitCode::refused, "the scanner refused the scan"},
-    {ExitCode::output, "the picture cannot be written"},
-    {ExitCode::noMemory, "there is not enough memory"},
-    {ExitCode::cancelled, "the scan was cancelled"},
+    {ExitCode::good, "good", "done"},
+    {ExitCode::usage, "usage", "the command line is wrong, or the paper cannot be read"},
+    {ExitCode::noDevice, "no-device", "there is no such scanner, or it went away"},
+    {ExitCode::busy, "busy", "the scanner, or the address to listen at, is in use by another program"},
+    {ExitCode::accessDenied, "access-denied",
+     "no permission to use the scanner, or to listen at the address"},
+    {ExitCode::timedOut, "timed-out", "the scanner does not answer"},
+    {ExitCode::badData, "bad-data", "what the scanner sent is no whole picture"},
+    {ExitCode::ioError, "io-error", "a USB transfer failed"},
+    {ExitCode::refused, "refused", "the scanner refused the scan"},
+    {ExitCode::output, "output", "the picture cannot be written"},
+    {ExitCode::noMemory, "no-memory", "there is not enough memory"},
+    {ExitCode::cancelled, "cancelled", "the scan was cancelled"},
 };
 
 }  // namespace
@@ -51,6 +53,13 @@ ExitCode exitCodeFor(ScanStatus status) {
       return ExitCode::noMemory;
   }
   return ExitCode::ioError;
+}
+
+std::string nameOf(ExitCode code) {
+  for (const Meaning& meaning : meanings) {
+    if (meaning.code == code) return meaning.name;
+  }
+  return "";
 }
 
 std::string exitCodeTable() {

@@ -25,6 +25,9 @@ enum class ExitCode : std::uint8_t {
 
 ExitCode exitCodeFor(ScanStatus status);
 
+// One word for programs, "timed-out". Never changes its meaning either.
+std::string nameOf(ExitCode code);
+
 // One line for each code, for the help.
 std::string exitCodeTable();
 

@@ -1,25 +1,33 @@
 #include "PictureFormat.h"
 
-#include <algorithm>
-
 #include "CommandError.h"
+#include "FileName.h"
 
 namespace frontend {
 namespace {
 
-std::string lowerCase(std::string text) {
-  for (char& character : text) {
-    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
-  }
-  return text;
-}
+struct Netpbm {
+  const char* extension;
+  PictureMode mode;
+  const char* holds;
+  const char* option;
+};
 
-// What follows the last point of the file's name, without the point; a leading point hides a file and ends no
-// name.
-std::string extensionOf(const std::string& path) {
-  const std::string name = path.substr(path.rfind('/') + 1);
-  const std::size_t point = name.rfind('.');
-  return point == std::string::npos || point == 0 ? "" : lowerCase(name.substr(point + 1));
+constexpr Netpbm netpbm[] = {
+    {"ppm", PictureMode::color, "colour", "color"},
+    {"pgm", PictureMode::gray, "grey", "gray"},
+    {"pbm", PictureMode::lineart, "black and white", "lineart"},
+};
+
+// The end of a name that says more than the format: it must say the same as the mode.
+void complainUnlessOf(const Netpbm& kind, const std::string& path, PictureMode mode) {
+  if (kind.mode == mode) return;
+  std::string right;
+  for (const Netpbm& other : netpbm) {
+    if (other.mode == mode) right = other.extension;
+  }
+  throw UsageError(path + ": a ." + kind.extension + " file holds " + kind.holds + ". Name it ." + right +
+                   ", or scan with --mode " + kind.option + ".");
 }
 
 }  // namespace
@@ -27,25 +35,31 @@ std::string extensionOf(const std::string& path) {
 PictureFormat formatNamed(const std::string& name) {
   if (name == "tiff") return PictureFormat::tiff;
   if (name == "png") return PictureFormat::png;
+  if (name == "jpeg" || name == "jpg") return PictureFormat::jpeg;
   if (name == "pnm") return PictureFormat::pnm;
-  throw UsageError("--format " + name + ": there is no such format. Choose tiff, png or pnm.");
+  if (name == "pdf") return PictureFormat::pdf;
+  throw UsageError("--format " + name + ": there is no such format. Choose tiff, png, jpeg, pnm or pdf.");
 }
 
-PictureFormat formatOfFile(const std::string& path, ColorMode mode) {
+PictureFormat formatOfFile(const std::string& path, PictureMode mode) {
   const std::string extension = extensionOf(path);
   if (extension == "tiff" || extension == "tif") return PictureFormat::tiff;
   if (extension == "png") return PictureFormat::png;
+  if (extension == "jpeg" || extension == "jpg") return PictureFormat::jpeg;
+  if (extension == "pdf") return PictureFormat::pdf;
   if (extension == "pnm") return PictureFormat::pnm;
-  if (extension == "ppm" && mode == ColorMode::gray) {
-    throw UsageError(path + ": a .ppm file holds colour. Name it .pgm, or scan with --mode color.");
+  for (const Netpbm& kind : netpbm) {
+    if (extension != kind.extension) continue;
+    complainUnlessOf(kind, path, mode);
+    return PictureFormat::pnm;
   }
-  if (extension == "pgm" && mode == ColorMode::color) {
-    throw UsageError(path + ": a .pgm file holds grey. Name it .ppm, or scan with --mode gray.");
-  }
-  if (extension == "ppm" || extension == "pgm") return PictureFormat::pnm;
   throw UsageError(path +
-                   ": the name does not tell the picture's format. Let it end in .tiff, .png or .pnm, or add "
-                   "--format tiff, png or pnm.");
+                   ": the name does not tell the picture's format. Let it end in .tiff, .png, .jpg, .pnm or "
+                   ".pdf, or add --format tiff, png, jpeg, pnm or pdf.");
+}
+
+bool holdsPages(PictureFormat format) {
+  return format == PictureFormat::tiff || format == PictureFormat::pdf;
 }
 
 }  // namespace frontend

@@ -25,11 +25,11 @@ void flushNothing(png_structp /*png*/) {}
 
 void dropWarning(png_structp /*png*/, png_const_charp /*message*/) {}
 
-void setHeader(png_structp png, png_infop info, const Raster& raster, const PictureNotes& notes) {
-  const int color = raster.bytesPerPixel == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY;
-  png_set_IHDR(png, info, raster.width, raster.height, 8, color, PNG_INTERLACE_NONE,
-               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-  const auto perMetre = static_cast<png_uint_32>(std::lround(notes.resolution * inchesPerMetre));
+void setHeader(png_structp png, png_infop info, const PictureLayout& layout, const PictureNotes& notes) {
+  const int color = layout.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY;
+  png_set_IHDR(png, info, layout.width, layout.height, static_cast<int>(layout.bitsPerChannel), color,
+               PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  const auto perMetre = static_cast<png_uint_32>(std::lround(layout.resolution * inchesPerMetre));
   png_set_pHYs(png, info, perMetre, perMetre, PNG_RESOLUTION_METER);
   png_text text{};
   text.compression = PNG_TEXT_COMPRESSION_NONE;
@@ -39,28 +39,50 @@ void setHeader(png_structp png, png_infop info, const Raster& raster, const Pict
   png_set_compression_level(png, compressionLevel);
 }
 
-// The library leaves by longjmp: nothing here may need a destructor.
-void writeRows(png_structp png, png_infop info, ByteSink& sink, const Raster& raster,
-               const PictureNotes& notes) {
-  if (setjmp(png_jmpbuf(png)) != 0) return;
-  setHeader(png, info, raster, notes);
-  png_write_info(png, info);
-  for (std::uint32_t row = 0; row < raster.height && sink.good(); ++row) png_write_row(png, raster.row(row));
-  if (sink.good()) png_write_end(png, info);
-}
+// The library leaves by longjmp: between setjmp and its calls nothing may need a destructor.
+class PngWriter final : public PictureWriter {
+ public:
+  PngWriter(ByteSink& sink, const PictureNotes& notes) : sink_(sink), notes_(notes) {
+    png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &sink, noteError, dropWarning);
+    info_ = png_ != nullptr ? png_create_info_struct(png_) : nullptr;
+    if (info_ == nullptr) {
+      sink.fail("the PNG library gave up");
+    } else {
+      png_set_write_fn(png_, &sink, writeBytes, flushNothing);
+    }
+  }
+  ~PngWriter() override { png_destroy_write_struct(&png_, &info_); }
+  PngWriter(const PngWriter&) = delete;
+  PngWriter& operator=(const PngWriter&) = delete;
+
+  void beginPage(const PictureLayout& layout) override {
+    if (!sink_.good() || setjmp(png_jmpbuf(png_)) != 0) return;
+    setHeader(png_, info_, layout, notes_);
+    png_write_info(png_, info_);
+    // In a PNG of one bit 1 is white.
+    if (layout.bitsPerChannel == 1) png_set_invert_mono(png_);
+  }
+  void writeRow(const std::uint8_t* row) override {
+    if (!sink_.good() || setjmp(png_jmpbuf(png_)) != 0) return;
+    png_write_row(png_, row);
+  }
+  void endPage() override {
+    if (!sink_.good() || setjmp(png_jmpbuf(png_)) != 0) return;
+    png_write_end(png_, info_);
+  }
+  void finish() override {}
+
+ private:
+  ByteSink& sink_;
+  PictureNotes notes_;
+  png_structp png_ = nullptr;
+  png_infop info_ = nullptr;
+};
 
 }  // namespace
 
-void writePng(ByteSink& sink, const Raster& raster, const PictureNotes& notes) {
-  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &sink, noteError, dropWarning);
-  png_infop info = png != nullptr ? png_create_info_struct(png) : nullptr;
-  if (info == nullptr) {
-    sink.fail("the PNG library gave up");
-  } else {
-    png_set_write_fn(png, &sink, writeBytes, flushNothing);
-    writeRows(png, info, sink, raster, notes);
-  }
-  png_destroy_write_struct(&png, &info);
+std::unique_ptr<PictureWriter> makePngWriter(ByteSink& sink, const PictureNotes& notes) {
+  return std::make_unique<PngWriter>(sink, notes);
 }
 
 }  // namespace frontend

@@ -1,12 +1,15 @@
 #include "ProgressDisplay.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <utility>
+
+#include "JsonLine.h"
 
 namespace frontend {
 namespace {
 
-constexpr auto pauseBetweenBars = std::chrono::milliseconds(100);
+constexpr auto pauseBetween = std::chrono::milliseconds(100);
 constexpr unsigned percentBetweenLines = 10;
 constexpr std::size_t widestBar = 40;
 constexpr std::size_t narrowestBar = 10;
@@ -19,8 +22,9 @@ std::string bar(std::size_t width, unsigned percent) {
 
 }  // namespace
 
-ProgressDisplay::ProgressDisplay(ProgressStyle style, std::size_t columns, TextOutput output, Clock clock)
-    : style_(style), columns_(columns), output_(std::move(output)), clock_(std::move(clock)) {}
+ProgressDisplay::ProgressDisplay(ProgressStyle style, std::size_t columns, TextOutput output, Clock clock,
+                                 std::uint32_t page)
+    : style_(style), columns_(columns), output_(std::move(output)), clock_(std::move(clock)), page_(page) {}
 
 ProgressDisplay::~ProgressDisplay() {
   finish();
@@ -30,18 +34,33 @@ void ProgressDisplay::update(const ScanProgress& progress) {
   if (style_ == ProgressStyle::none) return;
   const TimePoint now = clock_();
   meter_.update(progress, now);
-  if (style_ == ProgressStyle::bar) {
-    drawBar(now);
-  } else {
-    printLine();
-  }
+  if (style_ == ProgressStyle::bar) drawBar(now);
+  if (style_ == ProgressStyle::plain) printLine();
+  if (style_ == ProgressStyle::json) printObject(now);
+}
+
+bool ProgressDisplay::tooSoon(TimePoint now) {
+  const bool last = meter_.percent() == 100 && shownPercent_ != 100;
+  if (shown_ && now - *shown_ < pauseBetween && !last) return true;
+  shown_ = now;
+  shownPercent_ = meter_.percent();
+  return false;
+}
+
+void ProgressDisplay::printObject(TimePoint now) {
+  if (shown_ && meter_.percent() == shownPercent_) return;
+  shown_ = now;
+  shownPercent_ = meter_.percent();
+  const ScanProgress& progress = meter_.latest();
+  output_(jsonLine({{"event", "progress"},
+                    {"page", page_},
+                    {"bytes", progress.bytes},
+                    {"total", progress.total},
+                    {"percent", meter_.percent()}}));
 }
 
 void ProgressDisplay::drawBar(TimePoint now) {
-  const bool last = meter_.percent() == 100 && shownPercent_ != 100;
-  if (drawn_ && now - *drawn_ < pauseBetweenBars && !last) return;
-  drawn_ = now;
-  shownPercent_ = meter_.percent();
+  if (tooSoon(now)) return;
   const std::size_t room = columns_ > roomForFigures ? columns_ - roomForFigures : 0;
   std::string line = room < narrowestBar ? "" : bar(std::min(room, widestBar), shownPercent_);
   line += meter_.figures();

@@ -20,6 +20,7 @@ class ProgressMeter {
   // Neither falls from one call to the next.
   void update(const ScanProgress& progress, TimePoint now);
 
+  const ScanProgress& latest() const { return latest_; }
   // 0 to 100; 100 only when everything has come.
   unsigned percent() const;
   // Nothing until two moments are known.

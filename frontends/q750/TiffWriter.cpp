@@ -18,9 +18,9 @@ ByteSink& sinkOf(thandle_t handle) {
   return *static_cast<ByteSink*>(handle);
 }
 
-// Readers cannot be served: the writer never reads back.
-tmsize_t readNothing(thandle_t /*handle*/, void* /*bytes*/, tmsize_t /*count*/) {
-  return 0;
+// Linking one page to the next reads the page before.
+tmsize_t readBytes(thandle_t handle, void* bytes, tmsize_t count) {
+  return static_cast<tmsize_t>(sinkOf(handle).read(bytes, static_cast<std::size_t>(count)));
 }
 
 tmsize_t writeBytes(thandle_t handle, void* bytes, tmsize_t count) {
@@ -55,9 +55,9 @@ int dropWarning(TIFF* /*tiff*/, void* /*user*/, const char* /*module*/, const ch
 }
 
 // Large enough to compress well, small enough that a reader needs little at a time.
-std::uint32_t rowsPerStrip(const Raster& raster) {
+std::uint32_t rowsPerStrip(const PictureLayout& layout) {
   constexpr std::size_t stripBytes = 256 * 1024;
-  return static_cast<std::uint32_t>(std::max<std::size_t>(stripBytes / raster.rowBytes(), 1));
+  return static_cast<std::uint32_t>(std::max<std::size_t>(stripBytes / layout.rowBytes(), 1));
 }
 
 using TiffHandle = std::unique_ptr<TIFF, decltype(&TIFFClose)>;
@@ -67,46 +67,98 @@ TiffHandle openTiff(ByteSink& sink) {
                                                                                  TIFFOpenOptionsFree);
   TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteError, &sink);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), dropWarning, nullptr);
-  return {TIFFClientOpenExt("picture", "w", &sink, readNothing, writeBytes, seekTo, closeNothing, sizeOf,
+  return {TIFFClientOpenExt("picture", "w", &sink, readBytes, writeBytes, seekTo, closeNothing, sizeOf,
                             nullptr, nullptr, options.get()),
           TIFFClose};
 }
 
-void setTags(TIFF* tiff, const Raster& raster, const PictureNotes& notes) {
-  const bool color = raster.bytesPerPixel == 3;
-  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, raster.width);
-  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, raster.height);
-  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
-  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, raster.bytesPerPixel);
-  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, color ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
-  TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-  TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+void setCompression(TIFF* tiff, const PictureLayout& layout) {
+  if (layout.bitsPerChannel == 1) {
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+    // Each strip begins as if white came before: the fewer, the smaller.
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, layout.height);
+    return;
+  }
   TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
   TIFFSetField(tiff, TIFFTAG_ZIPQUALITY, compressionLevel);
   TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
-  TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsPerStrip(raster));
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, layout.channels == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+  TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsPerStrip(layout));
+}
+
+void setTags(TIFF* tiff, const PictureLayout& layout, const std::string& software) {
+  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, layout.width);
+  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, layout.height);
+  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, layout.bitsPerChannel);
+  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, layout.channels);
+  TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+  TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
   TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
-  TIFFSetField(tiff, TIFFTAG_XRESOLUTION, static_cast<double>(notes.resolution));
-  TIFFSetField(tiff, TIFFTAG_YRESOLUTION, static_cast<double>(notes.resolution));
+  TIFFSetField(tiff, TIFFTAG_XRESOLUTION, static_cast<double>(layout.resolution));
+  TIFFSetField(tiff, TIFFTAG_YRESOLUTION, static_cast<double>(layout.resolution));
   TIFFSetField(tiff, TIFFTAG_MAKE, "Quenvar");
   TIFFSetField(tiff, TIFFTAG_MODEL, "Q750");
-  TIFFSetField(tiff, TIFFTAG_SOFTWARE, notes.software.c_str());
+  TIFFSetField(tiff, TIFFTAG_SOFTWARE, software.c_str());
+  setCompression(tiff, layout);
 }
+
+class TiffWriter final : public PictureWriter {
+ public:
+  TiffWriter(ByteSink& sink, const PictureNotes& notes) : sink_(sink), notes_(notes), tiff_(openTiff(sink)) {
+    require(tiff_ != nullptr);
+  }
+
+  void beginPage(const PictureLayout& layout) override {
+    if (!sink_.good()) return;
+    sizeBefore_ = sink_.size();
+    setTags(tiff_.get(), layout, notes_.software);
+    if (notes_.severalPages) {
+      TIFFSetField(tiff_.get(), TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
+      TIFFSetField(tiff_.get(), TIFFTAG_PAGENUMBER, static_cast<int>(pages_), 0);  // of an unknown number
+    }
+    row_.resize(layout.rowBytes());
+    rows_ = 0;
+  }
+  void writeRow(const std::uint8_t* row) override {
+    if (!sink_.good()) return;
+    // The library changes the row that it is given while it takes differences.
+    row_.assign(row, row + row_.size());
+    require(TIFFWriteScanline(tiff_.get(), row_.data(), rows_++, 0) == 1);
+  }
+  void endPage() override {
+    if (!sink_.good()) return;
+    ++pages_;
+    // Closing writes what is left but tells no failure.
+    require(notes_.severalPages ? TIFFWriteDirectory(tiff_.get()) == 1 : TIFFFlush(tiff_.get()) == 1);
+  }
+  void abandonPage() override {
+    // The pages before it are whole in the file, and the last of them names no next one.
+    sink_.holdBack(true);
+    tiff_.reset();
+    sink_.holdBack(false);
+    sink_.truncate(sizeBefore_);
+  }
+  void finish() override { tiff_.reset(); }
+
+ private:
+  void require(bool worked) {
+    if (!worked) sink_.fail("the TIFF library gave up");
+  }
+
+  ByteSink& sink_;
+  PictureNotes notes_;
+  TiffHandle tiff_;
+  std::uint64_t sizeBefore_ = 0;  // of the file, without the page that is being written
+  std::uint32_t pages_ = 0;
+  std::uint32_t rows_ = 0;
+  std::vector<std::uint8_t> row_;
+};
 
 }  // namespace
 
-void writeTiff(ByteSink& sink, const Raster& raster, const PictureNotes& notes) {
-  const TiffHandle tiff = openTiff(sink);
-  if (tiff == nullptr) return sink.fail("the TIFF library gave up");
-  setTags(tiff.get(), raster, notes);
-  // The library changes the row that it is given while it takes differences.
-  std::vector<std::uint8_t> row(raster.rowBytes());
-  for (std::uint32_t index = 0; index < raster.height && sink.good(); ++index) {
-    row.assign(raster.row(index), raster.row(index) + raster.rowBytes());
-    if (TIFFWriteScanline(tiff.get(), row.data(), index, 0) != 1) sink.fail("the TIFF library gave up");
-  }
-  // Closing writes what is left but tells no failure.
-  if (sink.good() && TIFFFlush(tiff.get()) != 1) sink.fail("the TIFF library gave up");
+std::unique_ptr<PictureWriter> makeTiffWriter(ByteSink& sink, const PictureNotes& notes) {
+  return std::make_unique<TiffWriter>(sink, notes);
 }
 
 }  // namespace frontend

@@ -6,11 +6,11 @@
 
 #include "CommandError.h"
 #include "Console.h"
-#include "Devices.h"
 #include "StandardOutput.h"
 #include "StopSignals.h"
 #include "UsbipFormat.h"
 #include "UsbipServer.h"
+#include "VirtualOptions.h"
 #include "VirtualScanner.h"
 
 namespace frontend {
@@ -65,8 +65,8 @@ std::string attachText(const ListenAddress& address) {
          virtualscanner::usbip::deviceBusId + "\n";
 }
 
-void runVirtual(const VirtualOptions& options) {
-  const auto scanner = makeVirtualScanner(options.virtualDevice);
+void runVirtual(const ServeOptions& options) {
+  const auto scanner = makeVirtualScanner(options.virtualScanner);
   const StopSignals signals;
   const auto server = listen(*scanner, options.listen);
   show(attachText(server->address()));

@@ -9,7 +9,7 @@ namespace frontend {
 
 // Offers a virtual scanner over USB/IP until a signal ends it. Throws CommandError: usage for an address that
 // cannot be, busy for one in use, accessDenied where the user may not listen there.
-void runVirtual(const VirtualOptions& options);
+void runVirtual(const ServeOptions& options);
 
 // Where it listens, and how a user attaches the scanner.
 std::string attachText(const virtualscanner::ListenAddress& address);

@@ -11,17 +11,18 @@
 #include <vector>
 
 // What a TIFF file says, as the TIFF library reads it back: every tag that is set, in words, and the pixels
-// row after row.
+// row after row. Pages count from 0.
 struct TiffFile {
   std::string tags;
   std::vector<std::uint8_t> pixels;
 
-  explicit TiffFile(const std::string& path) {
+  explicit TiffFile(const std::string& path, std::uint16_t page = 0) {
     const std::unique_ptr<TIFF, void (*)(TIFF*)> tiff(TIFFOpen(path.c_str(), "r"), TIFFClose);
     if (!tiff) {
       ADD_FAILURE() << path << " is no TIFF file";
       return;
     }
+    EXPECT_EQ(TIFFSetDirectory(tiff.get(), page), 1) << path << " has no page " << page;
     tags = describe(tiff.get());
     std::uint32_t height = 0;
     TIFFGetField(tiff.get(), TIFFTAG_IMAGELENGTH, &height);

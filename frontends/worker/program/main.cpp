@@ -27,8 +27,9 @@ int main() {
   }
   fcntl(frontend::workerControlDescriptor, F_SETFD, FD_CLOEXEC);
   fcntl(frontend::workerImageDescriptor, F_SETFD, FD_CLOEXEC);
-  // The log goes to the terminal of a front end in the foreground, which this process is not.
-  for (const int signal : {SIGPIPE, SIGTTOU}) std::signal(signal, SIG_IGN);
+  // The log goes to the terminal of a front end in the foreground, which this process is not. A limit of file
+  // sizes makes a write fail, as a full disk does: the copies that the library keeps are not worth the scan.
+  for (const int signal : {SIGPIPE, SIGTTOU, SIGXFSZ}) std::signal(signal, SIG_IGN);
   try {
     return frontend::runWorker(frontend::workerControlDescriptor, frontend::workerImageDescriptor);
   } catch (const std::exception&) {

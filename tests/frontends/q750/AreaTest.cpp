@@ -98,22 +98,24 @@ TEST(AreaOnTheBed, TakesPixelsAsTheyAreAtEveryResolution) {
   for (const std::uint32_t resolution : bedResolutions) {
     const PlacedArea area = placed("13x17+101x97px", resolution);
     EXPECT_EQ(area.area, (PixelArea{13, 17, 101, 97}));
-    EXPECT_FALSE(area.clipped);
+    EXPECT_EQ(area.cutPixels, 0U);
   }
 }
 
 TEST(AreaOnTheBed, LeavesOutWhatReachesPastTheGlass) {
   const PlacedArea a4 = placed("0x0+210x297mm", 300);
   EXPECT_EQ(a4.area, (PixelArea{0, 0, 2480, 3507}));
-  EXPECT_TRUE(a4.clipped);
+  EXPECT_EQ(a4.cutPixels, 1U);
   EXPECT_EQ(placed("8x11+10x10in", 300).area, (PixelArea{2400, 3300, 150, 207}));
+  EXPECT_EQ(placed("8x11+10x10in", 300).cutPixels, 2850U);
+  EXPECT_EQ(placed("0x0+100000x1in", 600).cutPixels, 1000000U);
   EXPECT_EQ(placed("636x875+100000x100000px", 75).area, (PixelArea{636, 875, 1, 1}));
 }
 
 TEST(AreaOnTheBed, KeepsTheWholeGlassWhole) {
   const PlacedArea area = placed("0x0+2550x3507px", 300);
   EXPECT_EQ(area.area, wholeBed(300));
-  EXPECT_FALSE(area.clipped);
+  EXPECT_EQ(area.cutPixels, 0U);
 }
 
 TEST(AreaOnTheBed, RefusesAreasWithoutAPixelOnTheGlass) {

@@ -9,7 +9,9 @@
 #include "CommandError.h"
 #include "CommandLine.h"
 #include "Golden.h"
+#include "PaperSize.h"
 #include "Version.h"
+#include "VirtualOptions.h"
 
 namespace {
 
@@ -33,49 +35,89 @@ std::string complaintAbout(const std::vector<const char*>& arguments) {
 
 TEST(CommandLine, TakesAllOptionsOfAScan) {
   const CommandLine line =
-      parse({"scan",      "--device",      "virtual",   "-o",      "page.png", "--format",
-             "png",       "--resolution",  "150",       "--mode",  "gray",     "--area",
-             "1x1+2x2mm", "--paper",       "paper.pnm", "--fault", "stall:7",  "--fault",
-             "unplug",    "--packet-size", "100",       "--quiet", "--verbose"});
+      parse({"scan",       "--device",    "virtual",   "-o",      "page.png", "--format",  "png",
+             "--quality",  "lossless",    "--mode",    "lineart", "--area",   "1x1+2x2mm", "--resolution",
+             "150",        "--threshold", "40%",       "--paper", "a4",       "--pages",   "7",
+             "--progress", "json",        "--timeout", "2.5",     "--quiet",  "--verbose"});
   EXPECT_EQ(line.command, CommandLine::Command::scan);
   EXPECT_EQ(line.scan.device, "virtual");
   EXPECT_EQ(line.scan.output, "page.png");
   EXPECT_EQ(line.scan.format, "png");
+  EXPECT_EQ(line.scan.quality, "lossless");
   EXPECT_EQ(line.scan.resolution, "150");
-  EXPECT_EQ(line.scan.mode, "gray");
+  EXPECT_EQ(line.scan.mode, "lineart");
+  EXPECT_EQ(line.scan.threshold, "40%");
   EXPECT_EQ(line.scan.area, "1x1+2x2mm");
-  EXPECT_EQ(line.scan.virtualDevice.paper, "paper.pnm");
-  EXPECT_THAT(line.scan.virtualDevice.faults, ElementsAre("stall:7", "unplug"));
-  EXPECT_EQ(line.scan.virtualDevice.packetSize, 100U);
+  EXPECT_EQ(line.scan.paper, "a4");
+  EXPECT_EQ(line.scan.pages, 7U);
+  EXPECT_EQ(line.scan.progress, "json");
+  EXPECT_EQ(line.scan.timeout, "2.5");
   EXPECT_TRUE(line.scan.quiet);
   EXPECT_TRUE(line.scan.verbose);
 }
 
+const std::vector<const char*> virtualArguments = {
+    "--virtual-paper", "paper.pnm", "--virtual-fault",       "stall:7",
+    "--virtual-fault", "unplug",    "--virtual-packet-size", "100"};
+
+void expectVirtualOptions(const VirtualScannerOptions& options) {
+  EXPECT_EQ(options.paper, "paper.pnm");
+  EXPECT_THAT(options.faults, ElementsAre("stall:7", "unplug"));
+  EXPECT_EQ(options.packetSize, 100U);
+}
+
+TEST(CommandLine, TakesTheOptionsOfTheVirtualScannerForEachCommandThatUsesIt) {
+  std::vector<const char*> arguments{
+      "scan", "-o", "a.png", "--virtual-warm-up", "250", "--virtual-speed", "4000000", "--virtual-real-time"};
+  arguments.insert(arguments.end(), virtualArguments.begin(), virtualArguments.end());
+  const VirtualScannerOptions scan = parse(arguments).scan.virtualScanner;
+  expectVirtualOptions(scan);
+  EXPECT_EQ(scan.warmUpMs, 250U);
+  EXPECT_EQ(scan.bytesPerSecond, 4000000U);
+  EXPECT_TRUE(scan.realTime);
+  for (const char* command : {"virtual", "doctor"}) {
+    arguments = virtualArguments;
+    arguments.insert(arguments.begin(), command);
+    const CommandLine line = parse(arguments);
+    expectVirtualOptions(command[0] == 'v' ? line.serve.virtualScanner : line.doctor.virtualScanner);
+  }
+}
+
 TEST(CommandLine, TakesShortOptions) {
-  const CommandLine line =
-      parse({"scan", "-o-", "-d", "virtual", "-r", "75", "-m", "gray", "-a", "0x0+1x1in", "-q", "-v"});
+  const CommandLine line = parse(
+      {"scan", "-o-", "-d", "virtual", "-r", "75", "-m", "gray", "-a", "0x0+1x1in", "-p", "a5", "-q", "-v"});
   EXPECT_EQ(line.scan.output, "-");
   EXPECT_EQ(line.scan.resolution, "75");
   EXPECT_EQ(line.scan.area, "0x0+1x1in");
+  EXPECT_EQ(line.scan.paper, "a5");
   EXPECT_TRUE(line.scan.quiet);
 }
 
 TEST(CommandLine, TakesOneValueForEachFault) {
-  EXPECT_THAT(complaintAbout({"scan", "-o", "a.png", "--fault", "stall", "unplug"}), HasSubstr("unplug"));
+  EXPECT_THAT(complaintAbout({"scan", "-o", "a.png", "--virtual-fault", "stall", "unplug"}),
+              HasSubstr("unplug"));
 }
 
 TEST(CommandLine, TakesList) {
   EXPECT_EQ(parse({"list"}).command, CommandLine::Command::list);
 }
 
-TEST(CommandLine, TakesAllOptionsOfTheServer) {
-  const CommandLine line = parse({"virtual", "--listen", "[::1]:0", "--paper", "paper.pnm", "--fault",
-                                  "stall:7", "--fault", "unplug", "--packet-size", "100"});
+TEST(CommandLine, TakesListAsJson) {
+  EXPECT_FALSE(parse({"list"}).list.json);
+  EXPECT_TRUE(parse({"list", "--json"}).list.json);
+}
+
+TEST(CommandLine, TakesTheServer) {
+  const CommandLine line = parse({"virtual", "--listen", "[::1]:0"});
   EXPECT_EQ(line.command, CommandLine::Command::serve);
   EXPECT_EQ(line.serve.listen, "[::1]:0");
-  EXPECT_EQ(line.serve.virtualDevice.paper, "paper.pnm");
-  EXPECT_THAT(line.serve.virtualDevice.faults, ElementsAre("stall:7", "unplug"));
-  EXPECT_EQ(line.serve.virtualDevice.packetSize, 100U);
+}
+
+TEST(CommandLine, TakesDoctor) {
+  const CommandLine line = parse({"doctor", "--device", "usb", "--timeout", "1"});
+  EXPECT_EQ(line.command, CommandLine::Command::doctor);
+  EXPECT_EQ(line.doctor.device, "usb");
+  EXPECT_EQ(line.doctor.timeout, "1");
 }
 
 TEST(CommandLine, ListensOnlyForThisMachineUnlessToldOtherwise) {
@@ -95,6 +137,7 @@ TEST(CommandLine, ShowsHelp) {
 TEST(CommandLine, ShowsHelpForEachCommand) {
   expectGolden("help-scan.txt", parse({"scan", "--help"}).text);
   expectGolden("help-list.txt", parse({"list", "--help"}).text);
+  expectGolden("help-doctor.txt", parse({"doctor", "--help"}).text);
   expectGolden("help-virtual.txt", parse({"virtual", "--help"}).text);
 }
 
@@ -113,11 +156,14 @@ TEST(CommandLine, ComplainsAndTellsWhereHelpIs) {
        "The following argument was not expected: extra. Try q750 scan --help."},
       {{"scan", "-o", "a.png", "-o", "b.png"},
        "--output: At Most 1 required but received 2. Try q750 scan --help."},
-      {{"scan", "-o", "a.png", "--packet-size", "0"}, "--packet-size: Value 0 not in range 1 to 268435456."},
-      {{"scan", "-o", "a.png", "--packet-size", "many"}, "Try q750 scan --help."},
+      {{"scan", "-o", "a.png", "--virtual-packet-size", "0"},
+       "--virtual-packet-size: Value 0 not in range 1 to 268435456."},
+      {{"scan", "-o", "a.png", "--virtual-packet-size", "many"}, "Try q750 scan --help."},
+      {{"scan", "-o", "a.png", "--pages", "0"}, "--pages: Value 0 not in range 1 to 9999."},
+      {{"scan", "-o", "a.png", "--virtual-warm-up", "-1"}, "Try q750 scan --help."},
       {{"virtual", "--listen"}, "Try q750 virtual --help."},
       {{"virtual", "3240"}, "The following argument was not expected: 3240. Try q750 virtual --help."},
-      {{"list", "all"}, "The following argument was not expected: all. Try q750 --help."},
+      {{"list", "all"}, "The following argument was not expected: all. Try q750 list --help."},
   };
   for (const auto& one : cases) EXPECT_THAT(complaintAbout(one.arguments), HasSubstr(one.complaint));
 }
@@ -143,14 +189,15 @@ std::vector<std::string> entriesOf(const std::string& table) {
 
 TEST(ManualPage, NamesEveryOptionOfTheHelp) {
   const std::string page = manualPage();
-  const std::string help =
-      parse({"--help"}).text + parse({"scan", "--help"}).text + parse({"virtual", "--help"}).text;
+  std::string help = parse({"--help"}).text;
+  for (const char* command : {"list", "scan", "doctor", "virtual"}) help += parse({command, "--help"}).text;
   int found = 0;
   for (std::size_t at = help.find("--"); at != std::string::npos; at = help.find("--", at + 1), ++found) {
     const std::size_t end = help.find_first_not_of("abcdefghijklmnopqrstuvwxyz-", at);
-    EXPECT_THAT(page, HasSubstr(help.substr(at, end - at)));
+    const std::string option = help.substr(at, end - at);
+    EXPECT_NE(page.find(option), std::string::npos) << option;
   }
-  EXPECT_GT(found, 18);
+  EXPECT_GT(found, 35);
 }
 
 TEST(ManualPage, NamesEveryFaultWithItsUsualPosition) {
@@ -160,11 +207,21 @@ TEST(ManualPage, NamesEveryFaultWithItsUsualPosition) {
   for (const std::string& fault : faults) EXPECT_THAT(page, HasSubstr(".B " + fault + "\n"));
 }
 
+TEST(ManualPage, NamesEveryPaper) {
+  const std::string page = manualPage();
+  const std::vector<std::string> papers = entriesOf(paperHelp());
+  EXPECT_GT(papers.size(), 9U);
+  for (const std::string& paper : papers) EXPECT_THAT(page, HasSubstr(".B " + paper + "\n"));
+}
+
 TEST(ManualPage, NamesEveryExitCode) {
   const std::string page = manualPage();
   const std::vector<std::string> codes = entriesOf(exitCodeTable());
   EXPECT_EQ(codes.size(), 12U);
-  for (const std::string& code : codes) EXPECT_THAT(page, HasSubstr(".B " + code + "\n"));
+  for (const std::string& code : codes) {
+    EXPECT_THAT(page, HasSubstr(".B " + code + "\n"));
+    EXPECT_THAT(page, HasSubstr(nameOf(static_cast<ExitCode>(std::stoi(code))))) << code;
+  }
 }
 
 TEST(ExitCode, IsAnotherOneForEachStatus) {

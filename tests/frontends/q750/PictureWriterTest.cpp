@@ -4,9 +4,11 @@
 #include <png.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "PictureFiles.h"
 #include "PictureWriter.h"
 #include "TemporaryFolder.h"
 #include "TiffFile.h"
@@ -14,76 +16,82 @@
 namespace {
 
 using namespace frontend;
+using testing::AllOf;
+using testing::Each;
 using testing::HasSubstr;
+using testing::Le;
+using testing::StartsWith;
 
-const PictureNotes notes{300, "q750 9.9.9"};
-constexpr PictureFormat formats[] = {PictureFormat::tiff, PictureFormat::png, PictureFormat::pnm};
+constexpr PictureFormat formats[] = {PictureFormat::tiff, PictureFormat::png, PictureFormat::jpeg,
+                                     PictureFormat::pnm, PictureFormat::pdf};
 
-// A picture without two equal rows or columns, with its pixels.
+PictureNotes notes() {
+  return {.software = "q750 9.9.9"};
+}
+
+// A picture without two equal rows or columns, with its pixels. The spare bits of a row are 0.
 struct TestPicture {
-  explicit TestPicture(std::uint32_t width, std::uint32_t height, std::uint32_t bytesPerPixel) {
-    pixels.resize(std::size_t{width} * height * bytesPerPixel);
+  TestPicture(std::uint32_t width, std::uint32_t height, std::uint32_t channels, std::uint32_t bits = 8)
+      : layout{width, height, channels, bits, 300}, pixels(layout.bytes()) {
     for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = static_cast<std::uint8_t>(i * 31 + i / 251);
-    raster = {pixels.data(), width, height, bytesPerPixel};
+    const auto spare = static_cast<unsigned>(layout.rowBytes() * 8 - std::size_t{width} * channels * bits);
+    for (std::uint32_t row = 1; row <= height; ++row) {
+      std::uint8_t& last = pixels[row * layout.rowBytes() - 1];
+      last = static_cast<std::uint8_t>(last >> spare << spare);
+    }
   }
+  void writeTo(PictureWriter& writer) const {
+    writer.beginPage(layout);
+    writeRows(writer, layout.height);
+    writer.endPage();
+  }
+  void writeRows(PictureWriter& writer, std::uint32_t count) const {
+    for (std::uint32_t row = 0; row < count; ++row) writer.writeRow(pixels.data() + row * layout.rowBytes());
+  }
+  // As a file has them in which 1 is white, but for spare bits.
+  std::vector<std::uint8_t> inverted() const {
+    std::vector<std::uint8_t> result = pixels;
+    for (std::uint8_t& byte : result) byte = static_cast<std::uint8_t>(~byte);
+    return result;
+  }
+
+  PictureLayout layout;
   std::vector<std::uint8_t> pixels;
-  Raster raster;
 };
+
+const TestPicture color(37, 29, 3);
+const TestPicture grey(501, 1203, 1);
+const TestPicture lineart(72, 61, 1, 1);
+const TestPicture narrowLineart(13, 61, 1, 1);
 
 class WritingPictures : public testing::Test {
  protected:
+  int create() const { return open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600); }
   // Whether it worked.
-  bool write(PictureFormat format, const Raster& raster) {
-    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
+  bool write(PictureFormat format, const std::vector<const TestPicture*>& pages,
+             const PictureNotes& said = notes()) {
+    const int descriptor = create();
     ByteSink sink(descriptor);
-    writePicture(format, sink, raster, notes);
+    {
+      const auto writer = makePictureWriter(format, sink, said);
+      for (const TestPicture* page : pages) page->writeTo(*writer);
+      writer->finish();
+    }
     close(descriptor);
     return sink.good();
+  }
+  std::vector<std::uint8_t> pageOfPdf(int page = 0) {
+    return PngFile(path + "-00" + std::to_string(page) + ".png").pixels;
   }
 
   TemporaryFolder folder;
   std::string path = folder / "picture";
 };
 
-struct PngFile {
-  explicit PngFile(const std::string& path) {
-    std::FILE* file = std::fopen(path.c_str(), "rb");
-    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop info = png_create_info_struct(png);
-    png_init_io(png, file);
-    png_read_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
-    width = png_get_image_width(png, info);
-    height = png_get_image_height(png, info);
-    colorType = png_get_color_type(png, info);
-    depth = png_get_bit_depth(png, info);
-    int unit = 0;
-    png_get_pHYs(png, info, &pixelsPerMetreX, &pixelsPerMetreY, &unit);
-    EXPECT_EQ(unit, PNG_RESOLUTION_METER);
-    png_textp text = nullptr;
-    if (png_get_text(png, info, &text, nullptr) == 1) software = text[0].text;
-    const std::size_t rowBytes = png_get_rowbytes(png, info);
-    for (png_uint_32 row = 0; row < height; ++row) {
-      const png_bytep bytes = png_get_rows(png, info)[row];
-      pixels.insert(pixels.end(), bytes, bytes + rowBytes);
-    }
-    png_destroy_read_struct(&png, &info, nullptr);
-    std::fclose(file);
-  }
-  png_uint_32 width = 0;
-  png_uint_32 height = 0;
-  int colorType = 0;
-  int depth = 0;
-  png_uint_32 pixelsPerMetreX = 0;
-  png_uint_32 pixelsPerMetreY = 0;
-  std::string software;
-  std::vector<std::uint8_t> pixels;
-};
-
 TEST_F(WritingPictures, WritesColourAsTiff) {
-  const TestPicture picture(37, 29, 3);
-  ASSERT_TRUE(write(PictureFormat::tiff, picture.raster));
+  ASSERT_TRUE(write(PictureFormat::tiff, {&color}));
   const TiffFile file(path);
-  EXPECT_EQ(file.pixels, picture.pixels);
+  EXPECT_EQ(file.pixels, color.pixels);
   EXPECT_EQ(file.tags,
             "  Image Width: 37 Image Length: 29\n"
             "  Resolution: 300, 300 pixels/inch\n"
@@ -101,62 +109,224 @@ TEST_F(WritingPictures, WritesColourAsTiff) {
 }
 
 TEST_F(WritingPictures, WritesGreyAsTiff) {
-  const TestPicture picture(501, 1203, 1);  // more than one strip
-  ASSERT_TRUE(write(PictureFormat::tiff, picture.raster));
+  ASSERT_TRUE(write(PictureFormat::tiff, {&grey}));  // more than one strip
   const TiffFile file(path);
-  EXPECT_EQ(file.pixels, picture.pixels);
+  EXPECT_EQ(file.pixels, grey.pixels);
   EXPECT_THAT(file.tags, HasSubstr("Photometric Interpretation: min-is-black"));
   EXPECT_THAT(file.tags, HasSubstr("Samples/Pixel: 1"));
 }
 
+TEST_F(WritingPictures, WritesBlackAndWhiteAsTiff) {
+  for (const TestPicture* picture : {&lineart, &narrowLineart}) {
+    ASSERT_TRUE(write(PictureFormat::tiff, {picture}));
+    const TiffFile file(path);
+    EXPECT_EQ(file.pixels, picture->pixels);
+    EXPECT_THAT(file.tags, HasSubstr("Compression Scheme: CCITT Group 4\n"
+                                     "  Photometric Interpretation: min-is-white\n"));
+    EXPECT_THAT(file.tags, HasSubstr("Bits/Sample: 1\n"));
+    EXPECT_THAT(file.tags, HasSubstr("Rows/Strip: 61\n"));
+  }
+}
+
+TEST_F(WritingPictures, WritesPagesIntoOneTiff) {
+  PictureNotes several = notes();
+  several.severalPages = true;
+  ASSERT_TRUE(write(PictureFormat::tiff, {&color, &lineart, &grey}, several));
+  EXPECT_EQ(TiffFile(path).pixels, color.pixels);
+  EXPECT_EQ(TiffFile(path, 1).pixels, lineart.pixels);
+  EXPECT_EQ(TiffFile(path, 2).pixels, grey.pixels);
+  EXPECT_THAT(TiffFile(path, 2).tags, HasSubstr("Subfile Type: multi-page document"));
+  EXPECT_THAT(TiffFile(path, 2).tags, HasSubstr("Page Number: 2-0"));
+}
+
 TEST_F(WritingPictures, WritesColourAsPng) {
-  const TestPicture picture(37, 29, 3);
-  ASSERT_TRUE(write(PictureFormat::png, picture.raster));
+  ASSERT_TRUE(write(PictureFormat::png, {&color}));
   const PngFile file(path);
   EXPECT_EQ(file.width, 37U);
   EXPECT_EQ(file.height, 29U);
   EXPECT_EQ(file.depth, 8);
   EXPECT_EQ(file.colorType, PNG_COLOR_TYPE_RGB);
-  EXPECT_EQ(file.pixels, picture.pixels);
+  EXPECT_EQ(file.pixels, color.pixels);
   EXPECT_EQ(file.pixelsPerMetreX, 11811U);
   EXPECT_EQ(file.pixelsPerMetreY, 11811U);
   EXPECT_EQ(file.software, "q750 9.9.9");
 }
 
 TEST_F(WritingPictures, WritesGreyAsPng) {
-  const TestPicture picture(501, 403, 1);
-  ASSERT_TRUE(write(PictureFormat::png, picture.raster));
+  ASSERT_TRUE(write(PictureFormat::png, {&grey}));
   const PngFile file(path);
   EXPECT_EQ(file.colorType, PNG_COLOR_TYPE_GRAY);
-  EXPECT_EQ(file.pixels, picture.pixels);
+  EXPECT_EQ(file.depth, 8);
+  EXPECT_EQ(file.pixels, grey.pixels);
+}
+
+TEST_F(WritingPictures, WritesBlackAndWhiteAsPng) {
+  ASSERT_TRUE(write(PictureFormat::png, {&lineart}));
+  const PngFile file(path);
+  EXPECT_EQ(file.colorType, PNG_COLOR_TYPE_GRAY);
+  EXPECT_EQ(file.depth, 1);
+  EXPECT_EQ(file.width, 72U);
+  EXPECT_EQ(file.pixels, lineart.inverted());
 }
 
 TEST_F(WritingPictures, WritesPnm) {
-  const std::uint8_t pixels[] = {'a', 'b', 'c', 'd', 'e', 'f'};
-  ASSERT_TRUE(write(PictureFormat::pnm, {pixels, 2, 1, 3}));
-  EXPECT_EQ(contentOf(path), "P6\n# q750 9.9.9, 300 dots per inch\n2 1\n255\nabcdef");
-  ASSERT_TRUE(write(PictureFormat::pnm, {pixels, 3, 2, 1}));
-  EXPECT_EQ(contentOf(path), "P5\n# q750 9.9.9, 300 dots per inch\n3 2\n255\nabcdef");
+  const TestPicture tiny(2, 1, 3);
+  ASSERT_TRUE(write(PictureFormat::pnm, {&tiny}));
+  EXPECT_EQ(contentOf(path), "P6\n# q750 9.9.9, 300 dots per inch\n2 1\n255\n" +
+                                 std::string(tiny.pixels.begin(), tiny.pixels.end()));
+  const TestPicture tinyGrey(3, 2, 1);
+  ASSERT_TRUE(write(PictureFormat::pnm, {&tinyGrey}));
+  EXPECT_EQ(contentOf(path), "P5\n# q750 9.9.9, 300 dots per inch\n3 2\n255\n" +
+                                 std::string(tinyGrey.pixels.begin(), tinyGrey.pixels.end()));
+  ASSERT_TRUE(write(PictureFormat::pnm, {&narrowLineart}));
+  EXPECT_EQ(contentOf(path), "P4\n# q750 9.9.9, 300 dots per inch\n13 61\n" +
+                                 std::string(narrowLineart.pixels.begin(), narrowLineart.pixels.end()));
+}
+
+// How far the pixels of two pictures are apart at most.
+int distance(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t>& b) {
+  int largest = a.size() == b.size() ? 0 : 256;
+  for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
+    largest = std::max(largest, std::abs(a[i] - b[i]));
+  return largest;
+}
+
+// JPEG is made for pictures that change slowly.
+TestPicture smooth(std::uint32_t channels) {
+  TestPicture picture(64, 48, channels);
+  for (std::size_t i = 0; i < picture.pixels.size(); ++i) {
+    const std::size_t x = i % picture.layout.rowBytes() / channels;
+    picture.pixels[i] = static_cast<std::uint8_t>(x * 2 + i / picture.layout.rowBytes() + i % channels * 20);
+  }
+  return picture;
+}
+
+TEST_F(WritingPictures, WritesColourAndGreyAsJpeg) {
+  for (const std::uint32_t channels : {3U, 1U}) {
+    const TestPicture picture = smooth(channels);
+    ASSERT_TRUE(write(PictureFormat::jpeg, {&picture}));
+    const JpegFile file(path);
+    EXPECT_EQ(file.width, 64U);
+    EXPECT_EQ(file.height, 48U);
+    EXPECT_EQ(file.channels, static_cast<int>(channels));
+    EXPECT_EQ(file.densityUnit, 1);
+    EXPECT_EQ(file.densityX, 300);
+    EXPECT_EQ(file.densityY, 300);
+    EXPECT_EQ(file.comment, "q750 9.9.9");
+    EXPECT_LT(distance(file.pixels, picture.pixels), 6);
+  }
+}
+
+TEST_F(WritingPictures, WritesBlackAndWhiteAsGreyJpeg) {
+  TestPicture picture(16, 8, 1, 1);
+  for (std::size_t i = 0; i < picture.pixels.size(); ++i) picture.pixels[i] = i % 2 == 0 ? 0xFF : 0;
+  ASSERT_TRUE(write(PictureFormat::jpeg, {&picture}));
+  const JpegFile file(path);
+  EXPECT_EQ(file.channels, 1);
+  std::vector<std::uint8_t> expected;
+  for (int row = 0; row < 8; ++row) {
+    expected.insert(expected.end(), 8, 0);
+    expected.insert(expected.end(), 8, 255);
+  }
+  EXPECT_LT(distance(file.pixels, expected), 6);
+}
+
+TEST_F(WritingPictures, MakesSmallerJpegsOfLowerQuality) {
+  PictureNotes poor = notes();
+  poor.quality = 20;
+  for (const PictureFormat format : {PictureFormat::jpeg, PictureFormat::pdf}) {
+    write(format, {&grey});
+    const std::size_t usual = contentOf(path).size();
+    write(format, {&grey}, poor);
+    EXPECT_LT(contentOf(path).size(), usual / 2);
+  }
+}
+
+TEST_F(WritingPictures, WritesPagesIntoOnePdf) {
+  ASSERT_TRUE(write(PictureFormat::pdf, {&color, &grey, &lineart}));
+  EXPECT_THAT(printedBy("qpdf --check '" + path + "'"),
+              HasSubstr("No syntax or stream encoding errors found"));
+  const std::string information = printedBy("pdfinfo -f 1 -l 3 '" + path + "'");
+  EXPECT_THAT(information, HasSubstr("Producer:        q750 9.9.9\n"));
+  EXPECT_THAT(information, HasSubstr("Pages:           3\n"));
+  EXPECT_THAT(information, HasSubstr("Page    1 size:  8.88 x 6.96 pts\n"));
+  EXPECT_THAT(information, HasSubstr("Page    2 size:  120.24 x 288.72 pts\n"));
+  EXPECT_THAT(information, HasSubstr("Page    3 size:  17.28 x 14.64 pts\n"));
+  EXPECT_THAT(information, HasSubstr("PDF version:     1.4\n"));
+  const std::string images = printedBy("pdfimages -list '" + path + "'");
+  EXPECT_THAT(images, testing::ContainsRegex("1 +0 image +37 +29 +rgb +3 +8 +jpeg +no +[0-9]+ +0 +300 +300"));
+  EXPECT_THAT(images,
+              testing::ContainsRegex("2 +1 image +501 +1203 +gray +1 +8 +jpeg +no +[0-9]+ +0 +300 +300"));
+  EXPECT_THAT(images,
+              testing::ContainsRegex("3 +2 image +72 +61 +gray +1 +1 +image +no +[0-9]+ +0 +300 +300"));
+}
+
+TEST_F(WritingPictures, LosesNothingInAPdfOnRequest) {
+  PictureNotes lossless = notes();
+  lossless.lossless = true;
+  ASSERT_TRUE(write(PictureFormat::pdf, {&color, &grey, &lineart}, lossless));
+  printedBy("qpdf --check '" + path + "'");
+  extractPages(path);
+  EXPECT_EQ(pageOfPdf(0), color.pixels);
+  EXPECT_EQ(pageOfPdf(1), grey.pixels);
+  EXPECT_EQ(pageOfPdf(2), lineart.inverted());
+}
+
+TEST_F(WritingPictures, PutsTheJpegIntoThePdfAsItIs) {
+  const TestPicture picture = smooth(3);
+  ASSERT_TRUE(write(PictureFormat::pdf, {&picture}));
+  extractPages(path);
+  EXPECT_LT(distance(pageOfPdf(), picture.pixels), 6);
 }
 
 TEST_F(WritingPictures, WritesTheSmallestPicture) {
-  const TestPicture picture(1, 1, 1);
-  for (const PictureFormat format : formats) EXPECT_TRUE(write(format, picture.raster));
+  const TestPicture bit(1, 1, 1, 1);
+  const TestPicture byte(1, 1, 1);
+  for (const PictureFormat format : formats) {
+    EXPECT_TRUE(write(format, {&bit}));
+    EXPECT_TRUE(write(format, {&byte}));
+  }
 }
 
-TEST_F(WritingPictures, LeavesTheRasterAsItWas) {
-  const TestPicture picture(37, 29, 3);
-  const std::vector<std::uint8_t> before = picture.pixels;
-  for (const PictureFormat format : formats) write(format, picture.raster);
-  EXPECT_EQ(picture.pixels, before);
+TEST_F(WritingPictures, WritesTheSameBytesEveryTime) {
+  for (const PictureFormat format : formats) {
+    write(format, {&color});
+    const std::string first = contentOf(path);
+    write(format, {&color});
+    EXPECT_EQ(contentOf(path), first);
+  }
+}
+
+TEST_F(WritingPictures, ForgetsAPageThatDoesNotBecomeWhole) {
+  PictureNotes several = notes();
+  several.severalPages = true;
+  for (const PictureFormat format : {PictureFormat::tiff, PictureFormat::pdf}) {
+    ASSERT_TRUE(write(format, {&color, &lineart}, several));
+    const std::string expected = contentOf(path);
+    for (const TestPicture* third : {&grey, &lineart}) {
+      const int descriptor = create();
+      ByteSink sink(descriptor);
+      const auto writer = makePictureWriter(format, sink, several);
+      color.writeTo(*writer);
+      lineart.writeTo(*writer);
+      writer->beginPage(third->layout);
+      third->writeRows(*writer, third->layout.height - 1);
+      writer->abandonPage();
+      writer->finish();
+      close(descriptor);
+      EXPECT_TRUE(sink.good());
+      EXPECT_EQ(contentOf(path), expected);
+    }
+  }
 }
 
 TEST_F(WritingPictures, TellsWhyItFailed) {
-  const TestPicture picture(301, 203, 3);
   const int full = open("/dev/full", O_RDWR);
   for (const PictureFormat format : formats) {
     ByteSink sink(full);
-    writePicture(format, sink, picture.raster, notes);
+    const auto writer = makePictureWriter(format, sink, notes());
+    grey.writeTo(*writer);
+    writer->finish();
     EXPECT_FALSE(sink.good());
     EXPECT_EQ(sink.failure(), "No space left on device");
   }
@@ -164,13 +334,14 @@ TEST_F(WritingPictures, TellsWhyItFailed) {
 }
 
 TEST_F(WritingPictures, StopsForACancel) {
-  const TestPicture picture(301, 203, 3);
   CancelFlag cancel;
   cancel.request();
   for (const PictureFormat format : formats) {
-    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
+    const int descriptor = create();
     ByteSink sink(descriptor, &cancel);
-    writePicture(format, sink, picture.raster, notes);
+    const auto writer = makePictureWriter(format, sink, notes());
+    color.writeTo(*writer);
+    writer->finish();
     close(descriptor);
     EXPECT_TRUE(sink.cancelled());
     EXPECT_FALSE(sink.good());

@@ -14,8 +14,7 @@
 
 #include "ImageFile.h"
 #include "Paper.h"
-#include "RunningProgram.h"
-#include "TemporaryFolder.h"
+#include "ProgramFixture.h"
 #include "TiffFile.h"
 #include "Version.h"
 
@@ -27,15 +26,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-class Program : public testing::Test {
- protected:
-  ProgramResult scan(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), "scan");
-    return runProgram(arguments);
-  }
-
-  TemporaryFolder folder;
-};
+class Program : public ProgramFixture {};
 
 std::vector<std::uint8_t> chartPixels(std::uint32_t resolution, std::uint32_t left, std::uint32_t top,
                                       std::uint32_t width, std::uint32_t height) {
@@ -50,8 +41,7 @@ std::vector<std::uint8_t> chartPixels(std::uint32_t resolution, std::uint32_t le
 TEST_F(Program, ListsTheScanners) {
   const ProgramResult result = runProgram({"list"});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.output, "virtual  Quenvar Q750 (virtual)\n");
-  EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(result.output, EndsWith("Quenvar Q750 (virtual)\n"));
 }
 
 TEST_F(Program, ShowsItsVersionAndHelp) {
@@ -78,8 +68,7 @@ TEST_F(Program, ScansToEveryFormat) {
 }
 
 TEST_F(Program, ScansTheWholeGlassInGrey) {
-  const ProgramResult result =
-      scan({"-o", folder / "page.png", "-r", "75", "-m", "gray", "--device", "virtual"});
+  const ProgramResult result = scan({"-o", folder / "page.png", "-r", "75", "-m", "gray"});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.errors, StartsWith("q750: scanning:  "));
   EXPECT_THAT(result.errors, HasSubstr("q750: scanning: 100 %"));
@@ -97,8 +86,8 @@ TEST_F(Program, SaysThatColourIsScannedAtThreeHundred) {
 
 TEST_F(Program, ScansThePaperOfTheUser) {
   writeContent(folder / "paper.ppm", "P6\n1 1\n255\n\x10\x80\xF0");
-  const ProgramResult result =
-      scan({"-o", folder / "page.pnm", "--paper", folder / "paper.ppm", "-r", "75", "-a", "0x0+2x1px", "-q"});
+  const ProgramResult result = scan({"-o", folder / "page.pnm", "--virtual-paper", folder / "paper.ppm", "-r",
+                                     "75", "-a", "0x0+2x1px", "-q"});
   EXPECT_EQ(result.exitCode, 0) << result.errors;
   EXPECT_THAT(contentOf(folder / "page.pnm"), EndsWith("\n2 1\n255\n\x10\x80\xF0\x10\x80\xF0"));
 }
@@ -138,14 +127,11 @@ TEST_F(Program, TellsWhatIsWrongWithTheCommandLine) {
       {{"-o", folder / "page.png", "-a", "999x1+2x2mm"},
        1,
        "q750: The area lies outside the glass, which is 215.9"},
-      {{"-o", folder / "page.png", "--paper", folder / "none.png"}, 1, "none.png"},
-      {{"-o", folder / "page.png", "--fault", "fire"},
+      {{"-o", folder / "page.png", "--virtual-paper", folder / "none.png"}, 1, "none.png"},
+      {{"-o", folder / "page.png", "--virtual-fault", "fire"},
        1,
-       "q750: --fault fire: there is no such fault. Write NAME or NAME:N with one of: stall, time-out, "},
-      {{"-o", folder / "page.png", "-d", "flatbed"},
-       2,
-       "q750: --device flatbed: there is no such scanner. These are there:\nvirtual  Quenvar Q750 "
-       "(virtual)\n"},
+       "q750: --virtual-fault fire: there is no such fault. Write NAME or NAME:N with one of: stall, "
+       "time-out, "},
       {{"-o", folder / "none/page.png"}, 9, "does not exist. Create it or choose another.\n"},
       {{"-o", "/dev/null", "--format", "png"}, 9, "q750: /dev/null: that is no ordinary file"},
   };
@@ -178,7 +164,7 @@ TEST_F(Program, LeavesTheOldPictureAloneWhenAScanFails) {
       {"exception-reply", 8, "q750: The scanner refused the scan. It says: \"refused by fault injection\"."},
   };
   for (const auto& one : cases) {
-    const ProgramResult result = scan({"-o", path, "-r", "75", "-q", "--fault", one.fault});
+    const ProgramResult result = scan({"-o", path, "-r", "75", "-q", "--virtual-fault", one.fault});
     EXPECT_EQ(result.exitCode, one.exitCode) << one.fault;
     EXPECT_THAT(result.errors, StartsWith(one.message)) << one.fault;
     EXPECT_THAT(result.errors, EndsWith("\n"));
@@ -188,7 +174,7 @@ TEST_F(Program, LeavesTheOldPictureAloneWhenAScanFails) {
 }
 
 TEST_F(Program, TellsThatThereIsNoRoomAndLeavesNothing) {
-  const ProgramResult result = runProgram({"scan", "-o", folder / "page.tiff", "-r", "75", "-q"}, [] {
+  const ProgramResult result = scan({"-o", folder / "page.tiff", "-r", "75", "-q"}, [] {
     const rlimit limit{10000, 10000};
     setrlimit(RLIMIT_FSIZE, &limit);
   });
@@ -198,8 +184,8 @@ TEST_F(Program, TellsThatThereIsNoRoomAndLeavesNothing) {
 }
 
 TEST_F(Program, WorksWithoutStandardDescriptors) {
-  const ProgramResult result = runProgram(
-      {"scan", "-o", folder / "page.pnm", "-r", "75", "-a", "0x0+2x2px", "--fault", "garbage-reply:5"}, [] {
+  const ProgramResult result = scan(
+      {"-o", folder / "page.pnm", "-r", "75", "-a", "0x0+2x2px", "--virtual-fault", "garbage-reply:5"}, [] {
         close(STDIN_FILENO);
         close(STDOUT_FILENO);
         close(STDERR_FILENO);
@@ -215,87 +201,20 @@ TEST_F(Program, ComplainsAboutAClosedStandardOutput) {
   EXPECT_EQ(runProgram({"list"}, [] { close(STDOUT_FILENO); }).exitCode, 9);
 }
 
-struct Pipe {
-  Pipe() { EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0); }
-  Pipe(const Pipe&) = delete;
-  Pipe& operator=(const Pipe&) = delete;
-  ~Pipe() {
-    close(ends[0]);
-    if (ends[1] >= 0) close(ends[1]);
-  }
-  void closeWriter() {
-    close(ends[1]);
-    ends[1] = -1;
-  }
-  int reader() const { return ends[0]; }
-  int writer() const { return ends[1]; }
-  int filled() const {
-    int bytes = 0;
-    ioctl(ends[0], FIONREAD, &bytes);
-    return bytes;
-  }
-  int ends[2] = {-1, -1};
-};
-
 TEST_F(Program, EndsCleanlyWhenItsReaderGoesAway) {
   Pipe output;
   Pipe errors;
-  const pid_t process = startProgram({"scan", "-o", "-", "-r", "75", "-q"}, output.writer(), errors.writer());
+  const pid_t process =
+      startProgram(scanArguments({"-o", "-", "-r", "75", "-q"}), output.writer(), errors.writer());
   output.closeWriter();
   errors.closeWriter();
   char first = 0;
   ASSERT_EQ(read(output.reader(), &first, 1), 1);
-  close(output.ends[0]);
-  output.ends[0] = dup(errors.reader());
+  output.closeReader();
   EXPECT_EQ(readAll(errors.reader()),
             "q750: standard output: the picture could not be written: Broken pipe.\n");
   EXPECT_EQ(waitFor(process), 9);
 }
-
-// A pipe for standard error with room for one line of progress: the scan cannot get past its second one.
-void fillButForOneLine(const Pipe& pipe) {
-  constexpr int room = 80;
-  const int capacity = fcntl(pipe.writer(), F_SETPIPE_SZ, 4096);
-  ASSERT_GT(capacity, room);
-  const std::string filling(static_cast<std::size_t>(capacity - room), '-');
-  ASSERT_EQ(write(pipe.writer(), filling.data(), filling.size()), static_cast<ssize_t>(filling.size()));
-}
-
-class Cancelling : public Program, public testing::WithParamInterface<int> {};
-
-TEST_P(Cancelling, ASheetHalfScannedLeavesNoFile) {
-  Pipe output;
-  Pipe errors;
-  fillButForOneLine(errors);
-  const int before = errors.filled();
-  const pid_t process =
-      startProgram({"scan", "-o", folder / "page.tiff", "-r", "75"}, output.writer(), errors.writer());
-  errors.closeWriter();
-  while (errors.filled() == before) sched_yield();
-  kill(process, GetParam());
-  const std::string said = readAll(errors.reader());
-  EXPECT_EQ(waitFor(process), 130);
-  EXPECT_THAT(said, HasSubstr("q750: scanning: "));
-  EXPECT_THAT(said, testing::Not(HasSubstr("100 %")));
-  EXPECT_THAT(said, EndsWith("q750: The scan was cancelled; nothing was saved.\n"));
-  EXPECT_THAT(folder.names(), IsEmpty());
-}
-
-TEST_P(Cancelling, APictureHalfWrittenEndsIt) {
-  Pipe output;
-  Pipe errors;
-  const pid_t process = startProgram({"scan", "-o", "-", "-r", "75", "-q"}, output.writer(), errors.writer());
-  output.closeWriter();
-  errors.closeWriter();
-  char first = 0;
-  ASSERT_EQ(read(output.reader(), &first, 1), 1);
-  kill(process, GetParam());
-  readAll(output.reader());
-  EXPECT_EQ(readAll(errors.reader()), "q750: The scan was cancelled; nothing was saved.\n");
-  EXPECT_EQ(waitFor(process), 130);
-}
-
-INSTANTIATE_TEST_SUITE_P(Signals, Cancelling, testing::Values(SIGINT, SIGTERM, SIGHUP));
 
 TEST_F(Program, DrawsABarOnATerminal) {
   int master = -1;
@@ -303,8 +222,8 @@ TEST_F(Program, DrawsABarOnATerminal) {
   winsize size{24, 60, 0, 0};
   ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, &size), 0);
   Pipe output;
-  const pid_t process = startProgram({"scan", "-o", folder / "page.tiff", "-r", "75"}, output.writer(), slave,
-                                     [] { setenv("TERM", "xterm", 1); });
+  const pid_t process = startProgram(scanArguments({"-o", folder / "page.tiff", "-r", "75"}), output.writer(),
+                                     slave, [] { setenv("TERM", "xterm", 1); });
   close(slave);
   const std::string shown = readAll(master);
   close(master);
@@ -318,11 +237,78 @@ TEST_F(Program, RefusesToSendAPictureToATerminal) {
   int master = -1;
   int slave = -1;
   ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
-  const pid_t process = startProgram({"scan", "-o", "-"}, slave, slave);
+  const pid_t process = startProgram(scanArguments({"-o", "-"}), slave, slave);
   close(slave);
   EXPECT_THAT(readAll(master), StartsWith("q750: A picture is nothing for a terminal."));
   close(master);
   EXPECT_EQ(waitFor(process), 1);
+}
+
+TEST_F(Program, RefusesAScannerThatIsNotThere) {
+  const ProgramResult result = runProgram({"scan", "-o", folder / "page.png", "-d", "flatbed"});
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_THAT(result.errors,
+              StartsWith("q750: --device flatbed: there is no such scanner. These are there:\n"));
+}
+
+TEST_F(Program, GivesUpAScannerThatIsSilentForTooLong) {
+  const ProgramResult result = scan({"-o", folder / "page.png", "-r", "75", "-q", "--timeout", "0.3",
+                                     "--virtual-fault", "silence:0", "--virtual-real-time"});
+  EXPECT_EQ(result.exitCode, 5);
+  EXPECT_THAT(result.errors,
+              StartsWith("q750: The scanner took the job and then sent nothing for 1 second."));
+  EXPECT_THAT(folder.names(), IsEmpty());
+}
+
+TEST_F(Program, WaitsForAScannerThatWarmsUp) {
+  const ProgramResult result = scan({"-o", folder / "page.pnm", "-r", "75", "-a", "0x0+3x2px", "-q",
+                                     "--timeout", "30", "--virtual-warm-up", "300"});
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+}
+
+TEST_F(Program, ReplacesALinkAndDoesNotFollowIt) {
+  writeContent(folder / "precious", "untouched");
+  std::filesystem::create_symlink(folder / "precious", folder / "page.pnm");
+  EXPECT_EQ(scan({"-o", folder / "page.pnm", "-r", "75", "-a", "0x0+3x2px", "-q"}).exitCode, 0);
+  EXPECT_EQ(contentOf(folder / "precious"), "untouched");
+  EXPECT_FALSE(isLink(folder / "page.pnm"));
+  EXPECT_THAT(contentOf(folder / "page.pnm"), StartsWith("P6"));
+}
+
+TEST_F(Program, ComplainsOfAPictureForAClosedStandardOutput) {
+  const ProgramResult result = scan({"-o", "-", "-r", "75"}, [] { close(STDOUT_FILENO); });
+  EXPECT_EQ(result.exitCode, 9);
+  EXPECT_THAT(result.errors, HasSubstr("standard output: the picture could not be written: "));
+}
+
+TEST_F(Program, TellsFailuresAsJsonToo) {
+  const ProgramResult result =
+      scan({"-o", folder / "page.png", "-r", "75", "--progress", "json", "--virtual-fault", "unplug"});
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_THAT(result.errors, StartsWith("{\"event\":\"scanner\",\"device\":\"virtual\"}\n"
+                                        "{\"event\":\"page\",\"page\":1}\n"));
+  EXPECT_THAT(result.errors,
+              HasSubstr("{\"event\":\"error\",\"status\":\"no-device\",\"exit_code\":2,\"message\":"
+                        "\"The scanner went away"));
+  const ProgramResult usage = scan({"-o", folder / "page.gif", "--progress", "json"});
+  EXPECT_THAT(usage.errors, StartsWith("{\"event\":\"error\",\"status\":\"usage\",\"exit_code\":1,"));
+}
+
+TEST_F(Program, SaysThatTheVirtualScannerIsWell) {
+  const ProgramResult result = runProgram({"doctor", "--device", "virtual"});
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_THAT(result.output, StartsWith("ok         The program that scans is in place: /"));
+  EXPECT_THAT(result.output, EndsWith("ok         virtual: it scanned a few pixels; its pipes answer.\n"));
+  EXPECT_EQ(result.errors, "");
+}
+
+TEST_F(Program, SaysWhatIsWrongWithTheVirtualScanner) {
+  const ProgramResult result =
+      runProgram({"doctor", "--device", "virtual", "--timeout", "0.2", "--virtual-fault", "silence:0"});
+  EXPECT_EQ(result.exitCode, 5);
+  EXPECT_THAT(result.output,
+              HasSubstr("attention  virtual: The scanner took the job and then sent nothing for "));
+  EXPECT_EQ(result.errors, "q750: Something needs your attention, see above.\n");
 }
 
 }  // namespace

@@ -33,9 +33,9 @@ std::string complaintAbout(const ScanOptions& options) {
 
 TEST(ScanPlan, IsTheWholeGlassInColourAtThreeHundredByDefault) {
   const ScanPlan plan = planScan(optionsFor("page.tiff"));
-  EXPECT_EQ(plan.settings.resolution, 300U);
-  EXPECT_EQ(plan.settings.mode, ColorMode::color);
-  EXPECT_EQ(plan.settings.area, wholeBed(300));
+  EXPECT_EQ(plan.request.settings.resolution, 300U);
+  EXPECT_EQ(plan.request.settings.mode, ColorMode::color);
+  EXPECT_EQ(plan.request.settings.area, wholeBed(300));
   EXPECT_EQ(plan.format, PictureFormat::tiff);
   EXPECT_FALSE(plan.toStandardOutput);
   EXPECT_THAT(plan.notes, IsEmpty());
@@ -47,8 +47,8 @@ TEST(ScanPlan, ReducesColourToWhatTheScannerDeliversAndSaysSo) {
     options.resolution = resolution;
     options.area = "0x0+100x50px";
     const ScanPlan plan = planScan(options);
-    EXPECT_EQ(plan.settings.resolution, 300U);
-    EXPECT_EQ(plan.settings.area, (PixelArea{0, 0, 100, 50}));
+    EXPECT_EQ(plan.request.settings.resolution, 300U);
+    EXPECT_EQ(plan.request.settings.area, (PixelArea{0, 0, 100, 50}));
     EXPECT_THAT(plan.notes,
                 ElementsAre("The scanner delivers colour at 300 dots per inch at most: scanning at that "
                             "instead of " +
@@ -60,7 +60,7 @@ TEST(ScanPlan, LeavesGreyItsResolution) {
   ScanOptions options = optionsFor("page.tiff");
   options.resolution = "600";
   options.mode = "gray";
-  EXPECT_EQ(planScan(options).settings.resolution, 600U);
+  EXPECT_EQ(planScan(options).request.settings.resolution, 600U);
   EXPECT_THAT(planScan(options).notes, IsEmpty());
 }
 
@@ -82,21 +82,53 @@ TEST(ScanPlan, RefusesValuesThatCannotBe) {
       {[](ScanOptions& o) { o.resolution = "300dpi"; }, "--resolution 300dpi: the scanner cannot do that."},
       {[](ScanOptions& o) { o.resolution = "-300"; }, "--resolution -300: the scanner cannot do that."},
       {[](ScanOptions& o) { o.resolution = ""; }, "the scanner cannot do that."},
-      {[](ScanOptions& o) { o.mode = "lineart"; },
-       "--mode lineart: there is no such mode. Choose color or gray."},
+      {[](ScanOptions& o) { o.mode = "sepia"; },
+       "--mode sepia: there is no such mode. Choose color, gray or lineart."},
       {[](ScanOptions& o) { o.format = "gif"; },
-       "--format gif: there is no such format. Choose tiff, png or pnm."},
+       "--format gif: there is no such format. Choose tiff, png, jpeg, pnm or pdf."},
       {[](ScanOptions& o) { o.area = "all"; }, "--area all: "},
       {[](ScanOptions& o) { o.output = ""; }, "--output: the name is empty."},
       {[](ScanOptions& o) { o.output = "page"; }, "page: the name does not tell the picture's format."},
       {[](ScanOptions& o) { o.output = "a.png/page"; }, "the name does not tell the picture's format."},
       {[](ScanOptions& o) { o.output = ".png"; }, "the name does not tell the picture's format."},
-      {[](ScanOptions& o) { o.output = "page.jpg"; }, "the name does not tell the picture's format."},
+      {[](ScanOptions& o) { o.output = "page.gif"; }, "the name does not tell the picture's format."},
       {[](ScanOptions& o) { o.output = "page.pgm"; },
        "page.pgm: a .pgm file holds grey. Name it .ppm, or scan with --mode gray."},
       {[](ScanOptions& o) { o.output = "page.ppm", o.mode = "gray"; }, "page.ppm: a .ppm file holds colour."},
       {[](ScanOptions& o) { o.output = "-", o.format = "tiff"; },
        "A TIFF cannot be written to standard output."},
+      {[](ScanOptions& o) { o.output = "page.pbm"; },
+       "page.pbm: a .pbm file holds black and white. Name it .ppm, or scan with --mode lineart."},
+      {[](ScanOptions& o) { o.output = "page.pgm", o.mode = "lineart"; },
+       "page.pgm: a .pgm file holds grey. Name it .pbm, or scan with --mode gray."},
+      {[](ScanOptions& o) { o.threshold = "50%"; },
+       "--threshold is for black and white. Add --mode lineart, or leave it out."},
+      {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "256"; },
+       "--threshold 256: write a grey of 0 to 255, or 0% to 100%, for example 50%."},
+      {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "101%"; }, "--threshold 101%: "},
+      {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "nan%"; }, "--threshold nan%: "},
+      {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "%"; }, "--threshold %: "},
+      {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "-1"; }, "--threshold -1: "},
+      {[](ScanOptions& o) { o.quality = "90"; }, "--quality is for JPEG and PDF."},
+      {[](ScanOptions& o) { o.quality = "lossless", o.format = "jpeg"; },
+       "--quality lossless: write a number from 1 to 100."},
+      {[](ScanOptions& o) { o.quality = "0", o.format = "pdf"; },
+       "--quality 0: write a number from 1 to 100, or lossless."},
+      {[](ScanOptions& o) { o.quality = "101", o.format = "jpeg"; }, "--quality 101: "},
+      {[](ScanOptions& o) { o.paper = "a3"; }, "--paper a3: there is no such paper. Choose one of a4, a5, "},
+      {[](ScanOptions& o) { o.paper = "a4", o.area = "0x0+1x1in"; },
+       "--area and --paper both say what to scan. Give one of them."},
+      {[](ScanOptions& o) { o.timeout = "0"; },
+       "--timeout 0: write seconds from 0.1 to 86400, for example 30."},
+      {[](ScanOptions& o) { o.timeout = "nan"; }, "--timeout nan: "},
+      {[](ScanOptions& o) { o.timeout = "1e9"; }, "--timeout 1e9: "},
+      {[](ScanOptions& o) { o.timeout = "5s"; }, "--timeout 5s: "},
+      {[](ScanOptions& o) { o.output = "-", o.format = "png", o.pages = 2; },
+       "Standard output takes one picture of this format."},
+      {[](ScanOptions& o) { o.virtualScanner.faults = {"fire"}; },
+       "--virtual-fault fire: there is no such fault. Write NAME or NAME:N with one of: stall, time-out, "},
+      {[](ScanOptions& o) { o.virtualScanner.paper = "/nonexistent.png"; },
+       "--virtual-paper: /nonexistent.png"},
   };
   for (const auto& one : cases) {
     ScanOptions options = optionsFor("page.tiff");
@@ -114,13 +146,14 @@ TEST(ScanPlan, KnowsTheFormatByTheEndOfTheName) {
       {"dir.png/a.tif", PictureFormat::tiff}, {"a.png", PictureFormat::png},
       {"a.tiff.png", PictureFormat::png},     {"a.pnm", PictureFormat::pnm},
       {"a.ppm", PictureFormat::pnm},          {"-", PictureFormat::pnm},
-      {"/dev/stdout", PictureFormat::pnm},
+      {"a.jpg", PictureFormat::jpeg},         {"a.JPEG", PictureFormat::jpeg},
+      {"a.pdf", PictureFormat::pdf},          {"/dev/stdout", PictureFormat::pnm},
   };
   for (const auto& one : cases) EXPECT_EQ(planScan(optionsFor(one.output)).format, one.format) << one.output;
 }
 
 TEST(ScanPlan, PrefersTheFormatThatIsNamed) {
-  ScanOptions options = optionsFor("page.jpg");
+  ScanOptions options = optionsFor("page.pdf");
   options.format = "png";
   EXPECT_EQ(planScan(options).format, PictureFormat::png);
 }
@@ -128,10 +161,112 @@ TEST(ScanPlan, PrefersTheFormatThatIsNamed) {
 TEST(ScanPlan, UnderstandsBothSpellings) {
   ScanOptions options = optionsFor("page.pgm");
   options.mode = "grey";
-  EXPECT_EQ(planScan(options).settings.mode, ColorMode::gray);
+  EXPECT_EQ(planScan(options).request.settings.mode, ColorMode::gray);
   options = optionsFor("page.ppm");
   options.mode = "colour";
-  EXPECT_EQ(planScan(options).settings.mode, ColorMode::color);
+  EXPECT_EQ(planScan(options).request.settings.mode, ColorMode::color);
+}
+
+TEST(ScanPlan, MakesBlackAndWhiteOfGrey) {
+  const struct {
+    const char* threshold;
+    int grey;
+  } cases[] = {{"", 128}, {"0", 0},      {"255", 255}, {"77", 77},
+               {"0%", 0}, {"100%", 255}, {"40%", 102}, {"12.5%", 32}};
+  for (const auto& one : cases) {
+    ScanOptions options = optionsFor("page.pbm");
+    options.mode = "lineart";
+    options.resolution = "600";
+    options.threshold = one.threshold;
+    const ScanPlan plan = planScan(options);
+    EXPECT_EQ(plan.request.settings.mode, ColorMode::gray);
+    EXPECT_EQ(plan.request.settings.resolution, 600U);
+    EXPECT_EQ(plan.request.threshold, one.grey) << one.threshold;
+    EXPECT_EQ(plan.format, PictureFormat::pnm);
+  }
+  EXPECT_FALSE(planScan(optionsFor("page.ppm")).request.threshold);
+}
+
+TEST(ScanPlan, SaysThatAJpegOfBlackAndWhiteIsGrey) {
+  ScanOptions options = optionsFor("page.jpg");
+  options.mode = "lineart";
+  EXPECT_THAT(planScan(options).notes,
+              ElementsAre("A JPEG knows no black and white: the picture is saved as grey."));
+}
+
+TEST(ScanPlan, PlacesPapersInTheCorner) {
+  const struct {
+    const char* paper;
+    PixelArea area;
+  } cases[] = {
+      {"a4", {0, 0, 2480, 3507}},    {"A4", {0, 0, 2480, 3507}},      {"a5", {0, 0, 1748, 2480}},
+      {"a6", {0, 0, 1240, 1748}},    {"b5", {0, 0, 2079, 2953}},      {"Letter", {0, 0, 2550, 3300}},
+      {"4x6in", {0, 0, 1200, 1800}}, {"10x15cm", {0, 0, 1181, 1772}},
+  };
+  for (const auto& one : cases) {
+    ScanOptions options = optionsFor("page.tiff");
+    options.paper = one.paper;
+    EXPECT_EQ(planScan(options).request.settings.area, one.area) << one.paper;
+    EXPECT_THAT(planScan(options).notes, IsEmpty()) << one.paper;
+  }
+}
+
+TEST(ScanPlan, TellsOfAPaperThatIsLargerThanTheGlass) {
+  ScanOptions options = optionsFor("page.tiff");
+  options.paper = "legal";
+  EXPECT_EQ(planScan(options).request.settings.area, wholeBed(300));
+  EXPECT_THAT(planScan(options).notes,
+              ElementsAre("The paper is larger than the glass: scanning the part that lies on it, "
+                          "2550 x 3507 pixels."));
+}
+
+TEST(ScanPlan, CallsNoA4LargerThanTheGlassAtAnyResolution) {
+  for (const char* resolution : {"75", "150", "200", "300", "400", "600"}) {
+    ScanOptions options = optionsFor("page.tiff");
+    options.mode = "gray";
+    options.paper = "a4";
+    options.resolution = resolution;
+    EXPECT_THAT(planScan(options).notes, IsEmpty()) << resolution;
+  }
+}
+
+TEST(ScanPlan, PutsPagesIntoOneFileWhereTheFormatHoldsThem) {
+  const struct {
+    const char* output;
+    bool filePerPage;
+  } cases[] = {{"a.tiff", false}, {"a.pdf", false}, {"-", false},
+               {"a.png", true},   {"a.jpg", true},  {"a.pnm", true}};
+  for (const auto& one : cases) {
+    ScanOptions options = optionsFor(one.output);
+    EXPECT_FALSE(planScan(options).filePerPage);
+    EXPECT_FALSE(planScan(options).pictureNotes.severalPages);
+    options.pages = 3;
+    EXPECT_EQ(planScan(options).filePerPage, one.filePerPage) << one.output;
+    EXPECT_TRUE(planScan(options).pictureNotes.severalPages);
+    EXPECT_EQ(planScan(options).pages, 3U);
+  }
+}
+
+TEST(ScanPlan, TakesTheQualityOfPictures) {
+  ScanOptions options = optionsFor("page.pdf");
+  EXPECT_EQ(planScan(options).pictureNotes.quality, 90);
+  options.quality = "1";
+  EXPECT_EQ(planScan(options).pictureNotes.quality, 1);
+  EXPECT_FALSE(planScan(options).pictureNotes.lossless);
+  options.quality = "lossless";
+  EXPECT_TRUE(planScan(options).pictureNotes.lossless);
+}
+
+TEST(ScanPlan, HandsTheRestToTheWorker) {
+  ScanOptions options = optionsFor("page.pdf");
+  EXPECT_EQ(planScan(options).request.patience, std::chrono::seconds(30));
+  options.timeout = "1.5";
+  options.verbose = true;
+  options.virtualScanner.faults = {"stall:7", "unplug"};
+  const ScanPlan plan = planScan(options);
+  EXPECT_EQ(plan.request.patience, std::chrono::milliseconds(1500));
+  EXPECT_TRUE(plan.request.verbose);
+  EXPECT_THAT(plan.request.virtualScanner.faults, ElementsAre("stall@7", "unplug"));
 }
 
 }  // namespace

@@ -1,43 +1,47 @@
-#include "Devices.h"
+#include "VirtualOptions.h"
 
 #include <algorithm>
 
 #include "CommandError.h"
 #include "Fault.h"
 #include "Paper.h"
-#include "ScannerList.h"
 #include "VirtualScanner.h"
 
 namespace frontend {
 namespace {
 
-constexpr char virtualName[] = "virtual";
 constexpr std::size_t faultColumn = 26;  // in the help
 
-virtualscanner::Fault faultNamed(std::string text) {
-  const std::string given = text;
-  std::replace(text.begin(), text.end(), ':', '@');
-  if (const auto fault = virtualscanner::parseFault(text)) return *fault;
+// With the point of time as the model writes it.
+std::string modelText(std::string fault) {
+  std::replace(fault.begin(), fault.end(), ':', '@');
+  return fault;
+}
+
+virtualscanner::Fault faultNamed(const std::string& given) {
+  if (const auto fault = virtualscanner::parseFault(modelText(given))) return *fault;
   std::string names;
   for (const auto& known : virtualscanner::faultTable())
     names += (names.empty() ? "" : ", ") + std::string(known.name);
-  throw UsageError("--fault " + given +
+  throw UsageError("--virtual-fault " + given +
                    ": there is no such fault. Write NAME or NAME:N with one of: " + names + ".");
 }
 
 }  // namespace
 
-std::vector<DeviceEntry> listDevices() {
-  return {{virtualName, "Quenvar Q750 (virtual)"}};
+VirtualScannerOptions checkedOptions(const VirtualScannerOptions& options) {
+  makeVirtualScanner(options);
+  VirtualScannerOptions checked = options;
+  for (std::string& fault : checked.faults) fault = modelText(fault);
+  return checked;
 }
 
-std::string deviceTable(const std::vector<DeviceEntry>& devices) {
-  std::string table;
-  for (const DeviceEntry& device : devices) table += device.name + "  " + device.description + "\n";
-  return table;
+bool anyGiven(const VirtualScannerOptions& options) {
+  return !options.paper.empty() || !options.faults.empty() || options.packetSize != 0 || options.realTime ||
+         options.warmUpMs != 0 || options.bytesPerSecond != 0;
 }
 
-std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const VirtualDeviceOptions& options) {
+std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const VirtualScannerOptions& options) {
   virtualscanner::ScannerOptions scannerOptions;
   for (const std::string& fault : options.faults) scannerOptions.faults.push_back(faultNamed(fault));
   if (options.packetSize > 0) scannerOptions.packetPayload = options.packetSize;
@@ -46,17 +50,7 @@ std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const Virtual
                                        : virtualscanner::Paper::fromFile(options.paper);
     return std::make_unique<virtualscanner::VirtualScanner>(std::move(paper), std::move(scannerOptions));
   } catch (const virtualscanner::PaperError& error) {
-    throw UsageError("--paper: " + std::string(error.what()));
-  }
-}
-
-void checkDevice(const std::string& name, const VirtualDeviceOptions& options) {
-  if (name.empty() || name == virtualName) {
-    makeVirtualScanner(options);
-  } else if (!parseScannerName(name)) {
-    throw CommandError(ExitCode::noDevice, "--device " + name +
-                                               ": there is no such scanner. These are there:\n" +
-                                               deviceTable(listDevices()) + "Choose one of them.");
+    throw UsageError("--virtual-paper: " + std::string(error.what()));
   }
 }
 

@@ -1,0 +1,93 @@
+# Completion of the q750 command for bash. It needs nothing but bash itself.
+
+# The word that is being completed, and those before it: bash cuts words at the colon, which scanners' names have.
+_q750_words() {
+  words=() current=''
+  local line=${COMP_LINE:0:COMP_POINT}
+  read -ra words <<<"$line"
+  if [[ $line == *[[:space:]] ]]; then
+    current=''
+  else
+    current=${words[-1]-}
+    unset 'words[-1]'
+  fi
+}
+
+# Offers what of the list (one a line) begins with the current word, without what bash keeps of it by itself.
+_q750_offer() {
+  local kept='' choice
+  if [[ $current == *:* && $COMP_WORDBREAKS == *:* ]]; then kept=${current%"${current##*:}"}; fi
+  while IFS= read -r choice; do
+    if [[ -n $choice && $choice == "$current"* ]]; then COMPREPLY+=("${choice#"$kept"}"); fi
+  done
+}
+
+_q750_devices() {
+  "${words[0]}" list 2>/dev/null | while read -r name _; do
+    case $name in virtual | usb:*) printf '%s\n' "$name" ;; esac
+  done
+}
+
+_q750_files() {
+  local file
+  compopt -o filenames 2>/dev/null
+  while IFS= read -r file; do COMPREPLY+=("$file"); done < <(compgen -f -- "$current")
+}
+
+_q750_faults() {
+  printf '%s\n' stall time-out short-write unplug exception-reply split-reply garbage-reply garbage \
+    truncated-image wrong-header silence
+}
+
+# The values of an option; fails for an option without.
+_q750_values() {
+  case $1 in
+    -o | --output | --virtual-paper) _q750_files ;;
+    -d | --device) _q750_offer < <(_q750_devices) ;;
+    -m | --mode) _q750_offer < <(printf '%s\n' color gray lineart) ;;
+    -r | --resolution) _q750_offer < <(printf '%s\n' 75 150 200 300 400 600) ;;
+    -p | --paper)
+      _q750_offer < <(printf '%s\n' a4 a5 a6 b5 b6 letter legal executive statement card 9x13cm 10x15cm 13x18cm \
+        3.5x5in 4x6in 5x7in 8x10in)
+      ;;
+    --format) _q750_offer < <(printf '%s\n' tiff png jpeg pnm pdf) ;;
+    --quality) _q750_offer < <(printf '%s\n' 75 90 95 lossless) ;;
+    --progress) _q750_offer < <(printf '%s\n' auto bar plain json none) ;;
+    --virtual-fault) _q750_offer < <(_q750_faults) ;;
+    -a | --area | --threshold | --pages | --timeout | --listen) ;;
+    --virtual-packet-size | --virtual-warm-up | --virtual-speed) ;;
+    *) return 1 ;;
+  esac
+}
+
+_q750_options() {
+  printf '%s\n' --help
+  case $1 in
+    list) printf '%s\n' --json ;;
+    scan)
+      printf '%s\n' --output --format --quality --device --resolution --mode --threshold --area --paper --pages \
+        --progress --timeout --quiet --verbose --virtual-paper --virtual-fault --virtual-packet-size \
+        --virtual-warm-up --virtual-speed --virtual-real-time
+      ;;
+    doctor)
+      printf '%s\n' --device --timeout --virtual-paper --virtual-fault --virtual-packet-size --virtual-warm-up \
+        --virtual-speed --virtual-real-time
+      ;;
+    virtual) printf '%s\n' --listen --virtual-paper --virtual-fault --virtual-packet-size ;;
+    *) printf '%s\n' --version ;;
+  esac
+}
+
+_q750() {
+  local words current
+  COMPREPLY=()
+  _q750_words
+  if ((${#words[@]} == 1)) && [[ $current != -* ]]; then
+    _q750_offer < <(printf '%s\n' list scan doctor virtual)
+    return
+  fi
+  if ((${#words[@]} > 2)) && _q750_values "${words[-1]}"; then return; fi
+  _q750_offer < <(_q750_options "${words[1]-}")
+}
+
+complete -F _q750 q750

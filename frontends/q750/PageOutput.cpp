@@ -1,0 +1,134 @@
+#include "PageOutput.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "ByteSink.h"
+#include "CommandError.h"
+#include "FileName.h"
+#include "OutputFile.h"
+#include "PictureWriter.h"
+
+namespace frontend {
+namespace {
+
+// Standard output, kept for the pictures alone: what anyone else in the process prints there goes to standard
+// error, and no other process inherits it.
+int takeStandardOutput() {
+  if (isatty(STDOUT_FILENO) == 1) {
+    throw UsageError(
+        "A picture is nothing for a terminal. Send it to a file or a program: q750 scan -o - > page.pnm");
+  }
+  const int descriptor = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (descriptor < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
+    throw OutputError("Standard output is closed.");
+  return descriptor;
+}
+
+}  // namespace
+
+struct PageOutput::File {
+  File(const ScanPlan& plan, const std::string& path, int standardOutput, const CancelFlag& cancel)
+      : onDisk(plan.toStandardOutput ? nullptr : std::make_unique<OutputFile>(path)),
+        sink(onDisk ? onDisk->descriptor() : standardOutput, &cancel),
+        writer(makePictureWriter(plan.format, sink, plan.pictureNotes)) {}
+
+  std::unique_ptr<OutputFile> onDisk;
+  ByteSink sink;
+  std::unique_ptr<PictureWriter> writer;
+  std::vector<std::uint8_t> row;  // one that is not whole yet
+  std::size_t rowBytes = 0;
+};
+
+PageOutput::PageOutput(const ScanPlan& plan, const CancelFlag& cancel) : plan_(plan), cancel_(cancel) {
+  if (plan.toStandardOutput) standardOutput_ = takeStandardOutput();
+}
+
+PageOutput::~PageOutput() {
+  if (standardOutput_ >= 0) ::close(standardOutput_);
+}
+
+std::string PageOutput::pathOf(std::uint32_t page) const {
+  return plan_.filePerPage ? numberedName(plan_.output, page) : plan_.output;
+}
+
+std::string PageOutput::name() const {
+  return plan_.toStandardOutput ? "standard output" : path_;
+}
+
+void PageOutput::check(std::uint32_t page) const {
+  if (!plan_.toStandardOutput && (plan_.filePerPage || page == 1)) OutputFile::check(pathOf(page));
+}
+
+void PageOutput::open(std::uint32_t page) {
+  path_ = pathOf(page);
+  pagesInFile_ = 0;
+  file_ = std::make_unique<File>(plan_, path_, standardOutput_, cancel_);
+}
+
+void PageOutput::beginPage(std::uint32_t page, const PictureLayout& layout) {
+  if (!file_) open(page);
+  inPage_ = true;
+  file_->rowBytes = layout.rowBytes();
+  file_->row.clear();
+  file_->row.reserve(layout.rowBytes());
+  file_->writer->beginPage(layout);
+  complainUnlessGood();
+}
+
+void PageOutput::write(const std::uint8_t* bytes, std::size_t count) {
+  std::vector<std::uint8_t>& row = file_->row;
+  while (count > 0) {
+    const std::size_t taken = std::min(count, file_->rowBytes - row.size());
+    const bool whole = taken == file_->rowBytes;
+    if (!whole) row.insert(row.end(), bytes, bytes + taken);
+    if (whole) file_->writer->writeRow(bytes);
+    if (row.size() == file_->rowBytes) {
+      file_->writer->writeRow(row.data());
+      row.clear();
+    }
+    bytes += taken;
+    count -= taken;
+  }
+  complainUnlessGood();
+}
+
+void PageOutput::endPage() {
+  file_->writer->endPage();
+  complainUnlessGood();
+  inPage_ = false;
+  ++pagesInFile_;
+  if (plan_.filePerPage) close();
+}
+
+void PageOutput::abandonPage() {
+  if (!inPage_) return;
+  inPage_ = false;
+  if (pagesInFile_ > 0 && holdsPages(plan_.format)) return file_->writer->abandonPage();
+  file_.reset();
+}
+
+void PageOutput::finish() {
+  if (file_) close();
+}
+
+void PageOutput::close() {
+  file_->writer->finish();
+  complainUnlessGood();
+  if (file_->onDisk) file_->onDisk->putInPlace();
+  file_.reset();
+}
+
+void PageOutput::complainUnlessGood() const {
+  ByteSink& sink = file_->sink;
+  if (sink.good()) return;
+  if (sink.cancelled()) throw CommandError(ExitCode::cancelled, outcome::cancelled().sentence);
+  const std::string why = name() + ": the picture could not be written: " + sink.failure() + ".";
+  throw OutputError(
+      plan_.toStandardOutput ? why : why + " Free some space or choose another place, then scan again.");
+}
+
+}  // namespace frontend

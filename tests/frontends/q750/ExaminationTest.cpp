@@ -1,0 +1,131 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "Examination.h"
+
+namespace {
+
+using namespace frontend;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr char workerLine[] = "ok         The program that scans is in place: /usr/libexec/q750-worker\n";
+constexpr char ruleLine[] = "ok         The system knows the scanner and lets its users have it.\n";
+
+// A system in which all is well, to be spoilt.
+class ExaminingASystem : public testing::Test {
+ protected:
+  ExitCode examine(const std::string& device = "") {
+    lines.clear();
+    tried.clear();
+    Examination examination({[this] { return there; }, [this] { return worker; }, [this] { return rule; },
+                             [this](const std::string& name) {
+                               tried.push_back(name);
+                               const ScanOutcome outcome = outcomes.front();
+                               if (outcomes.size() > 1) outcomes.erase(outcomes.begin());
+                               return outcome;
+                             },
+                             [this](const Finding& finding) { lines.push_back(lineOf(finding)); }});
+    return examination.run(device);
+  }
+
+  ScannerEntry scanner{"usb:1-2", "Quenvar", "Q750", "flatbed scanner", false, true, ""};
+  ScannerEntry simulated{"virtual", "Quenvar", "Q750", "flatbed scanner", true, true, ""};
+  ScannersThere there{{scanner, simulated}, ""};
+  std::string worker = "/usr/libexec/q750-worker";
+  bool rule = true;
+  std::vector<ScanOutcome> outcomes{outcome::good()};
+  std::vector<std::string> lines;
+  std::vector<std::string> tried;
+};
+
+TEST_F(ExaminingASystem, FindsThatAllIsWell) {
+  EXPECT_EQ(examine(), ExitCode::good);
+  EXPECT_THAT(lines,
+              ElementsAre(workerLine, ruleLine, "ok         usb:1-2: a Quenvar Q750, and you may use it.\n",
+                          "ok         usb:1-2: it scanned a few pixels; its pipes answer.\n"));
+  EXPECT_THAT(tried, ElementsAre("usb:1-2"));
+}
+
+TEST_F(ExaminingASystem, LooksAtTheScannerThatIsNamed) {
+  EXPECT_EQ(examine("virtual"), ExitCode::good);
+  EXPECT_THAT(tried, ElementsAre("virtual"));
+  EXPECT_EQ(examine("usb"), ExitCode::good);
+  EXPECT_THAT(tried, ElementsAre("usb:1-2"));
+  EXPECT_EQ(examine("usb:1-9"), ExitCode::noDevice);
+  EXPECT_EQ(lines.back(), "attention  There is no scanner usb:1-9. q750 list shows those that are there.\n");
+}
+
+TEST_F(ExaminingASystem, MissesTheWorker) {
+  worker = "";
+  EXPECT_EQ(examine(), ExitCode::ioError);
+  EXPECT_THAT(lines[0],
+              StartsWith("attention  The program q750-worker, which does the scanning, was not found."));
+  EXPECT_THAT(tried, ElementsAre());
+}
+
+TEST_F(ExaminingASystem, NotesThatNoRuleIsInstalled) {
+  rule = false;
+  EXPECT_EQ(examine(), ExitCode::good);
+  EXPECT_THAT(lines[1], StartsWith("note       The system has no rule"));
+}
+
+TEST_F(ExaminingASystem, TriesTheVirtualScannerWhereNoneIsPluggedIn) {
+  there.entries = {simulated};
+  EXPECT_EQ(examine(), ExitCode::noDevice);
+  EXPECT_THAT(lines[2], StartsWith("attention  No Quenvar Q750 is plugged in."));
+  EXPECT_EQ(lines[3], "ok         virtual: it scanned a few pixels; its pipes answer.\n");
+}
+
+TEST_F(ExaminingASystem, TellsWhatIsWrongWithTheUsb) {
+  there = {{simulated}, "There is no USB."};
+  EXPECT_EQ(examine(), ExitCode::ioError);
+  EXPECT_EQ(lines[2], "attention  There is no USB.\n");
+}
+
+TEST_F(ExaminingASystem, DoesNotTryAScannerThatTheUserMayNotUse) {
+  scanner.accessible = false;
+  scanner.hint = "Join the group.";
+  there.entries = {scanner, simulated};
+  EXPECT_EQ(examine(), ExitCode::accessDenied);
+  EXPECT_EQ(lines.back(), "attention  usb:1-2: Join the group.\n");
+  EXPECT_THAT(tried, ElementsAre());
+}
+
+TEST_F(ExaminingASystem, ClearsAWedgedPipe) {
+  outcomes = {outcome::garbledStream(), outcome::good()};
+  EXPECT_EQ(examine(), ExitCode::good);
+  EXPECT_THAT(lines.back(),
+              StartsWith("note       usb:1-2: its pipes were wedged by an earlier scan and are cleared now"));
+  EXPECT_THAT(tried, ElementsAre("usb:1-2", "usb:1-2"));
+}
+
+TEST_F(ExaminingASystem, TellsWhyAScanFails) {
+  outcomes = {outcome::silent(5000)};
+  EXPECT_EQ(examine(), ExitCode::timedOut);
+  EXPECT_EQ(lines.back(), "attention  usb:1-2: " + outcome::silent(5000).sentence + "\n");
+  outcomes = {outcome::busy()};
+  EXPECT_EQ(examine(), ExitCode::busy);
+  EXPECT_THAT(tried, ElementsAre("usb:1-2"));
+}
+
+TEST_F(ExaminingASystem, ReturnsTheCodeOfTheFirstAttention) {
+  worker = "";
+  there.entries = {};
+  EXPECT_EQ(examine(), ExitCode::ioError);
+}
+
+TEST_F(ExaminingASystem, StopsForACancel) {
+  ScannerEntry second = scanner;
+  second.name = "usb:1-3";
+  there.entries = {scanner, second};
+  outcomes = {outcome::cancelled()};
+  EXPECT_EQ(examine(), ExitCode::cancelled);
+  EXPECT_THAT(tried, ElementsAre("usb:1-2"));
+}
+
+}  // namespace

@@ -1,0 +1,77 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CancelSignals.h"
+#include "NextPage.h"
+
+namespace {
+
+using namespace frontend;
+using enum NextPage;
+
+// A user's keyboard.
+class Answers : public testing::Test {
+ protected:
+  Answers() { EXPECT_EQ(pipe(ends_), 0); }
+  ~Answers() override {
+    close(ends_[0]);
+    hangUp();
+  }
+  void type(const std::string& text) {
+    ASSERT_EQ(write(ends_[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  void hangUp() {
+    if (ends_[1] >= 0) close(ends_[1]);
+    ends_[1] = -1;
+  }
+  NextPage answer() { return readAnswer(ends_[0], cancel_); }
+
+  CancelFlag cancel_;
+
+ private:
+  int ends_[2] = {-1, -1};
+};
+
+TEST_F(Answers, ScanOrFinishLineByLine) {
+  type("\nq\nyes\n Q\nQuit\n");
+  std::vector<NextPage> answers;
+  for (int i = 0; i < 5; ++i) answers.push_back(answer());
+  EXPECT_EQ(answers, (std::vector{scan, finish, scan, scan, finish}));
+}
+
+TEST_F(Answers, FinishWhereTheyEnd) {
+  type("\n");
+  hangUp();
+  EXPECT_EQ(answer(), scan);
+  EXPECT_EQ(answer(), finish);
+  EXPECT_EQ(readAnswer(100000, cancel_), finish) << "nothing is open there";
+}
+
+TEST_F(Answers, FinishWhereTheyEndInALine) {
+  type("y");
+  hangUp();
+  EXPECT_EQ(answer(), finish);
+}
+
+TEST_F(Answers, AreNotAwaitedAfterACancel) {
+  cancel_.request();
+  EXPECT_EQ(answer(), NextPage::cancel);
+}
+
+TEST_F(Answers, EndWithASignalThatComesMeanwhile) {
+  std::signal(SIGINT, SIG_DFL);  // who runs the test may ignore it, which then stays so
+  const CancelSignals signals(cancel_);
+  const pthread_t waiting = pthread_self();
+  std::jthread user([this, waiting] {
+    type("q");  // no whole line: it goes on waiting
+    pthread_kill(waiting, SIGINT);
+  });
+  EXPECT_EQ(answer(), NextPage::cancel);
+}
+
+}  // namespace

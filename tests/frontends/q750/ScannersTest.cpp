@@ -1,0 +1,132 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "CommandError.h"
+#include "Scanners.h"
+
+namespace {
+
+using namespace frontend;
+using testing::HasSubstr;
+
+ScannerEntry real(const std::string& name) {
+  return {name, "Quenvar", "Q750", "flatbed scanner", false, true, ""};
+}
+ScannerEntry forbidden(const std::string& name) {
+  return {name, "Quenvar", "Q750", "flatbed scanner", false, false, "Join the group."};
+}
+ScannerEntry simulated() {
+  return {"virtual", "Quenvar", "Q750", "flatbed scanner", true, true, ""};
+}
+
+TEST(ScannerTable, SaysWhatToDo) {
+  EXPECT_EQ(scannerTable({simulated()}), "virtual  Quenvar Q750 (virtual)\n");
+  EXPECT_EQ(scannerTable({real("usb:1-2.3"), forbidden("usb:2-1"), simulated()}),
+            "usb:1-2.3  Quenvar Q750\n"
+            "usb:2-1    Quenvar Q750\n"
+            "  Join the group.\n"
+            "virtual    Quenvar Q750 (virtual)\n");
+}
+
+TEST(ScannersAsJson, ArePartOfAnObject) {
+  EXPECT_EQ(scannersAsJson({{forbidden("usb:2-1"), simulated()}, "no \"USB\"\n\xff"}),
+            R"({
+  "scanners": [
+    {
+      "name": "usb:2-1",
+      "vendor": "Quenvar",
+      "model": "Q750",
+      "type": "flatbed scanner",
+      "virtual": false,
+      "accessible": false,
+      "hint": "Join the group."
+    },
+    {
+      "name": "virtual",
+      "vendor": "Quenvar",
+      "model": "Q750",
+      "type": "flatbed scanner",
+      "virtual": true,
+      "accessible": true,
+      "hint": ""
+    }
+  ],
+  "problem": "no \"USB\"\n\ufffd"
+}
+)");
+  EXPECT_EQ(scannersAsJson({{}, ""}), "{\n  \"scanners\": [],\n  \"problem\": \"\"\n}\n");
+}
+
+struct Choice {
+  std::string asked;
+  bool virtualWanted = false;
+  std::vector<ScannerEntry> there;
+};
+
+std::string chosen(const Choice& choice) {
+  return chooseScanner(choice.asked, choice.virtualWanted, {choice.there, ""});
+}
+
+TEST(ChoosingAScanner, TakesTheOnlyOne) {
+  EXPECT_EQ(chosen({"", false, {simulated()}}), "virtual");
+  EXPECT_EQ(chosen({"", false, {}}), "virtual");
+  EXPECT_EQ(chosen({"", false, {real("usb:1-2"), simulated()}}), "usb:1-2");
+}
+
+TEST(ChoosingAScanner, TakesTheVirtualOneForItsOptions) {
+  EXPECT_EQ(chosen({"", true, {real("usb:1-2"), simulated()}}), "virtual");
+  EXPECT_EQ(chosen({"virtual", true, {real("usb:1-2"), simulated()}}), "virtual");
+}
+
+TEST(ChoosingAScanner, TakesTheOneThatIsNamed) {
+  const std::vector<ScannerEntry> all{real("usb:1-2"), real("usb:1-3"), simulated()};
+  for (const char* name : {"usb:1-2", "usb:1-3", "usb", "virtual"})
+    EXPECT_EQ(chosen({name, false, all}), name);
+}
+
+TEST(ChoosingAScanner, ComplainsWhereItCannot) {
+  const struct {
+    Choice choice;
+    ExitCode code;
+    const char* complaint;
+  } cases[] = {
+      {{"", false, {real("usb:1-2"), real("usb:1-3"), simulated()}},
+       ExitCode::usage,
+       "There are several scanners:\nusb:1-2  Quenvar Q750\nusb:1-3  Quenvar Q750\nChoose one of them with "
+       "--device NAME."},
+      {{"", false, {forbidden("usb:1-2"), simulated()}}, ExitCode::accessDenied, "usb:1-2: Join the group."},
+      {{"usb", false, {forbidden("usb:1-2"), simulated()}},
+       ExitCode::accessDenied,
+       "usb:1-2: Join the group."},
+      {{"usb:1-2", false, {forbidden("usb:1-2")}}, ExitCode::accessDenied, "usb:1-2: Join the group."},
+      {{"usb:1-9", false, {real("usb:1-2"), simulated()}},
+       ExitCode::noDevice,
+       "--device usb:1-9: there is no such scanner. These are there:\nusb:1-2  Quenvar Q750\nvirtual  "
+       "Quenvar "
+       "Q750 (virtual)\nChoose one of them."},
+      {{"usb", false, {simulated()}}, ExitCode::noDevice, "--device usb: there is no such scanner."},
+      {{"flatbed", false, {simulated()}}, ExitCode::noDevice, "--device flatbed: there is no such scanner."},
+      {{"usb:1-2", true, {real("usb:1-2")}},
+       ExitCode::usage,
+       "--device usb:1-2: the options that begin with --virtual"},
+  };
+  for (const auto& one : cases) {
+    try {
+      ADD_FAILURE() << chosen(one.choice);
+    } catch (const CommandError& error) {
+      EXPECT_EQ(error.code(), one.code);
+      EXPECT_THAT(error.what(), HasSubstr(one.complaint));
+    }
+  }
+}
+
+TEST(ChoosingAScanner, TellsWhatIsWrongWithTheUsb) {
+  try {
+    chooseScanner("usb", false, {{simulated()}, "no USB here"});
+    FAIL();
+  } catch (const CommandError& error) {
+    EXPECT_THAT(error.what(), HasSubstr("there is no such scanner (no USB here)."));
+  }
+}
+
+}  // namespace

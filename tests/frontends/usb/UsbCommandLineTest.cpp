@@ -1,0 +1,262 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <sys/prctl.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "DeviceIdentity.h"
+#include "EmulatedUsbfs.h"
+#include "PageImage.h"
+#include "ProgramFixture.h"
+
+namespace {
+
+using namespace virtualscanner;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+using enum FaultKind;
+
+// A scanner on the USB, and the program as a user of it.
+class UsbCommandLine : public ProgramFixture {
+ protected:
+  UsbCommandLine() {
+    setenv("LD_PRELOAD", "libumockdev-preload.so.0", 1);
+    // The sanitizers want to be the first library of a program, which is then not so.
+    const char* before = std::getenv("ASAN_OPTIONS");
+    setenv("ASAN_OPTIONS",
+           ((before != nullptr ? before + std::string(":") : "") + "verify_asan_link_order=0").c_str(), 1);
+  }
+  ~UsbCommandLine() override {
+    if (usbfs_ != nullptr) {
+      EXPECT_EQ(usbfs_->requestsInFlight(), 0U);
+    }
+    unsetenv("LD_PRELOAD");
+  }
+
+  void plugIn(EmulatedUsbfs::Options options = {}, std::vector<Fault> faults = {}) {
+    ScannerOptions kind;
+    kind.packetPayload = 1000;
+    kind.faults = std::move(faults);
+    scanner_ = std::make_unique<VirtualScanner>(Paper::testChart(), kind);
+    usbfs_ = std::make_unique<EmulatedUsbfs>(*scanner_, options);
+  }
+  ProgramResult scanUsb(const std::vector<std::string>& more = {}) {
+    std::vector<std::string> arguments{"scan", "-o", path, "-r", "75", "-m", "gray", "-q", "--timeout", "1"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return runProgram(arguments);
+  }
+  void expectWholePage() {
+    const std::vector<std::uint8_t> page = paintPage(Paper::testChart(), {75, false, 0, 0, 637, 876});
+    const std::string content = contentOf(path);
+    ASSERT_GT(content.size(), page.size());
+    EXPECT_TRUE(std::equal(page.begin(), page.end(), content.end() - static_cast<std::ptrdiff_t>(page.size()),
+                           content.end(),
+                           [](std::uint8_t a, char b) { return a == static_cast<std::uint8_t>(b); }));
+  }
+  // As if the fault had never been, and the cable in place.
+  void mend() {
+    bool pluggedIn = true;
+    usbfs_->withScanner([&pluggedIn](VirtualScanner& scanner) {
+      scanner.setFaults({});
+      pluggedIn = scanner.pluggedIn();
+    });
+    if (!pluggedIn) usbfs_->plugIn();
+  }
+
+  std::string path = folder / "page.pnm";
+  std::unique_ptr<VirtualScanner> scanner_;
+  std::unique_ptr<EmulatedUsbfs> usbfs_;
+};
+
+TEST_F(UsbCommandLine, ListsTheScannerBeforeTheVirtualOne) {
+  plugIn();
+  const ProgramResult result = runProgram({"list"});
+  EXPECT_EQ(result.output, "usb:1-1  Quenvar Q750\nvirtual  Quenvar Q750 (virtual)\n");
+  EXPECT_EQ(result.errors, "");
+}
+
+TEST_F(UsbCommandLine, ScansTheVeryPixelsOfTheVirtualScanner) {
+  plugIn();
+  for (const char* device : {"usb", "usb:1-1"}) {
+    const ProgramResult result = scanUsb({"-d", device});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    const std::string real = contentOf(path);
+    EXPECT_EQ(scanUsb({"-d", "virtual"}).exitCode, 0);
+    EXPECT_TRUE(contentOf(path) == real);
+    expectWholePage();
+  }
+}
+
+TEST_F(UsbCommandLine, TakesTheRealScannerUnlessToldOtherwise) {
+  plugIn();
+  const ProgramResult result = runProgram({"scan", "-o", path, "-m", "gray", "-r", "75", "-a", "0x0+9x9px",
+                                           "--progress", "json", "--timeout", "1"});
+  EXPECT_THAT(result.errors, StartsWith("{\"event\":\"scanner\",\"device\":\"usb:1-1\"}\n"));
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+}
+
+TEST_F(UsbCommandLine, AsksWhichOfSeveralScannersIsMeant) {
+  plugIn();
+  usbfs_->addNeighbour(1, "2", platform::deviceVendorId, platform::deviceProductId);
+  const ProgramResult result = scanUsb();
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(
+      result.errors,
+      "q750: There are several scanners:\nusb:1-1  Quenvar Q750\nusb:1-2  Quenvar Q750\nChoose one of them "
+      "with --device NAME.\n");
+  EXPECT_EQ(scanUsb({"-d", "usb:1-1"}).exitCode, 0);
+}
+
+TEST_F(UsbCommandLine, FindsTheScannerUnderItsNameAfterAReplug) {
+  plugIn();
+  usbfs_->unplug();
+  EXPECT_THAT(scanUsb({"-d", "usb:1-1"}).errors,
+              StartsWith("q750: --device usb:1-1: there is no such scanner."));
+  usbfs_->plugIn();
+  EXPECT_EQ(scanUsb({"-d", "usb:1-1"}).exitCode, 0);
+  expectWholePage();
+}
+
+TEST_F(UsbCommandLine, SaysThatAnotherProgramHasTheScanner) {
+  plugIn({.inUse = true});
+  const ProgramResult result = scanUsb();
+  EXPECT_EQ(result.exitCode, 3) << result.errors;
+  EXPECT_THAT(folder.names(), IsEmpty());
+}
+
+// Root is let to everything by two rights of its own; a program without them is let to nothing here.
+void giveUpRightToAnyFile() {
+  if (geteuid() != 0) return;
+  for (const int right : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH})
+    if (prctl(PR_CAPBSET_DROP, right) != 0) _exit(77);
+}
+
+TEST_F(UsbCommandLine, SaysWhatToDoWhereAccessIsDenied) {
+  plugIn({.forbidden = true});
+  const ProgramResult list = runProgram({"list"}, giveUpRightToAnyFile);
+  EXPECT_EQ(list.exitCode, 0);
+  EXPECT_THAT(list.output, StartsWith("usb:1-1  Quenvar Q750\n  You may not use /dev/bus/usb/001/002. "));
+  const ProgramResult scan = runProgram({"scan", "-o", path, "-d", "usb"}, giveUpRightToAnyFile);
+  EXPECT_EQ(scan.exitCode, 4);
+  EXPECT_THAT(scan.errors, StartsWith("q750: usb:1-1: You may not use /dev/bus/usb/001/002. "));
+  const ProgramResult doctor = runProgram({"doctor"}, giveUpRightToAnyFile);
+  EXPECT_EQ(doctor.exitCode, 4);
+  EXPECT_THAT(doctor.output, HasSubstr("attention  usb:1-1: You may not use /dev/bus/usb/001/002. "));
+}
+
+TEST_F(UsbCommandLine, EndsWhenTheScannerIsPulledOut) {
+  plugIn();
+  Pipe out, errors;
+  const pid_t process = startProgram({"scan", "-o", path, "-q", "-m", "gray", "--timeout", "20"},
+                                     out.writer(), errors.writer());
+  out.closeWriter();
+  errors.closeWriter();
+  usbfs_->awaitRequest(20);
+  usbfs_->unplug();
+  EXPECT_THAT(readAll(errors.reader()), StartsWith("q750: The scanner went away during the scan."));
+  EXPECT_EQ(waitFor(process), 2);
+  EXPECT_THAT(folder.names(), IsEmpty());
+  usbfs_->plugIn();
+  EXPECT_EQ(scanUsb().exitCode, 0);
+  expectWholePage();
+}
+
+TEST_F(UsbCommandLine, IsReadyForTheNextScanAfterACancel) {
+  plugIn();
+  Pipe out, errors;
+  const pid_t process = startProgram({"scan", "-o", path, "-q", "-m", "gray"}, out.writer(), errors.writer());
+  errors.closeWriter();
+  usbfs_->awaitRequest(20);
+  kill(process, SIGINT);
+  EXPECT_EQ(readAll(errors.reader()), "q750: The scan was cancelled; nothing was saved.\n");
+  EXPECT_EQ(waitFor(process), 130);
+  EXPECT_THAT(folder.names(), IsEmpty());
+  EXPECT_EQ(scanUsb().exitCode, 0);
+  expectWholePage();
+}
+
+TEST_F(UsbCommandLine, LetsTheDoctorFindThatAllIsWell) {
+  plugIn();
+  const ProgramResult result = runProgram({"doctor", "--timeout", "1"});
+  EXPECT_EQ(result.exitCode, 0) << result.output;
+  EXPECT_THAT(result.output, EndsWith("ok         usb:1-1: a Quenvar Q750, and you may use it.\n"
+                                      "ok         usb:1-1: it scanned a few pixels; its pipes answer.\n"));
+}
+
+TEST_F(UsbCommandLine, LetsTheDoctorClearAWedgedPipe) {
+  plugIn({}, {{stall, 4}});
+  const ProgramResult result = runProgram({"doctor", "--timeout", "1"});
+  EXPECT_EQ(result.exitCode, 0) << result.output;
+  EXPECT_THAT(result.output, HasSubstr("note       usb:1-1: its pipes were wedged"));
+  EXPECT_EQ(scanUsb().exitCode, 0);
+  expectWholePage();
+}
+
+struct Case {
+  const char* name;
+  std::vector<Fault> faults;
+  int exitCode;
+  const char* message;
+  int lostScans = 0;  // after it
+};
+
+void PrintTo(const Case& one, std::ostream* out) {
+  *out << one.name;
+}
+
+class UsbFaults : public UsbCommandLine, public testing::WithParamInterface<Case> {};
+
+TEST_P(UsbFaults, AreToldAndOverWithTheNextScan) {
+  plugIn({}, GetParam().faults);
+  const ProgramResult result = scanUsb({"-d", "usb:1-1"});
+  EXPECT_EQ(result.exitCode, GetParam().exitCode) << result.errors;
+  EXPECT_THAT(result.errors, StartsWith(GetParam().message));
+  if (GetParam().exitCode == 0) {
+    expectWholePage();
+  } else {
+    EXPECT_THAT(folder.names(), IsEmpty());
+  }
+  mend();
+  for (int scan = 0; scan < GetParam().lostScans; ++scan) scanUsb({"-d", "usb:1-1"});
+  const ProgramResult next = scanUsb({"-d", "usb:1-1"});
+  EXPECT_EQ(next.exitCode, 0) << next.errors;
+  expectWholePage();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Faults, UsbFaults,
+    testing::Values(
+        Case{"None", {}, 0, ""},
+        Case{"StallOfTheJob", {{stall, 8}}, 7, "q750: A transfer from or to the scanner failed"},
+        Case{"StallOfARequest", {{stall, 4}}, 7, "q750: A transfer from or to the scanner failed"},
+        Case{"TimeOut", {{timeOut, 4}}, 5, "q750: The scanner does not answer (request \""},
+        // The scan after a request of which only half arrived gets no answer either.
+        Case{
+            "ShortWrite", {{shortWrite, 2}}, 5, "q750: The scanner does not answer (request \"create\").", 1},
+        Case{"Unplug", {{unplug, 9}}, 2, "q750: The scanner went away during the scan."},
+        Case{"ExceptionReply", {{exceptionReply, 2}}, 8, "q750: The scanner refused the scan. It says: "},
+        Case{"SplitReply", {{splitReply, 2}}, 0, ""},
+        Case{"GarbageReply", {{garbageReply, 2}}, 6, "q750: The scanner's answer cannot be understood"},
+        Case{"Garbage", {{garbage, 100000}}, 6, "q750: What the scanner sends is garbled."},
+        Case{"TruncatedImage",
+             {{truncatedImage, 100000}},
+             5,
+             "q750: The scanner took the job and then sent nothing for 1 second"},
+        Case{"WrongHeader", {{wrongHeader, 3}}, 6, "q750: The picture that the scanner sends cannot be read"},
+        Case{"Silence",
+             {{silence, 0}},
+             5,
+             "q750: The scanner took the job and then sent nothing for 1 second"}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+}  // namespace
