@@ -81,7 +81,9 @@ void WiredScanner::endAll(int status) {
   }
 }
 
+// Makes the device begin anew on the endpoint, whether or not it was halted.
 int WiredScanner::clearHalt(std::uint8_t address) {
+  if (address == requestEndpoint) stoppedAmidWrite_ = false;
   const int status = errorOf(scanner_.control(clearHaltOf(address), nullptr).status);
   resume();
   return status;

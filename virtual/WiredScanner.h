@@ -83,6 +83,8 @@ class WiredScanner {
   std::map<std::uint8_t, Queue> queues_;  // by endpoint address
   std::deque<WireReply> replies_;
   std::set<std::uint8_t> broken_;  // endpoints on which the parts that continue have nothing to continue
+  // It took a part of a request that the host gave up then: it does not look at the next one, unless its
+  // endpoint is cleared before.
   bool stoppedAmidWrite_ = false;
 };
 
