@@ -12,11 +12,24 @@
 //
 //   HookedUsbStack stack(virtualStack, [&](int transfer) { if (transfer == 5) cancel.request(); });
 //
+// and, where one is set, another function with what came of it:
+//
+//   stack.afterTransfer = [&](const HookedUsbStack::Done& done) { bytes.append(done.bytes, done.moved); };
+//
 // Everything passes unchanged. Objects that it handed out end with it.
 class HookedUsbStack final : public platform::UsbStack {
  public:
   HookedUsbStack(platform::UsbStack& inner, std::function<void(int)> hook)
       : inner_(inner), hook_(std::move(hook)) {}
+
+  struct Done {
+    std::uint8_t pipe;
+    bool isRead;
+    const char* bytes;
+    std::uint32_t moved;
+    platform::IOReturn status;
+  };
+  std::function<void(const Done&)> afterTransfer;
 
   int transfers() const { return transfers_; }
 
@@ -67,13 +80,21 @@ class HookedUsbStack final : public platform::UsbStack {
     platform::IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
                                   std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) override {
       stack_.hook_(++stack_.transfers_);
-      return inner_.readPipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
+      const platform::IOReturn status =
+          inner_.readPipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
+      if (stack_.afterTransfer)
+        stack_.afterTransfer({pipe, true, static_cast<const char*>(buffer), *size, status});
+      return status;
     }
     platform::IOReturn writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
                                    std::uint32_t noDataTimeoutMs,
                                    std::uint32_t completionTimeoutMs) override {
       stack_.hook_(++stack_.transfers_);
-      return inner_.writePipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
+      const platform::IOReturn status =
+          inner_.writePipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
+      if (stack_.afterTransfer)
+        stack_.afterTransfer({pipe, false, static_cast<const char*>(buffer), size, status});
+      return status;
     }
 
    private:
