@@ -9,6 +9,7 @@
 #include "JobParameters.h"
 #include "MessageText.h"
 #include "OutputFolder.h"
+#include "RecordingLogSink.h"
 #include "ScannerInterface.h"
 #include "StringUtils.h"
 
@@ -39,6 +40,7 @@ const double doubles[] = {0.0,
 
 // Sizes in pixels, which the driver prints, for edges of every kind.
 void writeSizes() {
+  const RecordingLogSink quiet;
   const intptr_t handle = EnableScanner();
   const auto printSize = [&] {
     unsigned long width = 0;

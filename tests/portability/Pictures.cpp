@@ -12,6 +12,7 @@
 #include "OutputFolder.h"
 #include "PPM2TIFFWrapper.h"
 #include "PictureWriter.h"
+#include "RecordingLogSink.h"
 #include "StringUtils.h"
 
 namespace {
@@ -89,7 +90,11 @@ void writeFiles(const OutputFolder& folder) {
 }  // namespace
 
 void writePictures(const OutputFolder& folder) {
+  const RecordingLogSink log;
   exportBitmaps(folder);
   convertPixmaps(folder);
   writeFiles(folder);
+  std::string told;
+  for (const std::string& line : log.lines) told += line + "\n";
+  folder.write("pictures-told.txt", told);
 }

@@ -1,6 +1,9 @@
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "CScannerDriver.h"
@@ -25,6 +28,7 @@ struct Job {
   int resolution;
   int mode;
   std::uint32_t left, top, right, bottom;
+  int unplugAt = 0;
 };
 
 constexpr Job jobs[] = {
@@ -32,8 +36,15 @@ constexpr Job jobs[] = {
     {"150-grey", 150, 2, 1, 3, 2005, 1407},          {"200-colour", 200, 0, 1003, 1, 2009, 1999},
     {"300-grey", 300, 2, 5000, 7000, 7001, 8003},    {"400-grey", 400, 2, 7, 7, 1207, 1001},
     {"600-grey", 600, 2, 9000, 13000, 10200, 14028}, {"600-colour", 600, 0, 600, 600, 1607, 1211},
-    {"97-refused", 97, 2, 0, 0, 1000, 1000},
+    {"97-refused", 97, 2, 0, 0, 1000, 1000, 40},
 };
+
+// No byte is dumped before the first image byte came.
+std::uint32_t sizeOfDump() {
+  std::error_code missing;
+  const std::uintmax_t size = std::filesystem::file_size(dumpPath, missing);
+  return missing ? 0 : static_cast<std::uint32_t>(size);
+}
 
 // Every byte of a job both ways, transfer by transfer, and how the dump grows with it.
 class Recorder {
@@ -50,8 +61,8 @@ class Recorder {
   void note(const HookedUsbStack::Done& done) {
     (done.isRead ? received : sent).append(done.bytes, done.moved);
     transfers += (done.isRead ? "read " : "write ") + ulToString(done.pipe) + " " + ulToString(done.moved) +
-                 " " + ulToString(static_cast<std::uint32_t>(done.status)) + " " +
-                 ulToString(static_cast<std::uint32_t>(contentOf(dumpPath).size())) + "\n";
+                 " " + ulToString(static_cast<std::uint32_t>(done.status)) + " " + ulToString(sizeOfDump()) +
+                 "\n";
   }
 };
 
@@ -76,7 +87,10 @@ void scan(const OutputFolder& folder, const Job& job, ScannerOptions options) {
   std::srand(7);
   VirtualScanner scanner(Paper::testChart(), std::move(options));
   VirtualUsbStack plugged(scanner);
-  HookedUsbStack stack(plugged, [](int) {});
+  // A host waits for ever for a page that was refused.
+  HookedUsbStack stack(plugged, [&](int transfer) {
+    if (transfer == job.unplugAt) scanner.unplug();
+  });
   const Recorder recorder(stack);
   const RecordingLogSink log;
   platform::useUsbStack(&stack);

@@ -46,9 +46,9 @@ class Client {
   Transfer transfer(std::uint8_t address, const std::uint8_t* bytes, std::uint8_t* buffer,
                     std::size_t count) {
     Bytes command;
-    for (const std::uint32_t field :
-         {std::uint32_t{usbip::commandSubmit}, ++sequenceNumber_, usbip::deviceId, address >> 7U,
-          address & 15U, 0U, static_cast<std::uint32_t>(count), 0U, usbip::noPackets, 0U, 0U, 0U})
+    for (const std::uint32_t field : {std::uint32_t{usbip::commandSubmit}, ++sequenceNumber_, usbip::deviceId,
+                                      std::uint32_t{address} >> 7, std::uint32_t{address} & 15, 0U,
+                                      static_cast<std::uint32_t>(count), 0U, usbip::noPackets, 0U, 0U, 0U})
       add32(command, field);
     if (bytes != nullptr) command.insert(command.end(), bytes, bytes + count);
     const Bytes reply = answer(command);
