@@ -25,8 +25,11 @@ void writeMessages(const OutputFolder& folder) {
   for (unsigned int seed = 1; seed <= 600; ++seed) {
     Random random(seed);
     const std::unique_ptr<Element> element = built(random.tree());
-    XMLVisitor visitor(static_cast<int>(seed % 12), random.integer(), random.content().written,
-                       random.content().written, "2026-02-28T23:59:59Z");
+    // One after the other: arguments may be worked out in any order.
+    const int requestID = random.integer();
+    const std::string first = random.content().written;
+    const std::string second = random.content().written;
+    XMLVisitor visitor(static_cast<int>(seed % 12), requestID, first, second, "2026-02-28T23:59:59Z");
     element->accept(&visitor);
     written += dump(visitor);
     const std::string message = response(*element);

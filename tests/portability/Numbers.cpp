@@ -89,8 +89,10 @@ void writeTexts(const OutputFolder& folder) {
     dictionary.set("value", platform::Value(number));
     std::int32_t whole = 0;
     float fraction = 0;
-    all += iToString(GetIntFromDict(&dictionary, &whole)) + " " + iToString(whole) + " ";
-    all += iToString(GetFloatFromDict(&dictionary, &fraction)) + " " + fToString(fraction) + "\n";
+    const std::int32_t wholeResult = GetIntFromDict(&dictionary, &whole);
+    const std::int32_t fractionResult = GetFloatFromDict(&dictionary, &fraction);
+    all += iToString(wholeResult) + " " + iToString(whole) + " " + iToString(fractionResult) + " " +
+           fToString(fraction) + "\n";
   }
   folder.write("numbers.txt", all);
 }

@@ -109,6 +109,12 @@ TEST_F(WritingPictures, WritesGreyAsTiff) {
   EXPECT_THAT(file.tags, HasSubstr("Samples/Pixel: 1"));
 }
 
+TEST_F(WritingPictures, WritesTiffInOneOrderOfBytesEverywhere) {
+  const TestPicture picture(3, 2, 1);
+  ASSERT_TRUE(write(PictureFormat::tiff, picture.raster));
+  EXPECT_EQ(contentOf(path).substr(0, 4), std::string("II*\0", 4));
+}
+
 TEST_F(WritingPictures, WritesColourAsPng) {
   const TestPicture picture(37, 29, 3);
   ASSERT_TRUE(write(PictureFormat::png, picture.raster));
