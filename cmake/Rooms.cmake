@@ -2,7 +2,7 @@
 
 # Compiles every header of a folder alone, first in a source of its own.
 function(q750_compile_headers_alone target)
-  if(Q750_SANITIZE)  # says nothing that the plain build has not said
+  if(Q750_SANITIZE OR CMAKE_CROSSCOMPILING)  # says nothing that the plain build has not said
     return()
   endif()
   file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
@@ -56,7 +56,7 @@ function(q750_suite name)
   endif()
   add_executable(${name}-tests ${sources})
   target_link_libraries(${name}-tests PRIVATE ${ARGN} q750-test-support GTest::gmock GTest::gtest GTest::gtest_main)
-  if(Q750_SANITIZE)  # optimising sanitized tests takes twice as long as compiling and running them
+  if(Q750_SANITIZE OR CMAKE_CROSSCOMPILING_EMULATOR)  # optimising takes twice as long as compiling and running them
     target_compile_options(${name}-tests PRIVATE -O0)
   endif()
   add_test(NAME ${name} COMMAND ${name}-tests)

@@ -17,6 +17,17 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()
 
+# The same numbers everywhere: no product and sum rounded at once, as some machines can, and on 32-bit x86 none of the
+# wider registers of its first floating-point unit. Such a machine has to have SSE2.
+add_compile_options(-ffp-contract=off)
+include(CheckCXXSymbolExists)
+check_cxx_symbol_exists(__i386__ "" Q750_IS_32BIT_X86)
+if(Q750_IS_32BIT_X86)
+  add_compile_options(-msse2 -mfpmath=sse)
+endif()
+# 32-bit machines can count the bytes of any file, and open it.
+add_compile_definitions(_FILE_OFFSET_BITS=64)
+
 option(Q750_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 if(Q750_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

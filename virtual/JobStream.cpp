@@ -80,7 +80,9 @@ std::size_t JobStream::takeFraming(std::uint8_t* buffer, std::size_t capacity) {
 
 std::size_t JobStream::takePayload(std::uint8_t* buffer, std::size_t capacity) {
   std::size_t moved = std::min<std::size_t>(capacity, payloadLeft_);
-  if (faults_.stopAfter) moved = std::min<std::size_t>(moved, *faults_.stopAfter - imageSent_);
+  if (faults_.stopAfter) {
+    moved = static_cast<std::size_t>(std::min<std::uint64_t>(moved, *faults_.stopAfter - imageSent_));
+  }
   image_.read(buffer, moved);
   imageSent_ += moved;
   payloadLeft_ -= static_cast<std::uint32_t>(moved);

@@ -44,7 +44,8 @@ void RowPainter::paint(std::uint32_t row, std::uint8_t* destination) {
 }
 
 std::vector<std::uint8_t> paintPage(std::shared_ptr<const Paper> paper, const ScanRequest& request) {
-  std::vector<std::uint8_t> page(request.imageBytes());
+  // The largest window has some hundred million bytes, which every address space has room for.
+  std::vector<std::uint8_t> page(static_cast<std::size_t>(request.imageBytes()));
   RowPainter painter(std::move(paper), request);
   for (std::uint32_t row = 0; row < request.height; ++row)
     painter.paint(row, &page[row * request.bytesPerRow()]);
@@ -64,7 +65,7 @@ void PageImage::read(std::uint8_t* destination, std::size_t count) {
   while (count > 0) {
     std::size_t moved = 0;
     if (position_ < header_.size()) {
-      moved = header_.copy(reinterpret_cast<char*>(destination), count, position_);
+      moved = header_.copy(reinterpret_cast<char*>(destination), count, static_cast<std::size_t>(position_));
     } else {
       moved = readRaster(position_ - header_.size(), destination, count);
     }
@@ -82,7 +83,7 @@ std::size_t PageImage::readRaster(std::uint64_t offset, std::uint8_t* destinatio
 
 std::size_t PageImage::readRow(std::uint64_t offset, std::uint8_t* destination, std::size_t count) {
   const std::uint64_t row = offset / row_.size();
-  const std::size_t inRow = offset % row_.size();
+  const auto inRow = static_cast<std::size_t>(offset % row_.size());
   if (inRow == 0 && count >= row_.size()) {
     painter_->paint(static_cast<std::uint32_t>(row), destination);
     return row_.size();

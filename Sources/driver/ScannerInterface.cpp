@@ -1,5 +1,7 @@
 #include "ScannerInterface.h"
 
+#include <cfloat>
+
 #include "CScannerDriver.h"
 #include "NumericConversion.h"
 
@@ -11,6 +13,9 @@ namespace {
 
 constexpr int32_t nullHandle = -1;
 constexpr double unitsPerInch = 1200.0;
+// Wider registers would move an edge by a pixel now and then.
+static_assert(FLT_EVAL_METHOD == 0 || FLT_EVAL_METHOD == 1,
+              "products of doubles have to be doubles: build with -msse2 -mfpmath=sse");
 
 CScannerDriver& driverOf(intptr_t handle) {
   return *reinterpret_cast<CScannerDriver*>(handle);

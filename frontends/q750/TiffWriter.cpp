@@ -67,7 +67,8 @@ TiffHandle openTiff(ByteSink& sink) {
                                                                                  TIFFOpenOptionsFree);
   TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteError, &sink);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), dropWarning, nullptr);
-  return {TIFFClientOpenExt("picture", "w", &sink, readBytes, writeBytes, seekTo, closeNothing, sizeOf,
+  // Little-endian wherever it runs: the same picture is the same file.
+  return {TIFFClientOpenExt("picture", "wl", &sink, readBytes, writeBytes, seekTo, closeNothing, sizeOf,
                             nullptr, nullptr, options.get()),
           TIFFClose};
 }

@@ -1,6 +1,3 @@
-// Sizes are 64 bits wide on 32-bit machines too.
-#define _FILE_OFFSET_BITS 64
-
 #include "FileMark.h"
 
 #include <sys/stat.h>

@@ -1,6 +1,3 @@
-// Offsets are 64 bits wide on 32-bit machines too.
-#define _FILE_OFFSET_BITS 64
-
 #include "TemporaryFile.h"
 
 #include <fcntl.h>

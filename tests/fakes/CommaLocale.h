@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <clocale>
 #include <cstdlib>
 #include <string>
@@ -14,7 +15,10 @@
 class CommaLocale {
  public:
   CommaLocale() : before_(std::setlocale(LC_ALL, nullptr)) {
-    const std::string make = "localedef --no-archive -c -i de_DE -f UTF-8 " + folder_ / "de_DE.UTF-8";
+    // The tool may be one of another machine, which emulates this one.
+    const std::string order = std::endian::native == std::endian::big ? "--big-endian" : "--little-endian";
+    const std::string make =
+        "localedef --no-archive -c -i de_DE -f UTF-8 " + order + " " + folder_ / "de_DE.UTF-8";
     // The tool's result tells of mere warnings too; holds() tells what counts.
     static_cast<void>(std::system((make + " >/dev/null 2>&1").c_str()));
     setenv("LOCPATH", (folder_ / "").c_str(), 1);

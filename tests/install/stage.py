@@ -21,6 +21,8 @@ FLAGS = f"{STRICT} {STAGE.sanitize}"
 
 def run(*command, status=0, text=True, env=None, **options):
     """The result of a command, which has to end with this status. `env` comes on top of the environment."""
+    if STAGE.emulator and pathlib.Path(STAGE.build) in pathlib.Path(command[0]).parents:
+        command = (STAGE.emulator, *command)
     result = subprocess.run([str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                             stderr=subprocess.PIPE, text=text, env=os.environ | (env or {}), **options)
     if result.returncode != status:
@@ -49,6 +51,8 @@ def header_folder(prefix):
 
 def configure(project, build, prefix, *options):
     """Configures an outside project by itself, with the compilers of this build."""
+    if STAGE.toolchain:
+        options = (f"-DCMAKE_TOOLCHAIN_FILE={STAGE.toolchain}", *options)
     return run(STAGE.cmake, "-S", project, "-B", fresh(build), "-G", STAGE.generator, f"-DCMAKE_PREFIX_PATH={prefix}",
                f"-DCMAKE_BUILD_TYPE={STAGE.config}", *options)
 

@@ -21,7 +21,7 @@ class Version(unittest.TestCase):
         self.assertIn(STAGE.version, run(q750, "--version").stdout.split())
 
     def test_is_written_in_no_other_file_of_the_build(self):
-        for path in [*SOURCE.glob("**/CMakeLists.txt"), *SOURCE.glob("cmake/*"), *SOURCE.glob("**/*.in")]:
+        for path in [*SOURCE.glob("**/CMakeLists.txt"), *SOURCE.glob("cmake/**/*.*"), *SOURCE.glob("**/*.in")]:
             if path != SOURCE / "CMakeLists.txt" and "build" not in path.relative_to(SOURCE).parts:
                 self.assertNotRegex(path.read_text(), rf"(?<![\d.]){re.escape(STAGE.version)}(?![\d.])", path)
 

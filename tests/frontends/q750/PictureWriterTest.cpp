@@ -139,6 +139,11 @@ TEST_F(WritingPictures, WritesPagesIntoOneTiff) {
   EXPECT_THAT(TiffFile(path, 2).tags, HasSubstr("Page Number: 2-0"));
 }
 
+TEST_F(WritingPictures, WritesTiffInOneOrderOfBytesEverywhere) {
+  ASSERT_TRUE(write(PictureFormat::tiff, {&color}));
+  EXPECT_EQ(contentOf(path).substr(0, 4), std::string("II*\0", 4));
+}
+
 TEST_F(WritingPictures, WritesColourAsPng) {
   ASSERT_TRUE(write(PictureFormat::png, {&color}));
   const PngFile file(path);

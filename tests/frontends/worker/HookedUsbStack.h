@@ -11,11 +11,24 @@
 //
 //   HookedUsbStack stack(virtualStack, [&](int transfer) { if (transfer == 5) cancel.request(); });
 //
+// and, where one is set, another function with what came of it:
+//
+//   stack.afterTransfer = [&](const HookedUsbStack::Done& done) { bytes.append(done.bytes, done.moved); };
+//
 // Everything passes unchanged.
 class HookedUsbStack final : public platform::ForwardingUsbStack {
  public:
   HookedUsbStack(platform::UsbStack& inner, std::function<void(int)> hook)
       : ForwardingUsbStack(inner), hook_(std::move(hook)) {}
+
+  struct Done {
+    std::uint8_t pipe;
+    bool isRead;
+    const char* bytes;
+    std::uint32_t moved;
+    platform::IOReturn status;
+  };
+  std::function<void(const Done&)> afterTransfer;
 
   int transfers() const { return transfers_; }
 
@@ -32,13 +45,21 @@ class HookedUsbStack final : public platform::ForwardingUsbStack {
     platform::IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
                                   std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) override {
       stack_.hook_(++stack_.transfers_);
-      return inner().readPipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
+      const platform::IOReturn status =
+          inner().readPipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
+      if (stack_.afterTransfer)
+        stack_.afterTransfer({pipe, true, static_cast<const char*>(buffer), *size, status});
+      return status;
     }
     platform::IOReturn writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
                                    std::uint32_t noDataTimeoutMs,
                                    std::uint32_t completionTimeoutMs) override {
       stack_.hook_(++stack_.transfers_);
-      return inner().writePipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
+      const platform::IOReturn status =
+          inner().writePipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
+      if (stack_.afterTransfer)
+        stack_.afterTransfer({pipe, false, static_cast<const char*>(buffer), size, status});
+      return status;
     }
 
    private:

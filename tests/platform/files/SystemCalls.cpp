@@ -36,7 +36,8 @@ extern "C" ssize_t pwrite64(int descriptor, const void* bytes, std::size_t count
     errno = ENOSPC;
     return -1;
   }
-  const std::size_t taken = std::min<std::uint64_t>({count, current->longestWrite, current->room});
+  const auto taken =
+      static_cast<std::size_t>(std::min<std::uint64_t>({count, current->longestWrite, current->room}));
   const ssize_t written = passOn(descriptor, bytes, taken, offset);
   if (written > 0) {
     ++current->writes;
