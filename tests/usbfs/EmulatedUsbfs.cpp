@@ -150,6 +150,7 @@ struct EmulatedUsbfs::Impl {
   void add(const std::string& path, int bus, int device, const std::vector<std::uint8_t>& descriptors);
   void addDevice();
   void removeDevice();
+  void removeNode();
 
   bool gone() const { return !pluggedIn || !wired.scanner().pluggedIn(); }
   // To be called after everything that may have ended a request.
@@ -217,7 +218,7 @@ void EmulatedUsbfs::Impl::addDevice() {
   gchar* root = umockdev_testbed_get_root_dir(testbed.get());
   signal.open(root + node);
   if (options.forbidden) {
-    chmod(root, 0755);  // the emulation's own way to the node stays open
+    chmod(root, 0777);  // the emulation's own ways stay open: to the node, and for news of the bus
     chmod((std::string(root) + "/ioctl/_default").c_str(), 0777);
     chmod((root + node).c_str(), 0);
   }
@@ -235,12 +236,16 @@ void EmulatedUsbfs::Impl::removeDevice() {
     pluggedIn = false;
     update();
     // The kernel, too, takes the node away before it tells anybody. The emulation would leave it.
-    gchar* root = umockdev_testbed_get_root_dir(testbed.get());
-    unlink((root + nodeOf(1, number)).c_str());
-    g_free(root);
+    removeNode();
   }
   umockdev_testbed_uevent(testbed.get(), sysPath, "remove");
   umockdev_testbed_remove_device(testbed.get(), sysPath);
+}
+
+void EmulatedUsbfs::Impl::removeNode() {
+  gchar* root = umockdev_testbed_get_root_dir(testbed.get());
+  unlink((root + nodeOf(1, number)).c_str());
+  g_free(root);
 }
 
 void EmulatedUsbfs::Impl::update() {
@@ -457,6 +462,14 @@ void EmulatedUsbfs::addNeighbour(int bus, const std::string& portPath, std::uint
   const std::string name = std::to_string(bus) + "-" + portPath;
   impl_->add("/devices/pci0000:00/0000:00:15.0/usb" + std::to_string(bus) + "/" + name, bus,
              100 + ++impl_->neighbours, descriptors);
+  gchar* root = umockdev_testbed_get_root_dir(impl_->testbed.get());
+  chmod((root + nodeOf(bus, 100 + impl_->neighbours)).c_str(), 0666);
+  g_free(root);
+}
+
+void EmulatedUsbfs::hideNode() {
+  const std::lock_guard lock(impl_->mutex);
+  impl_->removeNode();
 }
 
 void EmulatedUsbfs::failNext(int requests, int status) {

@@ -41,6 +41,8 @@ class EmulatedUsbfs {
   void awaitRequest(std::uint64_t nth = 1);
   // As if the system had one more device; it cannot be used.
   void addNeighbour(int bus, const std::string& portPath, std::uint16_t vendor, std::uint16_t product);
+  // Takes the node of the device away and leaves the device, as a container may show it. For good.
+  void hideNode();
   // The next requests, control ones included, end with this status (a negative error number) and do not reach
   // the device.
   void failNext(int requests, int status);

@@ -48,6 +48,43 @@ TEST_F(UsbfsRegistry, ListsByBusAndPortPath) {
                                      0x02100000));
 }
 
+TEST_F(UsbfsRegistry, ListsOnlyWhatIsPluggedInWhereItWasToldToLook) {
+  plugIn();
+  usbfs_->addNeighbour(1, "2", deviceVendorId, deviceProductId);
+  usbfs_->addNeighbour(1, "3", 0x1234, 0x5678);
+  for (const std::uint32_t location : {0x01100000U, 0x01200000U}) {
+    stack_ = std::make_unique<LibusbStack>(LibusbStack::configuredIdentity(), location);
+    EXPECT_EQ(StackUser(*stack_).count(ServiceKind::usbInterface), 1);
+    EXPECT_EQ(StackUser(*stack_).count(ServiceKind::usbDevice), 1);
+    EXPECT_EQ(locationOf(0), location);
+  }
+  for (const std::uint32_t location : {0x01300000U, 0x01400000U, 0x02100000U, 0U}) {
+    stack_ = std::make_unique<LibusbStack>(LibusbStack::configuredIdentity(), location);
+    EXPECT_EQ(StackUser(*stack_).count(ServiceKind::usbInterface), 0) << "another identity, or nothing";
+  }
+}
+
+TEST_F(UsbfsRegistry, OpensTheChosenScannerOfTwo) {
+  plugIn();
+  usbfs_->addNeighbour(1, "2", deviceVendorId, deviceProductId);
+  stack_ = std::make_unique<LibusbStack>(LibusbStack::configuredIdentity(), 0x01200000);
+  EXPECT_EQ(StackUser(*stack_).interface()->open(), kIOReturnSuccess);
+  EXPECT_EQ(usbfs_->statistics().calls, 0U) << "the first one was left alone";
+  stack_ = std::make_unique<LibusbStack>(LibusbStack::configuredIdentity(), 0x01100000);
+  open();
+  EXPECT_EQ(write(exitCall()), kIOReturnSuccess);
+  EXPECT_THAT(scanner_->calls(), ElementsAre("system.exitHostUSBSendMode"));
+}
+
+TEST_F(UsbfsRegistry, FindsTheChosenScannerWhereItIsPluggedInAgain) {
+  plugIn();
+  stack_ = std::make_unique<LibusbStack>(LibusbStack::configuredIdentity(), 0x01100000);
+  usbfs_->unplug();
+  EXPECT_EQ(StackUser(*stack_).count(ServiceKind::usbInterface), 0);
+  usbfs_->plugIn();
+  EXPECT_EQ(StackUser(*stack_).count(ServiceKind::usbInterface), 1);
+}
+
 TEST_F(UsbfsRegistry, RefusesNumbersThatItDidNotHandOut) {
   plugIn();
   IOObject iterator = 77;

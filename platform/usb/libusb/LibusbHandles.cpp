@@ -20,6 +20,11 @@ PortPath portPath(libusb_device* device) {
   return ports;
 }
 
+bool standsBefore(libusb_device* left, libusb_device* right) {
+  return std::tuple(libusb_get_bus_number(left), portPath(left)) <
+         std::tuple(libusb_get_bus_number(right), portPath(right));
+}
+
 }  // namespace
 
 // The cheapest question that the system answers for a device that is there, whatever the device does.
@@ -57,9 +62,31 @@ std::uint32_t locationOf(libusb_device* device) {
   return location;
 }
 
-bool standsBefore(libusb_device* left, libusb_device* right) {
-  return std::tuple(libusb_get_bus_number(left), portPath(left)) <
-         std::tuple(libusb_get_bus_number(right), portPath(right));
+std::string pathOf(libusb_device* device) {
+  const PortPath ports = portPath(device);
+  std::string path = std::to_string(libusb_get_bus_number(device)) + "-" + std::to_string(ports[0]);
+  for (const std::uint8_t port : std::span(ports).subspan<1>()) {
+    if (port == 0) break;
+    path += "." + std::to_string(port);
+  }
+  return path;
+}
+
+std::vector<DeviceReference> devicesOf(libusb_context* context, UsbIdentity identity) {
+  libusb_device** list = nullptr;
+  const ssize_t count = libusb_get_device_list(context, &list);
+  const auto freeList = [](libusb_device** all) { libusb_free_device_list(all, 1); };
+  const std::unique_ptr<libusb_device*, decltype(freeList)> owner(list, freeList);
+  std::vector<DeviceReference> devices;
+  for (ssize_t i = 0; i < count; ++i) {
+    libusb_device_descriptor descriptor{};
+    if (libusb_get_device_descriptor(list[i], &descriptor) == LIBUSB_SUCCESS &&
+        descriptor.idVendor == identity.vendor && descriptor.idProduct == identity.product)
+      devices.emplace_back(list[i]);
+  }
+  std::stable_sort(devices.begin(), devices.end(),
+                   [](const auto& left, const auto& right) { return standsBefore(left.get(), right.get()); });
+  return devices;
 }
 
 }  // namespace platform

@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace platform {
 
@@ -51,7 +53,18 @@ const libusb_interface_descriptor* interfaceDescriptor(const libusb_config_descr
 // each port on the way from the root, the nearest one first. A port above 15 counts as 15.
 std::uint32_t locationOf(libusb_device* device);
 
-// Orders by bus, then by port path.
-bool standsBefore(libusb_device* left, libusb_device* right);
+// The same in full and for people, as the system itself writes it: "1-2.3" is port 3 of what is plugged into
+// port 2 of bus 1.
+std::string pathOf(libusb_device* device);
+
+// What a device tells of itself.
+struct UsbIdentity {
+  std::uint16_t vendor;
+  std::uint16_t product;
+};
+
+// The devices of one identity that are plugged in now, by bus and then by port path. Asks the system, not the
+// devices: opens none.
+std::vector<DeviceReference> devicesOf(libusb_context* context, UsbIdentity identity);
 
 }  // namespace platform

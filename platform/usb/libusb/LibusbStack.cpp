@@ -1,7 +1,5 @@
 #include "LibusbStack.h"
 
-#include <algorithm>
-#include <memory>
 #include <new>
 #include <set>
 #include <span>
@@ -34,7 +32,8 @@ LibusbStack::Identity LibusbStack::configuredIdentity() {
   return {deviceVendorId, deviceProductId};
 }
 
-LibusbStack::LibusbStack(Identity identity) : identity_(identity) {}
+LibusbStack::LibusbStack(Identity identity, std::optional<std::uint32_t> location)
+    : identity_(identity), location_(location) {}
 
 LibusbStack::~LibusbStack() {
   objects_.clear();
@@ -107,19 +106,9 @@ IOObject LibusbStack::keep(std::variant<Iterator, Service> object) {
 }
 
 std::vector<DeviceReference> LibusbStack::matchingDevices() const {
-  libusb_device** list = nullptr;
-  const ssize_t count = libusb_get_device_list(context_, &list);
-  const auto freeList = [](libusb_device** devices) { libusb_free_device_list(devices, 1); };
-  const std::unique_ptr<libusb_device*, decltype(freeList)> owner(list, freeList);
-  std::vector<DeviceReference> devices;
-  for (ssize_t i = 0; i < count; ++i) {
-    libusb_device_descriptor descriptor{};
-    if (libusb_get_device_descriptor(list[i], &descriptor) == LIBUSB_SUCCESS &&
-        descriptor.idVendor == identity_.vendor && descriptor.idProduct == identity_.product)
-      devices.emplace_back(list[i]);
-  }
-  std::stable_sort(devices.begin(), devices.end(),
-                   [](const auto& left, const auto& right) { return standsBefore(left.get(), right.get()); });
+  std::vector<DeviceReference> devices = devicesOf(context_, identity_);
+  if (location_)
+    std::erase_if(devices, [this](const auto& device) { return locationOf(device.get()) != *location_; });
   return devices;
 }
 

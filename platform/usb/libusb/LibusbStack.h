@@ -26,15 +26,15 @@ namespace platform {
 // released must not outlive the stack.
 class LibusbStack final : public UsbStack {
  public:
-  struct Identity {
-    std::uint16_t vendor;
-    std::uint16_t product;
-  };
+  using Identity = UsbIdentity;
   // The identity that the build was configured for.
   static Identity configuredIdentity();
 
   // Opens nothing yet: the library is set up by the first masterPort().
-  explicit LibusbStack(Identity identity = configuredIdentity());
+  // With a location (UsbDevice::getLocationID()), the registry lists what is plugged in there and nothing
+  // else, so that whoever opens the first one opens the one that was chosen.
+  explicit LibusbStack(Identity identity = configuredIdentity(),
+                       std::optional<std::uint32_t> location = std::nullopt);
   ~LibusbStack() override;
   LibusbStack(const LibusbStack&) = delete;
   LibusbStack& operator=(const LibusbStack&) = delete;
@@ -63,6 +63,7 @@ class LibusbStack final : public UsbStack {
   std::vector<DeviceReference> matchingDevices() const;
 
   const Identity identity_;
+  const std::optional<std::uint32_t> location_;
   libusb_context* context_ = nullptr;
   IOObject lastId_ = 0;
   std::map<IOObject, std::variant<Iterator, Service>> objects_;

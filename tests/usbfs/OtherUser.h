@@ -1,0 +1,27 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+// The calling thread of a process of root is somebody without rights while this lives; other threads stay
+// root. In a process of anybody else nothing changes.
+class OtherUser {
+ public:
+  OtherUser() {
+    if (isRoot_) become(nobody);
+  }
+  ~OtherUser() {
+    if (isRoot_) become(0);
+  }
+  OtherUser(const OtherUser&) = delete;
+  OtherUser& operator=(const OtherUser&) = delete;
+
+ private:
+  static constexpr uid_t nobody = 65534;
+
+  // The system's call, not the C library's, which would change every thread.
+  static void become(uid_t user) { EXPECT_EQ(syscall(SYS_setresuid, user, user, 0), 0); }
+
+  const bool isRoot_ = geteuid() == 0;
+};
