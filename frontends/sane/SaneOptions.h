@@ -44,8 +44,8 @@ class SaneOptions {
   // Null where there is no such option.
   const SANE_Option_Descriptor* descriptor(SANE_Int index) const;
 
-  // Writes the value, at most the descriptor's size. INVAL: there is no such option, it has no value (groups),
-  // or it is inactive.
+  // Writes the value, at most the descriptor's size. INVAL: there is no such option, it has no value
+  // (groups), or it is inactive.
   SANE_Status get(SANE_Int index, void* value) const;
 
   // Takes the value, or the legal one next to it, which is written back with SANE_INFO_INEXACT. `info` gets

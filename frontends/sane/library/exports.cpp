@@ -45,6 +45,7 @@ SANE_Status with(SANE_Handle handle, const char* call, Work work) noexcept {
 
 }  // namespace
 
+#pragma GCC visibility push(default)
 extern "C" {
 
 SANE_Status sane_quenvar_init(SANE_Int* versionCode, SANE_Auth_Callback authorize);
@@ -63,8 +64,7 @@ SANE_Status sane_quenvar_set_io_mode(SANE_Handle handle, SANE_Bool nonBlocking);
 SANE_Status sane_quenvar_get_select_fd(SANE_Handle handle, SANE_Int* descriptor);
 
 SANE_Status sane_quenvar_init(SANE_Int* versionCode, SANE_Auth_Callback) {
-  if (versionCode != nullptr)
-    *versionCode = SANE_VERSION_CODE(SANE_CURRENT_MAJOR, SANE_CURRENT_MINOR, build);
+  if (versionCode != nullptr) *versionCode = SANE_VERSION_CODE(SANE_CURRENT_MAJOR, SANE_CURRENT_MINOR, build);
   return guarded([] {
     if (backEnd == nullptr) backEnd = new SaneBackEnd;
     backEnd->debug().line(DebugOutput::calls, "init");
@@ -139,7 +139,9 @@ SANE_Status sane_quenvar_set_io_mode(SANE_Handle handle, SANE_Bool nonBlocking) 
 }
 
 SANE_Status sane_quenvar_get_select_fd(SANE_Handle handle, SANE_Int* descriptor) {
-  return with(handle, "get_select_fd", [&](const SaneHandle& open) { return open.selectDescriptor(descriptor); });
+  return with(handle, "get_select_fd",
+              [&](const SaneHandle& open) { return open.selectDescriptor(descriptor); });
 }
 
 }  // extern "C"
+#pragma GCC visibility pop
