@@ -77,3 +77,9 @@ install(FILES ${PROJECT_BINARY_DIR}/quenvar-q750.pc DESTINATION ${CMAKE_INSTALL_
 
 install(TARGETS q750 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/q750.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+
+# Where udev finds it on Debian if the prefix is /usr. Elsewhere say /etc/udev/hwdb.d. It counts after
+# `systemd-hwdb update`, for what is plugged in from then on.
+set(Q750_UDEV_HWDB_DIR lib/udev/hwdb.d CACHE STRING
+  "Folder of the entry of udev's hardware database, from the prefix or absolute")
+install(FILES ${PROJECT_BINARY_DIR}/udev/20-sane-quenvar.hwdb DESTINATION ${Q750_UDEV_HWDB_DIR} COMPONENT tools)

@@ -52,7 +52,7 @@ IOReturn LibusbDevice::getDeviceProduct(std::uint16_t* product) {
 
 IOReturn LibusbDevice::getLocationID(std::uint32_t* location) {
   if (!isPresent()) return kIOReturnNoDevice;
-  *location = locationOf(device_.get());
+  *location = pathOf(device_.get()).location();
   return kIOReturnSuccess;
 }
 

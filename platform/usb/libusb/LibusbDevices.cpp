@@ -39,7 +39,8 @@ LibusbDevices::List LibusbDevices::attached() const {
   for (const DeviceReference& device : devicesOf(begun, identity_)) {
     std::string node = nodeOf(device.get());
     const Access access = accessTo(node);
-    list.devices.push_back({pathOf(device.get()), locationOf(device.get()), std::move(node), access});
+    const UsbPath path = pathOf(device.get());
+    list.devices.push_back({path.text(), path.location(), std::move(node), access});
   }
   return list;
 }

@@ -1,31 +1,9 @@
 #include "LibusbHandles.h"
 
 #include <algorithm>
-#include <array>
 #include <span>
-#include <tuple>
 
 namespace platform {
-namespace {
-
-// The ports on the way from the root, the nearest one first; 0 behind the last one. USB 3.2, 10.16: no path
-// is longer.
-using PortPath = std::array<std::uint8_t, 7>;
-
-PortPath portPath(libusb_device* device) {
-  PortPath ports{};
-  const int count = libusb_get_port_numbers(device, ports.data(), static_cast<int>(ports.size()));
-  // The library counts from the other end and leaves what it moved.
-  std::fill(ports.begin() + std::max(count, 0), ports.end(), std::uint8_t{0});
-  return ports;
-}
-
-bool standsBefore(libusb_device* left, libusb_device* right) {
-  return std::tuple(libusb_get_bus_number(left), portPath(left)) <
-         std::tuple(libusb_get_bus_number(right), portPath(right));
-}
-
-}  // namespace
 
 // The cheapest question that the system answers for a device that is there, whatever the device does.
 bool isConnected(libusb_device_handle* handle) {
@@ -51,24 +29,11 @@ const libusb_interface_descriptor* interfaceDescriptor(const libusb_config_descr
   return nullptr;
 }
 
-std::uint32_t locationOf(libusb_device* device) {
-  std::uint32_t location = std::uint32_t{libusb_get_bus_number(device)} << 24;
-  int shift = 20;
-  const PortPath ports = portPath(device);
-  for (const std::uint8_t port : std::span(ports).first<6>()) {
-    location |= std::min<std::uint32_t>(port, 15) << shift;
-    shift -= 4;
-  }
-  return location;
-}
-
-std::string pathOf(libusb_device* device) {
-  const PortPath ports = portPath(device);
-  std::string path = std::to_string(libusb_get_bus_number(device)) + "-" + std::to_string(ports[0]);
-  for (const std::uint8_t port : std::span(ports).subspan<1>()) {
-    if (port == 0) break;
-    path += "." + std::to_string(port);
-  }
+UsbPath pathOf(libusb_device* device) {
+  UsbPath path{libusb_get_bus_number(device), {}};
+  const int count = libusb_get_port_numbers(device, path.ports.data(), static_cast<int>(path.ports.size()));
+  // The library counts from the other end and leaves what it moved.
+  std::fill(path.ports.begin() + std::max(count, 0), path.ports.end(), std::uint8_t{0});
   return path;
 }
 
@@ -84,8 +49,9 @@ std::vector<DeviceReference> devicesOf(libusb_context* context, UsbIdentity iden
         descriptor.idVendor == identity.vendor && descriptor.idProduct == identity.product)
       devices.emplace_back(list[i]);
   }
-  std::stable_sort(devices.begin(), devices.end(),
-                   [](const auto& left, const auto& right) { return standsBefore(left.get(), right.get()); });
+  std::stable_sort(devices.begin(), devices.end(), [](const auto& left, const auto& right) {
+    return pathOf(left.get()) < pathOf(right.get());
+  });
   return devices;
 }
 

@@ -4,9 +4,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <string>
 #include <utility>
 #include <vector>
+
+#include "UsbPath.h"
 
 namespace platform {
 
@@ -49,13 +50,8 @@ Configuration activeConfiguration(libusb_device* device);
 const libusb_interface_descriptor* interfaceDescriptor(const libusb_config_descriptor& configuration,
                                                        std::uint8_t interface, std::uint8_t alternateSetting);
 
-// Where a device is plugged in, the same after a replug: the bus in the highest byte, below it four bits for
-// each port on the way from the root, the nearest one first. A port above 15 counts as 15.
-std::uint32_t locationOf(libusb_device* device);
-
-// The same in full and for people, as the system itself writes it: "1-2.3" is port 3 of what is plugged into
-// port 2 of bus 1.
-std::string pathOf(libusb_device* device);
+// Where a device is plugged in.
+UsbPath pathOf(libusb_device* device);
 
 // What a device tells of itself.
 struct UsbIdentity {

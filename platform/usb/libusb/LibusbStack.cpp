@@ -108,7 +108,8 @@ IOObject LibusbStack::keep(std::variant<Iterator, Service> object) {
 std::vector<DeviceReference> LibusbStack::matchingDevices() const {
   std::vector<DeviceReference> devices = devicesOf(context_, identity_);
   if (location_)
-    std::erase_if(devices, [this](const auto& device) { return locationOf(device.get()) != *location_; });
+    std::erase_if(devices,
+                  [this](const auto& device) { return pathOf(device.get()).location() != *location_; });
   return devices;
 }
 

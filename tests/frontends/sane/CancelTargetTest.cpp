@@ -1,11 +1,11 @@
-#include "CancelTarget.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <csignal>
 #include <memory>
 #include <thread>
+
+#include "CancelTarget.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "DebugOutput.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+
+#include "DebugOutput.h"
 
 namespace {
 

@@ -1,8 +1,7 @@
-#include "Millimetres.h"
-
 #include <gtest/gtest.h>
 
 #include "Bed.h"
+#include "Millimetres.h"
 
 namespace {
 

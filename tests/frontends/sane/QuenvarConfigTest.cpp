@@ -1,7 +1,7 @@
-#include "QuenvarConfig.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "QuenvarConfig.h"
 
 namespace {
 

@@ -1,5 +1,3 @@
-#include "SaneOptions.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -7,6 +5,8 @@
 #include <regex>
 #include <string>
 #include <vector>
+
+#include "SaneOptions.h"
 
 namespace {
 
@@ -217,7 +217,8 @@ TEST_F(SaneOptionsOf, AScannerKnowTheirModesWhateverTheCase) {
 }
 
 TEST_F(SaneOptionsOf, AScannerReadNoStringPastItsSize) {
-  const std::vector<char> unended = {'L', 'i', 'n', 'e', 'a', 'r', 't', 's'};  // as long as the option, no end
+  const std::vector<char> unended = {'L', 'i', 'n', 'e',
+                                     'a', 'r', 't', 's'};  // as long as the option, no end
   ASSERT_EQ(options.descriptor(Index::mode)->size, static_cast<SANE_Int>(unended.size()));
   EXPECT_EQ(options.set(Index::mode, const_cast<char*>(unended.data()), nullptr), SANE_STATUS_INVAL);
 }

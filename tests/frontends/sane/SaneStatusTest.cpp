@@ -1,6 +1,6 @@
-#include "SaneStatus.h"
-
 #include <gtest/gtest.h>
+
+#include "SaneStatus.h"
 
 namespace {
 

@@ -1,0 +1,59 @@
+#include "ScannerList.h"
+
+#include "LibusbDevices.h"
+#include "UsbPath.h"
+
+namespace frontend {
+namespace {
+
+using Access = platform::LibusbDevices::Access;
+
+constexpr std::string_view virtualName = "virtual";
+constexpr std::string_view usbName = "usb";
+constexpr std::string_view usbPrefix = "usb:";
+
+std::string hintFor(const platform::LibusbDevices::Device& device) {
+  switch (device.access) {
+    case Access::granted:
+      return "";
+    case Access::denied:
+      return "You may not use " + device.node +
+             ". If the scanner's udev rule is not installed yet, install the package of its driver and plug "
+             "the scanner in again; if it is, join the group scanner and log in again.";
+    case Access::noNode:
+      return device.node +
+             " does not exist for this program, which seems to run in a container or a sandbox: give that "
+             "access to USB devices.";
+  }
+  return "";
+}
+
+ScannerEntry entryNamed(std::string name) {
+  return {std::move(name), "Quenvar", "Q750", "flatbed scanner", false, true, ""};
+}
+
+}  // namespace
+
+std::vector<ScannerEntry> listScanners(bool withVirtual, std::string* failure) {
+  std::vector<ScannerEntry> scanners;
+  platform::LibusbDevices::List real = platform::LibusbDevices().attached();
+  for (const auto& device : real.devices) {
+    ScannerEntry& entry = scanners.emplace_back(entryNamed(std::string(usbPrefix) + device.path));
+    entry.accessible = device.access == Access::granted;
+    entry.hint = hintFor(device);
+  }
+  if (failure != nullptr) *failure = std::move(real.failure);
+  if (withVirtual) scanners.emplace_back(entryNamed(std::string(virtualName))).isVirtual = true;
+  return scanners;
+}
+
+std::optional<ScannerName> parseScannerName(std::string_view name) {
+  if (name == virtualName) return ScannerName{true, std::nullopt};
+  if (name == usbName) return ScannerName{false, std::nullopt};
+  if (!name.starts_with(usbPrefix)) return std::nullopt;
+  const auto path = platform::UsbPath::parse(name.substr(usbPrefix.size()));
+  if (!path) return std::nullopt;
+  return ScannerName{false, path->location()};
+}
+
+}  // namespace frontend

@@ -1,0 +1,136 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "DeviceIdentity.h"
+#include "OtherUser.h"
+#include "ScannerList.h"
+#include "UsbfsHost.h"
+
+namespace {
+
+using namespace frontend;
+using platform::deviceProductId;
+using platform::deviceVendorId;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ScannerList : public UsbfsHost {
+ protected:
+  static std::vector<std::string> names(bool withVirtual = false) {
+    std::vector<std::string> names;
+    for (const ScannerEntry& entry : listScanners(withVirtual)) names.push_back(entry.name);
+    return names;
+  }
+  static ScannerEntry first() {
+    const auto scanners = listScanners(false);
+    EXPECT_FALSE(scanners.empty());
+    return scanners.empty() ? ScannerEntry{} : scanners.front();
+  }
+};
+
+TEST_F(ScannerList, TellsWhatPeopleWantToKnow) {
+  plugIn();
+  std::string failure = "of before";
+  const auto scanners = listScanners(true, &failure);
+  EXPECT_EQ(failure, "");
+  ASSERT_EQ(scanners.size(), 2U);
+  for (const ScannerEntry& entry : scanners) {
+    EXPECT_EQ(entry.vendor, "Quenvar");
+    EXPECT_EQ(entry.model, "Q750");
+    EXPECT_EQ(entry.type, "flatbed scanner");
+    EXPECT_TRUE(entry.accessible);
+    EXPECT_EQ(entry.hint, "");
+  }
+  EXPECT_EQ(scanners[0].name, "usb:1-1");
+  EXPECT_FALSE(scanners[0].isVirtual);
+  EXPECT_EQ(scanners[1].name, "virtual");
+  EXPECT_TRUE(scanners[1].isVirtual);
+}
+
+TEST_F(ScannerList, HasTheRealOnesFirstByBusAndPort) {
+  plugIn();
+  usbfs_->addNeighbour(1, "2", 0x1234, 0x5678);  // a hub
+  for (const auto& [bus, ports] : {std::pair{2, "1"}, {1, "12"}, {1, "2.10"}, {1, "2.4"}})
+    usbfs_->addNeighbour(bus, ports, deviceVendorId, deviceProductId);
+  EXPECT_THAT(names(true),
+              ElementsAre("usb:1-1", "usb:1-2.4", "usb:1-2.10", "usb:1-12", "usb:2-1", "virtual"));
+}
+
+TEST_F(ScannerList, IsAsNewAsTheQuestion) {
+  plugIn();
+  usbfs_->unplug();
+  EXPECT_THAT(names(), IsEmpty());
+  EXPECT_THAT(names(true), ElementsAre("virtual"));
+  usbfs_->plugIn();
+  EXPECT_THAT(names(), ElementsAre("usb:1-1")) << "the name of before";
+}
+
+TEST_F(ScannerList, LeavesTheScannersInPeace) {
+  plugIn();
+  listScanners(true);
+  EXPECT_EQ(usbfs_->statistics().calls, 0U);
+}
+
+TEST_F(ScannerList, SaysWhatToDoWhereAccessIsDenied) {
+  plugIn({.forbidden = true});
+  const OtherUser nobody;
+  EXPECT_FALSE(first().accessible);
+  EXPECT_EQ(first().hint,
+            "You may not use /dev/bus/usb/001/002. If the scanner's udev rule is not installed yet, install "
+            "the package of its driver and plug the scanner in again; if it is, join the group scanner and "
+            "log in again.");
+}
+
+TEST_F(ScannerList, SaysWhatToDoInAContainer) {
+  plugIn();
+  usbfs_->hideNode();
+  EXPECT_FALSE(first().accessible);
+  EXPECT_EQ(first().hint,
+            "/dev/bus/usb/001/002 does not exist for this program, which seems to run in a container or a "
+            "sandbox: give that access to USB devices.");
+}
+
+// Its network of news cannot be set up by somebody who may write nowhere below the emulation.
+TEST_F(ScannerList, TellsWhyThereIsNoUsbAtAll) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
+  plugIn();
+  const OtherUser nobody;
+  std::string failure;
+  EXPECT_THAT(listScanners(true, &failure), testing::SizeIs(1)) << "the virtual one";
+  EXPECT_EQ(failure, "USB cannot be used: Other error");
+  EXPECT_THAT(listScanners(false), IsEmpty());
+}
+
+TEST_F(ScannerList, NamesLeadToTheScannersThatTheyName) {
+  plugIn();
+  usbfs_->addNeighbour(1, "2", deviceVendorId, deviceProductId);
+  for (const std::string& name : names()) {
+    platform::LibusbStack stack(platform::LibusbStack::configuredIdentity(),
+                                parseScannerName(name)->location);
+    EXPECT_EQ(StackUser(stack).count(platform::ServiceKind::usbDevice), 1) << name;
+  }
+  platform::LibusbStack any(platform::LibusbStack::configuredIdentity(), parseScannerName("usb")->location);
+  EXPECT_EQ(StackUser(any).count(platform::ServiceKind::usbDevice), 2);
+}
+
+TEST(ScannerNames, SayWhichScannerIsMeant) {
+  EXPECT_EQ(parseScannerName("virtual"), (ScannerName{true, std::nullopt}));
+  EXPECT_EQ(parseScannerName("usb"), (ScannerName{false, std::nullopt}));
+  EXPECT_EQ(parseScannerName("usb:1-2.3"), (ScannerName{false, 0x01230000}));
+  EXPECT_EQ(parseScannerName("usb:3-9.8.7.6.5.4.3"), (ScannerName{false, 0x03987654}));
+}
+
+TEST(ScannerNames, AreNothingElse) {
+  for (const char* name : {"", "Virtual", "virtual ", "virtual:1", "usb:", "usb:virtual", "usb1-2", "USB:1-2",
+                           "usb: 1-2", "usb:1-2.3:1.0", "usb:1", "libusb:001:002", "q750"})
+    EXPECT_EQ(parseScannerName(name), std::nullopt) << name;
+}
+
+// Hubs of today have at most 15 ports, and a system as many buses as fit a byte.
+TEST(ScannerNames, StayBelow32Characters) {
+  const std::string longest = "usb:255-15.15.15.15.15.15.15";
+  EXPECT_TRUE(parseScannerName(longest));
+  EXPECT_LT(longest.size(), 32U);
+}
+
+}  // namespace
