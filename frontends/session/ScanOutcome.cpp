@@ -27,6 +27,12 @@ std::string hexadecimal(platform::IOReturn status) {
   return text;
 }
 
+// "637 x 876 pixels, colour".
+std::string inWords(const PictureLayout& layout) {
+  const char* kind = layout.channels == 3 ? "colour" : layout.bitsPerChannel == 1 ? "lineart" : "grey";
+  return std::to_string(layout.width) + " x " + std::to_string(layout.height) + " pixels, " + kind;
+}
+
 }  // namespace
 
 namespace outcome {
@@ -71,9 +77,11 @@ ScanOutcome noAnswer(std::string_view request) {
           "The scanner does not answer (request \"" + std::string(request) + "\")." + powerCycle};
 }
 
-ScanOutcome silent(std::uint64_t seconds) {
+ScanOutcome silent(std::uint64_t milliseconds) {
+  const std::uint64_t seconds = (milliseconds + 999) / 1000;
   return {ScanStatus::timedOut, "The scanner took the job and then sent nothing for " +
-                                    std::to_string(seconds) + " seconds." + powerCycle};
+                                    std::to_string(seconds) + (seconds == 1 ? " second." : " seconds.") +
+                                    powerCycle};
 }
 
 ScanOutcome refused(std::string_view reason) {
@@ -106,6 +114,11 @@ ScanOutcome incompletePicture(std::uint64_t rows, std::uint64_t ofRows) {
                                    std::to_string(ofRows) + " rows arrived." + scanAgain};
 }
 
+ScanOutcome otherPicture(const PictureLayout& sent, const PictureLayout& expected) {
+  return {ScanStatus::badData, "The scanner sends another picture (" + inWords(sent) + ") than it was asked for (" +
+                                   inWords(expected) + ")." + scanAgain};
+}
+
 ScanOutcome transferFailed(platform::IOReturn status) {
   const std::string stalled = status == platform::kIOUSBPipeStalled ? ", the pipe stalled" : "";
   return {ScanStatus::ioError, "A transfer from or to the scanner failed (USB status " + hexadecimal(status) +
@@ -118,6 +131,26 @@ ScanOutcome noMemory() {
           "There is not enough memory for the picture. Close other programs, or scan a smaller area or at a "
           "lower "
           "resolution."};
+}
+
+ScanOutcome workerMissing(std::string_view path, std::string_view why) {
+  return {ScanStatus::ioError, "The program that scans could not be started (" +
+                                   (path.empty() ? "q750-worker" : std::string(path)) + ": " +
+                                   std::string(why) + "). Install this software again."};
+}
+
+ScanOutcome workerDied(std::string_view how) {
+  return {ScanStatus::ioError, "The program that scans ended before it was done: " + std::string(how) +
+                                   ". Scan again; if it happens again, please report it."};
+}
+
+ScanOutcome workerGarbled() {
+  return {ScanStatus::ioError,
+          "The parts of this software do not understand each other. Install all of it again, in one version."};
+}
+
+ScanOutcome wrongRequest(std::string_view why) {
+  return {ScanStatus::noDevice, std::string(why)};
 }
 
 }  // namespace outcome

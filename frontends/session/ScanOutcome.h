@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "IOReturn.h"
+#include "PictureLayout.h"
 
 namespace frontend {
 
@@ -41,8 +42,8 @@ ScanOutcome busy();
 ScanOutcome accessDenied();
 // The scanner did not answer the request named `request` ("create").
 ScanOutcome noAnswer(std::string_view request);
-// No byte of the picture came during `seconds`.
-ScanOutcome silent(std::uint64_t seconds);
+// No byte of the picture came during `milliseconds`, its begin included.
+ScanOutcome silent(std::uint64_t milliseconds);
 // `reason` is what the device said, of any length and content, or empty.
 ScanOutcome refused(std::string_view reason);
 ScanOutcome unreadableAnswer(std::string_view request);
@@ -51,8 +52,18 @@ ScanOutcome noPicture();
 // `why` says what is wrong with the header, as a clause ("it has no size").
 ScanOutcome unreadablePicture(std::string_view why);
 ScanOutcome incompletePicture(std::uint64_t rows, std::uint64_t ofRows);
+// The header tells another size or colour than was asked for.
+ScanOutcome otherPicture(const PictureLayout& sent, const PictureLayout& expected);
 ScanOutcome transferFailed(platform::IOReturn status);
 ScanOutcome noMemory();
+// The program that scans could not be started; `why` is what the system says.
+ScanOutcome workerMissing(std::string_view path, std::string_view why);
+// It ended before it said how the scan went. `how` is a clause ("signal 11 ended it").
+ScanOutcome workerDied(std::string_view how);
+// What it says cannot be understood: it belongs to another version, or is broken.
+ScanOutcome workerGarbled();
+// `name` is no scanner's name, or an option of the virtual scanner is wrong; `why` is a sentence.
+ScanOutcome wrongRequest(std::string_view why);
 
 }  // namespace outcome
 

@@ -10,6 +10,17 @@ namespace {
 
 constexpr std::uint32_t emptyReadsLimit = 1000;
 constexpr std::uint64_t longestStream = 2 * PictureHeader::largestRaster;
+// The data read that fails as the so-manieth in a row before the picture, otherwise than by silence, ends the
+// job: the library would read for ever.
+constexpr std::uint32_t failedReadsLimit = 4;
+// A read of the data pipe waits no longer at a time. A scanner whose last transfer fills its last packet ends
+// it in no way that can be seen but by silence.
+constexpr std::uint32_t dataWaitMs = 250;
+// A scanner that sent every row and then nothing for so long has no more to send, though it did not say so.
+constexpr std::uint32_t quietEndMs = 1000;
+// What the calls after the picture may take together: nobody waits for them, and the process is to go.
+constexpr std::chrono::milliseconds lastCallsTime(1600);
+constexpr std::uint32_t shortestWaitMs = 50;
 
 bool isTimeOut(platform::IOReturn status) {
   return status == platform::kIOUSBTransactionTimeout || status == platform::kIOReturnTimeout;
@@ -23,9 +34,8 @@ std::string methodOf(const void* packet, std::uint32_t size) {
 
 }  // namespace
 
-JobWatch::JobWatch(const CancelFlag* cancel, std::uint64_t expectedRaster, ProgressReader progress,
-                   WatchLimits limits)
-    : cancel_(cancel), expectedRaster_(expectedRaster), progress_(std::move(progress)), limits_(limits) {}
+JobWatch::JobWatch(const CancelFlag* cancel, WatchLimits limits, PictureListener* picture)
+    : cancel_(cancel), limits_(limits), picture_(picture) {}
 
 bool JobWatch::mayGoOn() {
   // Once the picture is in, the last two calls go through: they leave the scanner ready for the next job.
@@ -39,8 +49,34 @@ void JobWatch::endJob(ScanOutcome outcome) {
 }
 
 bool JobWatch::mayRead(std::uint8_t pipe) {
-  if (pipe != 0 && pipe == pipes_.data && phase_ == Phase::calls) beginPicture();
+  const bool data = pipe != 0 && pipe == pipes_.data;
+  if (data && phase_ == Phase::calls) beginPicture();
+  // The library goes on reading for ever where no picture came.
+  if (data && jobEnded_ && !imagePacketCame_) endJob(outcome::noPicture());
   return mayGoOn();
+}
+
+bool JobWatch::isExhausted(std::uint8_t pipe) {
+  if (pipe == 0 || pipe != pipes_.data || phase_ != Phase::picture || !jobEnded_) return false;
+  endPicture();
+  return true;
+}
+
+std::uint32_t JobWatch::waitFor(std::uint8_t pipe, std::uint32_t noDataTimeoutMs) const {
+  std::uint32_t left = limits_.patienceMs - std::min(limits_.patienceMs, silentMs_);
+  if (pipe != 0 && pipe == pipes_.data) left = std::min(left, dataWaitMs);
+  if (phase_ == Phase::afterwards) {
+    const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(lastCallsEnd_ - Clock::now());
+    left = std::min(left, static_cast<std::uint32_t>(std::max<std::int64_t>(time.count(), shortestWaitMs)));
+  }
+  left = std::max<std::uint32_t>(left, 1);
+  return noDataTimeoutMs == 0 ? left : std::min(left, noDataTimeoutMs);
+}
+
+// A read that is cut off after it moved bytes succeeds with them: a slow picture loses nothing.
+std::uint32_t JobWatch::completionFor(std::uint8_t pipe, std::uint32_t completionTimeoutMs) const {
+  const std::uint32_t most = phase_ == Phase::afterwards ? waitFor(pipe, 0) : limits_.patienceMs;
+  return completionTimeoutMs == 0 ? most : std::min(most, completionTimeoutMs);
 }
 
 void JobWatch::beginPicture() {
@@ -48,10 +84,23 @@ void JobWatch::beginPicture() {
   // The library drops image packets that came inside the answers so far.
   header_ = {};
   imagePacketCame_ = false;
+  jobEnded_ = false;
   arrived_ = whole_ = 0;
+  silentMs_ = 0;
+}
+
+void JobWatch::endPicture() {
+  phase_ = Phase::afterwards;
+  lastCallsEnd_ = Clock::now() + lastCallsTime;
+  silentMs_ = 0;
+}
+
+bool JobWatch::isWhole() const {
+  return header_.state() == PictureHeader::State::complete && whole_ >= header_.rasterBytes();
 }
 
 bool JobWatch::mayWrite(std::uint8_t pipe, const void* bytes, std::uint32_t size) {
+  if (pipe != 0 && pipe == pipes_.out) silentMs_ = 0;
   if (pipe == 0 || pipe != pipes_.out || phase_ != Phase::calls) return mayGoOn();
   // The library would go on and take the answer that is still to come for that of the next call.
   if (!answered_)
@@ -63,6 +112,7 @@ bool JobWatch::mayWrite(std::uint8_t pipe, const void* bytes, std::uint32_t size
 
 platform::IOReturn JobWatch::judgeWrite(std::uint8_t pipe, platform::IOReturn status) {
   if (status == platform::kIOReturnSuccess || pipe != pipes_.out || phase_ != Phase::calls) return status;
+  if (!mayGoOn()) return platform::kIOReturnNoDevice;
   judgeFailedAnswer(status);
   if (isTimeOut(status)) endJob(outcome::noAnswer(request_));
   return status;
@@ -75,20 +125,37 @@ bool JobWatch::answerIsCut(std::uint8_t pipe) const {
 platform::IOReturn JobWatch::judgeRead(std::uint8_t pipe, platform::IOReturn status, const void* bytes,
                                        std::uint32_t size, std::uint32_t waitedMs) {
   const bool data = pipe == pipes_.data;
+  readAgain_ = false;
   if (pipe == 0 || (!data && pipe != pipes_.reply)) return status;
-  if (status != platform::kIOReturnSuccess) {
-    if (data) return judgeFailedDataRead(status, waitedMs);
-    if (phase_ == Phase::calls) judgeFailedAnswer(status);
-    return status;
-  }
+  if (status != platform::kIOReturnSuccess) return judgeFailedRead(data, status, waitedMs);
+  if (size > 0) silentMs_ = 0;
   unreadableMessage_ = false;
   const bool garbled = !cutter_.feed(static_cast<const std::uint8_t*>(bytes), size);
   if (garbled && phase_ != Phase::afterwards) endJob(outcome::garbledStream());
   if (data) judgeDataRead(size);
+  const bool over = jobEnded_ || phase_ == Phase::afterwards;
+  if (picture_ != nullptr && over && isWhole() && !ended_ && !std::exchange(toldWhole_, true))
+    picture_->isWhole();
   if (ended_) return platform::kIOReturnNoDevice;
   // The picture is in by now: what comes with the last answers is kept from the library and does no harm.
   if (garbled || unreadableMessage_) return platform::kIOReturnIOError;
   return status;
+}
+
+platform::IOReturn JobWatch::judgeFailedRead(bool data, platform::IOReturn status, std::uint32_t waitedMs) {
+  if (!mayGoOn()) return platform::kIOReturnNoDevice;
+  if (isTimeOut(status)) judgeSilence(data, waitedMs);
+  if (readAgain_) return status;
+  if (data) return judgeFailedDataRead(status);
+  if (phase_ == Phase::calls) judgeFailedAnswer(status);
+  return status;
+}
+
+void JobWatch::judgeSilence(bool data, std::uint32_t waitedMs) {
+  silentMs_ += waitedMs;
+  if (phase_ == Phase::afterwards) return;
+  const bool over = data && isWhole() && silentMs_ >= quietEndMs;
+  readAgain_ = !over && silentMs_ < limits_.patienceMs;
 }
 
 // A time-out alone does not end the job here: the scanner may begin to send all the same.
@@ -100,15 +167,16 @@ void JobWatch::judgeFailedAnswer(platform::IOReturn status) {
   }
 }
 
-platform::IOReturn JobWatch::judgeFailedDataRead(platform::IOReturn status, std::uint32_t waitedMs) {
+platform::IOReturn JobWatch::judgeFailedDataRead(platform::IOReturn status) {
   lastFailure_ = status;
   if (status == platform::kIOReturnNoDevice) {
     endJob(outcome::wentAway());
+  } else if (isTimeOut(status) && !isWhole()) {
+    endJob(outcome::silent(silentMs_));
   } else if (imagePacketCame_) {
-    phase_ = Phase::afterwards;
-  } else {
-    if (isTimeOut(status)) silentMs_ += waitedMs;
-    if (++failedReads_ >= limits_.failedReadsBeforePicture) endJob(incomplete());
+    if (phase_ == Phase::picture) endPicture();
+  } else if (++failedReads_ >= failedReadsLimit) {
+    endJob(incomplete());
   }
   return ended_ ? platform::kIOReturnNoDevice : status;
 }
@@ -118,7 +186,6 @@ void JobWatch::judgeDataRead(std::uint32_t size) {
   emptyReads_ = size == 0 ? emptyReads_ + 1 : 0;
   if (size > 0) failedReads_ = 0;
   if (emptyReads_ > emptyReadsLimit || streamBytes_ > longestStream) endJob(outcome::garbledStream());
-  if (!ended_) reportProgress();
 }
 
 void JobWatch::control(std::string_view message) {
@@ -138,11 +205,23 @@ void JobWatch::control(std::string_view message) {
 }
 
 void JobWatch::imageBytes(const std::uint8_t* bytes, std::size_t count) {
+  const bool begun = header_.state() == PictureHeader::State::complete;
   const std::size_t headerPart = header_.feed(bytes, count);
+  const bool library = phase_ != Phase::calls;  // whether the library takes these bytes
   if (header_.state() == PictureHeader::State::wrong && phase_ == Phase::picture) {
     endJob(outcome::unreadablePicture(header_.complaint()));
   }
+  if (header_.state() == PictureHeader::State::complete && library && picture_ != nullptr && !ended_) {
+    if (const auto refusal = begun ? std::nullopt : picture_->begins(header_)) endJob(*refusal);
+    showRaster(bytes + headerPart, count - headerPart);
+  }
   arrived_ += count - headerPart;
+}
+
+void JobWatch::showRaster(const std::uint8_t* bytes, std::size_t count) {
+  const std::uint64_t room = header_.rasterBytes() - std::min(header_.rasterBytes(), arrived_);
+  const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(count, room));
+  if (wanted > 0 && !ended_ && !picture_->raster(bytes, wanted)) endJob(outcome::cancelled());
 }
 
 void JobWatch::imagePacketEnds() {
@@ -150,13 +229,8 @@ void JobWatch::imagePacketEnds() {
   whole_ = arrived_;
 }
 
-void JobWatch::reportProgress() {
-  const bool known = header_.state() == PictureHeader::State::complete;
-  const std::uint64_t total = known ? header_.rasterBytes() : expectedRaster_;
-  const std::uint64_t bytes = std::min(arrived_, total);
-  if (bytes <= reported_ || !progress_) return;
-  reported_ = bytes;
-  progress_({bytes, total});
+void JobWatch::jobEnds() {
+  if (phase_ == Phase::picture) jobEnded_ = true;
 }
 
 ScanOutcome JobWatch::incomplete() const {
@@ -164,7 +238,7 @@ ScanOutcome JobWatch::incomplete() const {
   if (lastFailure_ != platform::kIOReturnSuccess && !isTimeOut(lastFailure_)) {
     return outcome::transferFailed(lastFailure_);
   }
-  if (!begun) return phase_ == Phase::picture ? outcome::silent(silentMs_ / 1000) : outcome::noPicture();
+  if (!begun) return outcome::noPicture();
   const std::uint64_t rows = std::min<std::uint64_t>(arrived_ / header_.rowBytes(), header_.height() - 1);
   return outcome::incompletePicture(rows, header_.height());
 }
@@ -172,9 +246,7 @@ ScanOutcome JobWatch::incomplete() const {
 ScanOutcome JobWatch::verdict() const {
   if (ended_) return *ended_;
   if (cancel_ != nullptr && cancel_->requested()) return outcome::cancelled();
-  const bool known = header_.state() == PictureHeader::State::complete;
-  if (!known || whole_ < header_.rasterBytes()) return incomplete();
-  return outcome::good();
+  return isWhole() ? outcome::good() : incomplete();
 }
 
 }  // namespace frontend

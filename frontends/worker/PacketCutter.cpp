@@ -51,6 +51,8 @@ void PacketCutter::endPacket() {
     message_.clear();
   } else if (type == packetformat::imageData) {
     listener_.imagePacketEnds();
+  } else if (type == packetformat::endImageJob) {
+    listener_.jobEnds();
   }
 }
 

@@ -24,6 +24,8 @@ class PacketCutter {
     virtual void imageBytes(const std::uint8_t* bytes, std::size_t count) = 0;
     // The image packet whose bytes came is whole: only now does the library's parser hand it on.
     virtual void imagePacketEnds() = 0;
+    // The packet that ends an image job came.
+    virtual void jobEnds() = 0;
 
    protected:
     ~Listener() = default;

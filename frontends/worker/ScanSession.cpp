@@ -1,7 +1,6 @@
 #include "ScanSession.h"
 
 #include <new>
-#include <utility>
 
 #include "CScannerDriver.h"
 #include "LibraryArea.h"
@@ -26,9 +25,9 @@ constexpr std::int32_t notKept = 1;
 }  // namespace
 
 struct ScanSession::Supervision {
-  Supervision(platform::UsbStack& inner, const ScanSettings& settings, SessionHooks hooks)
-      : watch(hooks.cancel, settings.rasterBytes(), std::move(hooks.progress), hooks.limits),
-        stack(inner, watch),
+  Supervision(platform::UsbStack& inner, const SessionHooks& hooks)
+      : watch(hooks.cancel, hooks.limits, hooks.picture),
+        stack(inner, watch, hooks.transfers),
         stackBefore(&platform::usbStack()) {
     platform::useUsbStack(&stack);
     platform::useLogSink(hooks.log != nullptr ? hooks.log : &quiet);
@@ -46,8 +45,8 @@ struct ScanSession::Supervision {
   platform::UsbStack* stackBefore;
 };
 
-ScanSession::ScanSession(platform::UsbStack& stack, const ScanSettings& settings, SessionHooks hooks)
-    : settings_(settings), supervision_(std::make_unique<Supervision>(stack, settings, std::move(hooks))) {}
+ScanSession::ScanSession(platform::UsbStack& stack, const ScanSettings& settings, const SessionHooks& hooks)
+    : settings_(settings), supervision_(std::make_unique<Supervision>(stack, hooks)) {}
 
 // The interface never frees the driver object behind the handle: it stays with the process.
 ScanSession::~ScanSession() {

@@ -9,18 +9,20 @@
 #include "Raster.h"
 #include "ScanOutcome.h"
 #include "ScanSettings.h"
+#include "TransferObserver.h"
 #include "UsbStack.h"
 
 class CScannerDriver;
 
 namespace frontend {
 
-// What a front end wants to see and say while a scan runs. All of it may be left out; what is referred to
-// outlives the session.
+// What whoever runs a session wants to see and say while it runs. All of it may be left out; what is referred
+// to outlives the session.
 struct SessionHooks {
-  ProgressReader progress;             // on the scanning thread, about every 100 KB; must not throw
-  const CancelFlag* cancel = nullptr;  // looked at before every transfer
-  platform::LogSink* log = nullptr;    // gets the library's log lines; null drops them unread
+  PictureListener* picture = nullptr;     // gets the rows while they arrive
+  TransferObserver* transfers = nullptr;  // is told of every transfer
+  const CancelFlag* cancel = nullptr;     // looked at before every transfer
+  platform::LogSink* log = nullptr;       // gets the library's log lines; null drops them unread
   WatchLimits limits;
 };
 
@@ -33,7 +35,7 @@ struct SessionHooks {
 class ScanSession {
  public:
   // `stack` stays the caller's and outlives the session. The settings must be such as ScanSettings.h says.
-  ScanSession(platform::UsbStack& stack, const ScanSettings& settings, SessionHooks hooks);
+  ScanSession(platform::UsbStack& stack, const ScanSettings& settings, const SessionHooks& hooks);
   // Closes the scanner, whatever state it is in, and brings stack and sink back.
   ~ScanSession();
   ScanSession(const ScanSession&) = delete;

@@ -1,0 +1,198 @@
+#include "WorkerMessages.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <limits>
+#include <utility>
+
+#include "Bed.h"
+
+namespace frontend {
+namespace {
+
+constexpr std::string_view opening = "q750-worker 1\n";
+constexpr std::string_view requestKind = "request\n";
+constexpr std::string_view layoutKind = "layout\n";
+constexpr std::string_view outcomeKind = "outcome\n";
+constexpr std::size_t mostFaults = 100;
+constexpr auto highestStatus = static_cast<std::uint64_t>(ScanStatus::noMemory);
+
+class Writer {
+ public:
+  explicit Writer(std::string_view kind) : text_(std::string(opening) + std::string(kind)) {}
+  Writer& field(std::string_view name, std::string_view value) {
+    text_.append(name).append(" ").append(std::to_string(value.size())).append(":");
+    text_.append(value).append("\n");
+    return *this;
+  }
+  Writer& number(std::string_view name, std::uint64_t value) { return field(name, std::to_string(value)); }
+  std::string take() { return std::move(text_); }
+
+ private:
+  std::string text_;
+};
+
+// Reads fields in the order in which they were written. The first that is not as it must be makes all that
+// follow worthless, and ended() false.
+class Reader {
+ public:
+  Reader(std::string_view message, std::string_view kind) : rest_(message) {
+    skip(opening);
+    skip(kind);
+  }
+
+  std::string_view field(std::string_view name) {
+    skip(name);
+    skip(" ");
+    const std::uint64_t length = decimal(largestWorkerMessage);
+    skip(":");
+    if (failed_ || length > rest_.size()) return fail();
+    const std::string_view value = rest_.substr(0, length);
+    rest_.remove_prefix(length);
+    skip("\n");
+    return failed_ ? std::string_view() : value;
+  }
+  template <typename Number>
+  Number number(std::string_view name, std::uint64_t most = std::numeric_limits<Number>::max()) {
+    Reader value(field(name));
+    const std::uint64_t result = value.decimal(most);
+    if (!value.ended()) fail();
+    return static_cast<Number>(failed_ ? 0 : result);
+  }
+  bool flag(std::string_view name) { return number<std::uint32_t>(name, 1) == 1; }
+  bool ended() const { return !failed_ && rest_.empty(); }
+  bool failed() const { return failed_; }
+
+ private:
+  explicit Reader(std::string_view value) : rest_(value) {}
+
+  std::string_view fail() {
+    failed_ = true;
+    return {};
+  }
+  void skip(std::string_view expected) {
+    if (!rest_.starts_with(expected)) return void(fail());
+    rest_.remove_prefix(expected.size());
+  }
+  // Decimal digits as this file writes them: no sign, no leading zero.
+  std::uint64_t decimal(std::uint64_t most) {
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(rest_.data(), rest_.data() + rest_.size(), value);
+    const auto length = static_cast<std::size_t>(end - rest_.data());
+    const bool plain = length == 1 || (length > 1 && rest_[0] != '0');
+    if (error != std::errc() || !plain || value > most) return void(fail()), 0;
+    rest_.remove_prefix(length);
+    return value;
+  }
+
+  std::string_view rest_;
+  bool failed_ = false;
+};
+
+bool isPossible(const ScanRequest& request) {
+  const ScanSettings& settings = request.settings;
+  const bool resolution =
+      isBedResolution(settings.resolution) && trueResolution(settings.mode, settings.resolution) == settings.resolution;
+  if (!resolution || (request.threshold && settings.mode != ColorMode::gray)) return false;
+  const PixelArea bed = wholeBed(settings.resolution);
+  const PixelArea& area = settings.area;
+  const bool across = area.width > 0 && area.left < bed.width && area.width <= bed.width - area.left;
+  const bool along = area.height > 0 && area.top < bed.height && area.height <= bed.height - area.top;
+  return across && along && request.patience.count() > 0;
+}
+
+}  // namespace
+
+std::string requestMessage(const ScanRequest& request) {
+  const PixelArea& area = request.settings.area;
+  const VirtualScannerOptions& options = request.virtualScanner;
+  Writer writer(requestKind);
+  writer.field("scanner", request.scanner)
+      .number("resolution", request.settings.resolution)
+      .field("mode", request.settings.mode == ColorMode::color ? "color" : "gray")
+      .number("left", area.left)
+      .number("top", area.top)
+      .number("width", area.width)
+      .number("height", area.height)
+      .field("threshold", request.threshold ? std::to_string(*request.threshold) : "")
+      .number("patience", static_cast<std::uint64_t>(std::max<std::int64_t>(request.patience.count(), 0)))
+      .number("verbose", request.verbose ? 1 : 0)
+      .field("paper", options.paper)
+      .number("packet-size", options.packetSize)
+      .number("real-time", options.realTime ? 1 : 0)
+      .number("warm-up", options.warmUpMs)
+      .number("bytes-per-second", options.bytesPerSecond)
+      .number("faults", options.faults.size());
+  for (const std::string& fault : options.faults) writer.field("fault", fault);
+  return writer.take();
+}
+
+std::optional<ScanRequest> readRequest(std::string_view message) {
+  Reader reader(message, requestKind);
+  ScanRequest request;
+  request.scanner = reader.field("scanner");
+  request.settings.resolution = reader.number<std::uint32_t>("resolution");
+  const std::string_view mode = reader.field("mode");
+  request.settings.mode = mode == "color" ? ColorMode::color : ColorMode::gray;
+  request.settings.area.left = reader.number<std::uint32_t>("left");
+  request.settings.area.top = reader.number<std::uint32_t>("top");
+  request.settings.area.width = reader.number<std::uint32_t>("width");
+  request.settings.area.height = reader.number<std::uint32_t>("height");
+  if (const std::string_view text = reader.field("threshold"); !text.empty()) {
+    std::uint8_t threshold = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), threshold);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    request.threshold = threshold;
+  }
+  request.patience = std::chrono::milliseconds(reader.number<std::uint32_t>("patience"));
+  request.verbose = reader.flag("verbose");
+  VirtualScannerOptions& options = request.virtualScanner;
+  options.paper = reader.field("paper");
+  options.packetSize = reader.number<std::uint32_t>("packet-size");
+  options.realTime = reader.flag("real-time");
+  options.warmUpMs = reader.number<std::uint32_t>("warm-up");
+  options.bytesPerSecond = reader.number<std::uint32_t>("bytes-per-second");
+  for (auto left = reader.number<std::size_t>("faults", mostFaults); left > 0; --left) {
+    options.faults.emplace_back(reader.field("fault"));
+  }
+  if (!reader.ended() || (mode != "color" && mode != "gray") || !isPossible(request)) return std::nullopt;
+  return request;
+}
+
+std::string layoutMessage(const PictureLayout& layout) {
+  return Writer(layoutKind)
+      .number("width", layout.width)
+      .number("height", layout.height)
+      .number("channels", layout.channels)
+      .number("bits", layout.bitsPerChannel)
+      .number("resolution", layout.resolution)
+      .take();
+}
+
+std::string outcomeMessage(const ScanOutcome& outcome) {
+  return Writer(outcomeKind)
+      .number("status", static_cast<std::uint64_t>(outcome.status))
+      .field("sentence", outcome.sentence)
+      .take();
+}
+
+std::optional<WorkerReport> readReport(std::string_view message) {
+  Reader layoutReader(message, layoutKind);
+  if (!layoutReader.failed()) {
+    PictureLayout layout;
+    layout.width = layoutReader.number<std::uint32_t>("width");
+    layout.height = layoutReader.number<std::uint32_t>("height");
+    layout.channels = layoutReader.number<std::uint32_t>("channels");
+    layout.bitsPerChannel = layoutReader.number<std::uint32_t>("bits");
+    layout.resolution = layoutReader.number<std::uint32_t>("resolution");
+    return layoutReader.ended() ? std::optional<WorkerReport>(layout) : std::nullopt;
+  }
+  Reader reader(message, outcomeKind);
+  ScanOutcome outcome;
+  outcome.status = static_cast<ScanStatus>(reader.number<std::uint8_t>("status", highestStatus));
+  outcome.sentence = reader.field("sentence");
+  return reader.ended() ? std::optional<WorkerReport>(outcome) : std::nullopt;
+}
+
+}  // namespace frontend

@@ -1,0 +1,68 @@
+#include "ScannerAtHand.h"
+
+#include <string>
+#include <utility>
+
+#include "Fault.h"
+#include "LibusbStack.h"
+#include "PacedUsbStack.h"
+#include "Paper.h"
+#include "ScannerList.h"
+#include "VirtualScanner.h"
+#include "VirtualUsbStack.h"
+
+namespace frontend {
+namespace {
+
+class RealScanner final : public ScannerAtHand {
+ public:
+  explicit RealScanner(std::optional<std::uint32_t> location)
+      : stack_(platform::LibusbStack::configuredIdentity(), location) {}
+  platform::UsbStack& stack() override { return stack_; }
+
+ private:
+  platform::LibusbStack stack_;
+};
+
+class VirtualOne final : public ScannerAtHand {
+ public:
+  VirtualOne(std::shared_ptr<const virtualscanner::Paper> paper, virtualscanner::ScannerOptions options,
+             virtualscanner::PacedUsbStack::Pace pace)
+      : scanner_(std::move(paper), std::move(options)), paced_(stack_, pace) {}
+  platform::UsbStack& stack() override { return paced_; }
+
+ private:
+  virtualscanner::VirtualScanner scanner_;
+  virtualscanner::VirtualUsbStack stack_{scanner_};
+  virtualscanner::PacedUsbStack paced_;
+};
+
+std::variant<std::unique_ptr<ScannerAtHand>, ScanOutcome> virtualOne(const VirtualScannerOptions& wanted) {
+  virtualscanner::ScannerOptions options;
+  for (const std::string& text : wanted.faults) {
+    const auto fault = virtualscanner::parseFault(text);
+    if (!fault) return outcome::wrongRequest("The virtual scanner knows no fault \"" + text + "\".");
+    options.faults.push_back(*fault);
+  }
+  if (wanted.packetSize > 0) options.packetPayload = wanted.packetSize;
+  try {
+    auto paper = wanted.paper.empty() ? virtualscanner::Paper::testChart()
+                                      : virtualscanner::Paper::fromFile(wanted.paper);
+    return std::make_unique<VirtualOne>(
+        std::move(paper), std::move(options),
+        virtualscanner::PacedUsbStack::Pace{wanted.realTime, wanted.warmUpMs, wanted.bytesPerSecond});
+  } catch (const virtualscanner::PaperError& error) {
+    return outcome::wrongRequest(error.what());
+  }
+}
+
+}  // namespace
+
+std::variant<std::unique_ptr<ScannerAtHand>, ScanOutcome> ScannerAtHand::named(const ScanRequest& request) {
+  const auto name = parseScannerName(request.scanner);
+  if (!name) return outcome::wrongRequest("There is no scanner of this name. Choose one that is listed.");
+  if (name->isVirtual) return virtualOne(request.virtualScanner);
+  return std::make_unique<RealScanner>(name->location);
+}
+
+}  // namespace frontend

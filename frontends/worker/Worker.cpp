@@ -1,0 +1,70 @@
+#include "Worker.h"
+
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+
+#include "ImagePipe.h"
+#include "PictureForwarder.h"
+#include "ScanSession.h"
+#include "ScannerAtHand.h"
+#include "TerminalSink.h"
+#include "WorkerMessages.h"
+#include "WorkerSupervisor.h"
+
+namespace frontend {
+namespace {
+
+constexpr int notUnderstood = 2;
+// Beyond the scanner's patience: what the library does between two transfers takes no longer.
+constexpr std::chrono::milliseconds libraryTime(10000);
+
+std::optional<ScanRequest> receiveRequest(int control) {
+  std::array<char, largestWorkerMessage> message;
+  ssize_t count = 0;
+  do {
+    count = recv(control, message.data(), message.size(), 0);
+  } while (count < 0 && errno == EINTR);
+  if (count <= 0) return std::nullopt;
+  return readRequest({message.data(), static_cast<std::size_t>(count)});
+}
+
+std::uint32_t clamped(std::chrono::milliseconds time) {
+  return static_cast<std::uint32_t>(std::min<std::int64_t>(time.count(), UINT32_MAX));
+}
+
+}  // namespace
+
+int runWorker(int control, int image) {
+  ReportChannel reports(control);
+  OwnedDescriptor imageEnd(image);
+  const std::optional<ScanRequest> request = receiveRequest(control);
+  if (!request) {
+    reports.tell(outcome::workerGarbled());
+    return notUnderstood;
+  }
+  auto found = ScannerAtHand::named(*request);
+  if (const auto* why = std::get_if<ScanOutcome>(&found)) {
+    reports.tell(*why);
+    return 0;
+  }
+
+  ScannerAtHand& scanner = *std::get<std::unique_ptr<ScannerAtHand>>(found);
+  CancelFlag cancel;
+  LifeSigns signs;
+  TransferInFlight transfers(signs);
+  WorkerSupervisor supervisor({control, cancel, transfers, signs, reports, request->patience + libraryTime});
+  ImagePipe pipe(imageEnd.release(), supervisor.cancelled(), cancel, signs);
+  PictureForwarder picture(*request, reports, pipe);
+  TerminalSink log;
+  ScanSession session(scanner.stack(), request->settings,
+                      {&picture, &transfers, &cancel, request->verbose ? &log : nullptr,
+                       {clamped(request->patience)}});
+  reports.tell(session.run());
+  pipe.close();
+  return 0;
+}
+
+}  // namespace frontend

@@ -1,0 +1,37 @@
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+
+#include "Worker.h"
+#include "WorkerProcess.h"
+
+namespace {
+
+bool isControlConnection(int descriptor) {
+  int type = 0;
+  socklen_t size = sizeof type;
+  return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_SEQPACKET;
+}
+
+}  // namespace
+
+// Started by a front end, which hands it two descriptors; of no use to anyone else.
+int main() {
+  if (!isControlConnection(frontend::workerControlDescriptor)) {
+    std::fputs("q750-worker scans for q750 and for other programs, which start it. Use q750 scan.\n", stderr);
+    return 2;
+  }
+  fcntl(frontend::workerControlDescriptor, F_SETFD, FD_CLOEXEC);
+  fcntl(frontend::workerImageDescriptor, F_SETFD, FD_CLOEXEC);
+  // The log goes to the terminal of a front end in the foreground, which this process is not.
+  for (const int signal : {SIGPIPE, SIGTTOU}) std::signal(signal, SIG_IGN);
+  try {
+    return frontend::runWorker(frontend::workerControlDescriptor, frontend::workerImageDescriptor);
+  } catch (const std::exception&) {
+    return 1;
+  }
+}
