@@ -77,22 +77,11 @@ SANE_Status SaneHandle::read(SANE_Byte* data, SANE_Int capacity, SANE_Int* lengt
   if (!count) return SANE_STATUS_GOOD;
   if (*count == 0) {
     const ScanOutcome& outcome = scan_->outcome();
-    if (outcome.good() && delivered_ != layout_.bytes())
-      return end(SANE_STATUS_IO_ERROR, "The picture ended too early.");
     return end(saneStatusOf(outcome.status), outcome.sentence);
   }
-  const bool first = delivered_ == 0;
   delivered_ += *count;
-  if ((first && !isAsPromised()) || delivered_ > layout_.bytes())
-    return end(SANE_STATUS_IO_ERROR, "The picture is not the one that was asked for.");
   *length = static_cast<SANE_Int>(*count);
   return SANE_STATUS_GOOD;
-}
-
-// The front end has laid out its memory for what it was told at the start.
-bool SaneHandle::isAsPromised() {
-  const auto told = scan_->awaitLayout();
-  return told && *told == layout_;
 }
 
 SANE_Status SaneHandle::end(SANE_Status status, const std::string& why) {

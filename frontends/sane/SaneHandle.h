@@ -52,7 +52,6 @@ class SaneHandle {
  private:
   bool acquiring() const { return acquiring_ && !cancel_.requested(); }
   void leaveOldScan();
-  bool isAsPromised();
   SANE_Status end(SANE_Status status, const std::string& why);
 
   const std::string scanner_;
