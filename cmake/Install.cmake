@@ -76,6 +76,7 @@ install(FILES ${PROJECT_BINARY_DIR}/quenvar-q750.pc DESTINATION ${CMAKE_INSTALL_
   COMPONENT development)
 
 install(TARGETS q750 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+install(TARGETS q750-worker RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/quenvar-q750 COMPONENT tools)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/q750.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 
 # Where udev finds it on Debian if the prefix is /usr. Elsewhere say /etc/udev/hwdb.d. It counts after

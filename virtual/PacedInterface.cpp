@@ -36,7 +36,8 @@ IOReturn PacedInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32
                                     std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
   const bool data = isDataPipe(pipe);
   if (data && warmUpLeftMs_ > 0) {
-    const std::uint32_t wait = noDataTimeoutMs == 0 ? warmUpLeftMs_ : std::min(warmUpLeftMs_, noDataTimeoutMs);
+    const std::uint32_t wait =
+        noDataTimeoutMs == 0 ? warmUpLeftMs_ : std::min(warmUpLeftMs_, noDataTimeoutMs);
     warmUpLeftMs_ -= wait;
     const bool passed = stack_.pass(PacedUsbStack::Milliseconds(wait), pipe);
     if (!passed || warmUpLeftMs_ > 0) *size = 0;

@@ -5,25 +5,14 @@
 #include "CommandError.h"
 #include "Fault.h"
 #include "Paper.h"
+#include "ScannerList.h"
 #include "VirtualScanner.h"
-#include "VirtualUsbStack.h"
 
 namespace frontend {
 namespace {
 
 constexpr char virtualName[] = "virtual";
 constexpr std::size_t faultColumn = 26;  // in the help
-
-class VirtualDevice final : public Device {
- public:
-  explicit VirtualDevice(std::unique_ptr<virtualscanner::VirtualScanner> scanner)
-      : scanner_(std::move(scanner)) {}
-  platform::UsbStack& stack() override { return stack_; }
-
- private:
-  std::unique_ptr<virtualscanner::VirtualScanner> scanner_;
-  virtualscanner::VirtualUsbStack stack_{*scanner_};
-};
 
 virtualscanner::Fault faultNamed(std::string text) {
   const std::string given = text;
@@ -61,12 +50,14 @@ std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const Virtual
   }
 }
 
-std::unique_ptr<Device> openDevice(const std::string& name, const VirtualDeviceOptions& options) {
-  if (name.empty() || name == virtualName)
-    return std::make_unique<VirtualDevice>(makeVirtualScanner(options));
-  throw CommandError(ExitCode::noDevice, "--device " + name +
-                                             ": there is no such scanner. These are there:\n" +
-                                             deviceTable(listDevices()) + "Choose one of them.");
+void checkDevice(const std::string& name, const VirtualDeviceOptions& options) {
+  if (name.empty() || name == virtualName) {
+    makeVirtualScanner(options);
+  } else if (!parseScannerName(name)) {
+    throw CommandError(ExitCode::noDevice, "--device " + name +
+                                               ": there is no such scanner. These are there:\n" +
+                                               deviceTable(listDevices()) + "Choose one of them.");
+  }
 }
 
 std::string faultHelp() {

@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "UsbStack.h"
-
 namespace virtualscanner {
 class VirtualScanner;
 }
@@ -26,22 +24,15 @@ struct VirtualDeviceOptions {
   std::uint32_t packetSize = 0;     // image bytes in one packet; 0 for its own choice
 };
 
-// A scanner that was chosen, reached through a USB stack of its own.
-class Device {
- public:
-  virtual ~Device() = default;
-  virtual platform::UsbStack& stack() = 0;
-};
-
 // All scanners there are now.
 std::vector<DeviceEntry> listDevices();
 
 // One line per scanner.
 std::string deviceTable(const std::vector<DeviceEntry>& devices);
 
-// The scanner of this name; an empty name means the only one there is. Throws CommandError: noDevice for an
-// unknown name, usage for a paper that cannot be read or an unknown fault.
-std::unique_ptr<Device> openDevice(const std::string& name, const VirtualDeviceOptions& options);
+// Whether there can be a scanner of this name; an empty name means the virtual one. Throws CommandError:
+// noDevice for an unknown name, usage for a paper that cannot be read or an unknown fault.
+void checkDevice(const std::string& name, const VirtualDeviceOptions& options);
 
 // A virtual scanner with these options. Throws CommandError: usage for a paper that cannot be read or an
 // unknown fault.

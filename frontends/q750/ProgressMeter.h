@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "JobWatch.h"
+#include "ScanProgress.h"
 
 namespace frontend {
 

@@ -1,8 +1,11 @@
 #include "ScanCommand.h"
 
+#include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <vector>
 
 #include "CancelSignals.h"
 #include "CommandError.h"
@@ -10,9 +13,9 @@
 #include "OutputFile.h"
 #include "PictureWriter.h"
 #include "ProgressDisplay.h"
+#include "Raster.h"
 #include "ScanPlan.h"
-#include "ScanSession.h"
-#include "VerboseSink.h"
+#include "SupervisedScan.h"
 #include "Version.h"
 
 namespace frontend {
@@ -76,6 +79,46 @@ std::string summary(const std::string& name, const ScanPlan& plan, const Raster&
          " dots per inch";
 }
 
+ScanRequest requestFor(const ScanPlan& plan, const ScanOptions& options) {
+  ScanRequest request;
+  request.scanner = options.device.empty() ? "virtual" : options.device;
+  request.settings = plan.settings;
+  request.virtualScanner.paper = options.virtualDevice.paper;
+  for (std::string fault : options.virtualDevice.faults) {
+    std::replace(fault.begin(), fault.end(), ':', '@');
+    request.virtualScanner.faults.push_back(fault);
+  }
+  request.virtualScanner.packetSize = options.virtualDevice.packetSize;
+  request.verbose = options.verbose;
+  return request;
+}
+
+std::vector<std::uint8_t> collect(SupervisedScan& scan, const ScanPlan& plan, ProgressDisplay& display,
+                                  const CancelFlag& cancel) {
+  constexpr std::size_t chunk = 65536;
+  constexpr int pauseMs = 100;  // a signal may come just before the wait
+  const std::uint64_t total = plan.settings.rasterBytes();
+  std::vector<std::uint8_t> pixels(total);
+  std::uint8_t end = 0;
+  for (std::size_t filled = 0;;) {
+    if (cancel.requested()) scan.cancel();
+    const std::size_t room = std::min(chunk, pixels.size() - filled);
+    const auto taken = scan.readAvailable(room > 0 ? &pixels[filled] : &end, std::max<std::size_t>(room, 1));
+    if (taken && *taken == 0) return pixels;
+    if (taken) {
+      filled += *taken;
+      display.update({filled, total});
+    } else {
+      pollfd ready{scan.descriptor(), POLLIN, 0};
+      poll(&ready, 1, pauseMs);
+    }
+  }
+}
+
+Raster rasterOf(const std::vector<std::uint8_t>& pixels, const ScanSettings& settings) {
+  return {pixels.data(), settings.area.width, settings.area.height, settings.bytesPerPixel()};
+}
+
 }  // namespace
 
 void runScan(const ScanOptions& options) {
@@ -86,7 +129,7 @@ void runScan(const ScanOptions& options) {
   } else {
     OutputFile::check(options.output);
   }
-  const std::unique_ptr<Device> device = openDevice(options.device, options.virtualDevice);
+  checkDevice(options.device, options.virtualDevice);
   if (!options.quiet) {
     for (const std::string& note : plan.notes) console::say(note);
   }
@@ -95,23 +138,19 @@ void runScan(const ScanOptions& options) {
   const CancelSignals signals(cancel);
   ProgressDisplay display(progressStyle(options), console::columns(), console::write,
                           [] { return std::chrono::steady_clock::now(); });
-  VerboseSink verbose(console::columns() - 1, console::write);
-  ScanSession session(device->stack(), plan.settings,
-                      {[&display](const ScanProgress& progress) { display.update(progress); },
-                       &cancel,
-                       options.verbose ? &verbose : nullptr,
-                       {}});
-  const ScanOutcome outcome = session.run();
+  SupervisedScan scan(requestFor(plan, options));
+  const std::vector<std::uint8_t> pixels = collect(scan, plan, display, cancel);
   display.finish();
-  throwUnlessGood(outcome);
+  throwUnlessGood(scan.outcome());
+  const Raster raster = rasterOf(pixels, plan.settings);
 
   const std::string name = plan.toStandardOutput ? "standard output" : options.output;
   if (standardOutput) {
-    write(plan, name, standardOutput->descriptor(), session.raster(), cancel);
+    write(plan, name, standardOutput->descriptor(), raster, cancel);
   } else {
-    save(plan, name, session.raster(), cancel);
+    save(plan, name, raster, cancel);
   }
-  if (!options.quiet) console::say(summary(name, plan, session.raster()));
+  if (!options.quiet) console::say(summary(name, plan, raster));
 }
 
 }  // namespace frontend

@@ -45,7 +45,8 @@ std::string findWorker() {
     for (const std::string_view place : foldersOfFrontEnds) {
       if (!folder.ends_with("/" + std::string(place))) continue;
       const std::string prefix = folder.substr(0, folder.size() - place.size());
-      if (isProgram(prefix + workerFolder + "/" + workerName)) return prefix + workerFolder + "/" + workerName;
+      if (isProgram(prefix + workerFolder + "/" + workerName))
+        return prefix + workerFolder + "/" + workerName;
     }
   }
   const std::string configured = std::string(configuredWorkerFolder) + "/" + workerName;

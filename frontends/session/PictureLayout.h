@@ -15,9 +15,7 @@ struct PictureLayout {
   std::uint32_t bitsPerChannel = 8;
   std::uint32_t resolution = 0;  // dots per inch, both directions
 
-  std::size_t rowBytes() const {
-    return (std::size_t{width} * channels * bitsPerChannel + 7) / 8;
-  }
+  std::size_t rowBytes() const { return (std::size_t{width} * channels * bitsPerChannel + 7) / 8; }
   std::uint64_t bytes() const { return std::uint64_t{rowBytes()} * height; }
 
   friend bool operator==(const PictureLayout&, const PictureLayout&) = default;

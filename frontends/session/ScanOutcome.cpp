@@ -115,8 +115,8 @@ ScanOutcome incompletePicture(std::uint64_t rows, std::uint64_t ofRows) {
 }
 
 ScanOutcome otherPicture(const PictureLayout& sent, const PictureLayout& expected) {
-  return {ScanStatus::badData, "The scanner sends another picture (" + inWords(sent) + ") than it was asked for (" +
-                                   inWords(expected) + ")." + scanAgain};
+  return {ScanStatus::badData, "The scanner sends another picture (" + inWords(sent) +
+                                   ") than it was asked for (" + inWords(expected) + ")." + scanAgain};
 }
 
 ScanOutcome transferFailed(platform::IOReturn status) {
@@ -145,8 +145,9 @@ ScanOutcome workerDied(std::string_view how) {
 }
 
 ScanOutcome workerGarbled() {
-  return {ScanStatus::ioError,
-          "The parts of this software do not understand each other. Install all of it again, in one version."};
+  return {
+      ScanStatus::ioError,
+      "The parts of this software do not understand each other. Install all of it again, in one version."};
 }
 
 ScanOutcome wrongRequest(std::string_view why) {

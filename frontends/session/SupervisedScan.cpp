@@ -71,9 +71,10 @@ void SupervisedScan::Impl::start(const ScanRequest& request, const std::string& 
   int error = link_.open();
   if (error == 0) {
     const std::string message = requestMessage(request);
-    const ssize_t sent = message.size() > largestWorkerMessage
-                             ? (errno = EMSGSIZE, -1)
-                             : send(link_.control(), message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    const ssize_t sent =
+        message.size() > largestWorkerMessage
+            ? (errno = EMSGSIZE, -1)
+            : send(link_.control(), message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     error = sent < 0 ? errno : 0;
   }
   if (error == 0 && worker.empty()) error = ENOENT;

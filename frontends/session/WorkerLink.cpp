@@ -50,8 +50,8 @@ int WorkerLink::open() {
        {&control_, &workerControl_, &image_, &workerImage_, &end_, &timer_, &ready_}) {
     if (each->get() < 0) return errno != 0 ? errno : EMFILE;
   }
-  const bool watched =
-      watch(ready_.get(), image_.get()) && watch(ready_.get(), end_.get()) && watch(ready_.get(), timer_.get());
+  const bool watched = watch(ready_.get(), image_.get()) && watch(ready_.get(), end_.get()) &&
+                       watch(ready_.get(), timer_.get());
   if (!watched || fcntl(image_.get(), F_SETFL, O_NONBLOCK) != 0) return errno;
   fcntl(image_.get(), F_SETPIPE_SZ, imagePipeBytes);
   return 0;

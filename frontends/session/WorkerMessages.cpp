@@ -92,8 +92,8 @@ class Reader {
 
 bool isPossible(const ScanRequest& request) {
   const ScanSettings& settings = request.settings;
-  const bool resolution =
-      isBedResolution(settings.resolution) && trueResolution(settings.mode, settings.resolution) == settings.resolution;
+  const bool resolution = isBedResolution(settings.resolution) &&
+                          trueResolution(settings.mode, settings.resolution) == settings.resolution;
   if (!resolution || (request.threshold && settings.mode != ColorMode::gray)) return false;
   const PixelArea bed = wholeBed(settings.resolution);
   const PixelArea& area = settings.area;

@@ -3,13 +3,17 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <thread>
+
+// The system's header declares these functions as if they were C++ (GNU C Library 2.36).
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 extern char** environ;
 
@@ -91,7 +95,8 @@ int WorkerProcess::start(const std::string& program, int control, int image, boo
   const SpawnAttributes attributes;
   char* const arguments[] = {const_cast<char*>(program.c_str()), nullptr};
   pid_t process = 0;
-  const int error = posix_spawn(&process, program.c_str(), actions.get(), attributes.get(), arguments, environ);
+  const int error =
+      posix_spawn(&process, program.c_str(), actions.get(), attributes.get(), arguments, environ);
   if (error != 0) return error;
   process_ = process;
   handle_ = OwnedDescriptor(pidfd_open(process, 0));

@@ -24,7 +24,8 @@ struct JobPipes {
 };
 
 struct WatchLimits {
-  // How long the scanner may be silent while its answer, or the next piece of the picture, is due. At least 1.
+  // How long the scanner may be silent while its answer, or the next piece of the picture, is due. At
+  // least 1.
   std::uint32_t patienceMs = 30000;
 };
 

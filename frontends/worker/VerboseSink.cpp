@@ -12,7 +12,7 @@ constexpr char cutMark[] = "...";
 
 }  // namespace
 
-VerboseSink::VerboseSink(std::size_t columns, TextOutput output)
+VerboseSink::VerboseSink(std::size_t columns, Output output)
     : columns_(std::max<std::size_t>(columns, 20)), output_(std::move(output)) {}
 
 void VerboseSink::line(const platform::LogLine& line) {

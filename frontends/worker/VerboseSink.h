@@ -1,9 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <string_view>
 
 #include "Log.h"
-#include "ProgressDisplay.h"
 
 namespace frontend {
 
@@ -11,12 +12,14 @@ namespace frontend {
 // line is ever formatted. What is no printable ASCII shows as a question mark.
 class VerboseSink final : public platform::LogSink {
  public:
-  VerboseSink(std::size_t columns, TextOutput output);
+  using Output = std::function<void(std::string_view text)>;
+
+  VerboseSink(std::size_t columns, Output output);
   void line(const platform::LogLine& line) override;
 
  private:
   std::size_t columns_;
-  TextOutput output_;
+  Output output_;
 };
 
 }  // namespace frontend

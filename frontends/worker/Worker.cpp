@@ -1,7 +1,10 @@
 #include "Worker.h"
 
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string_view>
@@ -10,7 +13,7 @@
 #include "PictureForwarder.h"
 #include "ScanSession.h"
 #include "ScannerAtHand.h"
-#include "TerminalSink.h"
+#include "VerboseSink.h"
 #include "WorkerMessages.h"
 #include "WorkerSupervisor.h"
 
@@ -33,6 +36,18 @@ std::optional<ScanRequest> receiveRequest(int control) {
 
 std::uint32_t clamped(std::chrono::milliseconds time) {
   return static_cast<std::uint32_t>(std::min<std::int64_t>(time.count(), UINT32_MAX));
+}
+
+// One line of the terminal, but for its last column: some would go to the next line.
+std::size_t columnsOfTheTerminal() {
+  constexpr std::size_t usual = 80;
+  winsize size{};
+  const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return (known ? size.ws_col : usual) - 1;
+}
+
+void showOnStandardError(std::string_view text) {
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
 }
 
 }  // namespace
@@ -58,10 +73,10 @@ int runWorker(int control, int image) {
   WorkerSupervisor supervisor({control, cancel, transfers, signs, reports, request->patience + libraryTime});
   ImagePipe pipe(imageEnd.release(), supervisor.cancelled(), cancel, signs);
   PictureForwarder picture(*request, reports, pipe);
-  TerminalSink log;
-  ScanSession session(scanner.stack(), request->settings,
-                      {&picture, &transfers, &cancel, request->verbose ? &log : nullptr,
-                       {clamped(request->patience)}});
+  VerboseSink log(columnsOfTheTerminal(), showOnStandardError);
+  ScanSession session(
+      scanner.stack(), request->settings,
+      {&picture, &transfers, &cancel, request->verbose ? &log : nullptr, {clamped(request->patience)}});
   reports.tell(session.run());
   pipe.close();
   return 0;

@@ -22,6 +22,10 @@ class ForwardingUsbStack::PlugIn final : public PlugInInterface {
   PlugInInterface& inner_;
 };
 
+ForwardingUsbStack::ForwardingUsbStack(UsbStack& inner) : inner_(&inner) {}
+
+ForwardingUsbStack::ForwardingUsbStack() = default;
+
 ForwardingUsbStack::~ForwardingUsbStack() {
   releaseInterfaces();
 }

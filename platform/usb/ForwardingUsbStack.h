@@ -34,9 +34,9 @@ class ForwardingUsbStack : public UsbStack {
 
  protected:
   // The inner stack stays the caller's and outlives this one.
-  explicit ForwardingUsbStack(UsbStack& inner) : inner_(&inner) {}
+  explicit ForwardingUsbStack(UsbStack& inner);
   // For a subclass that answers inner() itself.
-  ForwardingUsbStack() = default;
+  ForwardingUsbStack();
 
   virtual UsbStack& inner() { return *inner_; }
   // The object that stands before an interface. Null hands the interface out as it is.
