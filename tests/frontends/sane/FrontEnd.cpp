@@ -105,7 +105,9 @@ SANE_Status FrontEnd::read(SANE_Int capacity) {
   std::vector<SANE_Byte> buffer(static_cast<std::size_t>(capacity));
   length = -1;
   status = library.read(handle, buffer.data(), capacity, &length);
-  if (status != SANE_STATUS_GOOD) EXPECT_EQ(length, 0);
+  if (status != SANE_STATUS_GOOD) {
+    EXPECT_EQ(length, 0);
+  }
   EXPECT_GE(length, 0);
   EXPECT_LE(length, capacity);
   received.insert(received.end(), buffer.begin(), buffer.begin() + length);

@@ -35,8 +35,8 @@ class FrontEnd : public testing::Test {
   // By the options' names.
   SANE_Status set(const std::string& option, const char* text);
   SANE_Status set(const std::string& option, SANE_Word word);
-  SANE_Status setMillimetres(const std::string& option, double length) {
-    return set(option, SANE_FIX(length));
+  SANE_Status setMillimetres(const std::string& option, double millimetres) {
+    return set(option, SANE_FIX(millimetres));
   }
   // A part of the test chart at 75 dots per inch: 118 x 89 pixels from (20, 30) on.
   void askForSmallScan(const char* mode);
