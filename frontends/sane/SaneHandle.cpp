@@ -36,6 +36,10 @@ SANE_Parameters SaneHandle::parameters() const {
   return parameters;
 }
 
+SANE_Status SaneHandle::setOption(SANE_Int index, void* value, SANE_Int* info) {
+  return inTheMiddle() ? SANE_STATUS_INVAL : options_.set(index, value, info);
+}
+
 void SaneHandle::leaveOldScan() {
   cancel_.withdraw();
   acquiring_ = false;
@@ -43,7 +47,7 @@ void SaneHandle::leaveOldScan() {
 }
 
 SANE_Status SaneHandle::start() {
-  if (acquiring() && delivered_ < layout_.bytes()) return SANE_STATUS_DEVICE_BUSY;
+  if (inTheMiddle()) return SANE_STATUS_DEVICE_BUSY;
   auto request = options_.request();
   if (!request) {
     debug_.line(DebugOutput::failures, "The area is empty: its corners are crossed or too close together.");

@@ -30,7 +30,10 @@ class SaneHandle {
   SaneHandle& operator=(const SaneHandle&) = delete;
 
   const std::string& scanner() const { return scanner_; }
-  SaneOptions& options() { return options_; }
+  const SaneOptions& options() const { return options_; }
+
+  // As SaneOptions has it; INVAL in the middle of a scan, too.
+  SANE_Status setOption(SANE_Int index, void* value, SANE_Int* info);
 
   // Exact from start() to the scan's end, otherwise what the options promise.
   SANE_Parameters parameters() const;
@@ -51,6 +54,7 @@ class SaneHandle {
 
  private:
   bool acquiring() const { return acquiring_ && !cancel_.requested(); }
+  bool inTheMiddle() const { return acquiring() && delivered_ < layout_.bytes(); }
   void leaveOldScan();
   SANE_Status end(SANE_Status status, const std::string& why);
 

@@ -108,7 +108,7 @@ SANE_Status sane_quenvar_control_option(SANE_Handle handle, SANE_Int option, SAN
                                         SANE_Int* info) {
   return with(handle, "control_option", [&](SaneHandle& open) {
     if (action == SANE_ACTION_GET_VALUE) return open.options().get(option, value);
-    if (action == SANE_ACTION_SET_VALUE) return open.options().set(option, value, info);
+    if (action == SANE_ACTION_SET_VALUE) return open.setOption(option, value, info);
     return SANE_STATUS_INVAL;  // no option sets itself
   });
 }

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -155,9 +156,8 @@ TEST_F(SaneCancel, ThatNeverStopsMeetsEveryMomentOfStartAndEnd) {
   });
   for (int round = 0; round < 20; ++round) {
     EXPECT_EQ(start(), SANE_STATUS_GOOD);
-    while (read() == SANE_STATUS_GOOD) {
-    }
-    EXPECT_EQ(status, SANE_STATUS_CANCELLED);
+    readAll();
+    EXPECT_THAT(status, testing::AnyOf(SANE_STATUS_CANCELLED, SANE_STATUS_EOF)) << "a scan may be quicker";
   }
   stop = true;
   canceller.join();
