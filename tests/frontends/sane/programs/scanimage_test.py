@@ -30,16 +30,18 @@ class Scanimage(SaneHost):
     def test_shows_all_options(self):
         shown = self.scanimage("-A").stdout.decode()
         for line in ("--mode Color|Gray|Lineart [Color]", "--resolution 75|150|200|300dpi [300]", "--depth 8bit [8]",
-                     "--source Flatbed [Flatbed]", "--preview[=(yes|no)] [no]", "--threshold 0..255 [inactive]",
+                     "--source Flatbed [Flatbed]", "--preview[=(yes|no)] [no]", "--threshold 0..255 (in steps of 1) [inactive]",
                      "-l 0..215.9mm [0]", "-t 0..296.926mm [0]", "-x 0..215.9mm [215.9]", "-y 0..296.926mm [296.926]"):
-            self.assertIn(line, " ".join(shown.split()).replace(" bit", "bit"), line)
+            self.assertIn(line, " ".join(shown.split()))
 
     def test_passes_every_read_size_in_every_mode(self):
         for mode in MODES:
             with self.subTest(mode=mode):
                 done = self.scanimage("--mode", mode, "--resolution", "75", "-x", "60", "-y", "40", "-T")
-                self.assertNotIn(b"FAIL", done.stderr)
-                self.assertEqual(done.stderr.count(b"PASS"), 27)
+                tests = [line for line in done.stderr.decode().splitlines() if "read" in line and "..." in line]
+                self.assertGreaterEqual(len(tests), 11)  # as many as the length of a row allows
+                for line in tests:
+                    self.assertTrue(line.endswith("PASS"), line)
 
     def test_writes_the_pixels_of_the_page_in_every_mode_and_format(self):
         for mode in MODES:
@@ -58,7 +60,8 @@ class Scanimage(SaneHost):
     def test_scans_an_a4_page_as_far_as_the_glass_goes(self):
         path = self.folder / "scan.pnm"
         self.scanimage("--resolution", "75", "-x", "210", "-y", "297", "--format=pnm", "-o", path)
-        self.assertEqual(Image.open(path).size, (620, 876))
+        with Image.open(path) as picture:
+            self.assertEqual(picture.size, (620, 876))
 
     def test_scans_a_batch_without_a_cancel_between_its_pages(self):
         self.scanimage("--mode", "Gray", "--resolution", "75", "--format=png", "--batch=page%d.png", "--batch-count=3")
