@@ -235,7 +235,8 @@ std::optional<PictureLayout> SupervisedScan::awaitLayout() {
 std::size_t SupervisedScan::read(std::uint8_t* buffer, std::size_t capacity) {
   for (;;) {
     if (const auto taken = impl_->take(buffer, capacity)) return *taken;
-    impl_->link_.wait(false);
+    impl_->link_.wait(!impl_->told_ && !impl_->hungUp_);
+    impl_->listen();
   }
 }
 

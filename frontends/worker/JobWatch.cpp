@@ -39,8 +39,8 @@ JobWatch::JobWatch(const CancelFlag* cancel, WatchLimits limits, PictureListener
 
 bool JobWatch::mayGoOn() {
   // Once the picture is in, the last two calls go through: they leave the scanner ready for the next job.
-  const bool cancelled = cancel_ != nullptr && cancel_->requested() && phase_ != Phase::afterwards;
-  if (cancelled) endJob(outcome::cancelled());
+  const bool over = phase_ == Phase::afterwards || (jobEnded_ && imagePacketCame_);
+  if (cancel_ != nullptr && cancel_->requested() && !over) endJob(outcome::cancelled());
   return !ended_;
 }
 

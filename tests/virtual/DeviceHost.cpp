@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -75,9 +76,9 @@ std::vector<std::uint8_t> DeviceHost::framed(const std::string& object, const st
   char* text = nullptr;
   unsigned int length = 0;
   visitor.createMemoryDump(&text, &length);
-  std::vector<std::uint8_t> packet(packetformat::headerSize);
+  std::vector<std::uint8_t> packet(packetformat::headerSize + length);
   packetformat::writeHeader(packet.data(), packetformat::controlData, length);
-  packet.insert(packet.end(), text, text + length);
+  std::copy_n(text, length, packet.data() + packetformat::headerSize);
   std::free(text);
   return packet;
 }

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <array>
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 namespace platform {
 
@@ -26,7 +26,10 @@ struct UsbPath {
   // one first. A port above 15 counts as 15 and the seventh does not count: two paths may have one location.
   std::uint32_t location() const;
 
-  auto operator<=>(const UsbPath&) const = default;
+  bool operator==(const UsbPath&) const = default;
+  bool operator<(const UsbPath& other) const {
+    return std::tie(bus, ports) < std::tie(other.bus, other.ports);
+  }
 };
 
 }  // namespace platform

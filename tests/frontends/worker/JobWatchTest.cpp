@@ -24,6 +24,23 @@ constexpr JobPipes pipes{1, 2, 3};
 constexpr std::uint32_t readTimeOutMs = 15000;
 const std::string smallHeader = "P5\n#\n4 3\n255\n";
 
+class RecordingListener final : public PictureListener {
+ public:
+  std::optional<ScanOutcome> begins(const PictureHeader& header) override {
+    shown.push_back(std::to_string(header.width()) + "x" + std::to_string(header.height()));
+    return refusal;
+  }
+  bool raster(const std::uint8_t* bytes, std::size_t count) override {
+    shown.emplace_back(reinterpret_cast<const char*>(bytes), count);
+    return wanted;
+  }
+  void isWhole() override { shown.emplace_back("whole"); }
+
+  std::optional<ScanOutcome> refusal;
+  bool wanted = true;
+  std::vector<std::string> shown;
+};
+
 class WatchedJob : public testing::Test {
  protected:
   WatchedJob() { watch.watchPipes(pipes); }
@@ -56,12 +73,8 @@ class WatchedJob : public testing::Test {
   std::string sentence() const { return watch.verdict().sentence; }
 
   CancelFlag cancel;
-  std::vector<std::string> progress;
-  JobWatch watch{&cancel, 12,
-                 [this](const ScanProgress& p) {
-                   progress.push_back(std::to_string(p.bytes) + "/" + std::to_string(p.total));
-                 },
-                 WatchLimits{}};
+  RecordingListener picture;
+  JobWatch watch{&cancel, WatchLimits{60000}, &picture};
 
  private:
   IOReturn read(std::uint8_t pipe, const std::string& bytes) {
@@ -78,20 +91,86 @@ TEST_F(WatchedJob, IsGoodWithAWholePicture) {
   EXPECT_FALSE(watch.ended());
 }
 
-TEST_F(WatchedJob, ReportsTheRasterBytesAsTheyCome) {
+TEST_F(WatchedJob, ShowsThePictureAsItComes) {
   startJob();
-  const std::string picture = packet(0xDD, smallHeader + "abcdefghijkl");
-  stream(picture.substr(0, 10));
-  stream(picture.substr(10, 14));
-  stream(picture.substr(24, 5));
-  stream(picture.substr(29) + packet(0xDD, "too much"));
-  EXPECT_THAT(progress, ElementsAre("3/12", "8/12", "12/12"));
+  const std::string whole = packet(0xDD, smallHeader + "abcdefghijkl");
+  stream(whole.substr(0, 10));
+  stream(whole.substr(10, 14));
+  stream(whole.substr(24, 5));
+  stream(whole.substr(29) + packet(0xDD, "too much") + packet(0xEE));
+  EXPECT_THAT(picture.shown, ElementsAre("4x3", "abc", "defgh", "ijkl"));
+  stream(packet(0xFF));
+  EXPECT_EQ(picture.shown.back(), "whole");
 }
 
-TEST_F(WatchedJob, TakesTheTotalFromThePicture) {
+TEST_F(WatchedJob, EndsThePictureWithTheEndOfTheJob) {
   startJob();
-  stream(packet(0xDD, "P6\n#\n4 3\n255\nabc"));
-  EXPECT_THAT(progress, ElementsAre("3/36"));
+  EXPECT_EQ(stream(packet(0xDD, smallHeader + "abcdefghijkl") + packet(0xEE) + packet(0xFF)),
+            kIOReturnSuccess);
+  EXPECT_THAT(picture.shown, ElementsAre("4x3", "abcdefghijkl", "whole"));
+  EXPECT_TRUE(watch.mayRead(pipes.data));
+  EXPECT_FALSE(watch.isExhausted(pipes.reply));
+  EXPECT_TRUE(watch.isExhausted(pipes.data));
+  EXPECT_FALSE(watch.mayBeAborted());
+  EXPECT_TRUE(ask("done"));
+  EXPECT_EQ(status(), ScanStatus::good);
+}
+
+TEST_F(WatchedJob, EndsAJobThatBringsNoPictureAtAll) {
+  startJob();
+  stream(packet(0xAA) + packet(0xFF));
+  EXPECT_FALSE(watch.mayRead(pipes.data));
+  EXPECT_EQ(status(), ScanStatus::badData);
+  EXPECT_THAT(sentence(), HasSubstr("without sending a picture"));
+}
+
+TEST_F(WatchedJob, IsNotWholeWhereTheJobEndsTooEarly) {
+  startJob();
+  stream(packet(0xDD, smallHeader + "abcdef") + packet(0xFF));
+  EXPECT_TRUE(watch.isExhausted(pipes.data));
+  EXPECT_THAT(picture.shown, ElementsAre("4x3", "abcdef"));
+  EXPECT_THAT(sentence(), HasSubstr("incomplete: 1 of 3 rows arrived"));
+}
+
+TEST_F(WatchedJob, EndsWithThePictureThatNobodyWants) {
+  startJob();
+  picture.refusal = outcome::noMemory();
+  EXPECT_EQ(stream(packet(0xDD, smallHeader + "abc")), kIOReturnNoDevice);
+  EXPECT_THAT(picture.shown, ElementsAre("4x3"));
+  EXPECT_EQ(status(), ScanStatus::noMemory);
+}
+
+TEST_F(WatchedJob, EndsWhereNobodyTakesTheRows) {
+  startJob();
+  picture.wanted = false;
+  EXPECT_EQ(stream(packet(0xDD, smallHeader + "abc")), kIOReturnNoDevice);
+  EXPECT_EQ(status(), ScanStatus::cancelled);
+}
+
+TEST_F(WatchedJob, WaitsNoLongerThanItsPatience) {
+  startJob();
+  EXPECT_EQ(watch.waitFor(pipes.reply, 15000), 15000U);
+  EXPECT_EQ(watch.waitFor(pipes.reply, 0), 60000U);
+  EXPECT_EQ(watch.waitFor(pipes.data, 15000), 250U);
+  EXPECT_EQ(watch.completionFor(pipes.data, 60000), 60000U);
+  failAnswer(kIOUSBTransactionTimeout);
+  failAnswer(kIOUSBTransactionTimeout);
+  failAnswer(kIOUSBTransactionTimeout);
+  EXPECT_TRUE(watch.readAgain());
+  EXPECT_EQ(watch.waitFor(pipes.reply, 0), 15000U);
+  failAnswer(kIOUSBTransactionTimeout);
+  EXPECT_FALSE(watch.readAgain());
+}
+
+TEST_F(WatchedJob, IsOverWhereAWholePictureIsFollowedBySilence) {
+  startJob();
+  stream(packet(0xDD, smallHeader + "abcdefghijkl"));
+  watch.judgeRead(pipes.data, kIOUSBTransactionTimeout, nullptr, 0, 250);
+  EXPECT_TRUE(watch.readAgain());
+  EXPECT_EQ(watch.judgeRead(pipes.data, kIOUSBTransactionTimeout, nullptr, 0, 750), kIOUSBTransactionTimeout);
+  EXPECT_FALSE(watch.readAgain());
+  EXPECT_FALSE(watch.ended());
+  EXPECT_FALSE(watch.mayBeAborted());
 }
 
 TEST_F(WatchedJob, LetsEverythingPassOnOtherPipes) {
@@ -101,7 +180,7 @@ TEST_F(WatchedJob, LetsEverythingPassOnOtherPipes) {
   EXPECT_FALSE(watch.ended());
 }
 
-TEST_F(WatchedJob, EndsAtTheFourthFailedReadBeforeThePicture) {
+TEST_F(WatchedJob, EndsWhereThePictureIsSilentBeyondPatience) {
   startJob();
   for (int i = 0; i < 3; ++i) EXPECT_EQ(failStream(kIOUSBTransactionTimeout), kIOUSBTransactionTimeout);
   EXPECT_EQ(failStream(kIOUSBTransactionTimeout), kIOReturnNoDevice);
@@ -109,7 +188,7 @@ TEST_F(WatchedJob, EndsAtTheFourthFailedReadBeforeThePicture) {
   EXPECT_THAT(sentence(), HasSubstr("nothing for 60 seconds"));
 }
 
-TEST_F(WatchedJob, CountsFailedReadsAnewWhenBytesCome) {
+TEST_F(WatchedJob, CountsSilenceAnewWhenBytesCome) {
   startJob();
   for (int i = 0; i < 3; ++i) failStream(kIOUSBTransactionTimeout);
   stream(packet(0xAA));
@@ -141,8 +220,8 @@ TEST_F(WatchedJob, EndsWhereTheStreamWouldNeverStop) {
 
 TEST_F(WatchedJob, TellsHowManyRowsOfAnIncompletePictureArrived) {
   startJob();
-  stream(packet(0xDD, smallHeader + "abcdef"));
-  failStream(kIOUSBTransactionTimeout);
+  stream(packet(0xDD, smallHeader + "abcdef") + packet(0xFF));
+  watch.isExhausted(pipes.data);
   EXPECT_EQ(status(), ScanStatus::badData);
   EXPECT_THAT(sentence(), HasSubstr("incomplete: 1 of 3 rows arrived"));
 }
@@ -151,14 +230,13 @@ TEST_F(WatchedJob, DoesNotCountAPacketThatIsNotWhole) {
   startJob();
   stream(packet(0xDD, smallHeader));
   stream(packet(0xDD, "abcdefghijklm").substr(0, 20));  // every row is there, the packet's last byte is not
-  failStream(kIOUSBTransactionTimeout);
   EXPECT_THAT(sentence(), HasSubstr("incomplete: 2 of 3 rows arrived"));
 }
 
 TEST_F(WatchedJob, TellsThatNoPictureCame) {
   startJob();
   stream(packet(0xDD) + packet(0xFF));
-  failStream(kIOUSBTransactionTimeout);
+  EXPECT_TRUE(watch.isExhausted(pipes.data));
   EXPECT_EQ(status(), ScanStatus::badData);
   EXPECT_THAT(sentence(), HasSubstr("without sending a picture"));
 }
@@ -282,18 +360,19 @@ TEST_F(WatchedJob, KeepsTheFirstReason) {
 TEST_F(WatchedJob, ForgetsImagePacketsInTheAnswersToTheFirstCalls) {
   ask("start");
   answer(packet(0xDD, smallHeader + "abcdefghijkl") + response("0"));
-  stream(packet(0xDD));
-  failStream(kIOUSBTransactionTimeout);
+  stream(packet(0xDD) + packet(0xFF));
+  watch.isExhausted(pipes.data);
   EXPECT_EQ(status(), ScanStatus::badData);
 }
 
 TEST_F(WatchedJob, CountsImagePacketsInTheLastAnswers) {
   startJob();
-  stream(packet(0xDD, smallHeader + "abcdefgh"));
-  failStream(kIOUSBTransactionTimeout);
+  stream(packet(0xDD, smallHeader + "abcdefgh") + packet(0xFF));
+  watch.isExhausted(pipes.data);
   ask("done");
   answer(packet(0xDD, "ijkl") + response("0"));
   EXPECT_EQ(status(), ScanStatus::good);
+  EXPECT_EQ(picture.shown.back(), "whole");
 }
 
 TEST_F(WatchedJob, AnswersACancelBeforeTheNextTransfer) {

@@ -24,6 +24,7 @@ class PacketCutting : public testing::Test, protected PacketCutter::Listener {
   std::vector<std::string> messages;
   std::string image;
   int imagePackets = 0;
+  int jobs = 0;
 
  private:
   void control(std::string_view message) override { messages.emplace_back(message); }
@@ -31,7 +32,15 @@ class PacketCutting : public testing::Test, protected PacketCutter::Listener {
     image.append(reinterpret_cast<const char*>(bytes), count);
   }
   void imagePacketEnds() override { ++imagePackets; }
+  void jobEnds() override { ++jobs; }
 };
+
+TEST_F(PacketCutting, TellsTheEndOfAJob) {
+  feed(packet(0xEE) + packet(0xFF).substr(0, 7));
+  EXPECT_EQ(jobs, 0);
+  feed(packet(0xFF).substr(7));
+  EXPECT_EQ(jobs, 1);
+}
 
 TEST_F(PacketCutting, ShowsTheSameForEveryChunkSize) {
   const std::string stream = packet(0xAA) + packet(0xCC, "one") + packet(0xDD, "pixels") +

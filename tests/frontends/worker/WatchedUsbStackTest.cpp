@@ -58,17 +58,17 @@ class WatchedStack : public testing::Test {
     interface->resetPipe(1);
     interface->clearPipeStallBothEnds(3);
     interface->controlRequest(0, {2, 1, 0, 0x88, 0, nullptr});
-    interface->writePipeTO(1, "hello", 5, 15000, 60000);
+    interface->writePipeTO(1, "hello", 5, 250, 250);
     char buffer[10] = {};
     std::uint32_t size = sizeof buffer;
-    interface->readPipeTO(3, buffer, &size, 15000, 60000);
+    interface->readPipeTO(3, buffer, &size, 250, 250);
     interface->setAlternateInterface(1);
     interface->close();
     interface->release();
   }
 
   fakes::ScriptedUsbStack usb;
-  JobWatch watch{nullptr, 0, {}};
+  JobWatch watch{nullptr, WatchLimits{250}};
 };
 
 TEST_F(WatchedStack, PassesEveryCallOnWithItsArguments) {

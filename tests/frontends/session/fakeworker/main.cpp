@@ -1,0 +1,116 @@
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "SupervisedScan.h"
+#include "WorkerMessages.h"
+#include "WorkerProcess.h"
+
+// A worker that does what it must not. The scanner's name says what.
+namespace {
+
+using namespace frontend;
+
+void say(const std::string& message) {
+  [[maybe_unused]] const ssize_t sent =
+      send(workerControlDescriptor, message.data(), message.size(), MSG_NOSIGNAL);
+}
+
+bool sendBytes(std::size_t count) {
+  const std::vector<char> bytes(count, 'x');
+  return write(workerImageDescriptor, bytes.data(), bytes.size()) == static_cast<ssize_t>(count);
+}
+
+[[noreturn]] void sleepForEver() {
+  for (;;) pause();
+}
+
+void sayForEver(const std::string& message) {
+  while (send(workerControlDescriptor, message.data(), message.size(), MSG_NOSIGNAL) >= 0) {
+  }
+}
+
+}  // namespace
+
+int main() {
+  std::array<char, largestWorkerMessage> message;
+  const ssize_t count = recv(workerControlDescriptor, message.data(), message.size(), 0);
+  const auto request = readRequest({message.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))});
+  if (!request) return 9;
+  const PictureLayout layout = expectedLayout(*request);
+  PictureLayout other = layout;
+  ++other.width;
+  const std::size_t bytes = layout.bytes();
+  const std::string good = outcomeMessage(outcome::good());
+  std::signal(SIGPIPE, SIG_IGN);
+
+  const std::map<std::string, std::function<void()>> deeds = {
+      {"stops", [] { raise(SIGSTOP); }},
+      {"stops in the middle",
+       [&] {
+         say(layoutMessage(layout));
+         sendBytes(bytes / 2);
+         raise(SIGSTOP);
+       }},
+      {"crashes", [] { kill(getpid(), SIGKILL); }},
+      {"crashes in the middle",
+       [&] {
+         say(layoutMessage(layout));
+         sendBytes(bytes / 2);
+         kill(getpid(), SIGSEGV);
+       }},
+      {"leaves without a word", [] { _exit(7); }},
+      {"babbles", [] { say("hello"); }},
+      {"babbles without end", [] { sayForEver("hello"); }},
+      {"tells the layout without end", [&] { sayForEver(layoutMessage(layout)); }},
+      {"tells another layout",
+       [&] {
+         say(layoutMessage(other));
+         sendBytes(bytes);
+       }},
+      {"sends bytes before the layout",
+       [&] {
+         sendBytes(bytes);
+         sleepForEver();
+       }},
+      {"sends too much",
+       [&] {
+         say(layoutMessage(layout));
+         sendBytes(bytes + 1);
+         say(good);
+       }},
+      {"sends too little",
+       [&] {
+         say(layoutMessage(layout));
+         sendBytes(bytes - 1);
+         say(good);
+       }},
+      {"sends nothing", [&] { say(good); }},
+      {"closes early",
+       [&] {
+         say(layoutMessage(layout));
+         sendBytes(bytes / 2);
+         close(workerImageDescriptor);
+         sleepForEver();
+       }},
+      {"stays after the end",
+       [&] {
+         say(layoutMessage(layout));
+         sendBytes(bytes);
+         say(good);
+         close(workerImageDescriptor);
+         sleepForEver();
+       }},
+  };
+  const auto deed = deeds.find(request->scanner);
+  if (deed == deeds.end()) return 8;
+  deed->second();
+}
