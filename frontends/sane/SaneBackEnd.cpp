@@ -2,18 +2,21 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
+
+#include "QuenvarConfig.h"
 
 namespace frontend {
 
-SaneBackEnd::SaneBackEnd() : debug_(DebugOutput::levelOfEnvironment()), config_(QuenvarConfig::load()) {
-  for (const std::string& complaint : config_.complaints) debug_.line(DebugOutput::failures, complaint);
-}
+SaneBackEnd::SaneBackEnd() : debug_(DebugOutput::levelOfEnvironment()) {}
 
 SaneBackEnd::~SaneBackEnd() = default;
 
 std::vector<ScannerEntry> SaneBackEnd::scanners() const {
+  const QuenvarConfig config = QuenvarConfig::load();
+  for (const std::string& complaint : config.complaints) debug_.line(DebugOutput::failures, complaint);
   std::string failure;
-  std::vector<ScannerEntry> found = listScanners(config_.virtualScanner, &failure);
+  std::vector<ScannerEntry> found = listScanners(config.virtualScanner, &failure);
   if (!failure.empty()) debug_.line(DebugOutput::failures, failure);
   for (const ScannerEntry& scanner : found) {
     debug_.line(DebugOutput::steps, "found " + scanner.name);
@@ -47,13 +50,13 @@ SANE_Status SaneBackEnd::open(std::string_view name, SaneHandle** handle) {
                                 [&](const auto& one) { return one->scanner() == found->name; });
   if (open) return SANE_STATUS_DEVICE_BUSY;
   if (!found->accessible) return SANE_STATUS_ACCESS_DENIED;
-  handles_.push_back(std::make_unique<SaneHandle>(found->name, config_, debug_));
+  handles_.push_back(std::make_unique<SaneHandle>(found->name, debug_));
   *handle = handles_.back().get();
   return SANE_STATUS_GOOD;
 }
 
 void SaneBackEnd::close(SaneHandle* handle) {
-  std::unique_ptr<SaneHandle> closed;
+  std::unique_ptr<SaneHandle> closed;  // after the lock: its scan may take a moment to end
   const std::lock_guard lock(mutex_);
   const auto found = std::find_if(handles_.begin(), handles_.end(),
                                   [handle](const auto& one) { return one.get() == handle; });

@@ -8,17 +8,16 @@
 #include <vector>
 
 #include "DebugOutput.h"
-#include "QuenvarConfig.h"
 #include "SaneHandle.h"
 #include "ScannerList.h"
 
 namespace frontend {
 
-// What lives from sane_init to sane_exit: the configuration, the list of scanners of the moment, and the open
+// What lives from sane_init to sane_exit: the list of scanners of the moment, and the open
 // handles. Starts no thread. Any thread; nothing throws but std::bad_alloc.
 class SaneBackEnd {
  public:
-  // Reads configuration and environment.
+  // Reads the environment. The configuration is read when it is needed, so that a change counts at once.
   SaneBackEnd();
   // Closes what is still open.
   ~SaneBackEnd();
@@ -40,7 +39,6 @@ class SaneBackEnd {
   std::vector<ScannerEntry> scanners() const;
 
   const DebugOutput debug_;
-  const QuenvarConfig config_;
   std::mutex mutex_;  // of what follows
   std::vector<ScannerEntry> listed_;
   std::vector<SANE_Device> devices_;

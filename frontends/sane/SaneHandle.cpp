@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "QuenvarConfig.h"
 #include "SaneStatus.h"
 
 namespace frontend {
@@ -17,8 +18,8 @@ std::string described(const PictureLayout& layout) {
 
 }  // namespace
 
-SaneHandle::SaneHandle(std::string scanner, const QuenvarConfig& config, const DebugOutput& debug)
-    : scanner_(std::move(scanner)), config_(config), debug_(debug) {}
+SaneHandle::SaneHandle(std::string scanner, const DebugOutput& debug)
+    : scanner_(std::move(scanner)), debug_(debug) {}
 
 SaneHandle::~SaneHandle() {
   leaveOldScan();
@@ -53,9 +54,10 @@ SANE_Status SaneHandle::start() {
     debug_.line(DebugOutput::failures, "The area is empty: its corners are crossed or too close together.");
     return SANE_STATUS_INVAL;
   }
+  const QuenvarConfig config = QuenvarConfig::load();
   request->scanner = scanner_;
-  request->patience = config_.patience;
-  request->virtualScanner = config_.virtualOptions;
+  request->patience = config.patience;
+  request->virtualScanner = config.virtualOptions;
   request->verbose = debug_.shows(DebugOutput::library);
 
   cancel_.begin();

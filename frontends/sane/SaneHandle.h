@@ -9,7 +9,6 @@
 #include "CancelTarget.h"
 #include "DebugOutput.h"
 #include "PictureLayout.h"
-#include "QuenvarConfig.h"
 #include "SaneOptions.h"
 #include "SupervisedScan.h"
 
@@ -22,8 +21,8 @@ namespace frontend {
 // One thread, but for cancel(). Nothing throws but std::bad_alloc.
 class SaneHandle {
  public:
-  // `config` and `debug` outlive the handle.
-  SaneHandle(std::string scanner, const QuenvarConfig& config, const DebugOutput& debug);
+  // `debug` outlives the handle.
+  SaneHandle(std::string scanner, const DebugOutput& debug);
   // Ends what still runs.
   ~SaneHandle();
   SaneHandle(const SaneHandle&) = delete;
@@ -38,8 +37,9 @@ class SaneHandle {
   // Exact from start() to the scan's end, otherwise what the options promise.
   SANE_Parameters parameters() const;
 
-  // Returns at once. Ends a scan whose end was read, or only its last byte, or that was cancelled.
-  // INVAL: the area is none. DEVICE_BUSY: this handle is in the middle of a scan.
+  // Returns at once. The configuration is that of the moment. Ends a scan whose end was read, or only its
+  // last byte, or that was cancelled. INVAL: the area is none. DEVICE_BUSY: this handle is in the middle of a
+  // scan.
   SANE_Status start();
 
   // GOOD with at least one byte; without waiting, also with none. Everything else is the end, and is said
@@ -59,7 +59,6 @@ class SaneHandle {
   SANE_Status end(SANE_Status status, const std::string& why);
 
   const std::string scanner_;
-  const QuenvarConfig& config_;
   const DebugOutput& debug_;
   SaneOptions options_;
   CancelTarget<SupervisedScan> cancel_;

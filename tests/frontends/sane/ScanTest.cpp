@@ -308,6 +308,18 @@ TEST_F(SaneScan, LeavesTheSameHandleUsableAfterAFailure) {
   }
 }
 
+TEST_F(SaneScan, FollowsAChangeOfTheConfiguration) {
+  begin("virtual-fault unplug@7");
+  open();
+  askForSmallScan("Gray");
+  start();
+  readAll();
+  EXPECT_EQ(status, SANE_STATUS_IO_ERROR);
+  writeContent(folder / "quenvar.conf", "virtual on\n");
+  start();
+  EXPECT_TRUE(readAll() == smallPage("Gray"));
+}
+
 TEST_F(SaneScan, PrintsNothingEvenWhereItFails) {
   testing::internal::CaptureStderr();
   testing::internal::CaptureStdout();
