@@ -133,7 +133,7 @@ void SaneOptions::followMode() {
 
 const SANE_Option_Descriptor* SaneOptions::descriptor(SANE_Int index) const {
   if (index < 0 || index >= numberOfOptions) return nullptr;
-  return &descriptors_[static_cast<std::size_t>(index)];
+  return &descriptors_[index];
 }
 
 SANE_Status SaneOptions::get(SANE_Int index, void* value) const {
@@ -145,7 +145,7 @@ SANE_Status SaneOptions::get(SANE_Int index, void* value) const {
   } else if (index == source) {
     std::strcpy(static_cast<char*>(value), flatbed);
   } else {
-    std::memcpy(value, &words_[static_cast<std::size_t>(index)], sizeof(SANE_Word));
+    std::memcpy(value, &words_[index], sizeof(SANE_Word));
   }
   return SANE_STATUS_GOOD;
 }

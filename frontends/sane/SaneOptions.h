@@ -2,7 +2,6 @@
 
 #include <sane/sane.h>
 
-#include <array>
 #include <cstdint>
 #include <optional>
 
@@ -71,8 +70,8 @@ class SaneOptions {
   SANE_Status setWord(Index index, SANE_Word& value, SANE_Int* info);
   ScanRequest requestFor(const PixelArea& area) const;
 
-  std::array<SANE_Option_Descriptor, numberOfOptions> descriptors_{};
-  std::array<SANE_Word, numberOfOptions> words_{};  // of the options that are one word
+  SANE_Option_Descriptor descriptors_[numberOfOptions] = {};
+  SANE_Word words_[numberOfOptions] = {};  // of the options that are one word
   Mode mode_ = Mode::color;
 };
 
