@@ -91,3 +91,12 @@ set(Q750_UDEV_HWDB_DIR lib/udev/hwdb.d CACHE STRING
 install(FILES ${PROJECT_BINARY_DIR}/udev/20-sane-quenvar.hwdb DESTINATION ${Q750_UDEV_HWDB_DIR} COMPONENT tools)
 install(FILES ${PROJECT_BINARY_DIR}/desktop/quenvar-q750.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo
   COMPONENT tools)
+
+# The SANE back end: in the folder "sane" of the system's libraries. Its configuration is where SANE looks for it if
+# CMAKE_INSTALL_SYSCONFDIR is /etc, as packages for the system say; otherwise it is below the prefix.
+install(TARGETS sane-quenvar LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/sane COMPONENT sane NAMELINK_SKIP)
+install(FILES ${PROJECT_SOURCE_DIR}/frontends/sane/quenvar.conf DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/sane.d
+  COMPONENT sane)
+install(FILES ${PROJECT_SOURCE_DIR}/frontends/sane/dll.d/quenvar DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/sane.d/dll.d
+  COMPONENT sane)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/sane-quenvar.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT sane)
