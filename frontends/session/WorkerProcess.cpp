@@ -99,7 +99,7 @@ int WorkerProcess::start(const std::string& program, int control, int image, boo
       posix_spawn(&process, program.c_str(), actions.get(), attributes.get(), arguments, environ);
   if (error != 0) return error;
   process_ = process;
-  handle_ = OwnedDescriptor(pidfd_open(process, 0));
+  handle_ = platform::OwnedDescriptor(pidfd_open(process, 0));
   return 0;
 }
 

@@ -47,8 +47,8 @@ class WorkerProcess {
   bool reap();
 
   pid_t process_ = 0;
-  OwnedDescriptor handle_;     // of the process; none on systems that have no such thing
-  std::optional<int> status_;  // as wait() tells it
+  platform::OwnedDescriptor handle_;  // of the process; none on systems that have no such thing
+  std::optional<int> status_;         // as wait() tells it
 };
 
 }  // namespace frontend

@@ -55,7 +55,7 @@ void showOnStandardError(std::string_view text) {
 
 int runWorker(int control, int image) {
   ReportChannel reports(control);
-  OwnedDescriptor imageEnd(image);
+  platform::OwnedDescriptor imageEnd(image);
   const std::optional<ScanRequest> request = receiveRequest(control);
   if (!request) {
     reports.tell(outcome::workerGarbled());

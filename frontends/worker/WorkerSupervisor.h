@@ -44,8 +44,8 @@ class WorkerSupervisor {
   void endWhatHangs();
 
   Parts parts_;
-  OwnedDescriptor cancelled_;  // event counters
-  OwnedDescriptor stop_;
+  platform::OwnedDescriptor cancelled_;  // event counters
+  platform::OwnedDescriptor stop_;
   Clock::time_point cancelTime_;
   bool hungUp_ = false;
   std::thread thread_;  // last: it uses all of the above
