@@ -33,7 +33,7 @@ constexpr std::uint32_t silenceMs = 5000;
 constexpr std::size_t rounds = 31;
 constexpr std::uint8_t dataPipe = 3;
 constexpr unsigned char dataEndpoint = 0x88;
-constexpr virtualscanner::ScanRequest wholePage{300, true, 0, 0, 2550, 3500};  // 27 MB
+constexpr virtualscanner::PageRequest wholePage{300, true, 0, 0, 2550, 3500};  // 27 MB
 
 void require(bool done, const char* what) {
   if (done) return;

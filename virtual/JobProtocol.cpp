@@ -49,7 +49,7 @@ JobEvent JobProtocol::create(const RemoteCall& call) {
   if (!kind.instanceOf("StringElem") || kind.stringValue() != "HostSendJob") {
     throw ObjectStoreException("the device makes no such job");
   }
-  request_ = decodeScanRequest(call.parameter(1));
+  request_ = decodePageRequest(call.parameter(1));
   jobName_ = "HostSendJob" + std::to_string(++jobs_);
   result_ = std::make_unique<StringElem>(jobName_);
   phase_ = Phase::created;

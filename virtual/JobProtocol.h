@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "PageRequest.h"
 #include "RemoteCall.h"
-#include "ScanRequest.h"
 
 namespace virtualscanner {
 
@@ -38,7 +38,7 @@ class JobProtocol {
   Answer answer(const char* text, int length, bool refuse);
 
   // Valid after `started`.
-  const ScanRequest& request() const { return request_; }
+  const PageRequest& request() const { return request_; }
   // Every call that could be read, as object.method.
   const std::vector<std::string>& calls() const { return calls_; }
   // As after power-on, the list of calls aside.
@@ -57,7 +57,7 @@ class JobProtocol {
   Phase phase_ = Phase::idle;
   std::uint32_t jobs_ = 0;
   std::string jobName_;  // empty while there is no job
-  ScanRequest request_;
+  PageRequest request_;
   std::vector<std::string> calls_;
   std::unique_ptr<Element> result_;
 };

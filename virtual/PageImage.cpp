@@ -6,12 +6,12 @@
 
 namespace virtualscanner {
 
-std::string imageHeader(const ScanRequest& request) {
+std::string imageHeader(const PageRequest& request) {
   return std::string(request.color ? "P6" : "P5") + "\n# Quenvar Q750\n" + std::to_string(request.width) +
          " " + std::to_string(request.height) + "\n255\n";
 }
 
-std::string wrongImageHeader(const ScanRequest& request, std::uint32_t kind) {
+std::string wrongImageHeader(const PageRequest& request, std::uint32_t kind) {
   const std::string size = std::to_string(request.width) + " " + std::to_string(request.height);
   switch (kind) {
     case 1:
@@ -25,7 +25,7 @@ std::string wrongImageHeader(const ScanRequest& request, std::uint32_t kind) {
   }
 }
 
-RowPainter::RowPainter(std::shared_ptr<const Paper> paper, const ScanRequest& request)
+RowPainter::RowPainter(std::shared_ptr<const Paper> paper, const PageRequest& request)
     : paper_(std::move(paper)), request_(request), rgb_(request.color ? 0 : std::size_t{request.width} * 3) {}
 
 void RowPainter::paint(std::uint32_t row, std::uint8_t* destination) {
@@ -43,7 +43,7 @@ void RowPainter::paint(std::uint32_t row, std::uint8_t* destination) {
   }
 }
 
-std::vector<std::uint8_t> paintPage(std::shared_ptr<const Paper> paper, const ScanRequest& request) {
+std::vector<std::uint8_t> paintPage(std::shared_ptr<const Paper> paper, const PageRequest& request) {
   // The largest window has some hundred million bytes, which every address space has room for.
   std::vector<std::uint8_t> page(static_cast<std::size_t>(request.imageBytes()));
   RowPainter painter(std::move(paper), request);
@@ -52,7 +52,7 @@ std::vector<std::uint8_t> paintPage(std::shared_ptr<const Paper> paper, const Sc
   return page;
 }
 
-PageImage::PageImage(std::shared_ptr<const Paper> paper, const ScanRequest& request, std::string header)
+PageImage::PageImage(std::shared_ptr<const Paper> paper, const PageRequest& request, std::string header)
     : header_(std::move(header)),
       painter_(std::make_unique<RowPainter>(std::move(paper), request)),
       row_(request.bytesPerRow()),

@@ -6,36 +6,36 @@
 #include <string>
 #include <vector>
 
+#include "PageRequest.h"
 #include "Paper.h"
-#include "ScanRequest.h"
 
 namespace virtualscanner {
 
 // The first lines of the image that the device sends: a binary PPM or PGM with a comment as its second line.
-std::string imageHeader(const ScanRequest& request);
+std::string imageHeader(const PageRequest& request);
 // The n-th wrong header of FaultKind::wrongHeader.
-std::string wrongImageHeader(const ScanRequest& request, std::uint32_t kind);
+std::string wrongImageHeader(const PageRequest& request, std::uint32_t kind);
 
 // Paints one row of a scan, request.bytesPerRow() bytes; rows count from the top of the window.
 class RowPainter {
  public:
-  RowPainter(std::shared_ptr<const Paper> paper, const ScanRequest& request);
+  RowPainter(std::shared_ptr<const Paper> paper, const PageRequest& request);
   void paint(std::uint32_t row, std::uint8_t* destination);
 
  private:
   std::shared_ptr<const Paper> paper_;
-  ScanRequest request_;
+  PageRequest request_;
   std::vector<std::uint8_t> rgb_;  // scratch for grey rows
 };
 
 // All rows of a scan.
-std::vector<std::uint8_t> paintPage(std::shared_ptr<const Paper> paper, const ScanRequest& request);
+std::vector<std::uint8_t> paintPage(std::shared_ptr<const Paper> paper, const PageRequest& request);
 
 // The bytes of one image, header and rows, read from front to back. Rows are painted as they are read, or
 // come from a page painted before.
 class PageImage {
  public:
-  PageImage(std::shared_ptr<const Paper> paper, const ScanRequest& request, std::string header);
+  PageImage(std::shared_ptr<const Paper> paper, const PageRequest& request, std::string header);
   PageImage(std::shared_ptr<const std::vector<std::uint8_t>> page, std::string header);
 
   // Bytes not read yet.

@@ -50,7 +50,7 @@ struct VirtualScanner::State {
   void beginStream();
   void dropReplies();
   void dropStream();
-  std::shared_ptr<const std::vector<std::uint8_t>> paintedPage(const ScanRequest& request);
+  std::shared_ptr<const std::vector<std::uint8_t>> paintedPage(const PageRequest& request);
 
   ScannerOptions options;
   std::shared_ptr<const Paper> paper;
@@ -62,10 +62,10 @@ struct VirtualScanner::State {
   StreamSource stream;
   InPipe replyPipe;
   InPipe dataPipe;
-  std::optional<ScanRequest> lastRequest;
+  std::optional<PageRequest> lastRequest;
   std::shared_ptr<const std::vector<std::uint8_t>> page;  // painted ahead, of the two below
   std::shared_ptr<const Paper> paperOfPage;
-  ScanRequest requestOfPage;
+  PageRequest requestOfPage;
   bool pluggedIn = true;
   std::uint32_t connection = 1;
 };
@@ -157,7 +157,7 @@ Transfer VirtualScanner::read(std::uint8_t address, std::uint8_t* buffer, std::s
 const std::vector<std::string>& VirtualScanner::calls() const {
   return state_->protocol.calls();
 }
-const std::optional<ScanRequest>& VirtualScanner::lastRequest() const {
+const std::optional<PageRequest>& VirtualScanner::lastRequest() const {
   return state_->lastRequest;
 }
 std::uint32_t VirtualScanner::transfers() const {
@@ -201,7 +201,7 @@ void VirtualScanner::State::react(JobEvent event) {
 }
 
 void VirtualScanner::State::beginStream() {
-  const ScanRequest& request = protocol.request();
+  const PageRequest& request = protocol.request();
   lastRequest = request;
   const std::optional<std::uint32_t> wrong = faults.takeWrongHeader();
   std::string header = wrong ? wrongImageHeader(request, *wrong) : imageHeader(request);
@@ -221,7 +221,7 @@ void VirtualScanner::State::dropStream() {
 }
 
 std::shared_ptr<const std::vector<std::uint8_t>> VirtualScanner::State::paintedPage(
-    const ScanRequest& request) {
+    const PageRequest& request) {
   if (page == nullptr || paperOfPage != paper || requestOfPage != request) {
     page.reset();  // before the next one is made: a page may be large
     page = std::make_shared<const std::vector<std::uint8_t>>(paintPage(paper, request));

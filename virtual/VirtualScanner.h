@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "Descriptors.h"
+#include "PageRequest.h"
 #include "Paper.h"
-#include "ScanRequest.h"
 #include "ScannerOptions.h"
 #include "Transfer.h"
 
@@ -66,7 +66,7 @@ class VirtualScanner {
 
   // What happened so far, for tests: every call understood, as object.method, and the last job's request.
   const std::vector<std::string>& calls() const;
-  const std::optional<ScanRequest>& lastRequest() const;
+  const std::optional<PageRequest>& lastRequest() const;
   // Transfers counted for the positions of faults, since they were last reset.
   std::uint32_t transfers() const;
 

@@ -25,8 +25,8 @@ void requestStop(int /*signal*/) {
 StopSignals::StopSignals() {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) throw std::system_error(errno, std::generic_category());
-  reader_ = virtualscanner::Descriptor(ends[0]);
-  writer_ = virtualscanner::Descriptor(ends[1]);
+  reader_ = platform::OwnedDescriptor(ends[0]);
+  writer_ = platform::OwnedDescriptor(ends[1]);
   descriptorToWrite.store(writer_.get());
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) replace(signal);
 }

@@ -3,7 +3,7 @@
 #include <csignal>
 #include <vector>
 
-#include "Descriptor.h"
+#include "OwnedDescriptor.h"
 
 namespace frontend {
 
@@ -28,8 +28,8 @@ class StopSignals {
   };
   void replace(int signal);
 
-  virtualscanner::Descriptor reader_;
-  virtualscanner::Descriptor writer_;
+  platform::OwnedDescriptor reader_;
+  platform::OwnedDescriptor writer_;
   std::vector<Previous> previous_;
 };
 

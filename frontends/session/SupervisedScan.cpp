@@ -20,10 +20,10 @@ namespace {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-// A worker gives no sign for no longer than its scanner; it ends itself before this has passed besides.
-constexpr milliseconds silenceOfTheWorker(20000);
+constexpr milliseconds longestPatience(UINT32_MAX);
 // The clock of the worker's silence is not set for every read.
 constexpr milliseconds silenceInaccuracy(1000);
+constexpr int mostMessagesAtOnce = 100;
 // The end of the picture is the end of its process, or has been explained before.
 constexpr milliseconds timeToExplain(200);
 constexpr milliseconds timeToLeave(1900);
@@ -39,8 +39,10 @@ PictureLayout expectedLayout(const ScanRequest& request) {
 
 // All but cancelled_ and link_.cancel() belongs to the one thread.
 struct SupervisedScan::Impl {
-  explicit Impl(const ScanRequest& request)
-      : expected_(expectedLayout(request)), longestSilence_(request.patience + silenceOfTheWorker) {}
+  Impl(const ScanRequest& request, milliseconds silenceOfTheWorker)
+      : expected_(expectedLayout(request)),
+        longestSilence_(std::clamp(request.patience, milliseconds(0), longestPatience) + silenceOfTheWorker) {
+  }
 
   void start(const ScanRequest& request, const std::string& worker);
   void cancel() noexcept;
@@ -48,6 +50,8 @@ struct SupervisedScan::Impl {
   std::optional<std::size_t> takeBytes(std::uint8_t* buffer, std::size_t capacity);
   bool needsLayout();
   void listen();
+  void noteSign();
+  bool gaveNoSign();
   void understand(std::string_view message);
   void conclude(ScanOutcome outcome);
   void concludeFromTheEnd();
@@ -107,11 +111,24 @@ std::optional<std::size_t> SupervisedScan::Impl::take(std::uint8_t* buffer, std:
   const auto taken = takeBytes(buffer, capacity);
   if (taken && *taken > 0) {
     delivered_ += *taken;
-    const Clock::time_point now = Clock::now();
-    if (now - latestSign_ > silenceInaccuracy) link_.expectSign(longestSilence_);
-    latestSign_ = now - latestSign_ > silenceInaccuracy ? now : latestSign_;
+    noteSign();
   }
   return taken;
+}
+
+void SupervisedScan::Impl::noteSign() {
+  const Clock::time_point now = Clock::now();
+  if (now - latestSign_ <= std::min(silenceInaccuracy, longestSilence_ / 10)) return;
+  latestSign_ = now;
+  link_.expectSign(longestSilence_);
+}
+
+// A sign that nobody has listened to yet counts.
+bool SupervisedScan::Impl::gaveNoSign() {
+  if (!link_.timeIsUp()) return false;
+  const Clock::time_point before = latestSign_;
+  listen();
+  return latestSign_ == before;
 }
 
 // Whether bytes cannot be taken yet since nobody knows what they are. The layout is told before them.
@@ -121,8 +138,8 @@ bool SupervisedScan::Impl::needsLayout() {
   if (layout_ || ended_) return ended_;
   pollfd image{link_.image(), POLLIN, 0};
   const bool ready = poll(&image, 1, 0) == 1;
-  if (!ready && link_.timeIsUp()) conclude(outcome::workerDied("it gave no sign for too long"));
-  if (!ready) return true;
+  if (!ready && gaveNoSign()) conclude(outcome::workerDied("it gave no sign for too long"));
+  if (!ready) return !layout_ || ended_;
   if ((image.revents & POLLIN) == 0) return concludeFromTheEnd(), true;
   listen();
   if (!layout_) conclude(outcome::workerGarbled());
@@ -140,7 +157,7 @@ std::optional<std::size_t> SupervisedScan::Impl::takeBytes(std::uint8_t* buffer,
   } while (count < 0 && errno == EINTR);
   if (count > 0 && left > 0) return static_cast<std::size_t>(count);
   if (count < 0 && errno == EAGAIN) {
-    if (!link_.timeIsUp()) return std::nullopt;
+    if (!gaveNoSign()) return ended_ ? std::optional<std::size_t>(0) : std::nullopt;
     conclude(outcome::workerDied("it gave no sign for too long"));
   } else if (count > 0) {
     conclude(outcome::unreadablePicture("it has more rows than its header told"));
@@ -153,9 +170,10 @@ std::optional<std::size_t> SupervisedScan::Impl::takeBytes(std::uint8_t* buffer,
 // Takes what the worker has said so far.
 void SupervisedScan::Impl::listen() {
   std::array<char, largestWorkerMessage> message;
-  while (!hungUp_ && !told_ && !ended_) {
+  for (int left = mostMessagesAtOnce; left > 0 && !hungUp_ && !told_ && !ended_; --left) {
     const ssize_t count = recv(link_.control(), message.data(), message.size(), MSG_DONTWAIT);
-    if (count < 0 && errno == EINTR) continue;
+    // That a worker left without reading everything is told once, before its last messages.
+    if (count < 0 && (errno == EINTR || errno == ECONNRESET)) continue;
     if (count < 0 && errno == EAGAIN) return;
     hungUp_ = count <= 0;
     if (count > 0) understand({message.data(), static_cast<std::size_t>(count)});
@@ -165,6 +183,8 @@ void SupervisedScan::Impl::listen() {
 void SupervisedScan::Impl::understand(std::string_view message) {
   auto report = readReport(message);
   if (!report) return conclude(outcome::workerGarbled());
+  noteSign();
+  if (std::holds_alternative<LifeSign>(*report)) return;
   if (auto* outcome = std::get_if<ScanOutcome>(&*report)) {
     told_ = std::move(*outcome);
     return;
@@ -178,13 +198,14 @@ void SupervisedScan::Impl::understand(std::string_view message) {
 // The picture has no more bytes: either the worker has told how the scan ended, or it is about to be gone.
 void SupervisedScan::Impl::concludeFromTheEnd() {
   const auto deadline = Clock::now() + timeToExplain;
-  for (listen(); !told_ && !hungUp_ && !ended_ && Clock::now() < deadline; listen()) {
+  for (listen(); !told_ && !hungUp_ && !ended_ && !cancelled_.load() && Clock::now() < deadline; listen()) {
     pollfd control{link_.control(), POLLIN, 0};
     poll(&control, 1, 10);
   }
   if (ended_) return;
+  if (cancelled_.load()) return conclude(outcome::cancelled());
   if (!told_) {
-    if (!worker_.awaitEnd(timeToExplain)) worker_.kill();
+    if (!hungUp_ || !worker_.awaitEnd(timeToExplain)) worker_.kill();
     worker_.awaitEnd(timeToDie);
     const std::string how = worker_.howItEnded();
     return conclude(outcome::workerDied(how.empty() ? "nobody knows how" : how));
@@ -207,7 +228,11 @@ void SupervisedScan::Impl::finish() {
 }
 
 SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& worker)
-    : impl_(std::make_unique<Impl>(request)) {
+    : SupervisedScan(request, worker, usualSilenceOfTheWorker) {}
+
+SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& worker,
+                               milliseconds silenceOfTheWorker)
+    : impl_(std::make_unique<Impl>(request, silenceOfTheWorker)) {
   impl_->start(request, worker);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -65,6 +66,13 @@ class SupervisedScan {
   void finish();
   // After finish(): whether the worker ended by itself and as it should.
   bool workerEndedWell() const;
+
+ protected:
+  // A worker that gives no sign of life for `patience` of the request and this long is given up. It gives
+  // one each second.
+  static constexpr std::chrono::milliseconds usualSilenceOfTheWorker{20000};
+  SupervisedScan(const ScanRequest& request, const std::string& worker,
+                 std::chrono::milliseconds silenceOfTheWorker);
 
  private:
   struct Impl;

@@ -20,10 +20,10 @@ constexpr int imagePipeBytes = 1 << 20;
 constexpr int lowestDescriptor = workerImageDescriptor + 1;
 
 // Takes a new descriptor over, under a number that is no standard one's and none of the worker's.
-OwnedDescriptor kept(int descriptor) {
-  OwnedDescriptor given(descriptor);
+platform::OwnedDescriptor kept(int descriptor) {
+  platform::OwnedDescriptor given(descriptor);
   if (descriptor < 0 || descriptor >= lowestDescriptor) return given;
-  return OwnedDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, lowestDescriptor));
+  return platform::OwnedDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, lowestDescriptor));
 }
 
 bool watch(int epoll, int descriptor) {
@@ -46,7 +46,7 @@ int WorkerLink::open() {
   end_ = kept(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   timer_ = kept(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
   ready_ = kept(epoll_create1(EPOLL_CLOEXEC));
-  for (const OwnedDescriptor* each :
+  for (const platform::OwnedDescriptor* each :
        {&control_, &workerControl_, &image_, &workerImage_, &end_, &timer_, &ready_}) {
     if (each->get() < 0) return errno != 0 ? errno : EMFILE;
   }

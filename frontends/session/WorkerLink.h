@@ -39,13 +39,13 @@ class WorkerLink {
   void wait(bool control);
 
  private:
-  OwnedDescriptor control_;
-  OwnedDescriptor image_;
-  OwnedDescriptor workerControl_;
-  OwnedDescriptor workerImage_;
-  OwnedDescriptor end_;    // an event counter
-  OwnedDescriptor timer_;  // for a worker that gives no sign
-  OwnedDescriptor ready_;
+  platform::OwnedDescriptor control_;
+  platform::OwnedDescriptor image_;
+  platform::OwnedDescriptor workerControl_;
+  platform::OwnedDescriptor workerImage_;
+  platform::OwnedDescriptor end_;    // an event counter
+  platform::OwnedDescriptor timer_;  // for a worker that gives no sign
+  platform::OwnedDescriptor ready_;
 };
 
 }  // namespace frontend

@@ -15,6 +15,7 @@ constexpr std::string_view opening = "q750-worker 1\n";
 constexpr std::string_view requestKind = "request\n";
 constexpr std::string_view layoutKind = "layout\n";
 constexpr std::string_view outcomeKind = "outcome\n";
+constexpr std::string_view lifeSignKind = "alive\n";
 constexpr std::size_t mostFaults = 100;
 constexpr auto highestStatus = static_cast<std::uint64_t>(ScanStatus::noMemory);
 
@@ -116,7 +117,8 @@ std::string requestMessage(const ScanRequest& request) {
       .number("width", area.width)
       .number("height", area.height)
       .field("threshold", request.threshold ? std::to_string(*request.threshold) : "")
-      .number("patience", static_cast<std::uint64_t>(std::max<std::int64_t>(request.patience.count(), 0)))
+      .number("patience",
+              static_cast<std::uint64_t>(std::clamp<std::int64_t>(request.patience.count(), 0, UINT32_MAX)))
       .number("verbose", request.verbose ? 1 : 0)
       .field("paper", options.paper)
       .number("packet-size", options.packetSize)
@@ -177,7 +179,12 @@ std::string outcomeMessage(const ScanOutcome& outcome) {
       .take();
 }
 
+std::string lifeSignMessage() {
+  return Writer(lifeSignKind).take();
+}
+
 std::optional<WorkerReport> readReport(std::string_view message) {
+  if (Reader(message, lifeSignKind).ended()) return LifeSign{};
   Reader layoutReader(message, layoutKind);
   if (!layoutReader.failed()) {
     PictureLayout layout;

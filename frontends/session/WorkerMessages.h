@@ -28,10 +28,15 @@ std::string requestMessage(const ScanRequest& request);
 // ScanSettings.h promises.
 std::optional<ScanRequest> readRequest(std::string_view message);
 
-// Up: the layout, at most once, before the first byte of the picture; the outcome, exactly once.
+// That the worker is there and watches over its scan, whatever the scanner does.
+struct LifeSign {};
+
+// Up: the layout, at most once, before the first byte of the picture; signs of life at any time until the
+// outcome, which is the last.
 std::string layoutMessage(const PictureLayout& layout);
 std::string outcomeMessage(const ScanOutcome& outcome);
-using WorkerReport = std::variant<PictureLayout, ScanOutcome>;
+std::string lifeSignMessage();
+using WorkerReport = std::variant<PictureLayout, ScanOutcome, LifeSign>;
 std::optional<WorkerReport> readReport(std::string_view message);
 
 }  // namespace frontend

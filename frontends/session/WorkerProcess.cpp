@@ -87,7 +87,9 @@ int WorkerProcess::start(const std::string& program, int control, int image, boo
   SpawnActions actions;
   actions.openNothing(STDIN_FILENO);
   actions.openNothing(STDOUT_FILENO);
-  if (!verbose) actions.openNothing(STDERR_FILENO);
+  // Where the application has closed it, the worker's first file would get its number, and the log with it.
+  const bool hasStandardError = fcntl(STDERR_FILENO, F_GETFD) >= 0;
+  if (!verbose || !hasStandardError) actions.openNothing(STDERR_FILENO);
   actions.hand(control, workerControlDescriptor);
   actions.hand(image, workerImageDescriptor);
   actions.closeFrom(workerImageDescriptor + 1);
@@ -99,7 +101,7 @@ int WorkerProcess::start(const std::string& program, int control, int image, boo
       posix_spawn(&process, program.c_str(), actions.get(), attributes.get(), arguments, environ);
   if (error != 0) return error;
   process_ = process;
-  handle_ = OwnedDescriptor(pidfd_open(process, 0));
+  handle_ = platform::OwnedDescriptor(pidfd_open(process, 0));
   return 0;
 }
 
@@ -138,9 +140,10 @@ bool WorkerProcess::awaitEnd(std::chrono::milliseconds time) {
   return true;
 }
 
-// By its handle where there is one: the number may be another process's by now.
+// By its handle where there is one: the number is another process's as soon as the application has waited for
+// it.
 void WorkerProcess::kill() {
-  if (!isRunning()) return;
+  if (reap()) return;
   if (handle_.get() >= 0) {
     pidfd_send_signal(handle_.get(), SIGKILL, nullptr, 0);
   } else {

@@ -16,7 +16,7 @@ inline constexpr int workerImageDescriptor = 4;
 
 // A process that runs a worker program. In a process group of its own, so that Ctrl-C in a terminal reaches
 // the front end alone; with default signal handling, with no descriptor of the application's but standard
-// error where it is wanted, and with nothing on standard input and output.
+// error where it is wanted and there, and with nothing on standard input and output.
 //
 // The application may do what it likes with SIGCHLD: ignore it, or wait for any child itself. One thread.
 class WorkerProcess {
@@ -47,8 +47,8 @@ class WorkerProcess {
   bool reap();
 
   pid_t process_ = 0;
-  OwnedDescriptor handle_;     // of the process; none on systems that have no such thing
-  std::optional<int> status_;  // as wait() tells it
+  platform::OwnedDescriptor handle_;  // of the process; none on systems that have no such thing
+  std::optional<int> status_;         // as wait() tells it
 };
 
 }  // namespace frontend

@@ -26,7 +26,7 @@ class ImagePipe {
  private:
   bool awaitRoom();
 
-  OwnedDescriptor pipe_;
+  platform::OwnedDescriptor pipe_;
   int wakeUp_;
   const CancelFlag& cancel_;
   LifeSigns& signs_;

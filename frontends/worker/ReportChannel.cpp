@@ -1,5 +1,7 @@
 #include "ReportChannel.h"
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <cerrno>
@@ -20,6 +22,13 @@ void sendWhole(int descriptor, const std::string& message) {
 
 void ReportChannel::tell(const PictureLayout& layout) {
   if (!over_.load()) sendWhole(descriptor_, layoutMessage(layout));
+}
+
+void ReportChannel::tellLifeSign() {
+  int unread = 0;
+  if (over_.load() || ioctl(descriptor_, SIOCOUTQ, &unread) != 0 || unread > 0) return;
+  const std::string message = lifeSignMessage();
+  send(descriptor_, message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
 void ReportChannel::tell(const ScanOutcome& outcome) {

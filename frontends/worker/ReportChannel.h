@@ -14,6 +14,9 @@ class ReportChannel {
   explicit ReportChannel(int descriptor) : descriptor_(descriptor) {}
 
   void tell(const PictureLayout& layout);
+  // Says nothing while the front end has not taken what was told before, so that signs never fill the
+  // connection. Does not block.
+  void tellLifeSign();
   // Only the first outcome is sent, whichever thread it comes from.
   void tell(const ScanOutcome& outcome);
 

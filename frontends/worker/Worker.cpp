@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <functional>
+#include <new>
 #include <string_view>
 
 #include "FileKeeping.h"
@@ -51,37 +53,45 @@ void showOnStandardError(std::string_view text) {
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
 }
 
+// Tells before it puts the scanner away, which may take a while. When it returns, nothing of USB is left.
+void scan(const ScanRequest& request, const SessionHooks& hooks,
+          const std::function<void(const ScanOutcome&)>& tellTheEnd) {
+  auto found = ScannerAtHand::named(request);
+  if (const auto* why = std::get_if<ScanOutcome>(&found)) return tellTheEnd(*why);
+  // Nobody looks for copies of the page in the folder for temporary files, and everybody's rows come here.
+  platform::keepFiles(false);
+  ScanSession session(std::get<std::unique_ptr<ScannerAtHand>>(found)->stack(), request.settings, hooks);
+  tellTheEnd(session.run());
+}
+
 }  // namespace
 
 int runWorker(int control, int image) {
   ReportChannel reports(control);
-  OwnedDescriptor imageEnd(image);
+  platform::OwnedDescriptor imageEnd(image);
   const std::optional<ScanRequest> request = receiveRequest(control);
   if (!request) {
     reports.tell(outcome::workerGarbled());
     return notUnderstood;
   }
-  auto found = ScannerAtHand::named(*request);
-  if (const auto* why = std::get_if<ScanOutcome>(&found)) {
-    reports.tell(*why);
-    return 0;
-  }
-
-  ScannerAtHand& scanner = *std::get<std::unique_ptr<ScannerAtHand>>(found);
   CancelFlag cancel;
   LifeSigns signs;
   TransferInFlight transfers(signs);
   WorkerSupervisor supervisor({control, cancel, transfers, signs, reports, request->patience + libraryTime});
   ImagePipe pipe(imageEnd.release(), supervisor.cancelled(), cancel, signs);
   PictureForwarder picture(*request, reports, pipe);
-  // Nobody looks for copies of the page in the folder for temporary files, and everybody's rows come here.
-  platform::keepFiles(false);
   VerboseSink log(columnsOfTheTerminal(), showOnStandardError);
-  ScanSession session(
-      scanner.stack(), request->settings,
-      {&picture, &transfers, &cancel, request->verbose ? &log : nullptr, {clamped(request->patience)}});
-  reports.tell(session.run());
-  pipe.close();
+  const auto tellTheEnd = [&](const ScanOutcome& outcome) {
+    reports.tell(outcome);
+    pipe.close();
+  };
+  try {
+    scan(*request,
+         {&picture, &transfers, &cancel, request->verbose ? &log : nullptr, {clamped(request->patience)}},
+         tellTheEnd);
+  } catch (const std::bad_alloc&) {
+    tellTheEnd(outcome::noMemory());
+  }
   return 0;
 }
 

@@ -12,6 +12,7 @@
 namespace frontend {
 namespace {
 
+// Between two signs of life at most.
 constexpr int pauseMs = 1000;
 // Between two attempts to end the transfer under way.
 constexpr int pauseBetweenAbortsMs = 20;
@@ -46,6 +47,7 @@ void WorkerSupervisor::run() {
     if (awaited[1].revents != 0) listen();
     if (parts_.cancel.requested()) parts_.transfers.abort();
     endWhatHangs();
+    parts_.reports.tellLifeSign();
   }
 }
 
@@ -68,13 +70,13 @@ void WorkerSupervisor::requestCancel() {
 void WorkerSupervisor::endWhatHangs() {
   const bool cancelled = parts_.cancel.requested();
   const bool stays = cancelled && Clock::now() - cancelTime_ > timeToLeave;
-  const bool hangs = parts_.signs.silence() > parts_.longestSilence;
+  const std::chrono::milliseconds silence = parts_.signs.silence();
+  const bool hangs = silence > parts_.longestSilence;
   if (!stays && !hangs) return;
   if (cancelled) {
     parts_.reports.tell(outcome::cancelled());
   } else {
-    const auto silence = static_cast<std::uint64_t>(parts_.signs.silence().count());
-    parts_.reports.tell(outcome::silent(silence));
+    parts_.reports.tell(outcome::silent(static_cast<std::uint64_t>(silence.count())));
   }
   _exit(hangStatus);
 }

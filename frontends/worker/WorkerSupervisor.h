@@ -13,7 +13,8 @@ namespace frontend {
 
 // A thread of the worker that listens to the front end while the library scans. Its cancel, or its end, sets
 // the flag and ends the transfers under way, again and again until the scan is over; a process that does not
-// leave for all that, or whose scanning thread hangs, it ends on the spot.
+// leave for all that, or whose scanning thread hangs, it ends on the spot. It tells the front end all the
+// while that it is there.
 class WorkerSupervisor {
  public:
   // Everything outlives the object; `control` is the connection to the front end.
@@ -44,8 +45,8 @@ class WorkerSupervisor {
   void endWhatHangs();
 
   Parts parts_;
-  OwnedDescriptor cancelled_;  // event counters
-  OwnedDescriptor stop_;
+  platform::OwnedDescriptor cancelled_;  // event counters
+  platform::OwnedDescriptor stop_;
   Clock::time_point cancelTime_;
   bool hungUp_ = false;
   std::thread thread_;  // last: it uses all of the above

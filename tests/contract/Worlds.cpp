@@ -14,7 +14,7 @@ using namespace virtualscanner;
 
 namespace {
 
-constexpr ScanRequest page{75, true, 0, 0, 100, 133};
+constexpr PageRequest page{75, true, 0, 0, 100, 133};
 
 // The stream that a scanner with these options sends.
 std::vector<std::uint8_t> streamOf(ScannerOptions options) {

@@ -22,7 +22,7 @@ using testing::Not;
 class EndToEndFaults : public ScanHost {
  protected:
   static constexpr Settings page{75, grey, wholePage};
-  const ScanRequest request_{75, false, 0, 0, 637, 876};
+  const PageRequest request_{75, false, 0, 0, 637, 876};
   static constexpr std::uint32_t payload = 1000;
 
   // A page that never comes would keep the library reading for ever: the device then goes at last.

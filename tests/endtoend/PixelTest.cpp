@@ -24,7 +24,7 @@ class EndToEndPixels : public ScanHost {
 
   // Checks the page painted at once against the colour of single points, in a grid that meets every column
   // and every row of small scans.
-  void expectPointsOfPaper(const std::vector<std::uint8_t>& page, const ScanRequest& request) const {
+  void expectPointsOfPaper(const std::vector<std::uint8_t>& page, const PageRequest& request) const {
     const std::uint32_t stride = request.imageBytes() < 300000 ? 1 : 41;
     for (std::uint32_t row = 0; row < request.height; row += stride) {
       for (std::uint32_t column = row % stride; column < request.width; column += stride) {
@@ -40,7 +40,7 @@ class EndToEndPixels : public ScanHost {
 
   // What ReadImage hands out: rows of the scan area's width, each with the raster's row after it, the last
   // one with nothing that was ever received.
-  std::vector<std::uint8_t> rowsWithLead(const std::vector<std::uint8_t>& page, const ScanRequest& request,
+  std::vector<std::uint8_t> rowsWithLead(const std::vector<std::uint8_t>& page, const PageRequest& request,
                                          std::size_t rowBytes) const {
     std::vector<std::uint8_t> rows(request.height * rowBytes, 0x77);
     const std::size_t copied = std::min(request.bytesPerRow(), rowBytes);
@@ -54,7 +54,7 @@ class EndToEndPixels : public ScanHost {
     return rows;
   }
 
-  void expectScan(const Settings& settings, const ScanRequest& request, std::size_t rowBytes) {
+  void expectScan(const Settings& settings, const PageRequest& request, std::size_t rowBytes) {
     ASSERT_EQ(scan(settings), 0);
     const TiffFile tiff(conversionEnvironment().tiffPath);
     EXPECT_EQ(scanner_->lastRequest(), request);
@@ -110,12 +110,12 @@ TEST_F(EndToEndPixels, OfA600DpiColorScanAreThoseOf300Dpi) {
 }
 
 TEST_F(EndToEndPixels, ComeThroughAtEveryResolutionOverAnOddArea) {
-  const ScanRequest requests[] = {{75, false, 20, 48, 229, 264},
+  const PageRequest requests[] = {{75, false, 20, 48, 229, 264},
                                   {150, false, 41, 97, 458, 528},
                                   {300, false, 83, 194, 917, 1057},
                                   {600, false, 166, 388, 1834, 2114}};
   plugIn({});
-  for (ScanRequest request : requests) {
+  for (PageRequest request : requests) {
     SCOPED_TRACE(request.resolution);
     expectScan({static_cast<int>(request.resolution), grey, oddArea}, request, request.width);
     if (request.resolution == 600) continue;  // colour is another matter there

@@ -10,14 +10,14 @@ namespace {
 
 using namespace platform;
 using virtualscanner::FaultKind;
+using virtualscanner::PageRequest;
 using virtualscanner::ScannerOptions;
-using virtualscanner::ScanRequest;
 using virtualscanner::VirtualScanner;
 using virtualscanner::ZeroLengthPackets;
 
-constexpr ScanRequest kibibyte{75, false, 0, 0, 956, 1};   // a stream of two whole packets
-constexpr ScanRequest someBytes{75, false, 0, 0, 400, 1};  // and one of less than one
-constexpr ScanRequest page{75, true, 0, 0, 637, 300};
+constexpr PageRequest kibibyte{75, false, 0, 0, 956, 1};   // a stream of two whole packets
+constexpr PageRequest someBytes{75, false, 0, 0, 400, 1};  // and one of less than one
+constexpr PageRequest page{75, true, 0, 0, 637, 300};
 constexpr std::uint32_t readSize = 102400;  // of the driver's reads of the data pipe
 
 ScannerOptions withFault(FaultKind kind, std::uint32_t position) {

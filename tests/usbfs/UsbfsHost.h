@@ -63,7 +63,7 @@ class UsbfsHost : public testing::Test {
   }
 
   // Makes the device stream a page; answers the bytes of the stream.
-  std::vector<std::uint8_t> startStream(const virtualscanner::ScanRequest& request) {
+  std::vector<std::uint8_t> startStream(const virtualscanner::PageRequest& request) {
     virtualscanner::VirtualScanner twin(virtualscanner::Paper::testChart(), scanner_->options());
     twin.setFaults({});
     DeviceHost host(twin);

@@ -38,7 +38,7 @@ std::string inShort(const std::string& reply) {
 
 }  // namespace
 
-std::unique_ptr<MapElem> parameterTree(const ScanRequest& request) {
+std::unique_ptr<MapElem> parameterTree(const PageRequest& request) {
   auto tree = std::make_unique<MapElem>();
   auto* scan = new MapElem;
   tree->addChild("scanParameters", scan);
@@ -90,7 +90,7 @@ std::string DeviceHost::call(const std::string& object, const std::string& metho
   return lastReply_.empty() ? "none" : inShort(lastReply_);
 }
 
-bool DeviceHost::startJob(const ScanRequest& wanted) {
+bool DeviceHost::startJob(const PageRequest& wanted) {
   request = wanted;
   if (enter() != "response 0") return false;
   const std::string created = create();
@@ -159,7 +159,7 @@ std::vector<std::uint8_t> imageOf(const std::vector<std::uint8_t>& stream) {
   return image;
 }
 
-std::vector<std::uint8_t> expectedImage(const Paper& paper, const ScanRequest& request) {
+std::vector<std::uint8_t> expectedImage(const Paper& paper, const PageRequest& request) {
   const std::string header = imageHeader(request);
   std::vector<std::uint8_t> image(header.begin(), header.end());
   for (std::int64_t row = request.top; row < std::int64_t{request.top} + request.height; ++row) {

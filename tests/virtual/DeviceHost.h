@@ -42,7 +42,7 @@ class DeviceHost {
   std::string create() { return call("jobFactory", "create", {Parameter::kind, Parameter::tree}); }
   std::string exit() { return call("system", "exitHostUSBSendMode"); }
   // Enter, create and start. False if one of them is refused.
-  bool startJob(const virtualscanner::ScanRequest& request);
+  bool startJob(const virtualscanner::PageRequest& request);
   std::string jobName() const { return jobName_; }
 
   // The whole text of the last reply.
@@ -58,7 +58,7 @@ class DeviceHost {
   std::vector<std::uint8_t> readStream(std::size_t capacity = 102400);
 
   // For the trees of the calls from now on.
-  virtualscanner::ScanRequest request{75, true, 0, 0, 20, 10};
+  virtualscanner::PageRequest request{75, true, 0, 0, 20, 10};
   int requestId = 17;
 
  private:
@@ -68,7 +68,7 @@ class DeviceHost {
 };
 
 // The parameter tree of a job as the driver builds it.
-std::unique_ptr<MapElem> parameterTree(const virtualscanner::ScanRequest& request);
+std::unique_ptr<MapElem> parameterTree(const virtualscanner::PageRequest& request);
 
 // The image bytes of a stream of packets; fails the test where it is no proper stream of one job.
 std::vector<std::uint8_t> imageOf(const std::vector<std::uint8_t>& stream);
@@ -76,4 +76,4 @@ std::vector<std::uint8_t> imageOf(const std::vector<std::uint8_t>& stream);
 std::vector<std::uint8_t> packetTypesOf(const std::vector<std::uint8_t>& stream);
 // Header and pixels that a scan of this paper has to deliver, one pixel at a time.
 std::vector<std::uint8_t> expectedImage(const virtualscanner::Paper& paper,
-                                        const virtualscanner::ScanRequest& request);
+                                        const virtualscanner::PageRequest& request);

@@ -13,9 +13,9 @@ namespace {
 
 using testing::ElementsAre;
 
-const ScanRequest smallPage{75, true, 50, 60, 7, 5};
+const PageRequest smallPage{75, true, 50, 60, 7, 5};
 
-JobStream streamOf(const ScanRequest& request, std::uint32_t payload, const StreamFaults& faults = {}) {
+JobStream streamOf(const PageRequest& request, std::uint32_t payload, const StreamFaults& faults = {}) {
   return JobStream(PageImage(Paper::testChart(), request, imageHeader(request)), payload, faults);
 }
 
@@ -35,7 +35,7 @@ TEST(ImageHeader, IsABinaryPnmWithACommentInItsSecondLine) {
 }
 
 TEST(ImageHeader, HasFourWrongForms) {
-  const ScanRequest request{300, true, 0, 0, 12, 34};
+  const PageRequest request{300, true, 0, 0, 12, 34};
   EXPECT_EQ(wrongImageHeader(request, 1), "P6\n12 34\n255\n");
   EXPECT_EQ(wrongImageHeader(request, 2), "P9\n# Quenvar Q750\n12 34\n255\n");
   EXPECT_EQ(wrongImageHeader(request, 3), "P6\n# Quenvar Q750\n2147483647 2147483647\n255\n");
@@ -44,7 +44,7 @@ TEST(ImageHeader, HasFourWrongForms) {
 
 TEST(PageImage, IsTheSameInPiecesOfEverySizePaintedAheadOrNot) {
   for (const bool color : {true, false}) {
-    ScanRequest request = smallPage;
+    PageRequest request = smallPage;
     request.color = color;
     const auto chart = Paper::testChart();
     const auto expected = expectedImage(*chart, request);
@@ -67,7 +67,7 @@ TEST(PageImage, IsTheSameInPiecesOfEverySizePaintedAheadOrNot) {
 }
 
 TEST(JobStream, FramesTheImageBetweenItsMarkers) {
-  const ScanRequest request{75, false, 0, 0, 3, 1};
+  const PageRequest request{75, false, 0, 0, 3, 1};
   const std::string image = imageHeader(request) + std::string(3, '\0');  // the chart's border is black
   std::string wanted("\xAA\0\0\0\0\0\0\0\xBB\0\0\0\0\0\0\0\xDD\0\0\0\0\0\0", 23);
   wanted += static_cast<char>(image.size());

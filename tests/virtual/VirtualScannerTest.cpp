@@ -13,8 +13,8 @@ namespace {
 
 using testing::HasSubstr;
 
-const ScanRequest smallColor{75, true, 40, 90, 61, 37};
-const ScanRequest smallGrey{150, false, 40, 90, 61, 37};
+const PageRequest smallColor{75, true, 40, 90, 61, 37};
+const PageRequest smallGrey{150, false, 40, 90, 61, 37};
 
 constexpr Transfer silent{TransferStatus::silent};
 constexpr Transfer halted{TransferStatus::halted};
@@ -35,14 +35,14 @@ class VirtualScanner : public testing::Test {
   std::string done() { return host_->call(host_->jobName() + ".scanJob", "done"); }
   Transfer clearHalt(std::uint8_t address) { return scanner_->control({0x02, 1, 0, address, 0}, nullptr); }
   // The image of one whole job; empty where the job was refused.
-  std::vector<std::uint8_t> scan(const ScanRequest& request, std::size_t capacity = 102400) {
+  std::vector<std::uint8_t> scan(const PageRequest& request, std::size_t capacity = 102400) {
     if (!host_->startJob(request)) return {};
     std::vector<std::uint8_t> image = imageOf(host_->readStream(capacity));
     EXPECT_EQ(done(), "response 0");
     EXPECT_EQ(host_->exit(), "response 0");
     return image;
   }
-  static std::vector<std::uint8_t> expected(const ScanRequest& request) {
+  static std::vector<std::uint8_t> expected(const PageRequest& request) {
     return expectedImage(*Paper::testChart(), request);
   }
 
@@ -52,8 +52,8 @@ class VirtualScanner : public testing::Test {
 };
 
 TEST_F(VirtualScanner, StreamsThePageThatTheParametersAskFor) {
-  for (const ScanRequest& request : {smallColor, smallGrey, ScanRequest{600, false, 4800, 6900, 310, 130},
-                                     ScanRequest{400, true, -5, -5, 20, 20}}) {
+  for (const PageRequest& request : {smallColor, smallGrey, PageRequest{600, false, 4800, 6900, 310, 130},
+                                     PageRequest{400, true, -5, -5, 20, 20}}) {
     EXPECT_EQ(scan(request), expected(request));
     EXPECT_EQ(scanner_->lastRequest(), request);
   }

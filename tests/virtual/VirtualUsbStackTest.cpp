@@ -320,7 +320,7 @@ TEST_F(VirtualUsbStack, GivesUpAWaitThatNothingCouldEnd) {
 
 TEST_F(VirtualUsbStack, WaitsOutTheNoDataTimeOutWhereTheStreamEndsWithoutAShortPacket) {
   // 5 packet headers of 8 bytes, an image header of 28 and the pixels: 1024 bytes in all.
-  const ScanRequest request{75, false, 0, 0, 956, 1};
+  const PageRequest request{75, false, 0, 0, 956, 1};
   for (const auto packets : {ZeroLengthPackets::whenNeeded, ZeroLengthPackets::never}) {
     ScannerOptions options;
     options.zeroLengthPackets = packets;

@@ -15,7 +15,7 @@
 
 namespace {
 
-using virtualscanner::Descriptor;
+using platform::OwnedDescriptor;
 
 constexpr char controller[] = "/sys/devices/platform/vhci_hcd.0/";
 constexpr char device[] = "/sys/bus/usb/devices/1-1";
@@ -57,8 +57,8 @@ bool sendAll(int socket, virtualscanner::UsbipConnection& connection) {
 void KernelBus::plugIn() {
   int ends[2];
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0) << std::strerror(errno);
-  socket_ = Descriptor(ends[0]);
-  const Descriptor kernels(ends[1]);  // which takes a reference of its own
+  socket_ = OwnedDescriptor(ends[0]);
+  const OwnedDescriptor kernels(ends[1]);  // which takes a reference of its own
   thread_ = std::thread([this] { serve(); });
   ASSERT_TRUE(await(firstPortIsFree));
   std::ofstream attach(std::string(controller) + "attach");
@@ -76,7 +76,7 @@ void KernelBus::unplug() {
   if (!thread_.joinable()) return;
   pull();
   thread_.join();
-  socket_ = Descriptor();
+  socket_ = OwnedDescriptor();
   EXPECT_TRUE(await([] { return !std::filesystem::exists(device) && firstPortIsFree(); }));
 }
 

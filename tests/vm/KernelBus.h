@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-#include "Descriptor.h"
+#include "OwnedDescriptor.h"
 #include "VirtualScanner.h"
 
 // A virtual scanner plugged into the USB of the running kernel, through its virtual host controller
@@ -41,6 +41,6 @@ class KernelBus {
 
   virtualscanner::VirtualScanner& scanner_;
   std::mutex mutex_;  // guards the scanner
-  virtualscanner::Descriptor socket_;
+  platform::OwnedDescriptor socket_;
   std::thread thread_;
 };

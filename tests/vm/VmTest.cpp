@@ -106,7 +106,7 @@ class Kernel : public testing::Test {
     return reinterpret_cast<const CScannerDriver*>(handle_)->convertedImage();
   }
   std::vector<std::uint8_t> raster() const { return {image().pixels, image().pixels + image().length}; }
-  void expectRaster(const ScanRequest& request) const {
+  void expectRaster(const PageRequest& request) const {
     EXPECT_TRUE(raster() == paintPage(paper_, request)) << "the raster is the page";
   }
   std::vector<std::string> calls() {
@@ -117,7 +117,7 @@ class Kernel : public testing::Test {
 
   // The whole page of the faults: 637 x 876 grey pixels, of which reads of 102400 bytes are transfers 7
   // to 12.
-  const ScanRequest page_{75, false, 0, 0, 637, 876};
+  const PageRequest page_{75, false, 0, 0, 637, 876};
   static constexpr std::uint32_t payload = 1000;
   void plugInWith(std::vector<Fault> faults) {
     ScannerOptions options;

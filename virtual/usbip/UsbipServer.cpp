@@ -41,9 +41,9 @@ void setOption(int socket, int level, int option) {
   setsockopt(socket, level, option, &on, sizeof on);
 }
 
-Descriptor listenAt(const ListenAddress& address) {
+platform::OwnedDescriptor listenAt(const ListenAddress& address) {
   const AddressList found = lookUp(address);
-  Descriptor listener(socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  platform::OwnedDescriptor listener(socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   if (listener.get() < 0) fail(errno);
   // A server that was ended may be started again while its last connection still fades away.
   setOption(listener.get(), SOL_SOCKET, SO_REUSEADDR);
@@ -93,7 +93,7 @@ void UsbipServer::run(int stop) {
     if (awaited[1].revents != 0) accept();
   }
   clients_.clear();
-  listener_ = Descriptor();
+  listener_ = platform::OwnedDescriptor();
 }
 
 // The order of run(): the stop, the listener, then the clients.
@@ -111,7 +111,7 @@ void UsbipServer::accept() {
   makeRoom();
   sockaddr_storage address{};
   socklen_t length = sizeof address;
-  Descriptor accepted(
+  platform::OwnedDescriptor accepted(
       accept4(listener_.get(), reinterpret_cast<sockaddr*>(&address), &length, SOCK_NONBLOCK | SOCK_CLOEXEC));
   if (accepted.get() < 0) {
     // Until a client goes. Anything else is that client's own failure.

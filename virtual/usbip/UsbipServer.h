@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "Descriptor.h"
 #include "ListenAddress.h"
+#include "OwnedDescriptor.h"
 #include "UsbipConnection.h"
 
 namespace virtualscanner {
@@ -40,10 +40,10 @@ class UsbipServer {
 
  private:
   struct Client {
-    Client(Descriptor accepted, std::string name, UsbipPort& port)
+    Client(platform::OwnedDescriptor accepted, std::string name, UsbipPort& port)
         : socket(std::move(accepted)), peer(std::move(name)), connection(port) {}
 
-    Descriptor socket;
+    platform::OwnedDescriptor socket;
     std::string peer;
     UsbipConnection connection;
     bool wasAttached = false;
@@ -64,7 +64,7 @@ class UsbipServer {
 
   UsbipPort port_;
   Note note_;
-  Descriptor listener_;
+  platform::OwnedDescriptor listener_;
   bool acceptPaused_ = false;  // no descriptor is left for one more client
   std::list<Client> clients_;  // the oldest first
 };

@@ -49,7 +49,7 @@ inline std::vector<std::uint8_t> readAll(frontend::SupervisedScan& scan, std::si
 inline std::vector<std::uint8_t> page(const frontend::ScanRequest& request) {
   const frontend::ScanSettings& settings = request.settings;
   const auto& area = settings.area;
-  virtualscanner::ScanRequest window;
+  virtualscanner::PageRequest window;
   window.resolution = settings.resolution;
   window.color = settings.mode == frontend::ColorMode::color;
   window.left = static_cast<std::int32_t>(area.left);

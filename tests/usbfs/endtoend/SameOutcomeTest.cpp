@@ -20,7 +20,7 @@ namespace {
 
 using namespace virtualscanner;
 
-constexpr ScanRequest page{75, false, 0, 0, 637, 876};
+constexpr PageRequest page{75, false, 0, 0, 637, 876};
 
 // What a host can see of a scan, and the device too.
 struct Outcome {

@@ -58,7 +58,7 @@ TEST(Plugin, ScansThroughTheSystemsOwnUsbForAHostThatLoadsIt) {
   std::ifstream file(page, std::ios::binary);
   const std::string picture{std::istreambuf_iterator<char>(file), {}};
   EXPECT_TRUE(picture == scannedOverVirtualStack());
-  EXPECT_EQ(scanner.lastRequest(), (ScanRequest{75, true, 0, 0, width, height}));
+  EXPECT_EQ(scanner.lastRequest(), (PageRequest{75, true, 0, 0, width, height}));
   EXPECT_EQ(usbfs.requestsInFlight(), 0U);
 }
 

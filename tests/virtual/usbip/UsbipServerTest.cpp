@@ -18,7 +18,7 @@ namespace {
 
 using testing::ElementsAre;
 
-const ScanRequest page{75, true, 40, 90, 161, 137};
+const PageRequest page{75, true, 40, 90, 161, 137};
 
 // The host's side of a scan over a USB/IP client. A read takes at once what the device has: the request is
 // taken back right behind.
@@ -215,7 +215,7 @@ TEST_F(UsbipServer, WaitsForAClientThatDoesNotRead) {
   ASSERT_EQ(client.import("1-1"), 0U);
   WireHost wire(client);
   DeviceHost host(wire.pipes());
-  const ScanRequest large{300, true, 0, 0, 1000, 2000};
+  const PageRequest large{300, true, 0, 0, 1000, 2000};
   ASSERT_TRUE(host.startJob(large));
   constexpr std::uint32_t reads = 390, first = 1000, size = 15360;
   for (std::uint32_t number = 0; number < reads; ++number) client.submit(first + number, dataEndpoint, size);

@@ -9,7 +9,7 @@
 #include "Exceptions.h"
 #include "IntegerElem.h"
 #include "MapElem.h"
-#include "ScanRequest.h"
+#include "PageRequest.h"
 #include "StringElem.h"
 
 namespace virtualscanner {
@@ -30,28 +30,28 @@ std::string complaintAfter(const std::function<void(Element& scanParameters)>& c
   const auto tree = parameterTree({300, true, 0, 0, 100, 50});
   change(*at(*tree, {"scanParameters"}));
   try {
-    decodeScanRequest(*tree);
+    decodePageRequest(*tree);
     return "none";
   } catch (const ObjectStoreException& failure) {
     return failure.getMessage();
   }
 }
 
-TEST(ScanRequest, ReadsWhatTheTreeAsksFor) {
-  for (const ScanRequest& wanted :
-       {ScanRequest{75, true, 0, 0, 637, 876}, ScanRequest{600, false, 0, 0, 5100, 7015},
-        ScanRequest{200, true, 17, 23, 1, 1}, ScanRequest{400, false, -20, -30, 40, 50}}) {
-    EXPECT_EQ(decodeScanRequest(*parameterTree(wanted)), wanted);
+TEST(PageRequest, ReadsWhatTheTreeAsksFor) {
+  for (const PageRequest& wanted :
+       {PageRequest{75, true, 0, 0, 637, 876}, PageRequest{600, false, 0, 0, 5100, 7015},
+        PageRequest{200, true, 17, 23, 1, 1}, PageRequest{400, false, -20, -30, 40, 50}}) {
+    EXPECT_EQ(decodePageRequest(*parameterTree(wanted)), wanted);
   }
 }
 
-TEST(ScanRequest, CountsItsBytes) {
-  EXPECT_EQ((ScanRequest{300, true, 0, 0, 10, 4}.imageBytes()), 120U);
-  EXPECT_EQ((ScanRequest{300, false, 0, 0, 10, 4}.imageBytes()), 40U);
-  EXPECT_EQ((ScanRequest{300, true, 0, 0, 10, 4}.bytesPerRow()), 30U);
+TEST(PageRequest, CountsItsBytes) {
+  EXPECT_EQ((PageRequest{300, true, 0, 0, 10, 4}.imageBytes()), 120U);
+  EXPECT_EQ((PageRequest{300, false, 0, 0, 10, 4}.imageBytes()), 40U);
+  EXPECT_EQ((PageRequest{300, true, 0, 0, 10, 4}.bytesPerRow()), 30U);
 }
 
-TEST(ScanRequest, NamesWhatIsMissing) {
+TEST(PageRequest, NamesWhatIsMissing) {
   for (const std::string name : {"contentType", "bitdepth", "resolution", "scanWindow"}) {
     EXPECT_EQ(complaintAfter([&](Element& scan) { delete scan.removeChild(name); }),
               "the parameter " + name + " is missing");
@@ -67,21 +67,21 @@ TEST(ScanRequest, NamesWhatIsMissing) {
             "the parameter topLeft is missing");
 }
 
-TEST(ScanRequest, RefusesATreeThatIsNone) {
+TEST(PageRequest, RefusesATreeThatIsNone) {
   IntegerElem number(1);
   MapElem empty;
-  EXPECT_THROW(decodeScanRequest(number), ObjectStoreException);
-  EXPECT_THROW(decodeScanRequest(empty), ObjectStoreException);
+  EXPECT_THROW(decodePageRequest(number), ObjectStoreException);
+  EXPECT_THROW(decodePageRequest(empty), ObjectStoreException);
 }
 
-TEST(ScanRequest, NamesWhatIsNoNumber) {
+TEST(PageRequest, NamesWhatIsNoNumber) {
   EXPECT_EQ(complaintAfter([](Element& scan) { set(scan, "resolution", new StringElem("fine")); }),
             "the parameter resolution is no number");
   EXPECT_EQ(complaintAfter([](Element& scan) { set(scan, "bitdepth", new MapElem); }),
             "the parameter bitdepth is no number");
 }
 
-TEST(ScanRequest, TakesOnlyTheResolutionsOfTheDevice) {
+TEST(PageRequest, TakesOnlyTheResolutionsOfTheDevice) {
   for (const int resolution : {75, 150, 200, 300, 400, 600}) {
     EXPECT_EQ(complaintAfter([=](Element& scan) { set(scan, "resolution", new IntegerElem(resolution)); }),
               "none");
@@ -92,7 +92,7 @@ TEST(ScanRequest, TakesOnlyTheResolutionsOfTheDevice) {
   }
 }
 
-TEST(ScanRequest, TakesOnlyColorAndGrey) {
+TEST(PageRequest, TakesOnlyColorAndGrey) {
   const auto complaint = [](int contentType, int bitdepth) {
     return complaintAfter([=](Element& scan) {
       set(scan, "contentType", new IntegerElem(contentType));
@@ -118,14 +118,14 @@ std::string complaintAboutWindow(int left, int top, int right, int bottom) {
   });
 }
 
-TEST(ScanRequest, RefusesEmptyAndTurnedWindows) {
+TEST(PageRequest, RefusesEmptyAndTurnedWindows) {
   EXPECT_EQ(complaintAboutWindow(5, 5, 6, 6), "none");
   for (const auto& [right, bottom] : {std::pair{5, 6}, {6, 5}, {4, 6}, {6, 4}}) {
     EXPECT_EQ(complaintAboutWindow(5, 5, right, bottom), "the scan window is empty");
   }
 }
 
-TEST(ScanRequest, RefusesWindowsOfAbsurdSize) {
+TEST(PageRequest, RefusesWindowsOfAbsurdSize) {
   constexpr int most = std::numeric_limits<int>::max(), least = std::numeric_limits<int>::min();
   constexpr int widest = 4 * 2550, highest = 4 * 3507;  // at 300 dots per inch
   EXPECT_EQ(complaintAboutWindow(0, 0, widest, highest), "none");

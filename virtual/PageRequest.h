@@ -9,7 +9,7 @@ namespace virtualscanner {
 
 // What one scan job asks for, read from its parameter tree: the window in pixels at the resolution, corner to
 // corner, and the pixel layout. Corners may lie beyond the glass.
-struct ScanRequest {
+struct PageRequest {
   std::uint32_t resolution = 0;  // dots per inch, one of the device's
   bool color = false;            // three bytes a pixel, else one
   std::int32_t left = 0;
@@ -21,7 +21,7 @@ struct ScanRequest {
   std::size_t bytesPerRow() const { return std::size_t{width} * bytesPerPixel(); }
   std::uint64_t imageBytes() const { return std::uint64_t{height} * bytesPerRow(); }
 
-  friend bool operator==(const ScanRequest&, const ScanRequest&) = default;
+  friend bool operator==(const PageRequest&, const PageRequest&) = default;
 };
 
 // A window may be this many times as wide and as high as the glass before the device refuses it.
@@ -30,6 +30,6 @@ inline constexpr std::int64_t largestWindowInGlasses = 4;
 // Decodes a parameter tree, which stays the caller's. Throws ObjectStoreException, with a text fit for an
 // exception reply, for a missing or wrong value, a resolution or pixel layout that the device does not have,
 // and a window that is empty, turned round or absurdly large.
-ScanRequest decodeScanRequest(Element& parameters);
+PageRequest decodePageRequest(Element& parameters);
 
 }  // namespace virtualscanner

@@ -1,4 +1,4 @@
-#include "ScanRequest.h"
+#include "PageRequest.h"
 
 #include <string>
 
@@ -47,7 +47,7 @@ bool readColor(Element& scan) {
   throw ObjectStoreException("contentType and bitdepth are neither 2 and 24 (colour) nor 1 and 8 (grey)");
 }
 
-void setWindow(ScanRequest& request, Corner topLeft, Corner bottomRight) {
+void setWindow(PageRequest& request, Corner topLeft, Corner bottomRight) {
   const std::int64_t width = bottomRight.x - topLeft.x;
   const std::int64_t height = bottomRight.y - topLeft.y;
   if (width < 1 || height < 1) throw ObjectStoreException("the scan window is empty");
@@ -64,13 +64,13 @@ void setWindow(ScanRequest& request, Corner topLeft, Corner bottomRight) {
 
 }  // namespace
 
-ScanRequest decodeScanRequest(Element& parameters) {
+PageRequest decodePageRequest(Element& parameters) {
   Element& scan = child(parameters, "scanParameters");
   const int resolution = integer(scan, "resolution");
   if (!isResolution(resolution)) {
     throw ObjectStoreException("the resolution is none of 75, 150, 200, 300, 400 and 600 dots per inch");
   }
-  ScanRequest request;
+  PageRequest request;
   request.resolution = static_cast<std::uint32_t>(resolution);
   request.color = readColor(scan);
   Element& window = child(scan, "scanWindow");

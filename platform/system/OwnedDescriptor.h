@@ -4,16 +4,19 @@
 
 #include <utility>
 
-namespace frontend {
+namespace platform {
 
 // Owns a file descriptor, or none, and closes it.
 class OwnedDescriptor {
  public:
   OwnedDescriptor() = default;
   explicit OwnedDescriptor(int number) : number_(number) {}
-  OwnedDescriptor(OwnedDescriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  OwnedDescriptor(OwnedDescriptor&& other) noexcept : number_(other.release()) {}
   OwnedDescriptor& operator=(OwnedDescriptor&& other) noexcept {
-    std::swap(number_, other.number_);
+    if (this != &other) {
+      reset();
+      number_ = other.release();
+    }
     return *this;
   }
   OwnedDescriptor(const OwnedDescriptor&) = delete;
@@ -21,8 +24,8 @@ class OwnedDescriptor {
   ~OwnedDescriptor() { reset(); }
 
   // Gives the descriptor away.
-  int release() { return std::exchange(number_, -1); }
-  void reset() {
+  int release() noexcept { return std::exchange(number_, -1); }
+  void reset() noexcept {
     if (number_ >= 0) close(std::exchange(number_, -1));
   }
   // -1 for none.
@@ -32,4 +35,4 @@ class OwnedDescriptor {
   int number_ = -1;
 };
 
-}  // namespace frontend
+}  // namespace platform
