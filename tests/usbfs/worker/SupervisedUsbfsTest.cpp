@@ -1,10 +1,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <thread>
 
+#include "Descriptors.h"
+#include "DeviceHost.h"
 #include "EmulatedUsbfs.h"
 #include "Fault.h"
 #include "Scans.h"
@@ -19,6 +26,12 @@ ScanRequest usbScan() {
   ScanRequest request = scans::small();
   request.scanner = "usb";
   return request;
+}
+
+void killChildren() {
+  FILE* file = std::fopen(("/proc/self/task/" + std::to_string(getpid()) + "/children").c_str(), "r");
+  for (int child = 0; file != nullptr && std::fscanf(file, "%d", &child) == 1;) kill(child, SIGKILL);
+  if (file != nullptr) std::fclose(file);
 }
 
 // A scanner on USB, as far as the worker can tell.
@@ -105,6 +118,53 @@ TEST_F(SupervisedOverUsb, ACancelEndsATransferUnderWayAndLeavesNothingStale) {
   EXPECT_LT(scans::since(start), 3s);
   EXPECT_TRUE(scan.workerEndedWell());
   EXPECT_EQ(scan.outcome().status, ScanStatus::cancelled);
+  expectGoodScan();
+}
+
+TEST_F(SupervisedOverUsb, ACancelAtAnyRequestLeavesNothingStale) {
+  for (std::uint64_t nth = 1; nth <= 12; ++nth) {
+    const std::uint64_t before = usbfs.statistics().bulkRequests;
+    inject("truncated-image@100000");
+    SupervisedScan scan(usbScan(), Q750_WORKER);
+    while (usbfs.statistics().bulkRequests < before + nth) std::this_thread::yield();
+    scan.cancel();
+    scans::readAll(scan);
+    EXPECT_EQ(scan.outcome().status, ScanStatus::cancelled);
+    scan.finish();
+    EXPECT_TRUE(scan.workerEndedWell()) << nth;
+    EXPECT_EQ(usbfs.requestsInFlight(), 0U) << nth;
+    expectGoodScan();
+  }
+}
+
+// As after a host that died in the middle of things: answers and a picture wait to be read, and half a
+// request was written.
+TEST_F(SupervisedOverUsb, WhatAnotherHostLeftDoesNoHarm) {
+  using virtualscanner::requestEndpoint;
+  usbfs.withScanner([](virtualscanner::VirtualScanner& device) {
+    DeviceHost host(device);
+    ASSERT_TRUE(host.startJob({75, false, 0, 0, 100, 100}));
+    const auto request = host.framed("system", "exitHostUSBSendMode", {});
+    device.write(requestEndpoint, request.data(), request.size());
+    device.write(requestEndpoint, request.data(), request.size() / 2);
+  });
+  expectGoodScan();
+}
+
+TEST_F(SupervisedOverUsb, AWorkerThatWasKilledLeavesNothingStale) {
+  inject("truncated-image@100000");
+  const pid_t frontEnd = fork();
+  if (frontEnd == 0) {
+    SupervisedScan scan(usbScan(), Q750_WORKER);
+    std::uint8_t byte = 0;
+    const bool begun = scan.read(&byte, 1) == 1;
+    killChildren();
+    const bool told = scans::readAll(scan).size() > 1 && scan.outcome().status == ScanStatus::ioError;
+    _exit(begun && told ? 0 : 1);
+  }
+  int status = -1;
+  waitpid(frontEnd, &status, 0);
+  EXPECT_EQ(status, 0);
   expectGoodScan();
 }
 
