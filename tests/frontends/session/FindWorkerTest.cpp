@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -93,7 +92,7 @@ TEST_F(InstalledFrontEnd, TakesNoWorkerFromElsewhere) {
 TEST_F(InstalledFrontEnd, TakesNothingThatIsNoProgram) {
   const std::string place = worker(frontend::workerFolder);
   files::permissions(place, files::perms::owner_read);
-  if (access(place.c_str(), X_OK) != 0) EXPECT_THAT(printedBy(program()), nothingOfThisTree());
+  EXPECT_THAT(printedBy(program()), nothingOfThisTree());
   files::remove(place);
   files::create_directories(place);
   EXPECT_THAT(printedBy(program()), nothingOfThisTree());
