@@ -1,10 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -26,12 +22,6 @@ ScanRequest usbScan() {
   ScanRequest request = scans::small();
   request.scanner = "usb";
   return request;
-}
-
-void killChildren() {
-  FILE* file = std::fopen(("/proc/self/task/" + std::to_string(getpid()) + "/children").c_str(), "r");
-  for (int child = 0; file != nullptr && std::fscanf(file, "%d", &child) == 1;) kill(child, SIGKILL);
-  if (file != nullptr) std::fclose(file);
 }
 
 // A scanner on USB, as far as the worker can tell.
@@ -148,23 +138,6 @@ TEST_F(SupervisedOverUsb, WhatAnotherHostLeftDoesNoHarm) {
     device.write(requestEndpoint, request.data(), request.size());
     device.write(requestEndpoint, request.data(), request.size() / 2);
   });
-  expectGoodScan();
-}
-
-TEST_F(SupervisedOverUsb, AWorkerThatWasKilledLeavesNothingStale) {
-  inject("truncated-image@100000");
-  const pid_t frontEnd = fork();
-  if (frontEnd == 0) {
-    SupervisedScan scan(usbScan(), Q750_WORKER);
-    std::uint8_t byte = 0;
-    const bool begun = scan.read(&byte, 1) == 1;
-    killChildren();
-    const bool told = scans::readAll(scan).size() > 1 && scan.outcome().status == ScanStatus::ioError;
-    _exit(begun && told ? 0 : 1);
-  }
-  int status = -1;
-  waitpid(frontEnd, &status, 0);
-  EXPECT_EQ(status, 0);
   expectGoodScan();
 }
 
