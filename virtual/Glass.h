@@ -27,4 +27,10 @@ constexpr std::int64_t pixelCentre(std::uint32_t resolution, std::int64_t index)
   return (2 * index + 1) * (unitsPerInch / 2 / resolution);
 }
 
+// The first pixel whose centre is not before a place, which is not negative.
+constexpr std::int64_t firstPixelFrom(std::int64_t place, std::uint32_t resolution) {
+  const std::int64_t halfPixel = unitsPerInch / 2 / resolution;
+  return (place + halfPixel - 1) / (2 * halfPixel);
+}
+
 }  // namespace virtualscanner

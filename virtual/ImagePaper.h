@@ -13,8 +13,14 @@ class ImagePaper final : public Paper {
   explicit ImagePaper(Image image);
 
   Color colorAt(std::int64_t x, std::int64_t y) const override;
+  void paintRow(std::uint32_t resolution, std::int64_t row, std::int64_t left, std::uint32_t width,
+                std::uint8_t* rgb) const override;
 
  private:
+  // The picture's pixels along one side of the glass, and the length of that side: its scale.
+  std::int64_t pixels() const { return fillsHeight_ ? image_.height : image_.width; }
+  std::int64_t units() const { return fillsHeight_ ? glassHeight : glassWidth; }
+
   Image image_;
   bool fillsHeight_;  // else it fills the width
 };

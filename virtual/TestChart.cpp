@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "PixelRuns.h"
+
 namespace virtualscanner {
 namespace {
 
@@ -24,24 +26,6 @@ Box box(std::int64_t left, std::int64_t top, std::int64_t width, std::int64_t he
 
 Point at(std::int64_t x, std::int64_t y) {
   return {x * hundredth, y * hundredth};
-}
-
-void fillPixels(std::uint8_t* rgb, std::int64_t count, Color color) {
-  if (color.red == color.green && color.green == color.blue) {
-    std::memset(rgb, color.red, static_cast<std::size_t>(count) * 3);
-    return;
-  }
-  for (std::uint8_t* end = rgb + count * 3; rgb != end; rgb += 3) {
-    rgb[0] = color.red;
-    rgb[1] = color.green;
-    rgb[2] = color.blue;
-  }
-}
-
-// The first pixel whose centre is not before a place.
-std::int64_t firstPixelFrom(std::int64_t place, std::uint32_t resolution) {
-  const std::int64_t halfPixel = unitsPerInch / 2 / resolution;
-  return (place + halfPixel - 1) / (2 * halfPixel);
 }
 
 }  // namespace

@@ -212,6 +212,28 @@ TEST(ImagePaper, GivesThePictureOfAPageBackUnchangedAtItsResolution) {
   }
 }
 
+TEST(ImagePaper, PaintsRowsOfThePixelsThatItTells) {
+  struct Size {
+    std::uint32_t width, height;
+  };
+  for (const Size& size :
+       {Size{1, 1}, Size{3, 2}, Size{2, 3}, Size{638, 877}, Size{1700, 20}, Size{50, 1001}}) {
+    Image image{size.width, size.height,
+                std::vector<std::uint8_t>(std::size_t{size.width} * size.height * 3)};
+    for (std::size_t i = 0; i < image.rgb.size(); ++i)
+      image.rgb[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
+    const ImagePaper paper(image);
+    for (const std::uint32_t resolution : {75U, 150U, 600U}) {
+      for (const std::int64_t row : {-1, 0, 1, 300, 876, 877, 7013, 7014}) {
+        ASSERT_EQ(paintedRow(paper, resolution, row, -5, 5200), pixelRow(paper, resolution, row, -5, 5200))
+            << size.width << " x " << size.height << " at " << resolution << ", row " << row;
+      }
+    }
+    EXPECT_EQ(paintedRow(paper, 300, 5, 6000, 10), pixelRow(paper, 300, 5, 6000, 10));
+    EXPECT_EQ(paintedRow(paper, 300, 5, -20, 10), pixelRow(paper, 300, 5, -20, 10));
+  }
+}
+
 TEST(ImagePaper, FillsTheWidthWithAWidePicture) {
   const ImagePaper paper(Image{2, 1, {255, 0, 0, 0, 0, 255}});
   EXPECT_EQ(paper.colorAt(0, 0), (Color{255, 0, 0}));
