@@ -52,6 +52,7 @@ struct SupervisedScan::Impl {
   void listen();
   void noteSign();
   bool gaveNoSign();
+  void giveUp();
   void understand(std::string_view message);
   void conclude(ScanOutcome outcome);
   void concludeFromTheEnd();
@@ -138,7 +139,7 @@ bool SupervisedScan::Impl::needsLayout() {
   if (layout_ || ended_) return ended_;
   pollfd image{link_.image(), POLLIN, 0};
   const bool ready = poll(&image, 1, 0) == 1;
-  if (!ready && gaveNoSign()) conclude(outcome::workerDied("it gave no sign for too long"));
+  if (!ready && gaveNoSign()) giveUp();
   if (!ready) return !layout_ || ended_;
   if ((image.revents & POLLIN) == 0) return concludeFromTheEnd(), true;
   listen();
@@ -158,13 +159,19 @@ std::optional<std::size_t> SupervisedScan::Impl::takeBytes(std::uint8_t* buffer,
   if (count > 0 && left > 0) return static_cast<std::size_t>(count);
   if (count < 0 && errno == EAGAIN) {
     if (!gaveNoSign()) return ended_ ? std::optional<std::size_t>(0) : std::nullopt;
-    conclude(outcome::workerDied("it gave no sign for too long"));
+    giveUp();
   } else if (count > 0) {
     conclude(outcome::unreadablePicture("it has more rows than its header told"));
   } else {
     concludeFromTheEnd();
   }
   return 0;
+}
+
+// Nothing can be expected of this worker, not even that it leaves.
+void SupervisedScan::Impl::giveUp() {
+  worker_.kill();
+  conclude(outcome::workerDied("it gave no sign for too long"));
 }
 
 // Takes what the worker has said so far.

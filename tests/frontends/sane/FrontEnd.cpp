@@ -76,7 +76,7 @@ void FrontEnd::askForSmallScan(const char* mode) {
 
 namespace {
 
-std::vector<std::uint8_t> page(const virtualscanner::ScanRequest& request, const std::string& mode,
+std::vector<std::uint8_t> page(const virtualscanner::PageRequest& request, const std::string& mode,
                                int threshold) {
   std::vector<std::uint8_t> pixels = virtualscanner::paintPage(Paper::testChart(), request);
   if (mode != "Lineart") return pixels;

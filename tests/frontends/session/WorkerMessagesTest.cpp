@@ -69,11 +69,18 @@ TEST(WorkerMessages, CarryReportsUnchanged) {
   const auto outcome = std::get<ScanOutcome>(*readReport(outcomeMessage(outcome::noMemory())));
   EXPECT_EQ(outcome.status, ScanStatus::noMemory);
   EXPECT_EQ(outcome.sentence, outcome::noMemory().sentence);
+  EXPECT_TRUE(std::holds_alternative<LifeSign>(*readReport(lifeSignMessage())));
+}
+
+TEST(WorkerMessages, CarryPatienceThatIsTooLongAsTheLongest) {
+  ScanRequest request = fullRequest();
+  request.patience = std::chrono::milliseconds::max();
+  EXPECT_EQ(readRequest(requestMessage(request))->patience.count(), 4294967295);
 }
 
 TEST(WorkerMessages, WithoutTheirEndAreNone) {
-  for (const std::string& whole :
-       {requestMessage(fullRequest()), layoutMessage({1, 2, 3, 8, 75}), outcomeMessage(outcome::good())}) {
+  for (const std::string& whole : {requestMessage(fullRequest()), layoutMessage({1, 2, 3, 8, 75}),
+                                   outcomeMessage(outcome::good()), lifeSignMessage()}) {
     for (std::size_t length = 0; length < whole.size(); ++length) {
       EXPECT_FALSE(readRequest(whole.substr(0, length))) << length;
       EXPECT_FALSE(readReport(whole.substr(0, length))) << length;

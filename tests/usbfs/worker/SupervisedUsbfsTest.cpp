@@ -4,7 +4,10 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <thread>
 
+#include "Descriptors.h"
+#include "DeviceHost.h"
 #include "EmulatedUsbfs.h"
 #include "Fault.h"
 #include "Scans.h"
@@ -105,6 +108,36 @@ TEST_F(SupervisedOverUsb, ACancelEndsATransferUnderWayAndLeavesNothingStale) {
   EXPECT_LT(scans::since(start), 3s);
   EXPECT_TRUE(scan.workerEndedWell());
   EXPECT_EQ(scan.outcome().status, ScanStatus::cancelled);
+  expectGoodScan();
+}
+
+TEST_F(SupervisedOverUsb, ACancelAtAnyRequestLeavesNothingStale) {
+  for (std::uint64_t nth = 1; nth <= 12; ++nth) {
+    const std::uint64_t before = usbfs.statistics().bulkRequests;
+    inject("truncated-image@100000");
+    SupervisedScan scan(usbScan(), Q750_WORKER);
+    while (usbfs.statistics().bulkRequests < before + nth) std::this_thread::yield();
+    scan.cancel();
+    scans::readAll(scan);
+    EXPECT_EQ(scan.outcome().status, ScanStatus::cancelled);
+    scan.finish();
+    EXPECT_TRUE(scan.workerEndedWell()) << nth;
+    EXPECT_EQ(usbfs.requestsInFlight(), 0U) << nth;
+    expectGoodScan();
+  }
+}
+
+// As after a host that died in the middle of things: answers and a picture wait to be read, and half a
+// request was written.
+TEST_F(SupervisedOverUsb, WhatAnotherHostLeftDoesNoHarm) {
+  using virtualscanner::requestEndpoint;
+  usbfs.withScanner([](virtualscanner::VirtualScanner& device) {
+    DeviceHost host(device);
+    ASSERT_TRUE(host.startJob({75, false, 0, 0, 100, 100}));
+    const auto request = host.framed("system", "exitHostUSBSendMode", {});
+    device.write(requestEndpoint, request.data(), request.size());
+    device.write(requestEndpoint, request.data(), request.size() / 2);
+  });
   expectGoodScan();
 }
 

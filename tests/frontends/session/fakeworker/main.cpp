@@ -1,13 +1,16 @@
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "SupervisedScan.h"
@@ -38,6 +41,23 @@ void sayForEver(const std::string& message) {
   }
 }
 
+void giveSignsFor(std::chrono::milliseconds time) {
+  const auto end = std::chrono::steady_clock::now() + time;
+  while (std::chrono::steady_clock::now() < end) {
+    say(lifeSignMessage());
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+}
+
+// Standard input, output and error, the two connections, and nothing else.
+bool hasTheRightDescriptors() {
+  bool right = true;
+  for (int descriptor = 0; descriptor < 256; ++descriptor) {
+    right = right && (fcntl(descriptor, F_GETFD) >= 0) == (descriptor <= workerImageDescriptor);
+  }
+  return right;
+}
+
 }  // namespace
 
 int main() {
@@ -65,6 +85,7 @@ int main() {
        [&] {
          say(layoutMessage(layout));
          sendBytes(bytes / 2);
+         std::signal(SIGSEGV, SIG_DFL);  // which a sanitizer would take
          kill(getpid(), SIGSEGV);
        }},
       {"leaves without a word", [] { _exit(7); }},
@@ -94,6 +115,17 @@ int main() {
          say(good);
        }},
       {"sends nothing", [&] { say(good); }},
+      {"takes its time",
+       [&] {
+         giveSignsFor(std::chrono::milliseconds(900));
+         say(layoutMessage(layout));
+         sendBytes(bytes / 2);
+         giveSignsFor(std::chrono::milliseconds(900));
+         sendBytes(bytes - bytes / 2);
+         say(good);
+       }},
+      {"refuses wrong descriptors",
+       [&] { say(outcomeMessage(hasTheRightDescriptors() ? outcome::refused("right") : outcome::busy())); }},
       {"closes early",
        [&] {
          say(layoutMessage(layout));

@@ -1,0 +1,10 @@
+#include <string>
+
+#include "SupervisedScan.h"
+
+// A library that tells where it would find its worker.
+extern "C" const char* whereIsTheWorker() {
+  static std::string place;
+  place = frontend::findWorker();
+  return place.c_str();
+}

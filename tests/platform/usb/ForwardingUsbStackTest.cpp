@@ -1,0 +1,200 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ForwardingUsbStack.h"
+
+namespace {
+
+using namespace platform;
+using testing::_;
+using testing::InSequence;
+using testing::Return;
+using testing::StrictMock;
+
+constexpr IOReturn odd = 0x1234;
+
+class MockInterface : public UsbInterface {
+ public:
+  MOCK_METHOD(IOReturn, open, (), (override));
+  MOCK_METHOD(IOReturn, close, (), (override));
+  MOCK_METHOD(void, release, (), (override));
+  MOCK_METHOD(IOReturn, getNumEndpoints, (std::uint8_t*), (override));
+  MOCK_METHOD(IOReturn, setAlternateInterface, (std::uint8_t), (override));
+  MOCK_METHOD(IOReturn, getPipeProperties, (std::uint8_t, PipeProperties*), (override));
+  MOCK_METHOD(IOReturn, abortPipe, (std::uint8_t), (override));
+  MOCK_METHOD(IOReturn, resetPipe, (std::uint8_t), (override));
+  MOCK_METHOD(IOReturn, clearPipeStallBothEnds, (std::uint8_t), (override));
+  MOCK_METHOD(IOReturn, controlRequest, (std::uint8_t, const ControlRequest&), (override));
+  MOCK_METHOD(IOReturn, readPipeTO, (std::uint8_t, void*, std::uint32_t*, std::uint32_t, std::uint32_t),
+              (override));
+  MOCK_METHOD(IOReturn, writePipeTO, (std::uint8_t, const void*, std::uint32_t, std::uint32_t, std::uint32_t),
+              (override));
+};
+
+class MockPlugIn : public PlugInInterface {
+ public:
+  MOCK_METHOD(IOReturn, queryInterface, (UsbInterface**), (override));
+  MOCK_METHOD(IOReturn, queryInterface, (UsbDevice**), (override));
+  MOCK_METHOD(void, release, (), (override));
+};
+
+class MockStack : public UsbStack {
+ public:
+  MOCK_METHOD(IOReturn, masterPort, (MachPort*), (override));
+  MOCK_METHOD(void, portDeallocate, (MachPort), (override));
+  MOCK_METHOD(std::optional<MatchingDictionary>, serviceMatching, (ServiceKind), (override));
+  MOCK_METHOD(IOReturn, matchingServices, (MachPort, const MatchingDictionary&, IOObject*), (override));
+  MOCK_METHOD(IOObject, iteratorNext, (IOObject), (override));
+  MOCK_METHOD(void, objectRelease, (IOObject), (override));
+  MOCK_METHOD(IOReturn, createPlugInInterfaceForService, (IOObject, ServiceKind, PlugInInterface**),
+              (override));
+};
+
+class PlainStack final : public ForwardingUsbStack {
+ public:
+  explicit PlainStack(UsbStack& inner, bool wraps = true) : ForwardingUsbStack(inner), wraps_(wraps) {}
+
+ protected:
+  std::unique_ptr<ForwardingUsbInterface> wrap(UsbInterface& interface) override {
+    return wraps_ ? std::make_unique<ForwardingUsbInterface>(*this, interface) : nullptr;
+  }
+
+ private:
+  bool wraps_;
+};
+
+// One interface of an inner stack behind a forwarding one.
+class Forwarding : public testing::Test {
+ protected:
+  UsbInterface* interfaceOf(UsbStack& outer) {
+    EXPECT_CALL(stack, createPlugInInterfaceForService(7, ServiceKind::usbInterface, _))
+        .WillOnce([this](IOObject, ServiceKind, PlugInInterface** result) {
+          *result = &plugIn;
+          return kIOReturnSuccess;
+        });
+    EXPECT_CALL(plugIn, queryInterface(testing::A<UsbInterface**>())).WillOnce([this](UsbInterface** result) {
+      *result = &inner;
+      return kIOReturnSuccess;
+    });
+    PlugInInterface* outerPlugIn = nullptr;
+    EXPECT_EQ(outer.createPlugInInterfaceForService(7, ServiceKind::usbInterface, &outerPlugIn),
+              kIOReturnSuccess);
+    UsbInterface* result = nullptr;
+    EXPECT_EQ(outerPlugIn->queryInterface(&result), kIOReturnSuccess);
+    EXPECT_CALL(plugIn, release());
+    outerPlugIn->release();
+    return result;
+  }
+
+  StrictMock<MockStack> stack;
+  StrictMock<MockPlugIn> plugIn;
+  StrictMock<MockInterface> inner;
+};
+
+TEST_F(Forwarding, PassesEveryOperationOfAnInterfaceOnOnceWithItsArgumentsAndItsStatus) {
+  std::uint8_t number = 0;
+  std::uint32_t size = 64;
+  std::array<std::uint8_t, 64> buffer{};
+  PipeProperties properties{};
+  const ControlRequest request{};
+  EXPECT_CALL(inner, open()).WillOnce(Return(odd));
+  EXPECT_CALL(inner, close()).WillOnce(Return(odd + 1));
+  EXPECT_CALL(inner, getNumEndpoints(&number)).WillOnce(Return(odd + 2));
+  EXPECT_CALL(inner, setAlternateInterface(1)).WillOnce(Return(odd + 3));
+  EXPECT_CALL(inner, getPipeProperties(2, &properties)).WillOnce(Return(odd + 4));
+  EXPECT_CALL(inner, abortPipe(3)).WillOnce(Return(odd + 5));
+  EXPECT_CALL(inner, resetPipe(4)).WillOnce(Return(odd + 6));
+  EXPECT_CALL(inner, clearPipeStallBothEnds(5)).WillOnce(Return(odd + 7));
+  EXPECT_CALL(inner, controlRequest(0, testing::Ref(request))).WillOnce(Return(odd + 8));
+  EXPECT_CALL(inner, readPipeTO(6, buffer.data(), &size, 100, 200)).WillOnce(Return(odd + 9));
+  EXPECT_CALL(inner, writePipeTO(7, buffer.data(), 64, 300, 400)).WillOnce(Return(odd + 10));
+  EXPECT_CALL(inner, release());
+
+  PlainStack outer(stack);
+  UsbInterface* interface = interfaceOf(outer);
+  const std::vector<IOReturn> statuses = {interface->open(),
+                                          interface->close(),
+                                          interface->getNumEndpoints(&number),
+                                          interface->setAlternateInterface(1),
+                                          interface->getPipeProperties(2, &properties),
+                                          interface->abortPipe(3),
+                                          interface->resetPipe(4),
+                                          interface->clearPipeStallBothEnds(5),
+                                          interface->controlRequest(0, request),
+                                          interface->readPipeTO(6, buffer.data(), &size, 100, 200),
+                                          interface->writePipeTO(7, buffer.data(), 64, 300, 400)};
+  for (std::size_t i = 0; i < statuses.size(); ++i) EXPECT_EQ(statuses[i], odd + static_cast<IOReturn>(i));
+  interface->release();
+}
+
+TEST_F(Forwarding, PassesEveryOperationOfTheRegistryOnOnceWithItsArgumentsAndItsStatus) {
+  MachPort port = 0;
+  IOObject iterator = 0;
+  const MatchingDictionary matching{ServiceKind::usbDevice};
+  EXPECT_CALL(stack, masterPort(&port)).WillOnce(Return(odd));
+  EXPECT_CALL(stack, portDeallocate(11));
+  EXPECT_CALL(stack, serviceMatching(ServiceKind::usbDevice)).WillOnce(Return(std::nullopt));
+  EXPECT_CALL(stack, matchingServices(12, testing::Ref(matching), &iterator)).WillOnce(Return(odd + 1));
+  EXPECT_CALL(stack, iteratorNext(13)).WillOnce(Return(14));
+  EXPECT_CALL(stack, objectRelease(15));
+
+  PlainStack outer(stack);
+  EXPECT_EQ(outer.masterPort(&port), odd);
+  outer.portDeallocate(11);
+  EXPECT_FALSE(outer.serviceMatching(ServiceKind::usbDevice));
+  EXPECT_EQ(outer.matchingServices(12, matching, &iterator), odd + 1);
+  EXPECT_EQ(outer.iteratorNext(13), 14U);
+  outer.objectRelease(15);
+}
+
+TEST_F(Forwarding, HandsOutNothingWhereTheInnerStackFails) {
+  PlainStack outer(stack);
+  auto* untouched = reinterpret_cast<PlugInInterface*>(&stack);
+  PlugInInterface* result = untouched;
+  EXPECT_CALL(stack, createPlugInInterfaceForService(_, _, _)).WillOnce(Return(odd));
+  EXPECT_EQ(outer.createPlugInInterfaceForService(1, ServiceKind::usbDevice, &result), odd);
+  EXPECT_EQ(result, untouched);
+  EXPECT_CALL(stack, createPlugInInterfaceForService(_, _, _))
+      .WillOnce([](IOObject, ServiceKind, PlugInInterface** none) {
+        *none = nullptr;
+        return kIOReturnSuccess;
+      });
+  EXPECT_EQ(outer.createPlugInInterfaceForService(1, ServiceKind::usbDevice, &result), kIOReturnSuccess);
+  EXPECT_EQ(result, nullptr);
+}
+
+TEST_F(Forwarding, HandsInterfacesOutAsTheyAreWhereItIsNotToStandBeforeThem) {
+  PlainStack outer(stack, false);
+  EXPECT_EQ(interfaceOf(outer), &inner);
+}
+
+TEST_F(Forwarding, ReleasesWhatItsUserDroppedInterfacesFirst) {
+  PlugInInterface* dropped = nullptr;
+  const InSequence inThisOrder;
+  {
+    PlainStack outer(stack);
+    interfaceOf(outer);
+    EXPECT_CALL(stack, createPlugInInterfaceForService(8, _, _))
+        .WillOnce([this](IOObject, ServiceKind, PlugInInterface** result) {
+          *result = &plugIn;
+          return kIOReturnSuccess;
+        });
+    outer.createPlugInInterfaceForService(8, ServiceKind::usbInterface, &dropped);
+    EXPECT_CALL(inner, release());
+    EXPECT_CALL(plugIn, release());
+  }
+}
+
+TEST_F(Forwarding, ReleasesNothingTwice) {
+  EXPECT_CALL(inner, release()).Times(1);
+  PlainStack outer(stack);
+  interfaceOf(outer)->release();
+}
+
+}  // namespace
