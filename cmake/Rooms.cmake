@@ -57,7 +57,7 @@ function(q750_suite name)
   endif()
   add_executable(${name}-tests ${sources})
   target_link_libraries(${name}-tests PRIVATE ${ARGN} q750-test-support GTest::gmock GTest::gtest GTest::gtest_main)
-  if(Q750_SANITIZE OR CMAKE_CROSSCOMPILING_EMULATOR)  # optimising takes twice as long as compiling and running them
+  if(Q750_SANITIZE OR CMAKE_CROSSCOMPILING)  # optimising takes twice as long as compiling and running them
     target_compile_options(${name}-tests PRIVATE -O0)
   endif()
   add_test(NAME ${name} COMMAND ${name}-tests)

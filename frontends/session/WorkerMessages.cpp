@@ -46,7 +46,7 @@ class Reader {
   std::string_view field(std::string_view name) {
     skip(name);
     skip(" ");
-    const std::uint64_t length = decimal(largestWorkerMessage);
+    const auto length = static_cast<std::size_t>(decimal(largestWorkerMessage));
     skip(":");
     if (failed_ || length > rest_.size()) return fail();
     const std::string_view value = rest_.substr(0, length);

@@ -80,7 +80,7 @@ void writeFiles(const OutputFolder& folder) {
   };
   for (const Kind& kind : {Kind{"lineart", {301, 203, 1, 1, 300}}, Kind{"grey", {301, 203, 1, 8, 300}},
                            Kind{"color", {301, 203, 3, 8, 300}}}) {
-    const std::vector<std::uint8_t> pixels = pattern(kind.layout.bytes());
+    const std::vector<std::uint8_t> pixels = pattern(static_cast<std::size_t>(kind.layout.bytes()));
     for (const Format& format : {Format{PictureFormat::tiff, ".tiff"}, Format{PictureFormat::png, ".png"},
                                  Format{PictureFormat::jpeg, ".jpg"}, Format{PictureFormat::pnm, ".pnm"},
                                  Format{PictureFormat::pdf, ".pdf"}}) {

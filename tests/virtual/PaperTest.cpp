@@ -206,8 +206,9 @@ TEST(ImagePaper, GivesThePictureOfAPageBackUnchangedAtItsResolution) {
   ASSERT_EQ(image.height, 2338U);
   const ImagePaper paper(image);
   for (std::uint32_t row = 0; row < image.height; row += 7) {
-    const std::vector<std::uint8_t> wanted(image.rgb.begin() + std::ptrdiff_t{row} * image.width * 3,
-                                           image.rgb.begin() + std::ptrdiff_t{row + 1} * image.width * 3);
+    const std::vector<std::uint8_t> wanted(
+        image.rgb.begin() + static_cast<std::ptrdiff_t>(row) * image.width * 3,
+        image.rgb.begin() + static_cast<std::ptrdiff_t>(row + 1) * image.width * 3);
     ASSERT_EQ(paintedRow(paper, 200, row, 0, image.width), wanted) << row;
   }
 }

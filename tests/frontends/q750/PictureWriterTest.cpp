@@ -32,7 +32,7 @@ PictureNotes notes() {
 // A picture without two equal rows or columns, with its pixels. The spare bits of a row are 0.
 struct TestPicture {
   TestPicture(std::uint32_t width, std::uint32_t height, std::uint32_t channels, std::uint32_t bits = 8)
-      : layout{width, height, channels, bits, 300}, pixels(layout.bytes()) {
+      : layout{width, height, channels, bits, 300}, pixels(static_cast<std::size_t>(layout.bytes())) {
     for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = static_cast<std::uint8_t>(i * 31 + i / 251);
     const auto spare = static_cast<unsigned>(layout.rowBytes() * 8 - std::size_t{width} * channels * bits);
     for (std::uint32_t row = 1; row <= height; ++row) {

@@ -7,16 +7,12 @@
 
 #include <cerrno>
 #include <csignal>
-#include <string_view>
 
 #include "TemporaryFolder.h"
 
 pid_t startProgram(const std::vector<std::string>& arguments, int output, int errors,
                    const std::function<void()>& inChild) {
   std::vector<char*> argv{const_cast<char*>(Q750_PROGRAM)};
-  // What runs programs of another machine, where the tests are such themselves.
-  constexpr std::string_view emulator = Q750_EMULATOR;
-  if (!emulator.empty()) argv.insert(argv.begin(), const_cast<char*>(emulator.data()));
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
   const pid_t process = fork();

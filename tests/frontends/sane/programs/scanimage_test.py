@@ -3,7 +3,7 @@ import unittest
 
 from PIL import Image
 
-from sane_host import PATIENCE, SaneHost
+from sane_host import PATIENCE, STAGE, SaneHost
 
 MODES = ("Color", "Gray", "Lineart")
 SLOW = ("virtual-real-time on", "virtual-speed 500000")
@@ -13,12 +13,12 @@ IO_ERROR = 9
 
 class Scanimage(SaneHost):
     def test_lists_the_scanner(self):
-        listed = self.run_program(["scanimage", "-L"]).stdout.decode()
+        listed = self.run_program([STAGE["scanimage"], "-L"]).stdout.decode()
         self.assertIn("device `quenvar:virtual' is a Quenvar Q750 flatbed scanner", listed)
 
     def test_lists_none_where_there_is_none(self):
         self.quenvar("virtual off")
-        listed = self.run_program(["scanimage", "-f", "%d%n"]).stdout.decode()
+        listed = self.run_program([STAGE["scanimage"], "-f", "%d%n"]).stdout.decode()
         self.assertNotIn("virtual", listed)
 
     def test_scans_by_name_without_any_configuration_but_does_not_find_the_virtual_scanner(self):

@@ -68,7 +68,7 @@ int main() {
   const PictureLayout layout = expectedLayout(*request);
   PictureLayout other = layout;
   ++other.width;
-  const std::size_t bytes = layout.bytes();
+  const auto bytes = static_cast<std::size_t>(layout.bytes());
   const std::string good = outcomeMessage(outcome::good());
   std::signal(SIGPIPE, SIG_IGN);
 
