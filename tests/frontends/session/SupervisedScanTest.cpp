@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <ostream>
 #include <string>
 #include <thread>
 
@@ -79,6 +80,10 @@ struct FaultCase {
   const char* words;
 };
 
+void PrintTo(const FaultCase& one, std::ostream* out) {
+  *out << one.fault;
+}
+
 class Faulty : public Supervised, public testing::WithParamInterface<FaultCase> {};
 
 TEST_P(Faulty, ScansTellWhatHappened) {
@@ -149,6 +154,10 @@ struct Moment {
   ScanRequest request;
   std::size_t rowsBefore;  // bytes read before the cancel
 };
+
+void PrintTo(const Moment& one, std::ostream* out) {
+  *out << one.name;
+}
 
 ScanRequest stalled() {
   ScanRequest request = scans::slow();
