@@ -19,6 +19,10 @@ struct Misdeed {
   const char* words;
 };
 
+void PrintTo(const Misdeed& one, std::ostream* out) {
+  *out << one.deed;
+}
+
 class WrongWorker : public Supervised, public testing::WithParamInterface<Misdeed> {};
 
 TEST_P(WrongWorker, EndsInAnOutcome) {
