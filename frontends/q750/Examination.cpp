@@ -50,7 +50,7 @@ void Examination::lookAtRule() {
   } else {
     tell(Level::note,
          "The system has no rule that lets its users have the scanner: only root may use one on the USB. "
-         "Install the package libsane-quenvar and plug the scanner in again.");
+         "Install the package quenvar-q750 and plug the scanner in again.");
   }
 }
 

@@ -72,6 +72,7 @@ TEST_F(ExaminingASystem, NotesThatNoRuleIsInstalled) {
   rule = false;
   EXPECT_EQ(examine(), ExitCode::good);
   EXPECT_THAT(lines[1], StartsWith("note       The system has no rule"));
+  EXPECT_THAT(lines[1], HasSubstr("Install the package quenvar-q750 and"));
 }
 
 TEST_F(ExaminingASystem, TriesTheVirtualScannerWhereNoneIsPluggedIn) {

@@ -4,6 +4,9 @@
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <ostream>
+
+#include "ScanOutcome.h"
 
 // No child is left, not even a dead one.
 inline void expectNoChild() {
@@ -15,3 +18,14 @@ class Supervised : public testing::Test {
  protected:
   ~Supervised() override { expectNoChild(); }
 };
+
+// A scan that goes wrong, and how its outcome must tell it.
+struct WrongScan {
+  const char* cause;
+  frontend::ScanStatus status;
+  const char* words;
+};
+
+inline void PrintTo(const WrongScan& one, std::ostream* out) {
+  *out << one.cause;
+}

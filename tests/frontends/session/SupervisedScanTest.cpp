@@ -74,20 +74,10 @@ TEST_F(Supervised, ScansFollowEachOtherAndRunBesideEachOther) {
   EXPECT_TRUE(other.outcome().good());
 }
 
-struct FaultCase {
-  const char* fault;
-  ScanStatus status;
-  const char* words;
-};
-
-void PrintTo(const FaultCase& one, std::ostream* out) {
-  *out << one.fault;
-}
-
-class Faulty : public Supervised, public testing::WithParamInterface<FaultCase> {};
+class Faulty : public Supervised, public testing::WithParamInterface<WrongScan> {};
 
 TEST_P(Faulty, ScansTellWhatHappened) {
-  SupervisedScan scan(scans::with(GetParam().fault), worker);
+  SupervisedScan scan(scans::with(GetParam().cause), worker);
   const std::vector<std::uint8_t> rows = readAll(scan);
   EXPECT_EQ(scan.outcome().status, GetParam().status) << scan.outcome().sentence;
   EXPECT_THAT(scan.outcome().sentence, HasSubstr(GetParam().words));
@@ -98,26 +88,26 @@ TEST_P(Faulty, ScansTellWhatHappened) {
 
 INSTANTIATE_TEST_SUITE_P(
     Table, Faulty,
-    testing::Values(FaultCase{"stall@1", ScanStatus::ioError, "the pipe stalled"},
-                    FaultCase{"stall@8", ScanStatus::ioError, "the pipe stalled"},
-                    FaultCase{"time-out@1", ScanStatus::timedOut, "\"enterHostUSBSendMode\""},
-                    FaultCase{"time-out@4", ScanStatus::good, ""},
-                    FaultCase{"time-out@9", ScanStatus::good, ""},
-                    FaultCase{"short-write@2", ScanStatus::timedOut, "\"create\""},
-                    FaultCase{"unplug@1", ScanStatus::noDevice, "went away"},
-                    FaultCase{"unplug@8", ScanStatus::noDevice, "went away"},
-                    FaultCase{"exception-reply@2", ScanStatus::refused, "refused by fault injection"},
-                    FaultCase{"split-reply@2", ScanStatus::good, ""},
-                    FaultCase{"garbage-reply@2", ScanStatus::badData, "cannot be understood"},
-                    FaultCase{"garbage@100000", ScanStatus::badData, "garbled"},
-                    FaultCase{"truncated-image@0", ScanStatus::timedOut, "sent nothing for 30 seconds"},
-                    FaultCase{"truncated-image@100000", ScanStatus::timedOut, "sent nothing for 30 seconds"},
-                    FaultCase{"wrong-header@1", ScanStatus::badData, "tells no size"},
-                    FaultCase{"wrong-header@3", ScanStatus::badData, "impossible size"},
-                    FaultCase{"silence@3", ScanStatus::good, ""},
-                    FaultCase{"silence@0", ScanStatus::timedOut, "sent nothing for 30 seconds"}),
+    testing::Values(WrongScan{"stall@1", ScanStatus::ioError, "the pipe stalled"},
+                    WrongScan{"stall@8", ScanStatus::ioError, "the pipe stalled"},
+                    WrongScan{"time-out@1", ScanStatus::timedOut, "\"enterHostUSBSendMode\""},
+                    WrongScan{"time-out@4", ScanStatus::good, ""},
+                    WrongScan{"time-out@9", ScanStatus::good, ""},
+                    WrongScan{"short-write@2", ScanStatus::timedOut, "\"create\""},
+                    WrongScan{"unplug@1", ScanStatus::noDevice, "went away"},
+                    WrongScan{"unplug@8", ScanStatus::noDevice, "went away"},
+                    WrongScan{"exception-reply@2", ScanStatus::refused, "refused by fault injection"},
+                    WrongScan{"split-reply@2", ScanStatus::good, ""},
+                    WrongScan{"garbage-reply@2", ScanStatus::badData, "cannot be understood"},
+                    WrongScan{"garbage@100000", ScanStatus::badData, "garbled"},
+                    WrongScan{"truncated-image@0", ScanStatus::timedOut, "sent nothing for 30 seconds"},
+                    WrongScan{"truncated-image@100000", ScanStatus::timedOut, "sent nothing for 30 seconds"},
+                    WrongScan{"wrong-header@1", ScanStatus::badData, "tells no size"},
+                    WrongScan{"wrong-header@3", ScanStatus::badData, "impossible size"},
+                    WrongScan{"silence@3", ScanStatus::good, ""},
+                    WrongScan{"silence@0", ScanStatus::timedOut, "sent nothing for 30 seconds"}),
     [](const auto& test) {
-      std::string name = test.param.fault;
+      std::string name = test.param.cause;
       for (char& character : name) character = std::isalnum(character) != 0 ? character : '_';
       return name;
     });

@@ -13,21 +13,11 @@ using scans::Clock;
 using scans::readAll;
 using testing::HasSubstr;
 
-struct Misdeed {
-  const char* deed;
-  ScanStatus status;
-  const char* words;
-};
-
-void PrintTo(const Misdeed& one, std::ostream* out) {
-  *out << one.deed;
-}
-
-class WrongWorker : public Supervised, public testing::WithParamInterface<Misdeed> {};
+class WrongWorker : public Supervised, public testing::WithParamInterface<WrongScan> {};
 
 TEST_P(WrongWorker, EndsInAnOutcome) {
   ScanRequest request = scans::small();
-  request.scanner = GetParam().deed;
+  request.scanner = GetParam().cause;
   SupervisedScan scan(request, Q750_FAKE_WORKER);
   const std::size_t got = readAll(scan).size();
   EXPECT_EQ(scan.outcome().status, GetParam().status) << scan.outcome().sentence;
@@ -41,21 +31,21 @@ TEST_P(WrongWorker, EndsInAnOutcome) {
 INSTANTIATE_TEST_SUITE_P(
     Deeds, WrongWorker,
     testing::Values(
-        Misdeed{"crashes", ScanStatus::ioError, "signal 9 ended it"},
-        Misdeed{"crashes in the middle", ScanStatus::ioError, "signal 11 ended it"},
-        Misdeed{"leaves without a word", ScanStatus::ioError, "it ended with status 7"},
-        Misdeed{"babbles", ScanStatus::ioError, "do not understand each other"},
-        Misdeed{"babbles without end", ScanStatus::ioError, "do not understand each other"},
-        Misdeed{"tells the layout without end", ScanStatus::ioError, ""},
-        Misdeed{"tells another layout", ScanStatus::badData, "318 x 211 pixels, colour) than it was asked"},
-        Misdeed{"sends bytes before the layout", ScanStatus::ioError, "do not understand each other"},
-        Misdeed{"sends too much", ScanStatus::badData, "more rows"},
-        Misdeed{"sends too little", ScanStatus::badData, "incomplete: 210 of 211 rows"},
-        Misdeed{"sends nothing", ScanStatus::badData, "without sending a picture"},
-        Misdeed{"closes early", ScanStatus::ioError, "ended before it was done"},
-        Misdeed{"stays after the end", ScanStatus::good, ""}),
+        WrongScan{"crashes", ScanStatus::ioError, "signal 9 ended it"},
+        WrongScan{"crashes in the middle", ScanStatus::ioError, "signal 11 ended it"},
+        WrongScan{"leaves without a word", ScanStatus::ioError, "it ended with status 7"},
+        WrongScan{"babbles", ScanStatus::ioError, "do not understand each other"},
+        WrongScan{"babbles without end", ScanStatus::ioError, "do not understand each other"},
+        WrongScan{"tells the layout without end", ScanStatus::ioError, ""},
+        WrongScan{"tells another layout", ScanStatus::badData, "318 x 211 pixels, colour) than it was asked"},
+        WrongScan{"sends bytes before the layout", ScanStatus::ioError, "do not understand each other"},
+        WrongScan{"sends too much", ScanStatus::badData, "more rows"},
+        WrongScan{"sends too little", ScanStatus::badData, "incomplete: 210 of 211 rows"},
+        WrongScan{"sends nothing", ScanStatus::badData, "without sending a picture"},
+        WrongScan{"closes early", ScanStatus::ioError, "ended before it was done"},
+        WrongScan{"stays after the end", ScanStatus::good, ""}),
     [](const auto& test) {
-      std::string name = test.param.deed;
+      std::string name = test.param.cause;
       for (char& character : name) character = character == ' ' ? '_' : character;
       return name;
     });
