@@ -17,7 +17,7 @@ class Version(unittest.TestCase):
         self.assertIn(f'"Quenvar Q750 {STAGE.version}"', header)
 
     def test_is_what_the_command_line_tells(self):
-        q750 = next(path for path in pathlib.Path(STAGE.build, "frontends").rglob("q750") if path.is_file())
+        q750 = pathlib.Path(STAGE.build, "bin/q750")
         self.assertIn(STAGE.version, run(q750, "--version").stdout.split())
 
     def test_is_written_in_no_other_file_of_the_build(self):
