@@ -13,6 +13,7 @@
 #include "WorkerLink.h"
 #include "WorkerMessages.h"
 #include "WorkerProcess.h"
+#include "WorkerTimes.h"
 
 namespace frontend {
 namespace {
@@ -26,7 +27,6 @@ constexpr milliseconds silenceInaccuracy(1000);
 constexpr int mostMessagesAtOnce = 100;
 // The end of the picture is the end of its process, or has been explained before.
 constexpr milliseconds timeToExplain(200);
-constexpr milliseconds timeToLeave(1900);
 constexpr milliseconds timeToDie(1000);
 
 }  // namespace
@@ -229,13 +229,13 @@ void SupervisedScan::Impl::finish() {
     cancel();
     conclude(outcome::cancelled());
   }
-  if (!worker_.isRunning() || worker_.awaitEnd(timeToLeave)) return;
+  if (!worker_.isRunning() || worker_.awaitEnd(workertimes::workerIsKilled)) return;
   worker_.kill();
   worker_.awaitEnd(timeToDie);
 }
 
 SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& worker)
-    : SupervisedScan(request, worker, usualSilenceOfTheWorker) {}
+    : SupervisedScan(request, worker, workertimes::workerIsSilent) {}
 
 SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& worker,
                                milliseconds silenceOfTheWorker)

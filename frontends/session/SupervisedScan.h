@@ -68,9 +68,7 @@ class SupervisedScan {
   bool workerEndedWell() const;
 
  protected:
-  // A worker that gives no sign of life for `patience` of the request and this long is given up. It gives
-  // one each second.
-  static constexpr std::chrono::milliseconds usualSilenceOfTheWorker{20000};
+  // For tests: another time than workertimes::workerIsSilent.
   SupervisedScan(const ScanRequest& request, const std::string& worker,
                  std::chrono::milliseconds silenceOfTheWorker);
 

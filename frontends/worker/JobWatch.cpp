@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "MessageGlance.h"
+#include "WorkerTimes.h"
 
 namespace frontend {
 namespace {
@@ -18,8 +19,6 @@ constexpr std::uint32_t failedReadsLimit = 4;
 constexpr std::uint32_t dataWaitMs = 250;
 // A scanner that sent every row and then nothing for so long has no more to send, though it did not say so.
 constexpr std::uint32_t quietEndMs = 1000;
-// What the calls after the picture may take together: nobody waits for them, and the process is to go.
-constexpr std::chrono::milliseconds lastCallsTime(1600);
 constexpr std::uint32_t shortestWaitMs = 50;
 
 bool isTimeOut(platform::IOReturn status) {
@@ -91,7 +90,7 @@ void JobWatch::beginPicture() {
 
 void JobWatch::endPicture() {
   phase_ = Phase::afterwards;
-  lastCallsEnd_ = Clock::now() + lastCallsTime;
+  lastCallsEnd_ = Clock::now() + workertimes::lastCalls;
   silentMs_ = 0;
 }
 

@@ -67,6 +67,8 @@ class JobWatch : private PacketCutter::Listener {
   // library gives each answer one read only.
   bool answerIsCut(std::uint8_t pipe) const;
 
+  // Whether the library has taken all that it will take of the picture. The last calls come then.
+  bool pictureIsOver() const { return phase_ == Phase::afterwards; }
   // Why the job was ended early; nothing if it was not.
   const std::optional<ScanOutcome>& ended() const { return ended_; }
   // What to think of a job that ran to its end.

@@ -3,6 +3,8 @@
 #include <new>
 
 #include "CScannerDriver.h"
+#include "ConversionEnvironment.h"
+#include "FileKeeping.h"
 #include "LibraryArea.h"
 #include "ScannerInterface.h"
 #include "WatchedUsbStack.h"
@@ -19,8 +21,12 @@ class QuietSink final : public platform::LogSink {
 // The exported interface's codes for the pixel layout.
 constexpr std::int32_t grayCode = 2;
 constexpr std::int32_t colorCode = 0;
-// What StartScan answers where the image found no memory.
+// What StartScan answers where the job or its copy of the picture found no memory.
 constexpr std::int32_t notKept = 1;
+
+void* noMemoryForACopy(std::size_t /*count*/, std::size_t /*size*/) {
+  return nullptr;
+}
 
 }  // namespace
 
@@ -28,12 +34,18 @@ struct ScanSession::Supervision {
   Supervision(platform::UsbStack& inner, const SessionHooks& hooks)
       : watch(hooks.cancel, hooks.limits, hooks.picture),
         stack(inner, watch, hooks.transfers),
-        stackBefore(&platform::usbStack()) {
+        stackBefore(&platform::usbStack()),
+        filesBefore(platform::filesAreKept()),
+        allocationBefore(conversionEnvironment().allocateZeroed) {
     platform::useUsbStack(&stack);
+    platform::keepFiles(false);
+    conversionEnvironment().allocateZeroed = noMemoryForACopy;
     platform::useLogSink(hooks.log != nullptr ? hooks.log : &quiet);
   }
   ~Supervision() {
     platform::useLogSink(nullptr);
+    conversionEnvironment().allocateZeroed = allocationBefore;
+    platform::keepFiles(filesBefore);
     platform::useUsbStack(stackBefore);
   }
   Supervision(const Supervision&) = delete;
@@ -43,6 +55,8 @@ struct ScanSession::Supervision {
   WatchedUsbStack stack;
   QuietSink quiet;
   platform::UsbStack* stackBefore;
+  bool filesBefore;
+  decltype(ConversionEnvironment::allocateZeroed) allocationBefore;
 };
 
 ScanSession::ScanSession(platform::UsbStack& stack, const ScanSettings& settings, const SessionHooks& hooks)
@@ -74,12 +88,7 @@ ScanOutcome ScanSession::scan() {
   const JobPipes& pipes = watch.pipes();
   if (pipes.out == 0 || pipes.reply == 0 || pipes.data == 0) return outcome::notThisModel();
   setArea();
-  ScanOutcome result = outcomeOf(StartScan(handle_));
-  if (!result.good()) return result;
-
-  const ConvertedImage& image = driver().convertedImage();
-  raster_ = {image.pixels, image.rowWidthPixels, image.rowCount, image.bytesPerPixel};
-  return result;
+  return outcomeOf(StartScan(handle_));
 }
 
 void ScanSession::setArea() const {
@@ -105,22 +114,17 @@ ScanOutcome ScanSession::whyNotOpen() const {
   }
 }
 
+// What the library answers of its copy of the picture, which it never makes, means nothing. One that stops
+// before the picture is over ran out of memory for the stream.
 ScanOutcome ScanSession::outcomeOf(std::int32_t result) const {
   const JobWatch& watch = supervision_->watch;
   const ScanOutcome verdict = watch.verdict();
-  const bool decided = watch.ended() || verdict.status == ScanStatus::cancelled;
-  if (result == notKept && !decided) return outcome::noMemory();
-  if (!verdict.good()) return verdict;
+  if (!verdict.good()) {
+    const bool decided = watch.ended() || watch.pictureIsOver() || verdict.status == ScanStatus::cancelled;
+    return result == notKept && !decided ? outcome::noMemory() : verdict;
+  }
   if (result == platform::kIOReturnNoDevice) return outcome::wentAway();
-  const ConvertedImage& image = driver().convertedImage();
-  if (result != 0 || image.pixels == nullptr) return outcome::noMemory();
-
-  const PictureHeader& header = watch.header();
-  const bool asAnnounced = image.rowWidthPixels == header.width() && image.rowCount == header.height() &&
-                           image.bytesPerPixel == header.bytesPerPixel() &&
-                           image.length == header.rasterBytes();
-  if (!asAnnounced) return outcome::garbledStream();
-  if (header.bytesPerPixel() != settings_.bytesPerPixel()) {
+  if (watch.header().bytesPerPixel() != settings_.bytesPerPixel()) {
     return outcome::unreadablePicture("its colour mode is not the one that was asked for");
   }
   return verdict;

@@ -6,7 +6,6 @@
 #include "CancelFlag.h"
 #include "JobWatch.h"
 #include "Log.h"
-#include "Raster.h"
 #include "ScanOutcome.h"
 #include "ScanSettings.h"
 #include "TransferObserver.h"
@@ -26,12 +25,12 @@ struct SessionHooks {
   WatchLimits limits;
 };
 
-// One scan, from opening the scanner to the picture in memory, run through the library's exported functions
-// in this process and watched from below, so that it ends, and ends with a whole picture or an outcome that
-// says why not. Decodes nothing and writes no file.
+// One scan, run through the library's exported functions in this process and watched from below, so that it
+// ends, and ends with a whole picture, shown to the listener while it came, or an outcome that says why not.
 //
-// While it lives, the process-wide USB stack and log sink are the session's: one session at a time per
-// process. One thread, except for the cancel flag.
+// While it lives, the process-wide USB stack and log sink are the session's, the library gets no memory for
+// the copy of the picture that it would make at the end for a host, and keeps no files of fixed name: nobody
+// here looks for either. One session at a time per process. One thread, except for the cancel flag.
 class ScanSession {
  public:
   // `stack` stays the caller's and outlives the session. The settings must be such as ScanSettings.h says.
@@ -44,9 +43,6 @@ class ScanSession {
   // Opens the scanner, scans and judges the result; blocks until then. Once per session. Does not throw.
   ScanOutcome run();
 
-  // The whole page as the scanner sent it, valid as long as the session lives. Empty unless run() was good.
-  const Raster& raster() const { return raster_; }
-
  private:
   ScanOutcome scan();
   ScanOutcome outcomeOf(std::int32_t result) const;
@@ -58,7 +54,6 @@ class ScanSession {
   ScanSettings settings_;
   std::unique_ptr<Supervision> supervision_;
   std::intptr_t handle_ = 0;
-  Raster raster_;
 };
 
 }  // namespace frontend

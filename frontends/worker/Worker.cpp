@@ -11,7 +11,6 @@
 #include <new>
 #include <string_view>
 
-#include "FileKeeping.h"
 #include "ImagePipe.h"
 #include "PictureForwarder.h"
 #include "ScanSession.h"
@@ -19,13 +18,12 @@
 #include "VerboseSink.h"
 #include "WorkerMessages.h"
 #include "WorkerSupervisor.h"
+#include "WorkerTimes.h"
 
 namespace frontend {
 namespace {
 
 constexpr int notUnderstood = 2;
-// Beyond the scanner's patience: what the library does between two transfers takes no longer.
-constexpr std::chrono::milliseconds libraryTime(10000);
 
 std::optional<ScanRequest> receiveRequest(int control) {
   std::array<char, largestWorkerMessage> message;
@@ -58,8 +56,6 @@ void scan(const ScanRequest& request, const SessionHooks& hooks,
           const std::function<void(const ScanOutcome&)>& tellTheEnd) {
   auto found = ScannerAtHand::named(request);
   if (const auto* why = std::get_if<ScanOutcome>(&found)) return tellTheEnd(*why);
-  // Nobody looks for copies of the page in the folder for temporary files, and everybody's rows come here.
-  platform::keepFiles(false);
   ScanSession session(std::get<std::unique_ptr<ScannerAtHand>>(found)->stack(), request.settings, hooks);
   tellTheEnd(session.run());
 }
@@ -77,7 +73,8 @@ int runWorker(int control, int image) {
   CancelFlag cancel;
   LifeSigns signs;
   TransferInFlight transfers(signs);
-  WorkerSupervisor supervisor({control, cancel, transfers, signs, reports, request->patience + libraryTime});
+  WorkerSupervisor supervisor(
+      {control, cancel, transfers, signs, reports, request->patience + workertimes::libraryWorks});
   ImagePipe pipe(imageEnd.release(), supervisor.cancelled(), cancel, signs);
   PictureForwarder picture(*request, reports, pipe);
   VerboseSink log(columnsOfTheTerminal(), showOnStandardError);

@@ -9,15 +9,13 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "WorkerTimes.h"
+
 namespace frontend {
 namespace {
 
-// Between two signs of life at most.
-constexpr int pauseMs = 1000;
 // Between two attempts to end the transfer under way.
 constexpr int pauseBetweenAbortsMs = 20;
-// A front end waits two seconds at most for its worker to go.
-constexpr std::chrono::milliseconds timeToLeave(1800);
 constexpr int hangStatus = 3;
 
 void count(int event) {
@@ -42,7 +40,7 @@ void WorkerSupervisor::run() {
   for (;;) {
     const bool cancelled = parts_.cancel.requested();
     pollfd awaited[] = {{stop_.get(), POLLIN, 0}, {hungUp_ ? -1 : parts_.control, POLLIN, 0}};
-    poll(awaited, 2, cancelled ? pauseBetweenAbortsMs : pauseMs);
+    poll(awaited, 2, cancelled ? pauseBetweenAbortsMs : static_cast<int>(workertimes::signOfLife.count()));
     if (awaited[0].revents != 0) return;
     if (awaited[1].revents != 0) listen();
     if (parts_.cancel.requested()) parts_.transfers.abort();
@@ -69,7 +67,7 @@ void WorkerSupervisor::requestCancel() {
 
 void WorkerSupervisor::endWhatHangs() {
   const bool cancelled = parts_.cancel.requested();
-  const bool stays = cancelled && Clock::now() - cancelTime_ > timeToLeave;
+  const bool stays = cancelled && Clock::now() - cancelTime_ > workertimes::workerLeaves;
   const std::chrono::milliseconds silence = parts_.signs.silence();
   const bool hangs = silence > parts_.longestSilence;
   if (!stays && !hangs) return;

@@ -1,9 +1,12 @@
 import json
 import os
 import pathlib
+import pty
 import re
+import select
 import subprocess
 import tempfile
+import time
 import unittest
 
 PROGRAM = os.environ["Q750_PROGRAM"]
@@ -77,15 +80,70 @@ class Bash(unittest.TestCase):
             self.assertEqual(complete(" scan -o a", folder), ["a page.png"])
 
 
-class Zsh(unittest.TestCase):
-    def test_understands_its_file(self):
-        run("zsh", "-n", str(FOLDER / "_q750"))
+# A zsh as at a terminal, in which the tab key only tells what would be offered: every choice on a line, then "end".
+ZSH_SETTINGS = r"""
+fpath=($COMPLETIONS $fpath)
+autoload -Uz compinit && compinit -u -D
+compadd() {
+  if [[ ${@[1,(i)(-|--)]} != *-(O|A|D)\ * ]]; then
+    local -a offered
+    builtin compadd -A offered "$@"
+    print -rl -- $offered >> $OFFERED
+  fi
+  builtin compadd "$@"
+}
+tell-choices() { : > $OFFERED; zle complete-word; BUFFER=; print end >> $OFFERED }
+zle -N tell-choices
+bindkey '^I' tell-choices
+"""
 
-    def test_names_every_option_of_the_help(self):
-        text = (FOLDER / "_q750").read_text()
+
+class Zsh(unittest.TestCase):
+    def setUp(self):
+        home = tempfile.TemporaryDirectory()
+        self.addCleanup(home.cleanup)
+        self.home = pathlib.Path(home.name)
+        (self.home / ".zshrc").write_text(ZSH_SETTINGS)
+        self.offered = self.home / "offered"
+        self.terminal, inside = pty.openpty()
+        self.addCleanup(os.close, self.terminal)
+        environment = os.environ | {
+            "HOME": home.name, "ZDOTDIR": home.name, "TERM": "dumb", "COMPLETIONS": str(FOLDER),
+            "OFFERED": str(self.offered), "PATH": f"{pathlib.Path(PROGRAM).parent}:/usr/bin:/bin"}
+        self.zsh = subprocess.Popen(["zsh", "-i", "-d"], stdin=inside, stdout=inside, stderr=inside, cwd=home.name,
+                                    env=environment, start_new_session=True)
+        os.close(inside)
+        self.addCleanup(self.zsh.wait)
+        self.addCleanup(self.zsh.kill)
+
+    def complete(self, line):
+        """What zsh offers at the end of the line."""
+        self.offered.unlink(missing_ok=True)
+        os.write(self.terminal, f"q750{line}\t".encode())
+        deadline = time.monotonic() + 60
+        while not (self.offered.exists() and self.offered.read_text().endswith("end\n")):
+            self.assertLess(time.monotonic(), deadline)
+            if select.select([self.terminal], [], [], 0.02)[0]:
+                os.read(self.terminal, 65536)  # what a terminal would show
+        return [choice for choice in self.offered.read_text().splitlines()[:-1] if choice]
+
+    def test_completes_the_commands(self):
+        self.assertEqual(self.complete(" "), ["list", "scan", "doctor", "virtual"])
+        self.assertEqual(self.complete(" s"), ["scan"])
+
+    def test_completes_exactly_the_options_that_the_help_names(self):
         for command in ("list", "scan", "doctor", "virtual"):
-            for option in options_of([command]):
-                self.assertRegex(text, re.escape(option) + r"[\[}]", command)
+            self.assertEqual(set(self.complete(f" {command} --")), options_of([command]), command)
+
+    def test_completes_the_same_values_as_bash(self):
+        for option in ("--mode", "--resolution", "--format", "--progress", "--paper", "--virtual-fault", "--device"):
+            choices = self.complete(f" scan {option} ")
+            self.assertEqual(choices, complete(f" scan {option} "), option)
+            self.assertTrue(choices, option)
+
+    def test_completes_files(self):
+        (self.home / "a-page.png").touch()
+        self.assertEqual(self.complete(" scan -o a-"), ["a-page.png"])
 
 
 class Json(unittest.TestCase):

@@ -3,11 +3,15 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Bed.h"
+#include "ConversionEnvironment.h"
 #include "Fault.h"
+#include "FileKeeping.h"
 #include "HookedUsbStack.h"
 #include "Log.h"
 #include "ScanSession.h"
@@ -28,6 +32,27 @@ ScanSettings smallScan(ColorMode mode = ColorMode::color) {
   return {75, mode, {100, 60, 317, 211}};
 }
 
+// Keeps the picture of one scan.
+class Page final : public PictureListener {
+ public:
+  std::optional<ScanOutcome> begins(const PictureHeader& header) override {
+    width = header.width();
+    height = header.height();
+    bytesPerPixel = header.bytesPerPixel();
+    return std::nullopt;
+  }
+  bool raster(const std::uint8_t* bytes, std::size_t count) override {
+    pixels.insert(pixels.end(), bytes, bytes + count);
+    return true;
+  }
+  void isWhole() override {}
+
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t bytesPerPixel = 0;
+  std::vector<std::uint8_t> pixels;
+};
+
 // The scanner small enough that a small scan takes many transfers.
 class Scanning : public testing::Test {
  protected:
@@ -38,8 +63,10 @@ class Scanning : public testing::Test {
     return options;
   }
 
-  ScanOutcome scan(const ScanSettings& settings, const SessionHooks& hooks = {}) {
+  ScanOutcome scan(const ScanSettings& settings, SessionHooks hooks = {}) {
     session.reset();  // the one before, which holds the scanner
+    page = {};
+    hooks.picture = &page;
     session = std::make_unique<ScanSession>(stack, settings, hooks);
     return session->run();
   }
@@ -47,26 +74,29 @@ class Scanning : public testing::Test {
 
   virtualscanner::VirtualScanner scanner{Paper::testChart(), manyTransfers()};
   virtualscanner::VirtualUsbStack stack{scanner};
+  Page page;
   std::unique_ptr<ScanSession> session;
 };
 
-// Whether the raster holds what lies on the glass.
-void expectChart(const Raster& raster, const ScanSettings& settings) {
-  ASSERT_EQ(raster.width, settings.area.width);
-  ASSERT_EQ(raster.height, settings.area.height);
-  ASSERT_EQ(raster.bytesPerPixel, settings.bytesPerPixel());
-  std::vector<std::uint8_t> expected(std::size_t{raster.width} * 3);
-  for (std::uint32_t y = 0; y < raster.height; ++y) {
-    Paper::testChart()->paintRow(settings.resolution, settings.area.top + y, settings.area.left, raster.width,
+// Whether the page is what lies on the glass.
+void expectChart(const Page& page, const ScanSettings& settings) {
+  ASSERT_EQ(page.width, settings.area.width);
+  ASSERT_EQ(page.height, settings.area.height);
+  ASSERT_EQ(page.bytesPerPixel, settings.bytesPerPixel());
+  const std::size_t rowBytes = std::size_t{page.width} * page.bytesPerPixel;
+  ASSERT_EQ(page.pixels.size(), rowBytes * page.height);
+  std::vector<std::uint8_t> expected(std::size_t{page.width} * 3);
+  for (std::uint32_t y = 0; y < page.height; ++y) {
+    Paper::testChart()->paintRow(settings.resolution, settings.area.top + y, settings.area.left, page.width,
                                  expected.data());
     std::vector<std::uint8_t> row = expected;
     if (settings.mode == ColorMode::gray) {
-      row.resize(raster.width);
+      row.resize(page.width);
       for (std::size_t x = 0; x < row.size(); ++x) {
         row[x] = virtualscanner::greyOf({expected[3 * x], expected[3 * x + 1], expected[3 * x + 2]});
       }
     }
-    ASSERT_TRUE(std::equal(row.begin(), row.end(), raster.row(y))) << "row " << y;
+    ASSERT_TRUE(std::equal(row.begin(), row.end(), page.pixels.data() + y * rowBytes)) << "row " << y;
   }
 }
 
@@ -76,7 +106,7 @@ TEST_F(Scanning, DeliversThePageOfTheGlassInEveryModeAndResolution) {
       if (trueResolution(mode, resolution) != resolution) continue;
       const ScanSettings settings{resolution, mode, {resolution / 2, resolution / 3 + 1, 151, 97}};
       EXPECT_EQ(scan(settings).status, ScanStatus::good);
-      expectChart(session->raster(), settings);
+      expectChart(page, settings);
     }
   }
 }
@@ -84,7 +114,7 @@ TEST_F(Scanning, DeliversThePageOfTheGlassInEveryModeAndResolution) {
 TEST_F(Scanning, DeliversTheWholeGlass) {
   const ScanSettings settings{75, ColorMode::color, wholeBed(75)};
   EXPECT_EQ(scan(settings).sentence, "The page was scanned.");
-  expectChart(session->raster(), settings);
+  expectChart(page, settings);
 }
 
 TEST_F(Scanning, LeavesTheScannerReady) {
@@ -102,6 +132,19 @@ TEST_F(Scanning, BringsTheUsbStackOfTheProcessBack) {
   EXPECT_NE(&platform::usbStack(), before);
   session.reset();
   EXPECT_EQ(&platform::usbStack(), before);
+}
+
+// What a host gets, and what people who share the machine would: the library's copy of the picture, its
+// files.
+TEST_F(Scanning, MakesNoCopyOfThePictureAndNoFiles) {
+  const auto allocationBefore = conversionEnvironment().allocateZeroed;
+  EXPECT_TRUE(platform::filesAreKept());
+  EXPECT_TRUE(scan(smallScan()).good());
+  EXPECT_FALSE(platform::filesAreKept());
+  EXPECT_EQ(conversionEnvironment().allocateZeroed(1, 1), nullptr);
+  session.reset();
+  EXPECT_TRUE(platform::filesAreKept());
+  EXPECT_EQ(conversionEnvironment().allocateZeroed, allocationBefore);
 }
 
 struct FaultCase {
@@ -153,7 +196,7 @@ TEST_F(Scanning, TellsEveryFaultByStatusAndSentence) {
     const ScanOutcome outcome = scan(smallScan());
     EXPECT_EQ(outcome.status, one.status) << one.fault << ": " << outcome.sentence;
     EXPECT_THAT(outcome.sentence, HasSubstr(one.words)) << one.fault;
-    EXPECT_EQ(session->raster().empty(), !outcome.good()) << one.fault;
+    EXPECT_EQ(page.pixels.size() == std::size_t{317 * 211 * 3}, outcome.good()) << one.fault;
     session.reset();
     EXPECT_EQ(stack.unreleased().total(), 0U) << one.fault;
   }
@@ -168,7 +211,7 @@ TEST_F(Scanning, WorksAgainAfterEveryFault) {
     scanner.setFaults({});
     if (!scanner.pluggedIn()) scanner.plugIn();
     EXPECT_TRUE(scan(smallScan()).good()) << fault.name;
-    expectChart(session->raster(), smallScan());
+    expectChart(page, smallScan());
     session.reset();
   }
 }
@@ -201,12 +244,19 @@ TEST_F(Scanning, CanBeCancelledBeforeAnyTransfer) {
     ScanSession cancelled(hooked, smallScan(), hooks);
     const ScanOutcome outcome = cancelled.run();
     EXPECT_EQ(outcome.status, ScanStatus::cancelled) << "at transfer " << at;
-    EXPECT_TRUE(cancelled.raster().empty());
     // The transfer under way is the last, except where the scanner is only told that all is well.
     EXPECT_EQ(hooked.transfers(), at < all - 4 ? at : all) << "at transfer " << at;
   }
   EXPECT_EQ(stack.unreleased().total(), 0U);
   EXPECT_TRUE(scan(smallScan()).good());
+}
+
+TEST_F(Scanning, TellsThatTheLibraryRanOutOfMemory) {
+  HookedUsbStack hooked(stack, [](int transfer) {
+    if (transfer == 12) throw std::bad_alloc();
+  });
+  EXPECT_EQ(ScanSession(hooked, smallScan(), {}).run().status, ScanStatus::noMemory);
+  EXPECT_EQ(stack.unreleased().total(), 0U);
 }
 
 TEST_F(Scanning, DoesNotBeginWhenItIsCancelledAlready) {

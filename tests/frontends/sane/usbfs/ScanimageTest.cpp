@@ -26,9 +26,8 @@ class ScanimageOverUsb : public testing::Test {
 
   // Answers the exit status; what it writes is left in `output` and `errors`.
   int scanimage(const std::string& arguments) {
-    const std::string environment = "LD_PRELOAD=libumockdev-preload.so.0 LD_LIBRARY_PATH=" Q750_SANE_FOLDER
-                                    " SANE_CONFIG_DIR=" +
-                                    folder.path().string() + " LC_ALL=C ";
+    const std::string environment = "LD_PRELOAD=libumockdev-preload.so.0 LD_LIBRARY_PATH=" + libraries +
+                                    " SANE_CONFIG_DIR=" + folder.path().string() + " LC_ALL=C ";
     const std::string command = environment + Q750_SCANIMAGE " " + arguments + " >" + (folder / "output") +
                                 " 2>" + (folder / "errors");
     const int status = std::system(command.c_str());
@@ -38,6 +37,7 @@ class ScanimageOverUsb : public testing::Test {
   }
 
   TemporaryFolder folder;
+  std::string libraries = Q750_SANE_FOLDER;
   VirtualScanner scanner;
   std::string output;
   std::string errors;
@@ -69,7 +69,11 @@ TEST_F(ScanimageOverUsb, IsToldThatItMayNotHaveTheScanner) {
   EmulatedUsbfs::Options options;
   options.forbidden = true;
   EmulatedUsbfs usbfs(scanner, options);
+  // What another user can read, wherever this was built.
   std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
+  constexpr char backEnd[] = "libsane-quenvar.so.1";
+  std::filesystem::copy_file(libraries + "/" + backEnd, folder / backEnd);
+  libraries = folder.path();
   {
     const OtherUser nobody;  // as who scanimage starts
     EXPECT_EQ(scanimage("-d quenvar:usb:1-1 --resolution 75 --format=pnm"), 1);
