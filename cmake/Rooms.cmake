@@ -69,21 +69,32 @@ function(q750_uses_fixed_files suite)
   set_tests_properties(${suite} PROPERTIES RESOURCE_LOCK q750-fixed-files)
 endfunction()
 
-# What suites are compiled with, the precompiled header too, which must agree.
-function(q750_suite_options target)
+# What everything is compiled with that is there for tests, and what it is precompiled with: both must agree.
+function(q750_test_options target)
   if(CMAKE_BUILD_TYPE STREQUAL Debug OR CMAKE_CROSSCOMPILING)  # optimising takes longer than it saves when they run
     target_compile_options(${target} PRIVATE -O0)
   endif()
+  if(Q750_SANITIZE)  # checked at each access, they take a third of the time; what is tested has them
+    target_compile_options(${target} PRIVATE -fno-sanitize=null,alignment)
+  endif()
 endfunction()
 
-# Google Test's headers take a third of the time that a suite takes to compile: they are compiled once for all suites.
-function(q750_precompile_suite_headers)
+# The headers that take a third of the time that a test takes to compile are compiled once for all of them.
+function(q750_precompile_test_headers)
   set(source ${CMAKE_CURRENT_BINARY_DIR}/precompiled.cpp)
   file(CONFIGURE OUTPUT ${source} CONTENT "int main() {}\n")
-  add_executable(suite-headers ${source})
-  target_link_libraries(suite-headers PRIVATE GTest::gmock GTest::gtest)
-  target_precompile_headers(suite-headers PRIVATE <gmock/gmock.h>)
-  q750_suite_options(suite-headers)
+  add_executable(test-headers ${source})
+  target_link_libraries(test-headers PRIVATE GTest::gmock GTest::gtest)
+  target_precompile_headers(test-headers PRIVATE <gmock/gmock.h> <filesystem> <thread>)
+  q750_test_options(test-headers)
+  set_target_properties(test-headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+endfunction()
+
+# q750_compile_for_tests(<target>): a program of tests, or a library that only such programs link.
+function(q750_compile_for_tests target)
+  q750_test_options(${target})
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE OFF)  # as the compiler has it for programs
+  target_precompile_headers(${target} REUSE_FROM test-headers)
 endfunction()
 
 # q750_suite(<name> [<room> ...]): one test program of all sources in this folder, registered under its name.
@@ -94,8 +105,7 @@ function(q750_suite name)
   endif()
   add_executable(${name}-tests ${sources})
   target_link_libraries(${name}-tests PRIVATE ${ARGN} q750-test-support GTest::gmock GTest::gtest GTest::gtest_main)
-  q750_suite_options(${name}-tests)
-  target_precompile_headers(${name}-tests REUSE_FROM suite-headers)
+  q750_compile_for_tests(${name}-tests)
   add_test(NAME ${name} COMMAND ${name}-tests)
   q750_test_environment(${name})
 endfunction()
