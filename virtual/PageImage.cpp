@@ -4,6 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "PixelRuns.h"
+
 namespace virtualscanner {
 
 std::string imageHeader(const PageRequest& request) {
@@ -33,13 +35,11 @@ void RowPainter::paint(std::uint32_t row, std::uint8_t* destination) {
   paper_->paintRow(request_.resolution, std::int64_t{request_.top} + row, request_.left, request_.width, rgb);
   if (request_.color) return;
   // Runs of one colour are common, and comparing is cheaper than weighing.
-  Color color = white;
-  std::uint8_t grey = greyOf(color);
-  for (std::uint32_t column = 0; column < request_.width; ++column, rgb += 3) {
-    const Color next{rgb[0], rgb[1], rgb[2]};
-    if (next != color) grey = greyOf(next);
-    color = next;
-    destination[column] = grey;
+  for (std::size_t column = 0; column < request_.width;) {
+    const std::size_t run = runLength(rgb + column * 3, request_.width - column);
+    std::memset(destination + column, greyOf({rgb[column * 3], rgb[column * 3 + 1], rgb[column * 3 + 2]}),
+                run);
+    column += run;
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -18,6 +19,17 @@ inline void fillPixels(std::uint8_t* rgb, std::int64_t count, Color color) {
     rgb[1] = color.green;
     rgb[2] = color.blue;
   }
+}
+
+// How many of the next `count` pixels, at least one, have the colour of the first.
+inline std::size_t runLength(const std::uint8_t* rgb, std::size_t count) {
+  constexpr std::size_t block = 64;  // pixels that are as their right neighbours, all at once
+  std::size_t length = 1;
+  while (length + block <= count && std::memcmp(rgb + (length - 1) * 3, rgb + length * 3, block * 3) == 0) {
+    length += block;
+  }
+  while (length < count && std::memcmp(rgb, rgb + length * 3, 3) == 0) ++length;
+  return length;
 }
 
 }  // namespace virtualscanner
