@@ -125,7 +125,7 @@ TEST_F(SupervisedWorker, StaysWhileItsFrontEndDoesNotRead) {
   int ends[2] = {-1, -1};
   ASSERT_EQ(pipe(ends), 0);
   const OwnedDescriptor reader(ends[0]);
-  const auto supervisor = supervise(10ms);
+  const auto supervisor = supervise(800ms);  // less than between two looks
   ImagePipe image(ends[1], supervisor->cancelled(), cancel, signs);
   std::thread frontEndThread([this] {
     EXPECT_TRUE(hear());
