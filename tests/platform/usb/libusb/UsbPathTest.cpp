@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "UsbPath.h"
 
 namespace {
@@ -11,6 +13,10 @@ struct Row {
   UsbPath path;
   std::uint32_t location;
 };
+
+std::ostream& operator<<(std::ostream& out, const Row& row) {
+  return out << row.text;
+}
 
 class UsbPaths : public testing::TestWithParam<Row> {};
 
