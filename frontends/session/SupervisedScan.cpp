@@ -58,6 +58,7 @@ struct SupervisedScan::Impl {
   void concludeFromTheEnd();
   void finish();
 
+  std::string program_;  // of the worker
   PictureLayout expected_;
   milliseconds longestSilence_;
   std::atomic<bool> cancelled_{false};
@@ -73,6 +74,7 @@ struct SupervisedScan::Impl {
 };
 
 void SupervisedScan::Impl::start(const ScanRequest& request, const std::string& worker) {
+  program_ = worker;
   int error = link_.open();
   if (error == 0) {
     const std::string message = requestMessage(request);
@@ -214,6 +216,7 @@ void SupervisedScan::Impl::concludeFromTheEnd() {
   if (!told_) {
     if (!hungUp_ || !worker_.awaitEnd(timeToExplain)) worker_.kill();
     worker_.awaitEnd(timeToDie);
+    if (worker_.neverRan()) return conclude(outcome::workerMissing(program_, "the system could not run it"));
     const std::string how = worker_.howItEnded();
     return conclude(outcome::workerDied(how.empty() ? "nobody knows how" : how));
   }

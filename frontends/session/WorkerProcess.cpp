@@ -151,6 +151,11 @@ void WorkerProcess::kill() {
   }
 }
 
+bool WorkerProcess::neverRan() const {
+  constexpr int couldNotBeRun = 127;
+  return status_ && WIFEXITED(*status_) && WEXITSTATUS(*status_) == couldNotBeRun;
+}
+
 std::string WorkerProcess::howItEnded() const {
   if (!status_) return {};
   if (WIFSIGNALED(*status_)) return "signal " + std::to_string(WTERMSIG(*status_)) + " ended it";

@@ -40,6 +40,9 @@ class WorkerProcess {
   // After its end: whether it ended by itself and as it should. False where another part of the application
   // took the answer away.
   bool endedWell() const { return status_ == 0; }
+  // Whether it ended before it was the program that it was to be. Most systems tell that at the start; the
+  // others by this status of an end (POSIX.1-2017, posix_spawn).
+  bool neverRan() const;
   // How it ended, as a clause: "signal 11 ended it". Empty where nobody knows.
   std::string howItEnded() const;
 

@@ -34,6 +34,8 @@ INSTANTIATE_TEST_SUITE_P(
         WrongScan{"crashes", ScanStatus::ioError, "signal 9 ended it"},
         WrongScan{"crashes in the middle", ScanStatus::ioError, "signal 11 ended it"},
         WrongScan{"leaves without a word", ScanStatus::ioError, "it ended with status 7"},
+        WrongScan{"never runs", ScanStatus::ioError,
+                  "fake-worker: the system could not run it). Install this"},
         WrongScan{"babbles", ScanStatus::ioError, "do not understand each other"},
         WrongScan{"babbles without end", ScanStatus::ioError, "do not understand each other"},
         WrongScan{"tells the layout without end", ScanStatus::ioError, ""},

@@ -89,6 +89,7 @@ int main() {
          kill(getpid(), SIGSEGV);
        }},
       {"leaves without a word", [] { _exit(7); }},
+      {"never runs", [] { _exit(127); }},
       {"babbles", [] { say("hello"); }},
       {"babbles without end", [] { sayForEver("hello"); }},
       {"tells the layout without end", [&] { sayForEver(layoutMessage(layout)); }},
