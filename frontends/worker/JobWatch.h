@@ -73,7 +73,6 @@ class JobWatch : private PacketCutter::Listener {
   const std::optional<ScanOutcome>& ended() const { return ended_; }
   // What to think of a job that ran to its end.
   ScanOutcome verdict() const;
-  const PictureHeader& header() const { return header_; }
 
  private:
   enum class Phase : std::uint8_t { calls, picture, afterwards };

@@ -119,15 +119,9 @@ ScanOutcome ScanSession::whyNotOpen() const {
 ScanOutcome ScanSession::outcomeOf(std::int32_t result) const {
   const JobWatch& watch = supervision_->watch;
   const ScanOutcome verdict = watch.verdict();
-  if (!verdict.good()) {
-    const bool decided = watch.ended() || watch.pictureIsOver() || verdict.status == ScanStatus::cancelled;
-    return result == notKept && !decided ? outcome::noMemory() : verdict;
-  }
-  if (result == platform::kIOReturnNoDevice) return outcome::wentAway();
-  if (watch.header().bytesPerPixel() != settings_.bytesPerPixel()) {
-    return outcome::unreadablePicture("its colour mode is not the one that was asked for");
-  }
-  return verdict;
+  const bool decided =
+      verdict.good() || verdict.status == ScanStatus::cancelled || watch.ended() || watch.pictureIsOver();
+  return result == notKept && !decided ? outcome::noMemory() : verdict;
 }
 
 }  // namespace frontend

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <cctype>
 #include <cerrno>
 #include <ostream>
+#include <string>
 
 #include "ScanOutcome.h"
 
@@ -25,6 +27,13 @@ struct WrongScan {
   frontend::ScanStatus status;
   const char* words;
 };
+
+// Of a test of a table of them.
+inline std::string nameOf(const testing::TestParamInfo<WrongScan>& test) {
+  std::string name = test.param.cause;
+  for (char& character : name) character = std::isalnum(character) != 0 ? character : '_';
+  return name;
+}
 
 inline void PrintTo(const WrongScan& one, std::ostream* out) {
   *out << one.cause;

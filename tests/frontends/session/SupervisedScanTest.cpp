@@ -106,11 +106,7 @@ INSTANTIATE_TEST_SUITE_P(
                     WrongScan{"wrong-header@3", ScanStatus::badData, "impossible size"},
                     WrongScan{"silence@3", ScanStatus::good, ""},
                     WrongScan{"silence@0", ScanStatus::timedOut, "sent nothing for 30 seconds"}),
-    [](const auto& test) {
-      std::string name = test.param.cause;
-      for (char& character : name) character = std::isalnum(character) != 0 ? character : '_';
-      return name;
-    });
+    nameOf);
 
 TEST_F(Supervised, ScannersThatCannotBeAreTold) {
   ScanRequest request = scans::small();

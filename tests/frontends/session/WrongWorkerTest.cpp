@@ -46,11 +46,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongScan{"sends nothing", ScanStatus::badData, "without sending a picture"},
         WrongScan{"closes early", ScanStatus::ioError, "ended before it was done"},
         WrongScan{"stays after the end", ScanStatus::good, ""}),
-    [](const auto& test) {
-      std::string name = test.param.cause;
-      for (char& character : name) character = character == ' ' ? '_' : character;
-      return name;
-    });
+    nameOf);
 
 TEST_F(Supervised, AWorkerThatHeedsNothingIsEnded) {
   for (const char* deed : {"stops", "stops in the middle"}) {
