@@ -79,17 +79,17 @@ install(TARGETS q750 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools
 install(TARGETS q750-worker RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/quenvar-q750 COMPONENT tools)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/q750.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 # Where the shells look, under the names by which they look.
-install(FILES ${PROJECT_SOURCE_DIR}/completions/q750.bash RENAME q750
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/completions/q750.bash RENAME q750
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
-install(FILES ${PROJECT_SOURCE_DIR}/completions/_q750
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/completions/_q750
   DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
 
 # Where udev finds it on Debian if the prefix is /usr. Elsewhere say /etc/udev/hwdb.d. It counts after
 # `systemd-hwdb update`, for what is plugged in from then on.
 set(Q750_UDEV_HWDB_DIR lib/udev/hwdb.d CACHE STRING
   "Folder of the entry of udev's hardware database, from the prefix or absolute")
-install(FILES ${PROJECT_BINARY_DIR}/udev/20-sane-quenvar.hwdb DESTINATION ${Q750_UDEV_HWDB_DIR} COMPONENT tools)
-install(FILES ${PROJECT_BINARY_DIR}/desktop/quenvar-q750.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo
+install(FILES ${PROJECT_BINARY_DIR}/packaging/udev/20-sane-quenvar.hwdb DESTINATION ${Q750_UDEV_HWDB_DIR} COMPONENT tools)
+install(FILES ${PROJECT_BINARY_DIR}/packaging/desktop/quenvar-q750.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo
   COMPONENT tools)
 
 # The SANE back end: in the folder "sane" of the system's libraries. Its configuration is where SANE looks for it if

@@ -40,19 +40,26 @@ function(q750_compile_headers_alone target)
   endif()
 endfunction()
 
-# q750_room(<target> [<room or library that it may use> ...]): a static library of all sources in this folder.
+# q750_room(<target> [PUBLIC <room>...] [PRIVATE <room>...] [LIBRARIES <library>...]): a static library of all sources
+# in this folder. PUBLIC names the rooms whose headers its headers include, PRIVATE those that only its sources include:
+# together they are all that it may include, the one list of layers that tools/layer-check reads. LIBRARIES are those of
+# others, which its sources alone see.
 function(q750_room target)
+  cmake_parse_arguments(room "" "" "PUBLIC;PRIVATE;LIBRARIES" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   if(sources)
     add_library(${target} STATIC ${sources})
     target_include_directories(${target} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-    target_link_libraries(${target} PUBLIC ${ARGN})
+    target_link_libraries(${target} PUBLIC ${room_PUBLIC} PRIVATE ${room_PRIVATE} ${room_LIBRARIES})
     # Inline members are no exports: whether the compiler emits them depends on the kind of build.
     set_target_properties(${target} PROPERTIES VISIBILITY_INLINES_HIDDEN ON)
+    if(CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/(Sources|platform)/")
+      set_property(GLOBAL APPEND PROPERTY Q750_LIBRARY_ROOMS ${target})
+    endif()
   else()
     add_library(${target} INTERFACE)
     target_include_directories(${target} INTERFACE ${CMAKE_CURRENT_SOURCE_DIR})
-    target_link_libraries(${target} INTERFACE ${ARGN})
+    target_link_libraries(${target} INTERFACE ${room_PUBLIC})
   endif()
   q750_compile_headers_alone(${target})
 endfunction()

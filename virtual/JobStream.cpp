@@ -36,8 +36,8 @@ void JobStream::advance() {
   framingSent_ = 0;
   if (stage_ == Stage::over) return;
   if (stage_ == Stage::beginning) {
-    addMarker(packetformat::beginImageJob);
-    addMarker(packetformat::beginImagePage);
+    addMarker(wire::beginImageJob);
+    addMarker(wire::beginImagePage);
     stage_ = Stage::image;
   }
   addGarbageIfDue();
@@ -45,10 +45,10 @@ void JobStream::advance() {
     stage_ = Stage::over;
   } else if (image_.left() > 0) {
     payloadLeft_ = static_cast<std::uint32_t>(std::min<std::uint64_t>(payload_, image_.left()));
-    addHeader(packetformat::imageData, payloadLeft_);
+    addHeader(wire::imageData, payloadLeft_);
   } else {
-    addMarker(packetformat::endImagePage);
-    addMarker(packetformat::endImageJob);
+    addMarker(wire::endImagePage);
+    addMarker(wire::endImageJob);
     stage_ = Stage::over;
   }
 }
@@ -59,8 +59,8 @@ void JobStream::addMarker(std::uint8_t type) {
 
 void JobStream::addHeader(std::uint8_t type, std::uint32_t length) {
   const std::size_t offset = framing_.size();
-  framing_.resize(offset + packetformat::headerSize);
-  packetformat::writeHeader(&framing_[offset], type, length);
+  framing_.resize(offset + wire::packetHeaderSize);
+  wire::writeHeader(&framing_[offset], type, length);
 }
 
 // Every byte with its top bit set, so that the garbage is a packet of unknown type and over two gigabytes.

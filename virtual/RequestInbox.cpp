@@ -10,14 +10,14 @@
 namespace virtualscanner {
 namespace {
 
-static_assert(packetformat::headerSize == 8);
+static_assert(wire::packetHeaderSize == 8);
 
 // Largest piece handed to the parser at once, whose counts are signed 32-bit numbers.
 constexpr std::size_t largestPiece = largestMessage;
 
 bool beginsControlPacket(const std::uint8_t* bytes, std::size_t count) {
-  return count >= packetformat::headerSize && packetformat::typeOf(bytes) == packetformat::controlData &&
-         bytes[1] == 0 && bytes[2] == 0 && bytes[3] == 0;
+  return count >= wire::packetHeaderSize && wire::typeOf(bytes) == wire::controlData && bytes[1] == 0 &&
+         bytes[2] == 0 && bytes[3] == 0;
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ void RequestInbox::clear() {
 bool RequestInbox::isSane(const std::uint8_t* bytes, std::size_t count) {
   while (count > 0) {
     const bool inPayload = payloadLeft_ > 0;
-    const std::size_t wanted = inPayload ? payloadLeft_ : packetformat::headerSize - headerBytes_;
+    const std::size_t wanted = inPayload ? payloadLeft_ : wire::packetHeaderSize - headerBytes_;
     const std::size_t piece = std::min(count, wanted);
     if (inPayload) {
       payloadLeft_ -= static_cast<std::uint32_t>(piece);
@@ -71,9 +71,9 @@ bool RequestInbox::isSane(const std::uint8_t* bytes, std::size_t count) {
     }
     bytes += piece;
     count -= piece;
-    if (headerBytes_ < packetformat::headerSize) continue;
+    if (headerBytes_ < wire::packetHeaderSize) continue;
     headerBytes_ = 0;
-    payloadLeft_ = packetformat::payloadLengthOf(header_);
+    payloadLeft_ = wire::payloadLengthOf(header_);
     if (payloadLeft_ > largestMessage) return false;
   }
   return true;

@@ -21,10 +21,9 @@ namespace {
 constexpr std::string_view noMessage = "<this is no message";
 
 std::vector<std::uint8_t> controlPacket(std::string_view text) {
-  std::vector<std::uint8_t> packet(packetformat::headerSize + text.size());
-  packetformat::writeHeader(packet.data(), packetformat::controlData,
-                            static_cast<std::uint32_t>(text.size()));
-  std::memcpy(packet.data() + packetformat::headerSize, text.data(), text.size());
+  std::vector<std::uint8_t> packet(wire::packetHeaderSize + text.size());
+  wire::writeHeader(packet.data(), wire::controlData, static_cast<std::uint32_t>(text.size()));
+  std::memcpy(packet.data() + wire::packetHeaderSize, text.data(), text.size());
   return packet;
 }
 

@@ -11,9 +11,8 @@ using platform::Data;
 using platform::DataRef;
 
 platform::Data* USBScanProtocol::prepControlDataToSend(const Data& payload) {
-  std::array<std::uint8_t, packetformat::headerSize> header;
-  packetformat::writeHeader(header.data(), packetformat::controlData,
-                            static_cast<std::uint32_t>(payload.length()));
+  std::array<std::uint8_t, wire::packetHeaderSize> header;
+  wire::writeHeader(header.data(), wire::controlData, static_cast<std::uint32_t>(payload.length()));
   DataRef framed(Data::withBytes(header.data(), header.size()));
   framed->append(payload.bytes(), payload.length());
   return framed.letGo();
@@ -21,9 +20,8 @@ platform::Data* USBScanProtocol::prepControlDataToSend(const Data& payload) {
 
 void USBScanProtocol::removePacket(const void* packet) {
   // A callback that fed this parser has had its packet removed already.
-  if (_buffer == nullptr || packet != _buffer->bytes() || _buffer->length() < packetformat::headerSize)
-    return;
-  const std::uint32_t size = packetformat::sizeOf(packetformat::payloadLengthOf(_buffer->bytes()));
+  if (_buffer == nullptr || packet != _buffer->bytes() || _buffer->length() < wire::packetHeaderSize) return;
+  const std::uint32_t size = wire::packetSize(wire::payloadLengthOf(_buffer->bytes()));
   // A length of 0xFFFFFFF8 leaves its packet at the front for ever; equal buffers must not pile up meanwhile.
   if (size == 0) return;
   Data* rest = nullptr;
@@ -64,31 +62,31 @@ void USBScanProtocol::doBeginImageJobCallback() {
 
 // Hosts pass the flag, but no data is ever converted.
 void USBScanProtocol::parseFullPackets([[maybe_unused]] std::int8_t convert) {
-  while (_buffer != nullptr && _buffer->length() >= packetformat::headerSize) {
+  while (_buffer != nullptr && _buffer->length() >= wire::packetHeaderSize) {
     const std::uint8_t* packet = _buffer->bytes();
-    const std::uint32_t length = packetformat::payloadLengthOf(packet);
+    const std::uint32_t length = wire::payloadLengthOf(packet);
     // No bound is applied: a length that wraps makes a packet that is complete with its header.
-    if (_buffer->length() < packetformat::sizeOf(length)) return;
+    if (_buffer->length() < wire::packetSize(length)) return;
     // The header is there whole, so the payload begins at the end of the buffer at the latest.
-    void* payload = const_cast<std::uint8_t*>(packet + packetformat::headerSize);
-    dispatch(packetformat::typeOf(packet), payload, static_cast<int>(length));
+    void* payload = const_cast<std::uint8_t*>(packet + wire::packetHeaderSize);
+    dispatch(wire::typeOf(packet), payload, static_cast<int>(length));
     removePacket(packet);
   }
 }
 
 void USBScanProtocol::dispatch(std::uint8_t type, void* payload, int length) {
   switch (type) {
-    case packetformat::beginImageJob:
+    case wire::beginImageJob:
       return doBeginImageJobCallback();
-    case packetformat::beginImagePage:
+    case wire::beginImagePage:
       return doBeginImagePageCallback();
-    case packetformat::controlData:
+    case wire::controlData:
       return doControlDataCallbackWithData(payload, length);
-    case packetformat::imageData:
+    case wire::imageData:
       return doImageDataCallbackWithData(payload, length);
-    case packetformat::endImagePage:
+    case wire::endImagePage:
       return doEndImagePageCallback();
-    case packetformat::endImageJob:
+    case wire::endImageJob:
       return doEndImageJobCallback();
     default:
       return;

@@ -23,10 +23,4 @@ class UsageError : public CommandError {
   explicit UsageError(const std::string& message) : CommandError(ExitCode::usage, message) {}
 };
 
-// The picture cannot be written.
-class OutputError : public CommandError {
- public:
-  explicit OutputError(const std::string& message) : CommandError(ExitCode::output, message) {}
-};
-
 }  // namespace frontend

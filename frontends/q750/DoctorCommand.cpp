@@ -10,6 +10,7 @@
 #include "Console.h"
 #include "Examination.h"
 #include "ScanPlan.h"
+#include "ScannerName.h"
 #include "StandardOutput.h"
 #include "SupervisedScan.h"
 #include "VirtualOptions.h"

@@ -10,6 +10,7 @@
 #include "CommandError.h"
 #include "FileName.h"
 #include "OutputFile.h"
+#include "PictureErrors.h"
 #include "PictureWriter.h"
 
 namespace frontend {

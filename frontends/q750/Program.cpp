@@ -10,6 +10,7 @@
 #include "Console.h"
 #include "DoctorCommand.h"
 #include "ListCommand.h"
+#include "PictureErrors.h"
 #include "ScanCommand.h"
 #include "ScanReport.h"
 #include "StandardOutput.h"
@@ -41,6 +42,8 @@ int toldBy(const Tell& tell, const std::function<void()>& work) {
     return static_cast<int>(ExitCode::good);
   } catch (const CommandError& error) {
     return tell(error.code(), error.what());
+  } catch (const OutputError& error) {
+    return tell(ExitCode::output, error.what());
   } catch (const std::bad_alloc&) {
     return tell(ExitCode::noMemory, outcome::noMemory().sentence);
   } catch (const std::exception& error) {

@@ -9,6 +9,7 @@
 #include "Bed.h"
 #include "CommandError.h"
 #include "PaperSize.h"
+#include "PictureErrors.h"
 #include "Version.h"
 #include "VirtualOptions.h"
 
@@ -61,10 +62,15 @@ std::optional<std::uint8_t> thresholdFor(const ScanOptions& options, PictureMode
   throw UsageError("--threshold is for black and white. Add --mode lineart, or leave it out.");
 }
 
+PictureFormat formatAskedFor(const ScanOptions& options, PictureMode mode) try {
+  return options.format.empty() ? formatOfFile(options.output, mode) : formatNamed(options.format);
+} catch (const FormatError& error) {
+  throw UsageError(error.what());
+}
+
 PictureFormat formatFor(const ScanOptions& options, PictureMode mode, bool toStandardOutput) {
-  if (!toStandardOutput)
-    return options.format.empty() ? formatOfFile(options.output, mode) : formatNamed(options.format);
-  const PictureFormat format = options.format.empty() ? PictureFormat::pnm : formatNamed(options.format);
+  if (!toStandardOutput) return formatAskedFor(options, mode);
+  const PictureFormat format = options.format.empty() ? PictureFormat::pnm : formatAskedFor(options, mode);
   if (format == PictureFormat::tiff) {
     throw UsageError(
         "A TIFF cannot be written to standard output. Choose --format png, jpeg, pnm or pdf, or a file.");

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "CommandError.h"
+#include "ScannerName.h"
 
 namespace frontend {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "CommandError.h"
+#include "PictureErrors.h"
 
 namespace frontend {
 

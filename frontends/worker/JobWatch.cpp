@@ -26,9 +26,9 @@ bool isTimeOut(platform::IOReturn status) {
 }
 
 std::string methodOf(const void* packet, std::uint32_t size) {
-  if (size <= packetformat::headerSize) return {};
+  if (size <= wire::packetHeaderSize) return {};
   const std::string_view text(static_cast<const char*>(packet), size);
-  return glanceAt(text.substr(packetformat::headerSize)).method;
+  return glanceAt(text.substr(wire::packetHeaderSize)).method;
 }
 
 }  // namespace
@@ -103,7 +103,7 @@ bool JobWatch::mayWrite(std::uint8_t pipe, const void* bytes, std::uint32_t size
   if (pipe == 0 || pipe != pipes_.out || phase_ != Phase::calls) return mayGoOn();
   // The library would go on and take the answer that is still to come for that of the next call.
   if (!answered_)
-    endJob(cutter_.insidePacket() ? outcome::unreadableAnswer(request_) : outcome::noAnswer(request_));
+    endJob(packets_.insidePacket() ? outcome::unreadableAnswer(request_) : outcome::noAnswer(request_));
   request_ = methodOf(bytes, size);
   answered_ = false;
   return mayGoOn();
@@ -118,7 +118,7 @@ platform::IOReturn JobWatch::judgeWrite(std::uint8_t pipe, platform::IOReturn st
 }
 
 bool JobWatch::answerIsCut(std::uint8_t pipe) const {
-  return pipe == pipes_.reply && !ended_ && cutter_.insidePacket();
+  return pipe == pipes_.reply && !ended_ && packets_.insidePacket();
 }
 
 platform::IOReturn JobWatch::judgeRead(std::uint8_t pipe, platform::IOReturn status, const void* bytes,
@@ -129,7 +129,7 @@ platform::IOReturn JobWatch::judgeRead(std::uint8_t pipe, platform::IOReturn sta
   if (status != platform::kIOReturnSuccess) return judgeFailedRead(data, status, waitedMs);
   if (size > 0) silentMs_ = 0;
   unreadableMessage_ = false;
-  const bool garbled = !cutter_.feed(static_cast<const std::uint8_t*>(bytes), size);
+  const bool garbled = !packets_.feed(static_cast<const std::uint8_t*>(bytes), size);
   if (garbled && phase_ != Phase::afterwards) endJob(outcome::garbledStream());
   if (data) judgeDataRead(size);
   const bool over = jobEnded_ || phase_ == Phase::afterwards;

@@ -9,7 +9,7 @@
 
 #include "CancelFlag.h"
 #include "IOReturn.h"
-#include "PacketCutter.h"
+#include "PacketReader.h"
 #include "PictureHeader.h"
 #include "PictureListener.h"
 #include "ScanOutcome.h"
@@ -34,7 +34,7 @@ struct WatchLimits {
 // is no whole picture; and when it has come to a good one, which the library would learn of by waiting. Does
 // no I/O: the stack that it is asked by does. A job is ended early by answering everything with "no device",
 // which is the library's designed way out. One thread.
-class JobWatch : private PacketCutter::Listener {
+class JobWatch : private wire::PacketReader::Listener {
  public:
   // `cancel` and `picture` may be null; they outlive the watch.
   explicit JobWatch(const CancelFlag* cancel, WatchLimits limits = {}, PictureListener* picture = nullptr);
@@ -100,7 +100,7 @@ class JobWatch : private PacketCutter::Listener {
   WatchLimits limits_;
   PictureListener* picture_;
   JobPipes pipes_;
-  PacketCutter cutter_{*this};
+  wire::PacketReader packets_{*this};
   Phase phase_ = Phase::calls;
   std::optional<ScanOutcome> ended_;
   Clock::time_point lastCallsEnd_;  // set with the phase afterwards

@@ -1,7 +1,5 @@
 #include "PictureForwarder.h"
 
-#include "SupervisedScan.h"
-
 namespace frontend {
 
 std::optional<ScanOutcome> PictureForwarder::begins(const PictureHeader& header) {

@@ -7,7 +7,7 @@
 #include "LibusbStack.h"
 #include "PacedUsbStack.h"
 #include "Paper.h"
-#include "ScannerList.h"
+#include "ScannerName.h"
 #include "VirtualScanner.h"
 #include "VirtualUsbStack.h"
 

@@ -76,9 +76,9 @@ std::vector<std::uint8_t> DeviceHost::framed(const std::string& object, const st
   char* text = nullptr;
   unsigned int length = 0;
   visitor.createMemoryDump(&text, &length);
-  std::vector<std::uint8_t> packet(packetformat::headerSize + length);
-  packetformat::writeHeader(packet.data(), packetformat::controlData, length);
-  std::copy_n(text, length, packet.data() + packetformat::headerSize);
+  std::vector<std::uint8_t> packet(wire::packetHeaderSize + length);
+  wire::writeHeader(packet.data(), wire::controlData, length);
+  std::copy_n(text, length, packet.data() + wire::packetHeaderSize);
   std::free(text);
   return packet;
 }
@@ -102,10 +102,10 @@ bool DeviceHost::startJob(const PageRequest& wanted) {
 std::string DeviceHost::takeReply() {
   std::vector<std::uint8_t> buffer(512);
   const Transfer transfer = pipes_.read(replyEndpoint, buffer.data(), buffer.size());
-  if (transfer.moved < packetformat::headerSize) return {};
-  EXPECT_EQ(packetformat::typeOf(buffer.data()), packetformat::controlData);
-  EXPECT_EQ(packetformat::payloadLengthOf(buffer.data()) + packetformat::headerSize, transfer.moved);
-  return {buffer.begin() + packetformat::headerSize,
+  if (transfer.moved < wire::packetHeaderSize) return {};
+  EXPECT_EQ(wire::typeOf(buffer.data()), wire::controlData);
+  EXPECT_EQ(wire::payloadLengthOf(buffer.data()) + wire::packetHeaderSize, transfer.moved);
+  return {buffer.begin() + wire::packetHeaderSize,
           buffer.begin() + static_cast<std::ptrdiff_t>(transfer.moved)};
 }
 
@@ -133,12 +133,12 @@ namespace {
 template <typename Visit>
 void forEachPacket(const std::vector<std::uint8_t>& stream, const Visit& visit) {
   std::size_t offset = 0;
-  while (offset + packetformat::headerSize <= stream.size()) {
+  while (offset + wire::packetHeaderSize <= stream.size()) {
     const std::uint8_t* packet = stream.data() + offset;
-    const std::size_t length = packetformat::payloadLengthOf(packet);
-    offset += packetformat::headerSize + length;
+    const std::size_t length = wire::payloadLengthOf(packet);
+    offset += wire::packetHeaderSize + length;
     if (offset > stream.size()) break;
-    visit(packetformat::typeOf(packet), packet + packetformat::headerSize, length);
+    visit(wire::typeOf(packet), packet + wire::packetHeaderSize, length);
   }
   EXPECT_EQ(offset, stream.size()) << "the stream ends inside a packet";
 }
@@ -154,7 +154,7 @@ std::vector<std::uint8_t> packetTypesOf(const std::vector<std::uint8_t>& stream)
 std::vector<std::uint8_t> imageOf(const std::vector<std::uint8_t>& stream) {
   std::vector<std::uint8_t> image;
   forEachPacket(stream, [&](std::uint8_t type, const std::uint8_t* payload, std::size_t length) {
-    if (type == packetformat::imageData) image.insert(image.end(), payload, payload + length);
+    if (type == wire::imageData) image.insert(image.end(), payload, payload + length);
   });
   return image;
 }

@@ -7,7 +7,7 @@
 #include <exception>
 
 #include "Worker.h"
-#include "WorkerProcess.h"
+#include "WorkerMessages.h"
 
 namespace {
 

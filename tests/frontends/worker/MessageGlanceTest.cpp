@@ -12,7 +12,7 @@ using frontend::MessageGlance;
 using frontend::MessageKind;
 
 std::string payloadOf(const std::string& packet) {
-  return packet.substr(packetformat::headerSize);
+  return packet.substr(wire::packetHeaderSize);
 }
 
 TEST(MessageGlance, NamesTheMethodOfACall) {

@@ -12,7 +12,6 @@
 
 #include "OwnedDescriptor.h"
 #include "PictureForwarder.h"
-#include "SupervisedScan.h"
 #include "WorkerMessages.h"
 
 namespace {

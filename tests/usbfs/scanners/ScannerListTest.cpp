@@ -4,6 +4,7 @@
 #include "DeviceIdentity.h"
 #include "OtherUser.h"
 #include "ScannerList.h"
+#include "ScannerName.h"
 #include "UsbfsHost.h"
 
 namespace {

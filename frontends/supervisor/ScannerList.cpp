@@ -1,0 +1,46 @@
+#include "ScannerList.h"
+
+#include "LibusbDevices.h"
+#include "ScannerName.h"
+
+namespace frontend {
+namespace {
+
+using Access = platform::LibusbDevices::Access;
+
+std::string hintFor(const platform::LibusbDevices::Device& device) {
+  switch (device.access) {
+    case Access::granted:
+      return "";
+    case Access::denied:
+      return "You may not use " + device.node +
+             ". If the scanner's udev rule is not installed yet, install the package of its driver and plug "
+             "the scanner in again; if it is, join the group scanner and log in again.";
+    case Access::noNode:
+      return device.node +
+             " does not exist for this program, which seems to run in a container or a sandbox: give that "
+             "access to USB devices.";
+  }
+  return "";
+}
+
+ScannerEntry entryNamed(std::string name) {
+  return {std::move(name), "Quenvar", "Q750", "flatbed scanner", false, true, ""};
+}
+
+}  // namespace
+
+std::vector<ScannerEntry> listScanners(bool withVirtual, std::string* failure) {
+  std::vector<ScannerEntry> scanners;
+  platform::LibusbDevices::List real = platform::LibusbDevices().attached();
+  for (const auto& device : real.devices) {
+    ScannerEntry& entry = scanners.emplace_back(entryNamed(std::string(usbScannerPrefix) + device.path));
+    entry.accessible = device.access == Access::granted;
+    entry.hint = hintFor(device);
+  }
+  if (failure != nullptr) *failure = std::move(real.failure);
+  if (withVirtual) scanners.emplace_back(entryNamed(std::string(virtualScannerName))).isVirtual = true;
+  return scanners;
+}
+
+}  // namespace frontend

@@ -1,0 +1,96 @@
+#include "WorkerLink.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/timerfd.h>
+
+#include <cerrno>
+
+#include "WorkerMessages.h"
+
+namespace frontend {
+namespace {
+
+// Room for a front end that looks in a few times a second; the system may give less.
+constexpr int imagePipeBytes = 1 << 20;
+constexpr int lowestDescriptor = workerImageDescriptor + 1;
+
+// Takes a new descriptor over, under a number that is no standard one's and none of the worker's.
+platform::OwnedDescriptor kept(int descriptor) {
+  platform::OwnedDescriptor given(descriptor);
+  if (descriptor < 0 || descriptor >= lowestDescriptor) return given;
+  return platform::OwnedDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, lowestDescriptor));
+}
+
+bool watch(int epoll, int descriptor) {
+  epoll_event event{};
+  event.events = EPOLLIN;
+  event.data.fd = descriptor;
+  return epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+}  // namespace
+
+int WorkerLink::open() {
+  int ends[2] = {-1, -1};
+  if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return errno;
+  control_ = kept(ends[0]);
+  workerControl_ = kept(ends[1]);
+  if (pipe2(ends, O_CLOEXEC) != 0) return errno;
+  image_ = kept(ends[0]);
+  workerImage_ = kept(ends[1]);
+  end_ = kept(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  timer_ = kept(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+  ready_ = kept(epoll_create1(EPOLL_CLOEXEC));
+  for (const platform::OwnedDescriptor* each :
+       {&control_, &workerControl_, &image_, &workerImage_, &end_, &timer_, &ready_}) {
+    if (each->get() < 0) return errno != 0 ? errno : EMFILE;
+  }
+  const bool watched = watch(ready_.get(), image_.get()) && watch(ready_.get(), end_.get()) &&
+                       watch(ready_.get(), timer_.get());
+  if (!watched || fcntl(image_.get(), F_SETFL, O_NONBLOCK) != 0) return errno;
+  fcntl(image_.get(), F_SETPIPE_SZ, imagePipeBytes);
+  return 0;
+}
+
+void WorkerLink::closeWorkerEnds() {
+  workerControl_.reset();
+  workerImage_.reset();
+}
+
+void WorkerLink::markEnd() noexcept {
+  const std::uint64_t one = 1;
+  // Fails only where it was marked a great many times before.
+  [[maybe_unused]] const ssize_t written = write(end_.get(), &one, sizeof one);
+}
+
+void WorkerLink::cancel() noexcept {
+  const int error = errno;
+  // A worker that takes no message is ended otherwise.
+  send(control_.get(), cancelMessage, sizeof cancelMessage - 1, MSG_DONTWAIT | MSG_NOSIGNAL);
+  markEnd();
+  errno = error;
+}
+
+void WorkerLink::expectSign(std::chrono::milliseconds within) {
+  constexpr long nanosecondsPerMillisecond = 1000000;
+  itimerspec time{};
+  time.it_value.tv_sec = static_cast<time_t>(within.count() / 1000);
+  time.it_value.tv_nsec = static_cast<long>(within.count() % 1000) * nanosecondsPerMillisecond;
+  timerfd_settime(timer_.get(), 0, &time, nullptr);
+}
+
+bool WorkerLink::timeIsUp() {
+  std::uint64_t times = 0;
+  return read(timer_.get(), &times, sizeof times) == sizeof times;
+}
+
+void WorkerLink::wait(bool control) {
+  pollfd awaited[] = {{ready_.get(), POLLIN, 0}, {control_.get(), POLLIN, 0}};
+  poll(awaited, control ? 2 : 1, -1);
+}
+
+}  // namespace frontend

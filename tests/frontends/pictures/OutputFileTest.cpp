@@ -1,0 +1,136 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "OutputFile.h"
+#include "PictureErrors.h"
+#include "TemporaryFolder.h"
+
+namespace {
+
+using frontend::OutputError;
+using frontend::OutputFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class Output : public testing::Test {
+ protected:
+  static void write(OutputFile& file, const std::string& text) {
+    ASSERT_EQ(::write(file.descriptor(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  std::string complaintAbout(const std::string& where) {
+    try {
+      OutputFile::check(where);
+      return "";
+    } catch (const OutputError& error) {
+      return error.what();
+    }
+  }
+
+  TemporaryFolder folder;
+  std::string path = folder / "page.tiff";
+};
+
+TEST_F(Output, AppearsUnderItsNameOnlyWhenItIsPutInPlace) {
+  OutputFile file(path);
+  write(file, "picture");
+  EXPECT_FALSE(std::filesystem::exists(path));
+  file.putInPlace();
+  EXPECT_EQ(contentOf(path), "picture");
+  EXPECT_THAT(folder.names(), ElementsAre("page.tiff"));
+}
+
+TEST_F(Output, LeavesNothingWhenItIsGivenUp) {
+  writeContent(path, "old");
+  {
+    OutputFile file(path);
+    write(file, "half a pict");
+    EXPECT_THAT(folder.names(), SizeIs(2));
+  }
+  EXPECT_THAT(folder.names(), ElementsAre("page.tiff"));
+  EXPECT_EQ(contentOf(path), "old");
+}
+
+TEST_F(Output, HasThePermissionsOfANewFile) {
+  const mode_t before = umask(0027);
+  OutputFile file(path);
+  file.putInPlace();
+  umask(before);
+  EXPECT_EQ(modeOf(path), 0640U);
+}
+
+TEST_F(Output, ReplacesALinkAndDoesNotFollowIt) {
+  writeContent(folder / "precious", "untouched");
+  std::filesystem::create_symlink(folder / "precious", path);
+  OutputFile::check(path);
+  OutputFile file(path);
+  write(file, "picture");
+  file.putInPlace();
+  EXPECT_FALSE(isLink(path));
+  EXPECT_EQ(contentOf(path), "picture");
+  EXPECT_EQ(contentOf(folder / "precious"), "untouched");
+}
+
+TEST_F(Output, TakesNamesAsLongAsNamesCanBe) {
+  const std::string longest = folder / (std::string(250, 'n') + ".tiff");
+  OutputFile file(longest);
+  file.putInPlace();
+  EXPECT_TRUE(std::filesystem::exists(longest));
+  EXPECT_THAT(complaintAbout(folder / (std::string(251, 'n') + ".tiff")), HasSubstr("File name too long"));
+}
+
+TEST_F(Output, TellsWhenItCannotBePutInPlace) {
+  OutputFile file(path);
+  std::filesystem::create_directory(path);
+  EXPECT_THROW(file.putInPlace(), OutputError);
+}
+
+TEST_F(Output, LeavesNothingWhenItCannotBePutInPlace) {
+  {
+    OutputFile file(path);
+    std::filesystem::create_directory(path);
+    EXPECT_THROW(file.putInPlace(), OutputError);
+  }
+  EXPECT_THAT(folder.names(), ElementsAre("page.tiff"));
+}
+
+TEST_F(Output, CheckLeavesNothingBehind) {
+  EXPECT_EQ(complaintAbout(path), "");
+  EXPECT_THAT(folder.names(), IsEmpty());
+  writeContent(path, "old");
+  EXPECT_EQ(complaintAbout(path), "");
+  EXPECT_EQ(contentOf(path), "old");
+}
+
+TEST_F(Output, CheckRefusesPlacesWhereNoPictureCanGo) {
+  const std::string pipe = folder / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  writeContent(folder / "file", "");
+  const struct {
+    std::string path;
+    std::string complaint;
+  } cases[] = {
+      {folder.path().string(), "that is a folder. Give the name of a file in it."},
+      {folder / "new/", "that is a folder."},
+      {folder / "missing/page.tiff", "the folder " + (folder / "missing") + " does not exist."},
+      {folder / "file/page.tiff", "Not a directory"},
+      {pipe, "that is no ordinary file and is not replaced."},
+      {"/dev/null", "that is no ordinary file and is not replaced."},
+      {"", "that is a folder."},
+  };
+  for (const auto& one : cases) {
+    EXPECT_THAT(complaintAbout(one.path), HasSubstr(one.complaint)) << one.path;
+  }
+}
+
+TEST_F(Output, CheckRefusesAFolderThatMayNotBeWrittenInto) {
+  EXPECT_THAT(complaintAbout("/proc/page.tiff"), testing::Not(IsEmpty()));
+}
+
+}  // namespace

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// The framing of everything that host and device send each other over the bulk pipes:
+//
+//   offset  0       1           4                    8
+//           | type  | reserved  | length, big-endian | payload ... |
+//   bytes     1       3           4                    length
+//
+// `reserved` is written as 0 and never read. `length` counts the payload alone. No trailer, no checksum,
+// nothing between one packet and the next. Control packets carry the messages of the remote calls, in both
+// directions; image packets carry bytes of the page; what the four markers carry is skipped.
+namespace wire {
+
+inline constexpr std::uint8_t beginImageJob = 0xAA;
+inline constexpr std::uint8_t beginImagePage = 0xBB;
+inline constexpr std::uint8_t controlData = 0xCC;
+inline constexpr std::uint8_t imageData = 0xDD;
+inline constexpr std::uint8_t endImagePage = 0xEE;
+inline constexpr std::uint8_t endImageJob = 0xFF;
+
+inline constexpr std::size_t typeOffset = 0;
+inline constexpr std::size_t lengthOffset = 4;
+inline constexpr std::uint32_t packetHeaderSize = 8;
+
+// Both read a header that is there whole.
+inline std::uint8_t typeOf(const std::uint8_t* packet) {
+  return packet[typeOffset];
+}
+inline std::uint32_t payloadLengthOf(const std::uint8_t* packet) {
+  const std::uint8_t* length = packet + lengthOffset;
+  return static_cast<std::uint32_t>(length[0]) << 24 | static_cast<std::uint32_t>(length[1]) << 16 |
+         static_cast<std::uint32_t>(length[2]) << 8 | static_cast<std::uint32_t>(length[3]);
+}
+
+// Bytes that a packet takes up. Wraps at 32 bits: a payload length from 0xFFFFFFF8 up gives 0 to 7.
+inline std::uint32_t packetSize(std::uint32_t payloadLength) {
+  return payloadLength + packetHeaderSize;
+}
+
+// Writes packetHeaderSize bytes.
+inline void writeHeader(std::uint8_t* packet, std::uint8_t type, std::uint32_t payloadLength) {
+  packet[typeOffset] = type;
+  packet[1] = packet[2] = packet[3] = 0;
+  for (int byte = 0; byte < 4; ++byte) {
+    packet[lengthOffset + static_cast<std::size_t>(byte)] =
+        static_cast<std::uint8_t>(payloadLength >> (24 - 8 * byte) & 0xFF);
+  }
+}
+
+}  // namespace wire
