@@ -41,11 +41,8 @@ platform::UsbDevice* deviceOf(platform::UsbStack& stack, platform::IOObject serv
 bool examineService(platform::UsbStack& stack, platform::IOObject service, unsigned long* result) {
   platform::UsbDevice* device = deviceOf(stack, service);
   if (device == nullptr) return false;
-  bool found = false;
-  if (device->open() == kIOReturnSuccess) {
-    found = isUnregisteredModel(*device, result);
-    device->close();
-  }
+  const bool found = device->open() == kIOReturnSuccess && isUnregisteredModel(*device, result);
+  device->close();  // One that did not open too: it only returns kIOReturnNotOpen.
   device->release();
   return found;
 }

@@ -214,7 +214,12 @@ class ScriptedUsbStack::Device final : public platform::UsbDevice, private Objec
   Device(ScriptedUsbStack& stack, Service& service) : Object(stack, service, "device ") {}
 
   IOReturn open() override { return openObject(); }
-  IOReturn close() override { return closeObject(); }
+  // No misuse on a device that is not open: the driver closes one that failed to open, too.
+  IOReturn close() override {
+    if (isOpen()) return closeObject();
+    fallible("close()");
+    return platform::kIOReturnNotOpen;
+  }
   void release() override { releaseObject(); }
   IOReturn getDeviceVendor(std::uint16_t* vendor) override {
     const IOReturn status = fallible("getDeviceVendor()");

@@ -88,11 +88,16 @@ TEST_F(DeviceSearch, GoesOnToTheNextDeviceWhereAnyStepFails) {
   }
 }
 
-TEST_F(DeviceSearch, DoesNotCloseADeviceThatDidNotOpen) {
+TEST_F(DeviceSearch, ClosesADeviceThatDidNotOpenTooAndAsksItNothing) {
   addModel(10);
   usb.failNext("device 1.open", platform::kIOReturnExclusiveAccess);
   EXPECT_EQ(FindDeviceNotOnMap(), 0U);
-  EXPECT_THAT(usb.calls(), testing::Not(testing::Contains("device 1.close()")));
+  EXPECT_THAT(usb.calls(),
+              ElementsAre("masterPort()", "serviceMatching(usbDevice)", "matchingServices(usbDevice)",
+                          "iteratorNext()", "createPlugInInterfaceForService(service 1, usbDevice)",
+                          "plugIn 1.queryInterface(usbDevice)", "plugIn 1.release()", "device 1.open()",
+                          "device 1.close()", "device 1.release()", "objectRelease(service 1)",
+                          "iteratorNext()", "objectRelease(iterator)", "portDeallocate()"));
 }
 
 TEST_F(DeviceSearch, TakesNullObjectsForFailures) {
