@@ -12,7 +12,7 @@ DoubleElem::DoubleElem(double number) : value(number) {}
 
 // Single precision on purpose: 0.1 has the text "0.100000", 16777217 that of 16777216.
 std::string DoubleElem::stringValue() {
-  return fToString(saturatedToFloat(value));
+  return fToString(roundedToFloat(value));
 }
 
 int DoubleElem::intValue() {

@@ -15,7 +15,7 @@ class DoubleElem : public DataElem {
   /// Any value, NaN and the infinities included.
   explicit DoubleElem(double value);
 
-  /// What fToString() makes of the value in single precision; beyond its range, of the largest finite float.
+  /// What fToString() makes of the value rounded to single precision: "inf" or "-inf" beyond its range.
   std::string stringValue() override;
   /// Truncated toward zero, saturating at both ends.
   int intValue() override;

@@ -35,3 +35,11 @@ float saturatedToFloat(double value) {
   if (value < -static_cast<double>(largest)) return -largest;
   return static_cast<float>(value);
 }
+
+float roundedToFloat(double value) {
+  // Half-way between the largest float and 2^128: the tie goes to the even one of the two, out of the range.
+  constexpr double firstInfinite = 0x1.ffffffp127;
+  if (std::abs(value) < firstInfinite || std::isnan(value)) return saturatedToFloat(value);
+  constexpr float infinity = std::numeric_limits<float>::infinity();
+  return value > 0 ? infinity : -infinity;
+}

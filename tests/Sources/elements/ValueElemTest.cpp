@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -108,11 +109,26 @@ TEST(DoubleElem, WritesItsSinglePrecisionValue) {
   EXPECT_EQ(DoubleElem(123456789.0).stringValue(), "123456792.000000");
 }
 
-TEST(DoubleElem, SaturatesBeyondTheRangeOfFloat) {
+TEST(DoubleElem, RoundsToSinglePrecisionInfinityIncluded) {
   const std::string largest = "340282346638528859811704183484516925440.000000";
-  EXPECT_EQ(DoubleElem(1e300).stringValue(), largest);
-  EXPECT_EQ(DoubleElem(-1e300).stringValue(), "-" + largest);
-  EXPECT_EQ(DoubleElem(std::numeric_limits<double>::infinity()).stringValue(), "inf");
+  // Half-way between the largest float and 2^128, which is where even rounding leaves the finite numbers.
+  const double border = 0x1.ffffffp127;
+  const struct {
+    double value;
+    std::string text;
+  } rows[] = {
+      {0x1.fffffep127, largest},
+      {std::nextafter(border, 0.0), largest},
+      {border, "inf"},
+      {0x1p128, "inf"},
+      {1e300, "inf"},
+      {std::numeric_limits<double>::max(), "inf"},
+      {std::numeric_limits<double>::infinity(), "inf"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(DoubleElem(row.value).stringValue(), row.text) << row.value;
+    EXPECT_EQ(DoubleElem(-row.value).stringValue(), "-" + row.text) << row.value;
+  }
 }
 
 TEST(DoubleElem, TruncatesToAnIntAndSaturates) {

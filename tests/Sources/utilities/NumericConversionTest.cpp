@@ -91,4 +91,26 @@ TEST(SaturatedToFloat, KeepsInfinitiesAndNaN) {
   EXPECT_TRUE(std::isnan(saturatedToFloat(nan)));
 }
 
+TEST(RoundedToFloat, RoundsTiesToEvenAndLeavesTheRange) {
+  const float infinite = std::numeric_limits<float>::infinity();
+  const struct {
+    double value;
+    float expected;
+  } rows[] = {
+      {0.1, 0.1F},
+      {16777217.0, 16777216.0F},
+      {1e-300, 0.0F},
+      {static_cast<double>(largestFloat), largestFloat},
+      {0x1.fffffefffffffp127, largestFloat},
+      {0x1.ffffffp127, infinite},
+      {1e300, infinite},
+      {infinity, infinite},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(roundedToFloat(row.value), row.expected) << row.value;
+    EXPECT_EQ(roundedToFloat(-row.value), -row.expected) << row.value;
+  }
+  EXPECT_TRUE(std::isnan(roundedToFloat(nan)));
+}
+
 }  // namespace
