@@ -5,6 +5,7 @@
 #include "ElementVisitor.h"
 #include "Exceptions.h"
 #include "ListElem.h"
+#include "UnfinishedCopy.h"
 
 const std::string CompositeElem::_type = "CompositeElem";
 
@@ -75,10 +76,7 @@ std::string CompositeElem::toString() {
 }
 
 Element* CompositeElem::clone() {
-  auto copy = std::make_unique<CompositeElem>(enclosure);
-  Element* const result = clone(copy.get());
-  static_cast<void>(copy.release());
-  return result;
+  return UnfinishedCopy::filled(*this, new CompositeElem(enclosure));
 }
 
 Element* CompositeElem::clone(Element* target) {

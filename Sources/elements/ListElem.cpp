@@ -10,6 +10,7 @@
 #include "IntegerText.h"
 #include "StringElem.h"
 #include "StringUtils.h"
+#include "UnfinishedCopy.h"
 
 const std::string ListElem::_type = "ListElem";
 
@@ -94,19 +95,18 @@ unsigned int ListElem::getNumChildren() {
 }
 
 Element* ListElem::clone() {
-  auto copy = std::make_unique<ListElem>();
-  Element* const result = clone(copy.get());
-  static_cast<void>(copy.release());
-  return result;
+  return UnfinishedCopy::filled(*this, new ListElem);
 }
 
-// A child without a clone of its own (binary, alias, operation) is held already: its addition throws.
+// A child without a clone of its own (binary, alias, operation) that has a parent refuses its addition.
 Element* ListElem::clone(Element* target) {
   auto* const list = dynamic_cast<ListElem*>(target);
   NonterminalElem::clone(target);
   if (list == nullptr) return nullptr;
   const unsigned int count = getNumChildren();
-  for (unsigned int index = 0; index < count; ++index) list->addChild(index, getChildRaw(index)->clone());
+  for (unsigned int index = 0; index < count; ++index) {
+    list->addChild(index, UnfinishedCopy::cloneOf(getChildRaw(index), list));
+  }
   return list;
 }
 

@@ -6,6 +6,7 @@
 #include "ElementVisitor.h"
 #include "Exceptions.h"
 #include "StringUtils.h"
+#include "UnfinishedCopy.h"
 
 const std::string MapElem::_type = "MapElem";
 
@@ -84,13 +85,10 @@ unsigned int MapElem::getNumChildren() {
 }
 
 Element* MapElem::clone() {
-  auto copy = std::make_unique<MapElem>();
-  Element* const result = clone(copy.get());
-  static_cast<void>(copy.release());
-  return result;
+  return UnfinishedCopy::filled(*this, new MapElem);
 }
 
-// A child without a clone of its own (binary, alias, operation) is held already: its addition throws.
+// A child without a clone of its own (binary, alias, operation) that has a parent refuses its addition.
 Element* MapElem::clone(Element* target) {
   auto* const map = dynamic_cast<MapElem*>(target);
   NonterminalElem::clone(target);
@@ -98,7 +96,7 @@ Element* MapElem::clone(Element* target) {
   const std::unique_ptr<ElementIterator> walk(iterator(false));
   while (walk->hasNext()) {
     const std::string childName = walk->nextName();
-    map->addChild(childName, walk->next()->clone());
+    map->addChild(childName, UnfinishedCopy::cloneOf(walk->next(), map));
   }
   return target;
 }
