@@ -45,7 +45,7 @@ ScanOutcome scanToNowhere(const ScanRequest& request, const CancelFlag& cancel) 
 void runDoctor(const DoctorOptions& options) {
   ScanRequest request;
   request.settings = {75, ColorMode::gray, {0, 0, 16, 16}};
-  request.patience = patienceOf(options.timeout);
+  request.timeout = timeoutOf(options.timeout);
   request.virtualScanner = checkedOptions(options.virtualScanner);
   if (!options.device.empty() && !parseScannerName(options.device))
     throw CommandError(ExitCode::noDevice, "--device " + options.device + ": that is no name of a scanner.");

@@ -147,7 +147,7 @@ void setArea(ScanPlan& plan, const ScanOptions& options) {
 
 }  // namespace
 
-std::chrono::milliseconds patienceOf(const std::string& timeout) {
+std::chrono::milliseconds timeoutOf(const std::string& timeout) {
   const auto seconds = numberIn<double>(timeout);
   if (!seconds || !(*seconds >= shortestTimeout && *seconds <= longestTimeout))
     throw UsageError("--timeout " + timeout + ": write seconds from 0.1 to 86400, for example 30.");
@@ -170,7 +170,7 @@ ScanPlan planScan(const ScanOptions& options) {
   setArea(plan, options);
   if (mode == PictureMode::lineart && plan.format == PictureFormat::jpeg)
     plan.notes.emplace_back("A JPEG knows no black and white: the picture is saved as grey.");
-  if (!options.timeout.empty()) plan.request.patience = patienceOf(options.timeout);
+  if (!options.timeout.empty()) plan.request.timeout = timeoutOf(options.timeout);
   plan.request.verbose = options.verbose;
   plan.request.virtualScanner = checkedOptions(options.virtualScanner);
   return plan;

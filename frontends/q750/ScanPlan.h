@@ -29,6 +29,6 @@ struct ScanPlan {
 ScanPlan planScan(const ScanOptions& options);
 
 // "2.5" seconds: 0.1 to 86400. Throws UsageError for anything else.
-std::chrono::milliseconds patienceOf(const std::string& timeout);
+std::chrono::milliseconds timeoutOf(const std::string& timeout);
 
 }  // namespace frontend

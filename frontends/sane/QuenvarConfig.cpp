@@ -13,7 +13,7 @@ namespace {
 
 constexpr char fileName[] = "/quenvar.conf";
 constexpr char blanks[] = " \t\r";
-constexpr std::uint32_t longestPatience = 3600;  // seconds
+constexpr std::uint32_t longestTimeout = 3600;   // seconds
 constexpr std::uint32_t longestWarmUp = 600000;  // milliseconds
 constexpr std::uint32_t anyNumber = UINT32_MAX;
 
@@ -47,7 +47,7 @@ bool assign(const std::optional<Value>& value, Place& place) {
 bool apply(QuenvarConfig& config, std::string_view name, std::string_view value) {
   VirtualScannerOptions& virtualOptions = config.virtualOptions;
   if (name == "virtual") return assign(truth(value), config.virtualScanner);
-  if (name == "timeout") return assign(number(value, 1, longestPatience), config.patience);
+  if (name == "timeout") return assign(number(value, 1, longestTimeout), config.timeout);
   if (name == "virtual-real-time") return assign(truth(value), virtualOptions.realTime);
   if (name == "virtual-warm-up") return assign(number(value, 0, longestWarmUp), virtualOptions.warmUpMs);
   if (name == "virtual-speed") return assign(number(value, 0, anyNumber), virtualOptions.bytesPerSecond);

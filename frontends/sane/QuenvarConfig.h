@@ -13,7 +13,7 @@ namespace frontend {
 // complaint, so that a slip in a file of the administrator's never takes the scanner away.
 struct QuenvarConfig {
   bool virtualScanner = false;
-  std::chrono::seconds patience{30};
+  std::chrono::seconds timeout{30};
   VirtualScannerOptions virtualOptions;
 
   // For people, each with the number of its line.

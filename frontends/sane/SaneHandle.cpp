@@ -56,7 +56,7 @@ SANE_Status SaneHandle::start() {
   }
   const QuenvarConfig config = QuenvarConfig::load();
   request->scanner = scanner_;
-  request->patience = config.patience;
+  request->timeout = config.timeout;
   request->virtualScanner = config.virtualOptions;
   request->verbose = debug_.shows(DebugOutput::library);
 

@@ -15,7 +15,7 @@ constexpr std::string_view opening = "q750-worker 1\n";
 constexpr std::string_view requestKind = "request\n";
 constexpr std::string_view layoutKind = "layout\n";
 constexpr std::string_view outcomeKind = "outcome\n";
-constexpr std::string_view lifeSignKind = "alive\n";
+constexpr std::string_view heartbeatKind = "heartbeat\n";
 constexpr std::size_t mostFaults = 100;
 constexpr auto highestStatus = static_cast<std::uint64_t>(ScanStatus::noMemory);
 
@@ -100,7 +100,7 @@ bool isPossible(const ScanRequest& request) {
   const PixelArea& area = settings.area;
   const bool across = area.width > 0 && area.left < bed.width && area.width <= bed.width - area.left;
   const bool along = area.height > 0 && area.top < bed.height && area.height <= bed.height - area.top;
-  return across && along && request.patience.count() > 0;
+  return across && along && request.timeout.count() > 0;
 }
 
 }  // namespace
@@ -117,8 +117,8 @@ std::string requestMessage(const ScanRequest& request) {
       .number("width", area.width)
       .number("height", area.height)
       .field("threshold", request.threshold ? std::to_string(*request.threshold) : "")
-      .number("patience",
-              static_cast<std::uint64_t>(std::clamp<std::int64_t>(request.patience.count(), 0, UINT32_MAX)))
+      .number("timeout",
+              static_cast<std::uint64_t>(std::clamp<std::int64_t>(request.timeout.count(), 0, UINT32_MAX)))
       .number("verbose", request.verbose ? 1 : 0)
       .field("paper", options.paper)
       .number("packet-size", options.packetSize)
@@ -147,7 +147,7 @@ std::optional<ScanRequest> readRequest(std::string_view message) {
     if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
     request.threshold = threshold;
   }
-  request.patience = std::chrono::milliseconds(reader.number<std::uint32_t>("patience"));
+  request.timeout = std::chrono::milliseconds(reader.number<std::uint32_t>("timeout"));
   request.verbose = reader.flag("verbose");
   VirtualScannerOptions& options = request.virtualScanner;
   options.paper = reader.field("paper");
@@ -179,12 +179,12 @@ std::string outcomeMessage(const ScanOutcome& outcome) {
       .take();
 }
 
-std::string lifeSignMessage() {
-  return Writer(lifeSignKind).take();
+std::string heartbeatMessage() {
+  return Writer(heartbeatKind).take();
 }
 
 std::optional<WorkerReport> readReport(std::string_view message) {
-  if (Reader(message, lifeSignKind).ended()) return LifeSign{};
+  if (Reader(message, heartbeatKind).ended()) return Heartbeat{};
   Reader layoutReader(message, layoutKind);
   if (!layoutReader.failed()) {
     PictureLayout layout;

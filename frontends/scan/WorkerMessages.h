@@ -34,14 +34,14 @@ std::string requestMessage(const ScanRequest& request);
 std::optional<ScanRequest> readRequest(std::string_view message);
 
 // That the worker is there and watches over its scan, whatever the scanner does.
-struct LifeSign {};
+struct Heartbeat {};
 
-// Up: the layout, at most once, before the first byte of the picture; signs of life at any time until the
+// Up: the layout, at most once, before the first byte of the picture; heartbeats at any time until the
 // outcome, which is the last.
 std::string layoutMessage(const PictureLayout& layout);
 std::string outcomeMessage(const ScanOutcome& outcome);
-std::string lifeSignMessage();
-using WorkerReport = std::variant<PictureLayout, ScanOutcome, LifeSign>;
+std::string heartbeatMessage();
+using WorkerReport = std::variant<PictureLayout, ScanOutcome, Heartbeat>;
 std::optional<WorkerReport> readReport(std::string_view message);
 
 }  // namespace frontend

@@ -15,16 +15,16 @@ inline constexpr milliseconds workerLeaves{1800};
 // A front end that waits for its worker to go kills it. It is gone two seconds after a cancel.
 inline constexpr milliseconds workerIsKilled{1900};
 
-// Between two signs of life that a worker gives.
-inline constexpr milliseconds signOfLife{1000};
+// Between two heartbeats of a worker.
+inline constexpr milliseconds heartbeatInterval{1000};
 // What the library does between two transfers. A worker that takes so much longer than the scanner may be
 // silent gives up.
 inline constexpr milliseconds libraryWorks{10000};
-// A front end gives up a worker that has given no sign of life for so much longer than the scanner may be
+// A front end gives up a worker that has sent no heartbeat for so much longer than the scanner may be
 // silent.
 inline constexpr milliseconds workerIsSilent{20000};
 
 static_assert(lastCalls < workerLeaves && workerLeaves < workerIsKilled);
-static_assert(signOfLife < libraryWorks && libraryWorks < workerIsSilent);
+static_assert(heartbeatInterval < libraryWorks && libraryWorks < workerIsSilent);
 
 }  // namespace frontend::workertimes

@@ -21,7 +21,7 @@ namespace {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-constexpr milliseconds longestPatience(UINT32_MAX);
+constexpr milliseconds longestTimeout(UINT32_MAX);
 // The clock of the worker's silence is not set for every read.
 constexpr milliseconds silenceInaccuracy(1000);
 constexpr int mostMessagesAtOnce = 100;
@@ -35,8 +35,7 @@ constexpr milliseconds timeToDie(1000);
 struct SupervisedScan::Impl {
   Impl(const ScanRequest& request, milliseconds silenceOfTheWorker)
       : expected_(expectedLayout(request)),
-        longestSilence_(std::clamp(request.patience, milliseconds(0), longestPatience) + silenceOfTheWorker) {
-  }
+        longestSilence_(std::clamp(request.timeout, milliseconds(0), longestTimeout) + silenceOfTheWorker) {}
 
   void start(const ScanRequest& request, const std::string& worker);
   void cancel() noexcept;
@@ -187,7 +186,7 @@ void SupervisedScan::Impl::understand(std::string_view message) {
   auto report = readReport(message);
   if (!report) return conclude(outcome::workerGarbled());
   noteSign();
-  if (std::holds_alternative<LifeSign>(*report)) return;
+  if (std::holds_alternative<Heartbeat>(*report)) return;
   if (auto* outcome = std::get_if<ScanOutcome>(&*report)) {
     told_ = std::move(*outcome);
     return;

@@ -7,8 +7,8 @@
 
 namespace frontend {
 
-ImagePipe::ImagePipe(int descriptor, int wakeUp, const CancelFlag& cancel, LifeSigns& signs)
-    : pipe_(descriptor), wakeUp_(wakeUp), cancel_(cancel), signs_(signs) {
+ImagePipe::ImagePipe(int descriptor, int wakeUp, const CancelFlag& cancel, ThreadActivity& activity)
+    : pipe_(descriptor), wakeUp_(wakeUp), cancel_(cancel), activity_(activity) {
   fcntl(descriptor, F_SETFL, O_NONBLOCK);
 }
 
@@ -29,10 +29,10 @@ bool ImagePipe::write(const std::uint8_t* bytes, std::size_t count) {
 }
 
 bool ImagePipe::awaitRoom() {
-  signs_.beginWaiting();
+  activity_.beginWaiting();
   pollfd awaited[] = {{pipe_.get(), POLLOUT, 0}, {wakeUp_, POLLIN, 0}};
   const int ready = poll(awaited, 2, -1);
-  signs_.endWaiting();
+  activity_.endWaiting();
   return ready > 0 || errno == EINTR;
 }
 

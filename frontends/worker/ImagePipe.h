@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "CancelFlag.h"
-#include "LifeSigns.h"
 #include "OwnedDescriptor.h"
+#include "ThreadActivity.h"
 
 namespace frontend {
 
@@ -15,7 +15,7 @@ class ImagePipe {
  public:
   // The descriptor becomes this object's. `wakeUp` becomes readable when `cancel` is requested; both outlive
   // the object.
-  ImagePipe(int descriptor, int wakeUp, const CancelFlag& cancel, LifeSigns& signs);
+  ImagePipe(int descriptor, int wakeUp, const CancelFlag& cancel, ThreadActivity& activity);
 
   // Blocks until the pipe has taken all of them. False where nobody wants them: cancelled, or the reader is
   // gone.
@@ -29,7 +29,7 @@ class ImagePipe {
   platform::OwnedDescriptor pipe_;
   int wakeUp_;
   const CancelFlag& cancel_;
-  LifeSigns& signs_;
+  ThreadActivity& activity_;
 };
 
 }  // namespace frontend

@@ -62,7 +62,7 @@ bool JobWatch::isExhausted(std::uint8_t pipe) {
 }
 
 std::uint32_t JobWatch::waitFor(std::uint8_t pipe, std::uint32_t noDataTimeoutMs) const {
-  std::uint32_t left = limits_.patienceMs - std::min(limits_.patienceMs, silentMs_);
+  std::uint32_t left = limits_.timeoutMs - std::min(limits_.timeoutMs, silentMs_);
   if (pipe != 0 && pipe == pipes_.data) left = std::min(left, dataWaitMs);
   if (phase_ == Phase::afterwards) {
     const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(lastCallsEnd_ - Clock::now());
@@ -74,7 +74,7 @@ std::uint32_t JobWatch::waitFor(std::uint8_t pipe, std::uint32_t noDataTimeoutMs
 
 // A read that is cut off after it moved bytes succeeds with them: a slow picture loses nothing.
 std::uint32_t JobWatch::completionFor(std::uint8_t pipe, std::uint32_t completionTimeoutMs) const {
-  const std::uint32_t most = phase_ == Phase::afterwards ? waitFor(pipe, 0) : limits_.patienceMs;
+  const std::uint32_t most = phase_ == Phase::afterwards ? waitFor(pipe, 0) : limits_.timeoutMs;
   return completionTimeoutMs == 0 ? most : std::min(most, completionTimeoutMs);
 }
 
@@ -154,7 +154,7 @@ void JobWatch::judgeSilence(bool data, std::uint32_t waitedMs) {
   silentMs_ += waitedMs;
   if (phase_ == Phase::afterwards) return;
   const bool over = data && isWhole() && silentMs_ >= quietEndMs;
-  readAgain_ = !over && silentMs_ < limits_.patienceMs;
+  readAgain_ = !over && silentMs_ < limits_.timeoutMs;
 }
 
 // A time-out alone does not end the job here: the scanner may begin to send all the same.

@@ -26,7 +26,7 @@ struct JobPipes {
 struct WatchLimits {
   // How long the scanner may be silent while its answer, or the next piece of the picture, is due. At
   // least 1.
-  std::uint32_t patienceMs = 30000;
+  std::uint32_t timeoutMs = 30000;
 };
 
 // Looks at every transfer of one scan job and says when the job cannot come to a good end, since the library

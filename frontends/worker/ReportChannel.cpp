@@ -24,10 +24,10 @@ void ReportChannel::tell(const PictureLayout& layout) {
   if (!over_.load()) sendWhole(descriptor_, layoutMessage(layout));
 }
 
-void ReportChannel::tellLifeSign() {
+void ReportChannel::sendHeartbeat() {
   int unread = 0;
   if (over_.load() || ioctl(descriptor_, SIOCOUTQ, &unread) != 0 || unread > 0) return;
-  const std::string message = lifeSignMessage();
+  const std::string message = heartbeatMessage();
   send(descriptor_, message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 

@@ -16,7 +16,7 @@ class ReportChannel {
   void tell(const PictureLayout& layout);
   // Says nothing while the front end has not taken what was told before, so that signs never fill the
   // connection. Does not block.
-  void tellLifeSign();
+  void sendHeartbeat();
   // Only the first outcome is sent, whichever thread it comes from.
   void tell(const ScanOutcome& outcome);
 

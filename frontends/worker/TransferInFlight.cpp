@@ -3,7 +3,7 @@
 namespace frontend {
 
 void TransferInFlight::begins(platform::UsbInterface& interface, std::uint8_t pipe, bool mayBeAborted) {
-  signs_.show();
+  activity_.show();
   const std::lock_guard lock(mutex_);
   interface_ = mayBeAborted ? &interface : nullptr;
   pipe_ = pipe;
@@ -14,7 +14,7 @@ void TransferInFlight::ends() {
     const std::lock_guard lock(mutex_);
     interface_ = nullptr;
   }
-  signs_.show();
+  activity_.show();
 }
 
 void TransferInFlight::abort() {

@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-#include "LifeSigns.h"
+#include "ThreadActivity.h"
 #include "TransferObserver.h"
 
 namespace frontend {
@@ -11,7 +11,7 @@ namespace frontend {
 // let any thread abort a pipe.
 class TransferInFlight final : public TransferObserver {
  public:
-  explicit TransferInFlight(LifeSigns& signs) : signs_(signs) {}
+  explicit TransferInFlight(ThreadActivity& activity) : activity_(activity) {}
 
   void begins(platform::UsbInterface& interface, std::uint8_t pipe, bool mayBeAborted) override;
   void ends() override;
@@ -21,7 +21,7 @@ class TransferInFlight final : public TransferObserver {
   void abort();
 
  private:
-  LifeSigns& signs_;
+  ThreadActivity& activity_;
   std::mutex mutex_;
   platform::UsbInterface* interface_ = nullptr;  // null while there is none to abort
   std::uint8_t pipe_ = 0;

@@ -71,11 +71,11 @@ int runWorker(int control, int image) {
     return notUnderstood;
   }
   CancelFlag cancel;
-  LifeSigns signs;
-  TransferInFlight transfers(signs);
+  ThreadActivity activity;
+  TransferInFlight transfers(activity);
   WorkerSupervisor supervisor(
-      {control, cancel, transfers, signs, reports, request->patience + workertimes::libraryWorks});
-  ImagePipe pipe(imageEnd.release(), supervisor.cancelled(), cancel, signs);
+      {control, cancel, transfers, activity, reports, request->timeout + workertimes::libraryWorks});
+  ImagePipe pipe(imageEnd.release(), supervisor.cancelled(), cancel, activity);
   PictureForwarder picture(*request, reports, pipe);
   VerboseSink log(columnsOfTheTerminal(), showOnStandardError);
   const auto tellTheEnd = [&](const ScanOutcome& outcome) {
@@ -84,7 +84,7 @@ int runWorker(int control, int image) {
   };
   try {
     scan(*request,
-         {&picture, &transfers, &cancel, request->verbose ? &log : nullptr, {clamped(request->patience)}},
+         {&picture, &transfers, &cancel, request->verbose ? &log : nullptr, {clamped(request->timeout)}},
          tellTheEnd);
   } catch (const std::bad_alloc&) {
     tellTheEnd(outcome::noMemory());

@@ -40,12 +40,13 @@ void WorkerSupervisor::run() {
   for (;;) {
     const bool cancelled = parts_.cancel.requested();
     pollfd awaited[] = {{stop_.get(), POLLIN, 0}, {hungUp_ ? -1 : parts_.control, POLLIN, 0}};
-    poll(awaited, 2, cancelled ? pauseBetweenAbortsMs : static_cast<int>(workertimes::signOfLife.count()));
+    poll(awaited, 2,
+         cancelled ? pauseBetweenAbortsMs : static_cast<int>(workertimes::heartbeatInterval.count()));
     if (awaited[0].revents != 0) return;
     if (awaited[1].revents != 0) listen();
     if (parts_.cancel.requested()) parts_.transfers.abort();
     endWhatHangs();
-    parts_.reports.tellLifeSign();
+    parts_.reports.sendHeartbeat();
   }
 }
 
@@ -68,7 +69,7 @@ void WorkerSupervisor::requestCancel() {
 void WorkerSupervisor::endWhatHangs() {
   const bool cancelled = parts_.cancel.requested();
   const bool stays = cancelled && Clock::now() - cancelTime_ > workertimes::workerLeaves;
-  const std::chrono::milliseconds silence = parts_.signs.silence();
+  const std::chrono::milliseconds silence = parts_.activity.silence();
   const bool hangs = silence > parts_.longestSilence;
   if (!stays && !hangs) return;
   if (cancelled) {

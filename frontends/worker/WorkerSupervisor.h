@@ -4,9 +4,9 @@
 #include <thread>
 
 #include "CancelFlag.h"
-#include "LifeSigns.h"
 #include "OwnedDescriptor.h"
 #include "ReportChannel.h"
+#include "ThreadActivity.h"
 #include "TransferInFlight.h"
 
 namespace frontend {
@@ -22,7 +22,7 @@ class WorkerSupervisor {
     int control;
     CancelFlag& cancel;
     TransferInFlight& transfers;
-    LifeSigns& signs;
+    ThreadActivity& activity;
     ReportChannel& reports;
     std::chrono::milliseconds longestSilence;  // of the scanning thread
   };

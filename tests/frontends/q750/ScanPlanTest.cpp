@@ -259,12 +259,12 @@ TEST(ScanPlan, TakesTheQualityOfPictures) {
 
 TEST(ScanPlan, HandsTheRestToTheWorker) {
   ScanOptions options = optionsFor("page.pdf");
-  EXPECT_EQ(planScan(options).request.patience, std::chrono::seconds(30));
+  EXPECT_EQ(planScan(options).request.timeout, std::chrono::seconds(30));
   options.timeout = "1.5";
   options.verbose = true;
   options.virtualScanner.faults = {"stall:7", "unplug"};
   const ScanPlan plan = planScan(options);
-  EXPECT_EQ(plan.request.patience, std::chrono::milliseconds(1500));
+  EXPECT_EQ(plan.request.timeout, std::chrono::milliseconds(1500));
   EXPECT_TRUE(plan.request.verbose);
   EXPECT_THAT(plan.request.virtualScanner.faults, ElementsAre("stall@7", "unplug"));
 }

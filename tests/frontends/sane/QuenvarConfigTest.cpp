@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 TEST(QuenvarConfig, OfAnEmptyTextHasNoVirtualScannerAndHalfAMinutesPatience) {
   const QuenvarConfig config = QuenvarConfig::parse("");
   EXPECT_FALSE(config.virtualScanner);
-  EXPECT_EQ(config.patience, 30s);
+  EXPECT_EQ(config.timeout, 30s);
   EXPECT_THAT(config.complaints, IsEmpty());
 }
 
@@ -23,7 +23,7 @@ TEST(QuenvarConfig, TakesEverySetting) {
       "virtual-fault silence\nvirtual-warm-up 250\nvirtual-speed 1000000\nvirtual-real-time on");
   EXPECT_THAT(config.complaints, IsEmpty());
   EXPECT_TRUE(config.virtualScanner);
-  EXPECT_EQ(config.patience, 7s);
+  EXPECT_EQ(config.timeout, 7s);
   EXPECT_EQ(config.virtualOptions.paper, "/a folder/page.png");
   EXPECT_THAT(config.virtualOptions.faults, ElementsAre("stall@7", "silence"));
   EXPECT_EQ(config.virtualOptions.warmUpMs, 250U);
@@ -39,7 +39,7 @@ TEST(QuenvarConfig, ComplainsOfALineThatSaysNothingAndGoesOn) {
     EXPECT_THAT(config.complaints,
                 ElementsAre("quenvar.conf, line 2: this says nothing that is known: " + std::string(line)));
     EXPECT_TRUE(config.virtualScanner) << line;
-    EXPECT_EQ(config.patience, 30s) << line;
+    EXPECT_EQ(config.timeout, 30s) << line;
   }
 }
 

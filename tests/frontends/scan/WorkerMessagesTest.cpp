@@ -16,7 +16,7 @@ ScanRequest fullRequest() {
   request.scanner = "usb:1-2.3";
   request.settings = {150, ColorMode::gray, {10, 20, 300, 400}};
   request.threshold = 128;
-  request.patience = std::chrono::milliseconds(4500);
+  request.timeout = std::chrono::milliseconds(4500);
   request.virtualScanner = {
       "/paper with\nline feeds: 3:x.png", {"stall", "time-out@7"}, 1000, true, 1500, 90000};
   request.verbose = true;
@@ -29,7 +29,7 @@ void expectSame(const ScanRequest& one, const ScanRequest& other) {
   EXPECT_EQ(one.settings.mode, other.settings.mode);
   EXPECT_EQ(one.settings.area, other.settings.area);
   EXPECT_EQ(one.threshold, other.threshold);
-  EXPECT_EQ(one.patience, other.patience);
+  EXPECT_EQ(one.timeout, other.timeout);
   EXPECT_EQ(one.verbose, other.verbose);
   EXPECT_EQ(one.virtualScanner.paper, other.virtualScanner.paper);
   EXPECT_EQ(one.virtualScanner.faults, other.virtualScanner.faults);
@@ -69,18 +69,18 @@ TEST(WorkerMessages, CarryReportsUnchanged) {
   const auto outcome = std::get<ScanOutcome>(*readReport(outcomeMessage(outcome::noMemory())));
   EXPECT_EQ(outcome.status, ScanStatus::noMemory);
   EXPECT_EQ(outcome.sentence, outcome::noMemory().sentence);
-  EXPECT_TRUE(std::holds_alternative<LifeSign>(*readReport(lifeSignMessage())));
+  EXPECT_TRUE(std::holds_alternative<Heartbeat>(*readReport(heartbeatMessage())));
 }
 
 TEST(WorkerMessages, CarryPatienceThatIsTooLongAsTheLongest) {
   ScanRequest request = fullRequest();
-  request.patience = std::chrono::milliseconds::max();
-  EXPECT_EQ(readRequest(requestMessage(request))->patience.count(), 4294967295);
+  request.timeout = std::chrono::milliseconds::max();
+  EXPECT_EQ(readRequest(requestMessage(request))->timeout.count(), 4294967295);
 }
 
 TEST(WorkerMessages, WithoutTheirEndAreNone) {
   for (const std::string& whole : {requestMessage(fullRequest()), layoutMessage({1, 2, 3, 8, 75}),
-                                   outcomeMessage(outcome::good()), lifeSignMessage()}) {
+                                   outcomeMessage(outcome::good()), heartbeatMessage()}) {
     for (std::size_t length = 0; length < whole.size(); ++length) {
       EXPECT_FALSE(readRequest(whole.substr(0, length))) << length;
       EXPECT_FALSE(readReport(whole.substr(0, length))) << length;
@@ -121,7 +121,7 @@ INSTANTIATE_TEST_SUITE_P(
                     std::pair("mode 4:gray", "mode 4:grey"), std::pair("mode 4:gray", "mode 5:color"),
                     std::pair("threshold 3:128", "threshold 3:256"),
                     std::pair("threshold 3:128", "threshold 3:12x"),
-                    std::pair("patience 4:4500", "patience 1:0"), std::pair("width 3:300", "width 1:0"),
+                    std::pair("timeout 4:4500", "timeout 1:0"), std::pair("width 3:300", "width 1:0"),
                     std::pair("width 3:300", "width 4:1266"), std::pair("width 3:300", "width 10:4294967295"),
                     std::pair("left 2:10", "left 10:4294967295"), std::pair("height 3:400", "height 4:1734"),
                     std::pair("verbose 1:1", "verbose 1:2"), std::pair("faults 1:2", "faults 1:3"),

@@ -267,7 +267,7 @@ TEST_F(Supervised, ACancelEndsTheWaitOfAnotherThread) {
 
 TEST_F(Supervised, AScannerThatWarmsUpTooLongIsTold) {
   ScanRequest request = warmingUp();
-  request.patience = 300ms;
+  request.timeout = 300ms;
   SupervisedScan scan(request, worker);
   readAll(scan);
   EXPECT_EQ(scan.outcome().status, ScanStatus::timedOut);

@@ -33,7 +33,7 @@ class Forwarding : public testing::Test {
     fcntl(ends[0], F_SETFL, O_NONBLOCK);
     request.settings = {75, ColorMode::gray, {0, 0, 3, 2}};
     channel_.emplace(control_.get());
-    pipe_.emplace(ends[1], control_.get(), cancel_, signs_);
+    pipe_.emplace(ends[1], control_.get(), cancel_, activity_);
     forwarder.emplace(request, *channel_, *pipe_);
   }
 
@@ -66,7 +66,7 @@ class Forwarding : public testing::Test {
   OwnedDescriptor control_;
   OwnedDescriptor image_;
   CancelFlag cancel_;
-  LifeSigns signs_;
+  ThreadActivity activity_;
   std::optional<ReportChannel> channel_;
   std::optional<ImagePipe> pipe_;
 };

@@ -271,11 +271,11 @@ TEST_F(Scanning, DoesNotBeginWhenItIsCancelledAlready) {
 TEST_F(Scanning, CanBeGivenMoreOrLessPatience) {
   inject("silence@9");
   SessionHooks hooks;
-  hooks.limits.patienceMs = 10 * 250;
+  hooks.limits.timeoutMs = 10 * 250;
   EXPECT_TRUE(scan(smallScan(), hooks).good());
   session.reset();
   inject("silence@9");
-  hooks.limits.patienceMs = 9 * 250;
+  hooks.limits.timeoutMs = 9 * 250;
   EXPECT_THAT(scan(smallScan(), hooks).sentence, HasSubstr("nothing for 3 seconds"));
 }
 

@@ -43,7 +43,7 @@ class SupervisedWorker : public testing::Test {
 
   std::unique_ptr<WorkerSupervisor> supervise(std::chrono::milliseconds longestSilence = 60s) {
     return std::make_unique<WorkerSupervisor>(
-        WorkerSupervisor::Parts{control.get(), cancel, transfers, signs, *reports, longestSilence});
+        WorkerSupervisor::Parts{control.get(), cancel, transfers, activity, *reports, longestSilence});
   }
   void sayCancel() const {
     ASSERT_GT(send(frontEnd.get(), cancelMessage, sizeof cancelMessage - 1, MSG_NOSIGNAL), 0);
@@ -56,7 +56,7 @@ class SupervisedWorker : public testing::Test {
     const ssize_t count = recv(frontEnd.get(), message.data(), message.size(), MSG_DONTWAIT);
     return count > 0 ? readReport({message.data(), static_cast<std::size_t>(count)}) : std::nullopt;
   }
-  // What was told of the end, after all signs of life.
+  // What was told of the end, after all heartbeats.
   ScanOutcome heardOutcome() const {
     for (;;) {
       const auto report = hear();
@@ -69,8 +69,8 @@ class SupervisedWorker : public testing::Test {
   OwnedDescriptor control;
   std::optional<ReportChannel> reports;
   CancelFlag cancel;
-  LifeSigns signs;
-  TransferInFlight transfers{signs};
+  ThreadActivity activity;
+  TransferInFlight transfers{activity};
 };
 
 TEST_F(SupervisedWorker, EndsWhereALibraryOrAStackBelowItHangs) {
@@ -120,13 +120,13 @@ TEST_F(SupervisedWorker, EndsWhereACancelIsNotHeeded) {
   EXPECT_EQ(heardOutcome().status, ScanStatus::cancelled);
 }
 
-// Each sign of life is one look at the worker.
+// Each heartbeat is one look at the worker.
 TEST_F(SupervisedWorker, StaysWhileItsFrontEndDoesNotRead) {
   int ends[2] = {-1, -1};
   ASSERT_EQ(pipe(ends), 0);
   const OwnedDescriptor reader(ends[0]);
   const auto supervisor = supervise(800ms);  // less than between two looks
-  ImagePipe image(ends[1], supervisor->cancelled(), cancel, signs);
+  ImagePipe image(ends[1], supervisor->cancelled(), cancel, activity);
   std::thread frontEndThread([this] {
     EXPECT_TRUE(hear());
     EXPECT_TRUE(hear());
@@ -141,7 +141,7 @@ TEST_F(SupervisedWorker, StaysWhileItsFrontEndDoesNotRead) {
 TEST_F(SupervisedWorker, IsCancelledByAMessageAndByTheEndOfItsFrontEnd) {
   for (const bool byMessage : {true, false}) {
     CancelFlag flag;
-    WorkerSupervisor supervisor({control.get(), flag, transfers, signs, *reports, 60s});
+    WorkerSupervisor supervisor({control.get(), flag, transfers, activity, *reports, 60s});
     if (byMessage) {
       sayCancel();
     } else {
@@ -154,19 +154,19 @@ TEST_F(SupervisedWorker, IsCancelledByAMessageAndByTheEndOfItsFrontEnd) {
 }
 
 TEST_F(SupervisedWorker, LeavesOneSignOfLifeWhereNobodyListens) {
-  for (int i = 0; i < 1000; ++i) reports->tellLifeSign();
-  const auto sign = hear();
-  ASSERT_TRUE(sign);
-  EXPECT_TRUE(std::holds_alternative<LifeSign>(*sign));
+  for (int i = 0; i < 1000; ++i) reports->sendHeartbeat();
+  const auto heartbeat = hear();
+  ASSERT_TRUE(heartbeat);
+  EXPECT_TRUE(std::holds_alternative<Heartbeat>(*heartbeat));
   EXPECT_FALSE(hear(0));
-  reports->tellLifeSign();
+  reports->sendHeartbeat();
   EXPECT_TRUE(hear(0));
 }
 
 TEST_F(SupervisedWorker, SaysNothingAfterItsOutcome) {
   reports->tell(outcome::good());
   EXPECT_TRUE(hear(0));
-  reports->tellLifeSign();
+  reports->sendHeartbeat();
   reports->tell(PictureLayout{1, 1, 1, 8, 75});
   reports->tell(outcome::cancelled());
   EXPECT_FALSE(hear(0));

@@ -72,7 +72,7 @@ TEST_F(SupervisedOverUsb, AStalledPipeIsClearedForTheNextScan) {
 TEST_F(SupervisedOverUsb, AScannerThatStaysSilentIsGivenUp) {
   inject("truncated-image@100000");
   ScanRequest request = usbScan();
-  request.patience = 500ms;
+  request.timeout = 500ms;
   SupervisedScan scan(request, Q750_WORKER);
   scans::readAll(scan);
   EXPECT_EQ(scan.outcome().status, ScanStatus::timedOut) << scan.outcome().sentence;

@@ -44,7 +44,7 @@ void sayForEver(const std::string& message) {
 void giveSignsFor(std::chrono::milliseconds time) {
   const auto end = std::chrono::steady_clock::now() + time;
   while (std::chrono::steady_clock::now() < end) {
-    say(lifeSignMessage());
+    say(heartbeatMessage());
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
 }

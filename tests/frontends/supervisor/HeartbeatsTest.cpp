@@ -26,10 +26,10 @@ class ImpatientScan : public SupervisedScan {
       : SupervisedScan(request, worker, 0ms) {}
 };
 
-ScanRequest deed(const char* what, std::chrono::milliseconds patience) {
+ScanRequest deed(const char* what, std::chrono::milliseconds timeout) {
   ScanRequest request = scans::small();
   request.scanner = what;
-  request.patience = patience;
+  request.timeout = timeout;
   return request;
 }
 
@@ -51,7 +51,7 @@ void expectGivenUp(const SupervisedScan& scan) {
   EXPECT_THAT(scan.outcome().sentence, HasSubstr("it gave no sign for too long"));
 }
 
-TEST(SignsOfLife, MissingForTooLongEndTheScanHoweverItIsRead) {
+TEST(Heartbeats, MissingForTooLongEndTheScanHoweverItIsRead) {
   for (const char* what : {"stops", "stops in the middle"}) {
     ImpatientScan blocking(deed(what, 200ms), Q750_FAKE_WORKER);
     ImpatientScan polled(deed(what, 200ms), Q750_FAKE_WORKER);
@@ -65,7 +65,7 @@ TEST(SignsOfLife, MissingForTooLongEndTheScanHoweverItIsRead) {
   expectGivenUp(waiting);
 }
 
-TEST(SignsOfLife, KeepAWorkerThatTakesItsTime) {
+TEST(Heartbeats, KeepAWorkerThatTakesItsTime) {
   ImpatientScan blocking(deed("takes its time", 600ms), Q750_FAKE_WORKER);
   ImpatientScan polled(deed("takes its time", 600ms), Q750_FAKE_WORKER);
   std::thread other([&polled] { EXPECT_EQ(readByDescriptor(polled), polled.awaitLayout()->bytes()); });
@@ -77,10 +77,10 @@ TEST(SignsOfLife, KeepAWorkerThatTakesItsTime) {
 }
 
 // The picture does not fit the pipe: the worker waits as well.
-TEST(SignsOfLife, AreNotMissedOfAWorkerThatWaitsForItsFrontEnd) {
+TEST(Heartbeats, AreNotMissedOfAWorkerThatWaitsForItsFrontEnd) {
   ScanRequest request = scans::small();
   request.settings = {150, ColorMode::color, {0, 0, 1275, 1000}};
-  request.patience = 1500ms;
+  request.timeout = 1500ms;
   ImpatientScan scan(request, Q750_WORKER);
   ASSERT_TRUE(scan.awaitLayout());
   std::this_thread::sleep_for(1800ms);

@@ -5,19 +5,19 @@
 
 namespace frontend {
 
-// Tells a thread that watches how long the one that works has shown no sign of life. While it waits for
-// somebody else, none is due.
-class LifeSigns {
+// When the scanning thread was last active, for another thread that detects a hang. A thread that waits for
+// somebody else is not idle, however long that takes.
+class ThreadActivity {
  public:
   using Clock = std::chrono::steady_clock;
 
-  LifeSigns() { show(); }
-  // By the thread that works.
+  ThreadActivity() { show(); }
+  // By the scanning thread.
   void show() noexcept { latest_.store(now(), std::memory_order_relaxed); }
   void beginWaiting() noexcept { latest_.store(waiting, std::memory_order_relaxed); }
   void endWaiting() noexcept { show(); }
 
-  // By the one that watches. Zero while it waits.
+  // By any other thread. Zero while the scanning thread waits.
   std::chrono::milliseconds silence() const noexcept {
     const Clock::rep latest = latest_.load(std::memory_order_relaxed);
     if (latest == waiting) return std::chrono::milliseconds(0);
