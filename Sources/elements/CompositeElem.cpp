@@ -5,7 +5,6 @@
 #include "ElementVisitor.h"
 #include "Exceptions.h"
 #include "ListElem.h"
-#include "UnfinishedCopy.h"
 
 const std::string CompositeElem::_type = "CompositeElem";
 
@@ -75,8 +74,9 @@ std::string CompositeElem::toString() {
   return Element::toString() + "  <" + enclosureName + ">";
 }
 
+// Stays allocated if a child refuses: by then it may hold children of the original, which it would delete.
 Element* CompositeElem::clone() {
-  return UnfinishedCopy::filled(*this, new CompositeElem(enclosure));
+  return clone(new CompositeElem(enclosure));
 }
 
 Element* CompositeElem::clone(Element* target) {

@@ -10,7 +10,6 @@
 #include "IntegerText.h"
 #include "StringElem.h"
 #include "StringUtils.h"
-#include "UnfinishedCopy.h"
 
 const std::string ListElem::_type = "ListElem";
 
@@ -94,19 +93,19 @@ unsigned int ListElem::getNumChildren() {
   return static_cast<unsigned int>(children.size());
 }
 
+// Stays allocated if a child refuses: by then it may hold children of the original, which it would delete.
 Element* ListElem::clone() {
-  return UnfinishedCopy::filled(*this, new ListElem);
+  return clone(new ListElem);
 }
 
-// A child without a clone of its own (binary, alias, operation) that has a parent refuses its addition.
+// A child without a clone of its own (binary, alias, operation) is added itself: the copy becomes its parent
+// if it had none, as children of ListElem::add(), and its addition throws if it had one.
 Element* ListElem::clone(Element* target) {
   auto* const list = dynamic_cast<ListElem*>(target);
   NonterminalElem::clone(target);
   if (list == nullptr) return nullptr;
   const unsigned int count = getNumChildren();
-  for (unsigned int index = 0; index < count; ++index) {
-    list->addChild(index, UnfinishedCopy::cloneOf(getChildRaw(index), list));
-  }
+  for (unsigned int index = 0; index < count; ++index) list->addChild(index, getChildRaw(index)->clone());
   return list;
 }
 

@@ -6,7 +6,6 @@
 #include "ElementVisitor.h"
 #include "Exceptions.h"
 #include "StringUtils.h"
-#include "UnfinishedCopy.h"
 
 const std::string MapElem::_type = "MapElem";
 
@@ -84,11 +83,13 @@ unsigned int MapElem::getNumChildren() {
   return static_cast<unsigned int>(children.size());
 }
 
+// Stays allocated if a child refuses: by then it may hold children of the original, which it would delete.
 Element* MapElem::clone() {
-  return UnfinishedCopy::filled(*this, new MapElem);
+  return clone(new MapElem);
 }
 
-// A child without a clone of its own (binary, alias, operation) that has a parent refuses its addition.
+// A child without a clone of its own (binary, alias, operation) is added itself: the copy becomes its parent
+// if it had none, as children of ListElem::add(), and its addition throws if it had one.
 Element* MapElem::clone(Element* target) {
   auto* const map = dynamic_cast<MapElem*>(target);
   NonterminalElem::clone(target);
@@ -96,7 +97,7 @@ Element* MapElem::clone(Element* target) {
   const std::unique_ptr<ElementIterator> walk(iterator(false));
   while (walk->hasNext()) {
     const std::string childName = walk->nextName();
-    map->addChild(childName, UnfinishedCopy::cloneOf(walk->next(), map));
+    map->addChild(childName, walk->next()->clone());
   }
   return target;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -29,9 +30,10 @@ struct Counted : Leaf {
   static inline int alive = 0;
 };
 
-// What an element should be: its own name, whether it has its holder as parent, and its children in order.
+// What an element should be: its own name, whom it has as parent, and its children in order.
 struct Node {
   enum class Kind { integer, binary, list, map };
+  enum class Parent { none, holder, partialCopy };
 
   bool isContainer() const { return kind == Kind::list || kind == Kind::map; }
   bool holds(const Node* other) const {
@@ -41,19 +43,20 @@ struct Node {
   // A binary element clones to itself, so the copy can take it in only while it has no parent.
   bool canBeCloned() const {
     return std::all_of(children.begin(), children.end(), [](const auto& child) {
-      return (child->kind != Kind::binary || !child->hasParent) && child->canBeCloned();
+      return (child->kind != Kind::binary || child->parent == Parent::none) && child->canBeCloned();
     });
   }
 
   Kind kind;
   Element* element;
   std::string name;
-  bool hasParent = false;
+  Parent parent = Parent::none;
   std::vector<std::unique_ptr<Node>> children;
 };
 
 std::string expectedText(const Node& node) {
-  std::string text = node.name + (node.hasParent ? "^" : "") + "(";
+  constexpr const char* marks[] = {"", "^", "?"};
+  std::string text = node.name + marks[static_cast<int>(node.parent)] + "(";
   for (const auto& child : node.children) text += expectedText(*child);
   return text + ")";
 }
@@ -121,7 +124,7 @@ class Trees {
   void make() {
     static constexpr unsigned char bytes[] = {1, 2};
     const auto add = [&](Node::Kind kind, Element* element) {
-      roots_.push_back(std::make_unique<Node>(Node{kind, element, "", false, {}}));
+      roots_.push_back(std::make_unique<Node>(Node{kind, element, "", Node::Parent::none, {}}));
     };
     switch (below(6)) {
       case 0:
@@ -157,26 +160,35 @@ class Trees {
     roots_.erase(roots_.begin() + static_cast<std::ptrdiff_t>(index));
     return root;
   }
-  // What a container lets go keeps its name if it has no parent.
+  // What a container lets go keeps its name if that container is not its parent.
   void becomesRoot(std::unique_ptr<Node> node) {
-    if (node->hasParent) node->name.clear();
-    node->hasParent = false;
+    if (node->parent == Node::Parent::holder) {
+      node->name.clear();
+      node->parent = Node::Parent::none;
+    }
     roots_.push_back(std::move(node));
   }
   static void becomesHeld(Node& node, const std::string& name) {
     node.name = name;
-    node.hasParent = true;
+    node.parent = Node::Parent::holder;
   }
   static void rename(Node& list, std::size_t from) {
     for (; from < list.children.size(); ++from) list.children[from]->name = std::to_string(from);
   }
 
-  void hold() {
-    if (roots_.empty()) return;
+  // A tree that is to go into another one. What a partial copy holds can go nowhere.
+  std::optional<std::size_t> freeRoot() {
+    if (roots_.empty()) return std::nullopt;
     const std::size_t index = below(roots_.size());
-    Node* const holder = container([&](const Node& node) { return !roots_[index]->holds(&node); });
+    return roots_[index]->parent == Node::Parent::none ? std::optional(index) : std::nullopt;
+  }
+
+  void hold() {
+    const std::optional<std::size_t> index = freeRoot();
+    if (!index) return;
+    Node* const holder = container([&](const Node& node) { return !roots_[*index]->holds(&node); });
     if (holder == nullptr) return;
-    std::unique_ptr<Node> child = takeRoot(index);
+    std::unique_ptr<Node> child = takeRoot(*index);
     if (holder->kind == Node::Kind::map) return holdByName(*holder, std::move(child));
     auto& list = dynamic_cast<ListElem&>(*holder->element);
     if (below(2) == 0) {
@@ -209,12 +221,12 @@ class Trees {
   }
 
   void replace() {
-    if (roots_.empty()) return;
-    const std::size_t index = below(roots_.size());
+    const std::optional<std::size_t> index = freeRoot();
+    if (!index) return;
     Node* const holder =
-        container([&](const Node& node) { return !node.children.empty() && !roots_[index]->holds(&node); });
+        container([&](const Node& node) { return !node.children.empty() && !roots_[*index]->holds(&node); });
     if (holder == nullptr) return;
-    std::unique_ptr<Node> child = takeRoot(index);
+    std::unique_ptr<Node> child = takeRoot(*index);
     std::unique_ptr<Node>& place = holder->children[below(holder->children.size())];
     const std::string name = keyOf(*holder, place);
     EXPECT_EQ(holder->element->setChild(name, child->element), place->element);
@@ -245,11 +257,24 @@ class Trees {
     if (original == nullptr) return;
     if (!original->canBeCloned()) {
       EXPECT_EQ(failedClone(*original->element), "ObjectStoreException: Element already added");
+      partialCopyTakes(*original);
       return;
     }
     const std::unique_ptr<Element> copy(original->element->clone());
     EXPECT_EQ(copy->getNumChildren(), original->children.size());
     dropShared(*copy, *original);
+  }
+
+  // Children are copied in order until one refuses, whose own children may have been copied before. Whether
+  // all were.
+  static bool partialCopyTakes(Node& container) {
+    return std::all_of(container.children.begin(), container.children.end(), [&](auto& child) {
+      if (child->kind != Node::Kind::binary) return partialCopyTakes(*child);
+      if (child->parent != Node::Parent::none) return false;
+      child->name = keyOf(container, child);
+      child->parent = Node::Parent::partialCopy;
+      return true;
+    });
   }
 
   void empty() {
