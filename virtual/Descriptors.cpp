@@ -5,12 +5,17 @@
 #include "DeviceIdentity.h"
 
 namespace virtualscanner {
+
+namespace usb = platform::usb;
+
 namespace {
+
+using usb::TransferType;
 
 constexpr std::uint8_t out = 0;
 
 constexpr Endpoint bulk(std::uint8_t direction, std::uint8_t number) {
-  return {static_cast<std::uint8_t>(direction | number), EndpointType::bulk, bulkPacketSize, 0};
+  return {static_cast<std::uint8_t>(direction | number), TransferType::bulk, bulkPacketSize, 0};
 }
 
 constexpr std::array plainEndpoints{bulk(out, 2), bulk(directionIn, 11), bulk(directionIn, 8)};
@@ -18,7 +23,7 @@ constexpr std::array plainEndpoints{bulk(out, 2), bulk(directionIn, 11), bulk(di
 // Among the others stand endpoints of the scanner's numbers in the other direction and of another type.
 constexpr std::array allEndpoints{bulk(out, 1),
                                   bulk(directionIn, 1),
-                                  Endpoint{directionIn | 3, EndpointType::interrupt, 64, 8},
+                                  Endpoint{directionIn | 3, TransferType::interrupt, 64, 8},
                                   bulk(out, 2),
                                   bulk(directionIn, 4),
                                   bulk(out, 5),
@@ -28,12 +33,9 @@ constexpr std::array allEndpoints{bulk(out, 1),
                                   bulk(directionIn, 11),
                                   bulk(out, 11),
                                   bulk(directionIn, 12),
-                                  Endpoint{directionIn | 2, EndpointType::interrupt, 64, 8}};
+                                  Endpoint{directionIn | 2, TransferType::interrupt, 64, 8}};
 static_assert(allEndpoints.size() == 13);
 
-enum DescriptorType : std::uint8_t { device = 1, configuration = 2, string = 3, interface = 4, endpoint = 5 };
-
-constexpr std::uint8_t vendorSpecific = 0xFF;
 constexpr const char* strings[] = {nullptr, "Quenvar", "Quenvar Q750", "VIRTUAL1"};
 
 std::uint8_t low(std::size_t value) {
@@ -46,11 +48,13 @@ std::uint8_t high(std::size_t value) {
 void addInterface(std::vector<std::uint8_t>& bytes, std::uint8_t alternateSetting,
                   std::span<const Endpoint> endpoints) {
   bytes.insert(bytes.end(),
-               {9, interface, /*number*/ 0, alternateSetting, low(endpoints.size()), vendorSpecific,
-                /*subclass*/ 0, /*protocol*/ 0, /*name*/ 0});
+               {usb::interface::size, usb::interfaceDescriptor, /*number*/ 0, alternateSetting,
+                low(endpoints.size()), usb::interface::vendorSpecificClass, /*subclass*/ 0, /*protocol*/ 0,
+                /*name*/ 0});
   for (const Endpoint& e : endpoints) {
-    bytes.insert(bytes.end(), {7, endpoint, e.address, static_cast<std::uint8_t>(e.type),
-                               low(e.maxPacketSize), high(e.maxPacketSize), e.interval});
+    bytes.insert(bytes.end(),
+                 {usb::endpoint::size, usb::endpointDescriptor, e.address, static_cast<std::uint8_t>(e.type),
+                  low(e.maxPacketSize), high(e.maxPacketSize), e.interval});
   }
 }
 
@@ -66,8 +70,8 @@ std::span<const Endpoint> multifunctionEndpoints() {
 std::vector<std::uint8_t> makeDeviceDescriptor() {
   using platform::deviceProductId;
   using platform::deviceVendorId;
-  return {18,
-          device,
+  return {usb::device::size,
+          usb::deviceDescriptor,
           /*USB 2.0*/ 0x00,
           0x02,
           /*class, subclass, protocol: see the interface*/ 0,
@@ -87,14 +91,14 @@ std::vector<std::uint8_t> makeDeviceDescriptor() {
 }
 
 std::vector<std::uint8_t> makeConfigurationDescriptor(bool alternateSettings) {
-  std::vector<std::uint8_t> bytes{9,
-                                  configuration,
+  std::vector<std::uint8_t> bytes{usb::configuration::size,
+                                  usb::configurationDescriptor,
                                   /*total length*/ 0,
                                   0,
                                   /*interfaces*/ 1,
                                   /*value*/ 1,
                                   /*name*/ 0,
-                                  /*self-powered*/ 0xC0,
+                                  usb::configuration::selfPowered,
                                   /*2 mA units*/ 1};
   if (alternateSettings) {
     addInterface(bytes, 0, {});
@@ -102,16 +106,17 @@ std::vector<std::uint8_t> makeConfigurationDescriptor(bool alternateSettings) {
   } else {
     addInterface(bytes, 0, scannerEndpoints());
   }
-  bytes[2] = low(bytes.size());
-  bytes[3] = high(bytes.size());
+  bytes[usb::configuration::totalLengthAt] = low(bytes.size());
+  bytes[usb::configuration::totalLengthAt + 1] = high(bytes.size());
   return bytes;
 }
 
 std::vector<std::uint8_t> makeStringDescriptor(std::uint8_t index) {
-  constexpr std::uint8_t englishUnitedStates[] = {0x09, 0x04};
-  if (index == 0) return {4, string, englishUnitedStates[0], englishUnitedStates[1]};
+  if (index == 0)
+    return {usb::stringHeaderSize + 2, usb::stringDescriptor, low(usb::englishUnitedStates),
+            high(usb::englishUnitedStates)};
   if (index >= std::size(strings)) return {};
-  std::vector<std::uint8_t> bytes{0, string};
+  std::vector<std::uint8_t> bytes{0, usb::stringDescriptor};
   for (const char* c = strings[index]; *c != '\0'; ++c) {
     bytes.push_back(static_cast<std::uint8_t>(*c));  // UTF-16LE
     bytes.push_back(0);

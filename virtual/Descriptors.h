@@ -6,10 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "UsbDeviceFramework.h"
+
 namespace virtualscanner {
 
-// Endpoint addresses as in USB 2.0, 9.6.6: the direction bit 0x80 is set for device to host.
-inline constexpr std::uint8_t directionIn = 0x80;
+using platform::usb::directionIn;
+using platform::usb::SetupPacket;
+
 inline constexpr std::uint8_t requestEndpoint = 2;
 inline constexpr std::uint8_t replyEndpoint = directionIn | 11;
 inline constexpr std::uint8_t dataEndpoint = directionIn | 8;
@@ -17,22 +20,11 @@ inline constexpr std::uint8_t dataEndpoint = directionIn | 8;
 // High speed: the size of every bulk packet but the last of a transfer.
 inline constexpr std::uint16_t bulkPacketSize = 512;
 
-enum class EndpointType : std::uint8_t { control = 0, isochronous = 1, bulk = 2, interrupt = 3 };
-
 struct Endpoint {
   std::uint8_t address;
-  EndpointType type;
+  platform::usb::TransferType type;
   std::uint16_t maxPacketSize;
   std::uint8_t interval;
-};
-
-// The eight bytes that open a control transfer (USB 2.0, 9.3).
-struct SetupPacket {
-  std::uint8_t requestType;
-  std::uint8_t request;
-  std::uint16_t value;
-  std::uint16_t index;
-  std::uint16_t length;
 };
 
 // The endpoints of the plain device, and of alternate setting 1 of the other variant.

@@ -24,7 +24,7 @@ bool PacedInterface::isDataPipe(std::uint8_t pipe) {
   PipeProperties properties{};
   return inner().getPipeProperties(pipe, &properties) == kIOReturnSuccess &&
          properties.direction == PipeDirection::in &&
-         properties.endpointNumber == (dataEndpoint & ~directionIn);
+         properties.endpointNumber == usb::endpointNumber(dataEndpoint);
 }
 
 bool PacedInterface::waitLikeTheStack(std::uint64_t sinceMs, std::uint8_t pipe) {

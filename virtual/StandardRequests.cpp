@@ -3,16 +3,7 @@
 #include <algorithm>
 
 namespace virtualscanner {
-namespace {
-
-// Request types and requests of USB 2.0, 9.4 (tables 9-3 and 9-4).
-constexpr std::uint8_t toDevice = 0x00, toInterface = 0x01, toEndpoint = 0x02;
-constexpr std::uint8_t fromDevice = 0x80, fromInterface = 0x81, fromEndpoint = 0x82;
-constexpr std::uint8_t getStatus = 0, clearFeature = 1, setFeature = 3, getDescriptor = 6,
-                       getConfiguration = 8, setConfiguration = 9, getInterface = 10, setInterface = 11;
-constexpr std::uint16_t endpointHalt = 0;
-
-}  // namespace
+using namespace platform::usb;
 
 StandardRequests::StandardRequests(bool alternateSettings)
     : alternateSettings_(alternateSettings),
@@ -55,7 +46,7 @@ StandardRequests::Reply StandardRequests::performOnDevice(const SetupPacket& set
   const bool in = setup.requestType == fromDevice;
   if (in && setup.request == getDescriptor) return descriptor(setup);
   if (in && setup.request == getConfiguration) return std::vector<std::uint8_t>{configuration_};
-  if (in && setup.request == getStatus) return std::vector<std::uint8_t>{/*self-powered*/ 1, 0};
+  if (in && setup.request == getStatus) return std::vector<std::uint8_t>{selfPoweredBit, 0};
   if (!in && setup.request == setConfiguration && setup.value <= 1) {
     reset();
     configuration_ = static_cast<std::uint8_t>(setup.value);
@@ -83,7 +74,7 @@ StandardRequests::Reply StandardRequests::performOnEndpoint(const SetupPacket& s
   if (setup.index > 0xFF || !has(address)) return std::nullopt;
   if (setup.requestType == fromEndpoint) {
     if (setup.request != getStatus) return std::nullopt;
-    return std::vector<std::uint8_t>{static_cast<std::uint8_t>(isHalted(address) ? 1 : 0), 0};
+    return std::vector<std::uint8_t>{isHalted(address) ? haltedBit : std::uint8_t{0}, 0};
   }
   if (setup.value != endpointHalt) return std::nullopt;
   if (setup.request == clearFeature) {
@@ -99,11 +90,11 @@ StandardRequests::Reply StandardRequests::performOnEndpoint(const SetupPacket& s
 StandardRequests::Reply StandardRequests::descriptor(const SetupPacket& setup) const {
   const auto index = static_cast<std::uint8_t>(setup.value & 0xFF);
   switch (setup.value >> 8) {
-    case 1:
+    case platform::usb::deviceDescriptor:
       return deviceDescriptor_;
-    case 2:
+    case platform::usb::configurationDescriptor:
       return index == 0 ? Reply(configurationDescriptor_) : std::nullopt;
-    case 3: {
+    case stringDescriptor: {
       std::vector<std::uint8_t> bytes = makeStringDescriptor(index);
       return bytes.empty() ? std::nullopt : Reply(std::move(bytes));
     }

@@ -8,10 +8,6 @@ using namespace platform;
 // Bus 20, port 1: there is one port, so that a replugged device stands where it stood.
 constexpr std::uint32_t portLocation = 0x14100000;
 
-// Offsets in the device descriptor (USB 2.0, 9.6.1).
-constexpr std::size_t idVendor = 8;
-constexpr std::size_t idProduct = 10;
-
 }  // namespace
 
 VirtualUsbDevice::~VirtualUsbDevice() {
@@ -39,11 +35,11 @@ void VirtualUsbDevice::release() {
 }
 
 IOReturn VirtualUsbDevice::getDeviceVendor(std::uint16_t* vendor) {
-  return readDescriptor(idVendor, vendor);
+  return readDescriptor(usb::device::vendorAt, vendor);
 }
 
 IOReturn VirtualUsbDevice::getDeviceProduct(std::uint16_t* product) {
-  return readDescriptor(idProduct, product);
+  return readDescriptor(usb::device::productAt, product);
 }
 
 IOReturn VirtualUsbDevice::getLocationID(std::uint32_t* location) {
@@ -59,8 +55,7 @@ bool VirtualUsbDevice::isAlive() const {
 // The host keeps the descriptor from the plugging-in: reading it takes no opening.
 IOReturn VirtualUsbDevice::readDescriptor(std::size_t offset, std::uint16_t* number) {
   if (!isAlive()) return kIOReturnNoDevice;
-  const std::vector<std::uint8_t>& descriptor = stack_.scanner_.deviceDescriptor();
-  *number = static_cast<std::uint16_t>(descriptor[offset] | descriptor[offset + 1] << 8);
+  *number = usb::read16(&stack_.scanner_.deviceDescriptor()[offset]);
   return kIOReturnSuccess;
 }
 

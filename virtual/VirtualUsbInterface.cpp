@@ -7,20 +7,10 @@ namespace {
 
 using namespace platform;
 
-// Standard requests of USB 2.0, 9.4.
-constexpr SetupPacket setInterface(std::uint8_t setting) {
-  return {0x01, 11, setting, 0, 0};
-}
-constexpr SetupPacket clearHalt(std::uint8_t address) {
-  return {0x02, 1, 0, address, 0};
-}
-
-constexpr SetupPacket getHalt(std::uint8_t address) {
-  return {0x82, 0, 0, address, 2};
-}
+constexpr std::uint8_t onlyInterface = 0;
 
 PipeDirection directionOf(const Endpoint& endpoint) {
-  return (endpoint.address & directionIn) != 0 ? PipeDirection::in : PipeDirection::out;
+  return usb::isIn(endpoint.address) ? PipeDirection::in : PipeDirection::out;
 }
 
 }  // namespace
@@ -43,7 +33,7 @@ IOReturn VirtualUsbInterface::open() {
 IOReturn VirtualUsbInterface::close() {
   if (!open_) return kIOReturnNotOpen;
   open_ = false;
-  if (setting_ != 0 && isAlive()) stack_.scanner_.control(setInterface(0), nullptr);
+  if (setting_ != 0 && isAlive()) stack_.scanner_.control(usb::selectSetting(onlyInterface, 0), nullptr);
   setting_ = 0;
   if (stack_.interfaceHolder_ == this) stack_.interfaceHolder_ = nullptr;
   return isAlive() ? kIOReturnSuccess : kIOReturnNoDevice;
@@ -64,7 +54,7 @@ IOReturn VirtualUsbInterface::setAlternateInterface(std::uint8_t alternateSettin
   IOReturn status = checkOpen();
   if (status != kIOReturnSuccess) return status;
   if (!stack_.scanner_.hasAlternateSetting(alternateSetting)) return kIOReturnNotFound;
-  status = statusOf(stack_.scanner_.control(setInterface(alternateSetting), nullptr), 0);
+  status = statusOf(stack_.scanner_.control(usb::selectSetting(onlyInterface, alternateSetting), nullptr), 0);
   if (status != kIOReturnSuccess) return status;
   setting_ = alternateSetting;
   haltedHere_.clear();
@@ -79,8 +69,8 @@ IOReturn VirtualUsbInterface::getPipeProperties(std::uint8_t pipe, PipePropertie
     return kIOReturnSuccess;
   }
   const Endpoint& endpoint = *endpointOf(pipe);
-  *properties = {directionOf(endpoint), static_cast<std::uint8_t>(endpoint.address & 0x0F),
-                 static_cast<TransferType>(endpoint.type), endpoint.maxPacketSize, endpoint.interval};
+  *properties = {directionOf(endpoint), usb::endpointNumber(endpoint.address), endpoint.type,
+                 endpoint.maxPacketSize, endpoint.interval};
   return kIOReturnSuccess;
 }
 
@@ -98,15 +88,14 @@ IOReturn VirtualUsbInterface::resetPipe(std::uint8_t pipe) {
 IOReturn VirtualUsbInterface::clearPipeStallBothEnds(std::uint8_t pipe) {
   const IOReturn status = resetPipe(pipe);
   if (status != kIOReturnSuccess || pipe == 0) return status;
-  return statusOf(stack_.scanner_.control(clearHalt(endpointOf(pipe)->address), nullptr), 0);
+  return statusOf(stack_.scanner_.control(usb::clearHaltOf(endpointOf(pipe)->address), nullptr), 0);
 }
 
 IOReturn VirtualUsbInterface::controlRequest(std::uint8_t pipe, const ControlRequest& request) {
   const IOReturn status = checkOpen();
   if (status != kIOReturnSuccess) return status;
   if (pipe != 0) return kIOUSBUnknownPipeErr;
-  const SetupPacket setup{request.requestType, request.request, request.value, request.index, request.length};
-  return statusOf(stack_.scanner_.control(setup, static_cast<std::uint8_t*>(request.data)), 0);
+  return statusOf(stack_.scanner_.control(request, static_cast<std::uint8_t*>(request.data)), 0);
 }
 
 IOReturn VirtualUsbInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
@@ -167,9 +156,9 @@ IOReturn VirtualUsbInterface::checkTransfer(std::uint8_t pipe, PipeDirection dir
 // faults.
 bool VirtualUsbInterface::isHaltedHereAlone(std::uint8_t pipe) const {
   if (!haltedHere_.contains(pipe)) return false;
-  std::uint8_t status[2] = {};
-  stack_.scanner_.control(getHalt(endpointOf(pipe)->address), status);
-  return status[0] == 0;
+  std::uint8_t status[usb::statusSize] = {};
+  stack_.scanner_.control(usb::readStatusOf(endpointOf(pipe)->address), status);
+  return (status[0] & usb::haltedBit) == 0;
 }
 
 IOReturn VirtualUsbInterface::statusOf(const Transfer& transfer, std::uint8_t pipe) {

@@ -7,17 +7,12 @@
 namespace virtualscanner {
 namespace {
 
-// Standard requests of USB 2.0, 9.4.
-constexpr SetupPacket clearHaltOf(std::uint8_t address) {
-  return {0x02, 1, 0, address, 0};
-}
-constexpr SetupPacket setInterfaceTo(std::uint8_t setting) {
-  return {0x01, 11, setting, 0, 0};
-}
+namespace usb = platform::usb;
+
+constexpr std::uint8_t onlyInterface = 0;
 
 bool isFromDevice(const WireRequest& request) {
-  const std::uint8_t direction = request.address == 0 ? request.setup.requestType : request.address;
-  return (direction & directionIn) != 0;
+  return usb::isIn(request.address == 0 ? request.setup.requestType : request.address);
 }
 
 int errorOf(TransferStatus status) {
@@ -84,13 +79,13 @@ void WiredScanner::endAll(int status) {
 // Makes the device begin anew on the endpoint, whether or not it was halted.
 int WiredScanner::clearHalt(std::uint8_t address) {
   if (address == requestEndpoint) stoppedAmidWrite_ = false;
-  const int status = errorOf(scanner_.control(clearHaltOf(address), nullptr).status);
+  const int status = errorOf(scanner_.control(usb::clearHaltOf(address), nullptr).status);
   resume();
   return status;
 }
 
 int WiredScanner::setInterface(std::uint8_t alternateSetting) {
-  return errorOf(scanner_.control(setInterfaceTo(alternateSetting), nullptr).status);
+  return errorOf(scanner_.control(usb::selectSetting(onlyInterface, alternateSetting), nullptr).status);
 }
 
 // Works through a queue until its first request has to wait.
@@ -108,7 +103,7 @@ void WiredScanner::work(Queue& queue) {
 
 void WiredScanner::resume() {
   for (auto& [address, queue] : queues_) {
-    if ((address & directionIn) != 0) work(queue);
+    if (usb::isIn(address)) work(queue);
   }
 }
 

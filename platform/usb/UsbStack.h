@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "IOReturn.h"
+#include "UsbDeviceFramework.h"
 
 // The operations of a USB stack that the driver needs, under the names that they have on the platform that it
 // was designed for (IOServiceGetMatchingServices is matchingServices(), ReadPipeTO is readPipeTO()).
@@ -25,7 +26,7 @@ struct MatchingDictionary {
 };
 
 enum class PipeDirection : std::uint8_t { out = 0, in = 1 };
-enum class TransferType : std::uint8_t { control = 0, isochronous = 1, bulk = 2, interrupt = 3 };
+using usb::TransferType;
 
 struct PipeProperties {
   PipeDirection direction;
@@ -35,14 +36,9 @@ struct PipeProperties {
   std::uint8_t interval;        // as the endpoint descriptor gives it (USB 2.0, 9.6.6)
 };
 
-// One request on a control pipe, fields as in USB 2.0, 9.3 (table 9-2). `data` holds `length` bytes, or is
-// null where length is 0; the caller owns it.
-struct ControlRequest {
-  std::uint8_t requestType;
-  std::uint8_t request;
-  std::uint16_t value;
-  std::uint16_t index;
-  std::uint16_t length;
+// One request on a control pipe. `data` holds `length` bytes, or is null where length is 0; the caller owns
+// it.
+struct ControlRequest : usb::SetupPacket {
   void* data;
 };
 

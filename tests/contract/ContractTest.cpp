@@ -4,6 +4,7 @@
 #include <map>
 #include <utility>
 
+#include "Descriptors.h"
 #include "DeviceIdentity.h"
 #include "StackUser.h"
 #include "World.h"
@@ -11,11 +12,14 @@
 namespace {
 
 using namespace platform;
+using virtualscanner::dataEndpoint;
 using virtualscanner::FaultKind;
 using virtualscanner::ScannerOptions;
 using virtualscanner::ZeroLengthPackets;
 
 constexpr std::uint8_t outPipe = 1, replyPipe = 2, dataPipe = 3;
+constexpr usb::SetupPacket readConfiguration{usb::fromDevice, usb::getConfiguration, 0, 0, 1};
+constexpr usb::SetupPacket vendorRequest{/*to the device, of its vendor*/ 0x40, 1, 0, 0, 0};
 
 // What every USB stack has to do, whatever stands behind it.
 class UsbContract : public testing::TestWithParam<WorldKind> {
@@ -61,7 +65,7 @@ class UsbContract : public testing::TestWithParam<WorldKind> {
         {"abortPipe", interface_->abortPipe(dataPipe)},
         {"resetPipe", interface_->resetPipe(dataPipe)},
         {"clearPipeStallBothEnds", interface_->clearPipeStallBothEnds(dataPipe)},
-        {"controlRequest", interface_->controlRequest(0, {2, 1, 0, 0x88, 0, nullptr})},
+        {"controlRequest", interface_->controlRequest(0, {usb::clearHaltOf(dataEndpoint), nullptr})},
         {"readPipeTO", read(dataPipe, 512)},
         {"writePipeTO", write(outPipe, {1, 2, 3})}};
     EXPECT_EQ(count, 99) << "untouched";
@@ -185,7 +189,8 @@ TEST_P(UsbContract, KnowsNoOtherPipes) {
     EXPECT_EQ(interface_->abortPipe(pipe), kIOUSBUnknownPipeErr);
     EXPECT_EQ(interface_->resetPipe(pipe), kIOUSBUnknownPipeErr);
     EXPECT_EQ(interface_->clearPipeStallBothEnds(pipe), kIOUSBUnknownPipeErr);
-    EXPECT_EQ(interface_->controlRequest(pipe, {0x80, 8, 0, 0, 0, nullptr}), kIOUSBUnknownPipeErr);
+    EXPECT_EQ(interface_->controlRequest(pipe, {usb::clearHaltOf(dataEndpoint), nullptr}),
+              kIOUSBUnknownPipeErr);
     EXPECT_EQ(read(pipe, 512), kIOUSBUnknownPipeErr);
     EXPECT_EQ(write(pipe, {1}), kIOUSBUnknownPipeErr);
   }
@@ -335,12 +340,13 @@ TEST_P(UsbDeviceContract, ClosesWhatIsReleasedWhileOpen) {
 
 TEST_P(UsbDeviceContract, PassesControlRequestsToTheDevice) {
   open();
-  std::uint8_t data[18] = {};
-  EXPECT_EQ(interface_->controlRequest(0, {0x80, 6, 0x0100, 0, 18, data}), kIOReturnSuccess);
-  EXPECT_EQ(data[0], 18);
-  EXPECT_EQ(data[8] | data[9] << 8, deviceVendorId);
-  EXPECT_EQ(interface_->controlRequest(0, {0x40, 1, 0, 0, 0, nullptr}), kIOUSBPipeStalled);
-  EXPECT_EQ(interface_->controlRequest(0, {0x80, 8, 0, 0, 1, data}), kIOReturnSuccess) << "the halt is over";
+  std::uint8_t data[usb::device::size] = {};
+  EXPECT_EQ(interface_->controlRequest(0, {usb::readDescriptor(usb::deviceDescriptor, 0, sizeof data), data}),
+            kIOReturnSuccess);
+  EXPECT_EQ(data[0], usb::device::size);
+  EXPECT_EQ(usb::read16(data + usb::device::vendorAt), deviceVendorId);
+  EXPECT_EQ(interface_->controlRequest(0, {vendorRequest, nullptr}), kIOUSBPipeStalled);
+  EXPECT_EQ(interface_->controlRequest(0, {readConfiguration, data}), kIOReturnSuccess) << "the halt is over";
   EXPECT_EQ(data[0], 1);
 }
 

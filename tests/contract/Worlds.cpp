@@ -59,10 +59,9 @@ class ScriptedWorld final : public World {
   static std::vector<platform::PipeProperties> pipes(std::span<const Endpoint> endpoints) {
     std::vector<platform::PipeProperties> pipes;
     for (const Endpoint& endpoint : endpoints) {
-      const bool in = (endpoint.address & directionIn) != 0;
+      const bool in = platform::usb::isIn(endpoint.address);
       pipes.push_back({in ? platform::PipeDirection::in : platform::PipeDirection::out,
-                       static_cast<std::uint8_t>(endpoint.address & 15),
-                       static_cast<platform::TransferType>(endpoint.type), endpoint.maxPacketSize,
+                       platform::usb::endpointNumber(endpoint.address), endpoint.type, endpoint.maxPacketSize,
                        endpoint.interval});
     }
     return pipes;

@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "UsbDeviceFramework.h"
+
 namespace {
 
 using Bytes = UsbipClient::Bytes;
@@ -52,9 +54,10 @@ int connectTo(std::uint16_t port, bool overIpv6) {
 
 Bytes usbipSubmit(std::uint32_t sequenceNumber, std::uint8_t address, std::uint32_t length,
                   const Bytes& setup) {
-  const bool isIn = ((address == 0 ? setup[0] : address) & 0x80) != 0;
+  const bool isIn = platform::usb::isIn(address == 0 ? setup[0] : address);
   Bytes bytes;
-  for (const std::uint32_t value : {1U, sequenceNumber, importedDevice, isIn ? 1U : 0U, address & 15U,
+  for (const std::uint32_t value : {1U, sequenceNumber, importedDevice, isIn ? 1U : 0U,
+                                    std::uint32_t{platform::usb::endpointNumber(address)},
                                     /*flags*/ 0U, length, 0U, /*packets*/ 0xFFFFFFFFU, 0U})
     add32(bytes, value);
   bytes.insert(bytes.end(), setup.begin(), setup.end());

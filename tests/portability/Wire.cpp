@@ -96,7 +96,7 @@ void writeWire(const OutputFolder& folder) {
                          [&](std::uint8_t address, std::uint8_t* buffer, std::size_t capacity) {
                            return client.transfer(address, nullptr, buffer, capacity);
                          }});
-        if (alternateSettings) scanner.control({0x01, 11, 1, 0, 0}, nullptr);
+        if (alternateSettings) scanner.control(platform::usb::selectSetting(0, 1), nullptr);
         host.startJob({75, true, 30, 40, 61, 47});
         host.readStream(777);
         host.exit();

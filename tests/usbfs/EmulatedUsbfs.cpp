@@ -25,6 +25,7 @@
 
 namespace {
 
+namespace usb = platform::usb;
 using virtualscanner::WiredScanner;
 using virtualscanner::WireReply;
 using virtualscanner::WireRequest;
@@ -339,9 +340,8 @@ void EmulatedUsbfs::Impl::submit(UMockdevIoctlClient* client) {
   const std::uint8_t* bytes = buffer->data;
   if (urb.type == USBDEVFS_URB_TYPE_CONTROL) {
     request.address = 0;
-    const auto word = [bytes](int at) { return static_cast<std::uint16_t>(bytes[at] | bytes[at + 1] << 8); };
-    request.setup = {bytes[0], bytes[1], word(2), word(4), word(6)};
-    request.bytes.assign(bytes + 8, bytes + length);
+    request.setup = usb::readSetup(bytes);
+    request.bytes.assign(bytes + usb::setupSize, bytes + length);
   } else {
     request.bytes.assign(bytes, bytes + length);
     ++statistics.bulkRequests;
@@ -373,7 +373,7 @@ void EmulatedUsbfs::Impl::reap(UMockdevIoctlClient* client) {
   auto urb = valueOf<usbdevfs_urb>(request.request.get());
   urb.status = reply->status;
   urb.actual_length = static_cast<int>(reply->moved);
-  const std::size_t before = urb.type == USBDEVFS_URB_TYPE_CONTROL ? 8 : 0;
+  const std::size_t before = urb.type == USBDEVFS_URB_TYPE_CONTROL ? usb::setupSize : 0;
   if (!reply->bytes.empty())
     umockdev_ioctl_data_update(request.buffer.get(), before, const_cast<guint8*>(reply->bytes.data()),
                                static_cast<gint>(reply->bytes.size()));
@@ -455,10 +455,10 @@ void EmulatedUsbfs::awaitRequest(std::uint64_t nth) {
 void EmulatedUsbfs::addNeighbour(int bus, const std::string& portPath, std::uint16_t vendor,
                                  std::uint16_t product) {
   std::vector<std::uint8_t> descriptors = impl_->descriptors();
-  descriptors[8] = static_cast<std::uint8_t>(vendor);
-  descriptors[9] = static_cast<std::uint8_t>(vendor >> 8);
-  descriptors[10] = static_cast<std::uint8_t>(product);
-  descriptors[11] = static_cast<std::uint8_t>(product >> 8);
+  descriptors[usb::device::vendorAt] = static_cast<std::uint8_t>(vendor);
+  descriptors[usb::device::vendorAt + 1] = static_cast<std::uint8_t>(vendor >> 8);
+  descriptors[usb::device::productAt] = static_cast<std::uint8_t>(product);
+  descriptors[usb::device::productAt + 1] = static_cast<std::uint8_t>(product >> 8);
   const std::string name = std::to_string(bus) + "-" + portPath;
   impl_->add("/devices/pci0000:00/0000:00:15.0/usb" + std::to_string(bus) + "/" + name, bus,
              100 + ++impl_->neighbours, descriptors);

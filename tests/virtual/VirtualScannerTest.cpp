@@ -12,6 +12,7 @@ namespace virtualscanner {
 namespace {
 
 using testing::HasSubstr;
+namespace usb = platform::usb;
 
 const PageRequest smallColor{75, true, 40, 90, 61, 37};
 const PageRequest smallGrey{150, false, 40, 90, 61, 37};
@@ -33,7 +34,7 @@ class VirtualScanner : public testing::Test {
     use(std::move(options));
   }
   std::string done() { return host_->call(host_->jobName() + ".scanJob", "done"); }
-  Transfer clearHalt(std::uint8_t address) { return scanner_->control({0x02, 1, 0, address, 0}, nullptr); }
+  Transfer clearHalt(std::uint8_t address) { return scanner_->control(usb::clearHaltOf(address), nullptr); }
   // The image of one whole job; empty where the job was refused.
   std::vector<std::uint8_t> scan(const PageRequest& request, std::size_t capacity = 102400) {
     if (!host_->startJob(request)) return {};
@@ -122,7 +123,7 @@ TEST_F(VirtualScanner, IsSilentOnEndpointsThatAreNotTheScanners) {
   use(options);
   std::uint8_t byte = 0;
   EXPECT_EQ(scanner_->write(requestEndpoint, &byte, 1), silent) << "setting 0 has no endpoints";
-  EXPECT_EQ(scanner_->control({0x01, 11, 1, 0, 0}, nullptr).status, TransferStatus::done);
+  EXPECT_EQ(scanner_->control(usb::selectSetting(0, 1), nullptr).status, TransferStatus::done);
   EXPECT_EQ(scanner_->read(directionIn | 1, &byte, 1), silent);
   EXPECT_EQ(scanner_->write(1, &byte, 1), silent);
   EXPECT_EQ(scanner_->read(directionIn | 15, &byte, 1), silent);
@@ -131,10 +132,12 @@ TEST_F(VirtualScanner, IsSilentOnEndpointsThatAreNotTheScanners) {
 
 TEST_F(VirtualScanner, AnswersControlRequestsUpToTheRoom) {
   std::uint8_t data[18] = {};
-  EXPECT_EQ(scanner_->control({0x80, 6, 0x0100, 0, 18}, data), (Transfer{TransferStatus::done, 18, true}));
+  EXPECT_EQ(scanner_->control(usb::readDescriptor(usb::deviceDescriptor, 0, 18), data),
+            (Transfer{TransferStatus::done, 18, true}));
   EXPECT_EQ(std::vector<std::uint8_t>(data, data + 18), scanner_->deviceDescriptor());
-  EXPECT_EQ(scanner_->control({0x80, 6, 0x0100, 0, 8}, data), (Transfer{TransferStatus::done, 8, true}));
-  EXPECT_EQ(scanner_->control({0x40, 1, 0, 0, 0}, data), halted);
+  EXPECT_EQ(scanner_->control(usb::readDescriptor(usb::deviceDescriptor, 0, 8), data),
+            (Transfer{TransferStatus::done, 8, true}));
+  EXPECT_EQ(scanner_->control({/*of a vendor*/ 0x40, 1, 0, 0, 0}, data), halted);
 }
 
 TEST_F(VirtualScanner, StartsAfreshWithEveryEnterWhateverWasLeftBehind) {

@@ -13,6 +13,8 @@ namespace {
 using namespace platform;
 
 constexpr std::uint8_t outPipe = 1, replyPipe = 2, dataPipe = 3;
+constexpr usb::SetupPacket readConfiguration{usb::fromDevice, usb::getConfiguration, 0, 0, 1};
+constexpr usb::SetupPacket vendorRequest{/*to the device, of its vendor*/ 0x40, 1, 0, 0, 0};
 
 class VirtualUsbStack : public testing::Test {
  protected:
@@ -253,7 +255,7 @@ TEST_F(VirtualUsbStack, RefusesEverythingOnAnInterfaceThatIsNotOpen) {
   EXPECT_EQ(interface->abortPipe(1), kIOReturnNotOpen);
   EXPECT_EQ(interface->resetPipe(1), kIOReturnNotOpen);
   EXPECT_EQ(interface->clearPipeStallBothEnds(1), kIOReturnNotOpen);
-  EXPECT_EQ(interface->controlRequest(0, {0x80, 8, 0, 0, 1, &count}), kIOReturnNotOpen);
+  EXPECT_EQ(interface->controlRequest(0, {readConfiguration, &count}), kIOReturnNotOpen);
   EXPECT_EQ(read(interface, dataPipe, 512), kIOReturnNotOpen);
   EXPECT_EQ(size_, 0U);
   EXPECT_EQ(interface->writePipeTO(outPipe, "x", 1, 1, 1), kIOReturnNotOpen);
@@ -276,17 +278,18 @@ TEST_F(VirtualUsbStack, RefusesPipesOfTheWrongDirectionAndUnknownOnes) {
     EXPECT_EQ(interface->clearPipeStallBothEnds(pipe), kIOUSBUnknownPipeErr);
   }
   EXPECT_EQ(interface->abortPipe(0), kIOReturnSuccess);
-  EXPECT_EQ(interface->controlRequest(1, {0x80, 8, 0, 0, 0, nullptr}), kIOUSBUnknownPipeErr);
+  EXPECT_EQ(interface->controlRequest(1, {usb::clearHaltOf(dataEndpoint), nullptr}), kIOUSBUnknownPipeErr);
   EXPECT_EQ(scanner_->transfers(), 0U);
 }
 
 TEST_F(VirtualUsbStack, PassesControlRequestsToTheDevice) {
   UsbInterface* interface = openInterface();
-  std::uint8_t data[18] = {};
-  EXPECT_EQ(interface->controlRequest(0, {0x80, 6, 0x0100, 0, 18, data}), kIOReturnSuccess);
-  EXPECT_EQ(std::vector<std::uint8_t>(data, data + 18), scanner_->deviceDescriptor());
-  EXPECT_EQ(interface->controlRequest(0, {0x40, 1, 0, 0, 0, nullptr}), kIOUSBPipeStalled);
-  EXPECT_EQ(interface->controlRequest(0, {0x80, 8, 0, 0, 1, data}), kIOReturnSuccess) << "the halt is over";
+  std::uint8_t data[usb::device::size] = {};
+  EXPECT_EQ(interface->controlRequest(0, {usb::readDescriptor(usb::deviceDescriptor, 0, sizeof data), data}),
+            kIOReturnSuccess);
+  EXPECT_EQ(std::vector<std::uint8_t>(data, data + sizeof data), scanner_->deviceDescriptor());
+  EXPECT_EQ(interface->controlRequest(0, {vendorRequest, nullptr}), kIOUSBPipeStalled);
+  EXPECT_EQ(interface->controlRequest(0, {readConfiguration, data}), kIOReturnSuccess) << "the halt is over";
 }
 
 TEST_F(VirtualUsbStack, MovesBytesBothWays) {
@@ -345,7 +348,7 @@ TEST_F(VirtualUsbStack, StallsAPipeUntilBothEndsAreClear) {
   }
   EXPECT_EQ(interface->resetPipe(dataPipe), kIOReturnSuccess);
   EXPECT_EQ(read(interface, dataPipe, 512), kIOUSBPipeStalled) << "the device's side is halted still";
-  EXPECT_EQ(interface->controlRequest(0, {2, 1, 0, dataEndpoint, 0, nullptr}), kIOReturnSuccess);
+  EXPECT_EQ(interface->controlRequest(0, {usb::clearHaltOf(dataEndpoint), nullptr}), kIOReturnSuccess);
   EXPECT_EQ(read(interface, dataPipe, 512), kIOUSBPipeStalled) << "the host's side is halted still";
   EXPECT_EQ(interface->clearPipeStallBothEnds(dataPipe), kIOReturnSuccess);
   EXPECT_EQ(read(interface, dataPipe, 512), kIOUSBTransactionTimeout);

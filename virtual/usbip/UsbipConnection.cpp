@@ -12,7 +12,7 @@ namespace {
 
 // Whether the wire's direction is that of the setup packet. A request without data always goes out.
 bool directionFits(const SetupPacket& setup, std::uint32_t direction) {
-  const bool fromDevice = (setup.requestType & directionIn) != 0 && setup.length != 0;
+  const bool fromDevice = platform::usb::isIn(setup.requestType) && setup.length != 0;
   return fromDevice == (direction == directionFromDevice);
 }
 

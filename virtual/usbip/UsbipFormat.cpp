@@ -5,12 +5,7 @@
 namespace virtualscanner::usbip {
 namespace {
 
-// Where the fields that are copied stand in USB 2.0, 9.6.1, 9.6.3 and 9.6.5.
-constexpr std::size_t classInDevice = 4, vendorInDevice = 8, productInDevice = 10, releaseInDevice = 12,
-                      configurationsInDevice = 17;
-constexpr std::size_t interfacesInConfiguration = 4, valueInConfiguration = 5;
-constexpr std::size_t settingInInterface = 3, classInInterface = 5;
-constexpr std::uint8_t interfaceDescriptor = 4;
+namespace usb = platform::usb;
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -47,21 +42,24 @@ void addDevice(Bytes& to, const Bytes& device, const Bytes& configuration) {
   add32(to, deviceBus);
   add32(to, deviceNumber);
   add32(to, highSpeed);
-  addSwapped16(to, device, vendorInDevice);
-  addSwapped16(to, device, productInDevice);
-  addSwapped16(to, device, releaseInDevice);
-  to.insert(to.end(), &device[classInDevice], &device[classInDevice] + 3);
-  to.push_back(configuration[valueInConfiguration]);
-  to.push_back(device[configurationsInDevice]);
-  to.push_back(configuration[interfacesInConfiguration]);
+  addSwapped16(to, device, usb::device::vendorAt);
+  addSwapped16(to, device, usb::device::productAt);
+  addSwapped16(to, device, usb::device::releaseAt);
+  to.insert(to.end(), &device[usb::device::classAt], &device[usb::device::classAt] + usb::classTripleSize);
+  to.push_back(configuration[usb::configuration::valueAt]);
+  to.push_back(device[usb::device::configurationCountAt]);
+  to.push_back(configuration[usb::configuration::interfaceCountAt]);
 }
 
 // Class, subclass and protocol of each interface, as its first setting has them.
 void addInterfaces(Bytes& to, const Bytes& configuration) {
   for (std::size_t at = 0; at < configuration.size(); at += configuration[at]) {
     const std::uint8_t* descriptor = &configuration[at];
-    if (descriptor[1] != interfaceDescriptor || descriptor[settingInInterface] != 0) continue;
-    to.insert(to.end(), descriptor + classInInterface, descriptor + classInInterface + 3);
+    if (descriptor[usb::descriptorTypeAt] != usb::interfaceDescriptor ||
+        descriptor[usb::interface::alternateSettingAt] != 0)
+      continue;
+    to.insert(to.end(), descriptor + usb::interface::classAt,
+              descriptor + usb::interface::classAt + usb::classTripleSize);
     to.push_back(0);
   }
 }
@@ -99,12 +97,7 @@ CommandHeader parseCommand(const std::uint8_t* bytes) {
 }
 
 SubmitCommand parseSubmit(const std::uint8_t* bytes) {
-  const std::uint8_t* setup = bytes + 40;  // little-endian inside (USB 2.0, 9.3)
-  const auto word = [setup](int at) { return static_cast<std::uint16_t>(setup[at] | setup[at + 1] << 8); };
-  return {read32(bytes + 20),
-          read32(bytes + 24),
-          read32(bytes + 32),
-          {setup[0], setup[1], word(2), word(4), word(6)}};
+  return {read32(bytes + 20), read32(bytes + 24), read32(bytes + 32), usb::readSetup(bytes + 40)};
 }
 
 std::uint32_t parseUnlink(const std::uint8_t* bytes) {

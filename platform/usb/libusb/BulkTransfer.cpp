@@ -4,6 +4,7 @@
 #include <climits>
 
 #include "LibusbStatus.h"
+#include "UsbDeviceFramework.h"
 
 namespace platform {
 namespace {
@@ -22,8 +23,8 @@ Clock::time_point after(Clock::time_point start, BulkTransfer::Milliseconds limi
 // A request that ends because it is asked back says nothing of packets: bytes that fill no whole number of
 // them were ended by a short one at that very moment.
 bool endedShort(const libusb_endpoint_descriptor& endpoint, std::uint32_t moved) {
-  const bool in = (endpoint.bEndpointAddress & LIBUSB_ENDPOINT_IN) != 0;
-  return in && endpoint.wMaxPacketSize != 0 && moved % endpoint.wMaxPacketSize != 0;
+  return usb::isIn(endpoint.bEndpointAddress) && endpoint.wMaxPacketSize != 0 &&
+         moved % endpoint.wMaxPacketSize != 0;
 }
 
 }  // namespace

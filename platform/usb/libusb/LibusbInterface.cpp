@@ -20,7 +20,7 @@ constexpr unsigned int goneProbeMs = 100;
 constexpr int goneProbes = 4;
 
 PipeDirection directionOf(const libusb_endpoint_descriptor& endpoint) {
-  return (endpoint.bEndpointAddress & LIBUSB_ENDPOINT_IN) != 0 ? PipeDirection::in : PipeDirection::out;
+  return usb::isIn(endpoint.bEndpointAddress) ? PipeDirection::in : PipeDirection::out;
 }
 
 }  // namespace
@@ -92,10 +92,8 @@ IOReturn LibusbInterface::getPipeProperties(std::uint8_t pipe, PipeProperties* p
     return statusOfLibusbError(error);
   }
   const libusb_endpoint_descriptor& endpoint = *endpointOf(pipe);
-  *properties = {directionOf(endpoint),
-                 static_cast<std::uint8_t>(endpoint.bEndpointAddress & LIBUSB_ENDPOINT_ADDRESS_MASK),
-                 static_cast<TransferType>(endpoint.bmAttributes & LIBUSB_TRANSFER_TYPE_MASK),
-                 endpoint.wMaxPacketSize, endpoint.bInterval};
+  *properties = {directionOf(endpoint), usb::endpointNumber(endpoint.bEndpointAddress),
+                 usb::transferType(endpoint.bmAttributes), endpoint.wMaxPacketSize, endpoint.bInterval};
   return kIOReturnSuccess;
 }
 
@@ -208,9 +206,9 @@ void LibusbInterface::letGo() {
 
 bool LibusbInterface::isGone() {
   for (int probe = 0; probe < goneProbes; ++probe) {
-    std::uint8_t deviceStatus[2];
-    const int answer = libusb_control_transfer(handle_.get(), LIBUSB_ENDPOINT_IN, LIBUSB_REQUEST_GET_STATUS,
-                                               0, 0, deviceStatus, sizeof deviceStatus, goneProbeMs);
+    std::uint8_t deviceStatus[usb::statusSize];
+    const int answer = libusb_control_transfer(handle_.get(), usb::fromDevice, usb::getStatus, 0, 0,
+                                               deviceStatus, usb::statusSize, goneProbeMs);
     if (answer == LIBUSB_ERROR_NO_DEVICE) return true;
     if (answer >= 0) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(goneProbeMs));

@@ -57,7 +57,7 @@ class WatchedStack : public testing::Test {
     interface->abortPipe(1);
     interface->resetPipe(1);
     interface->clearPipeStallBothEnds(3);
-    interface->controlRequest(0, {2, 1, 0, 0x88, 0, nullptr});
+    interface->controlRequest(0, {platform::usb::clearHaltOf(0x88), nullptr});
     interface->writePipeTO(1, "hello", 5, 250, 250);
     char buffer[10] = {};
     std::uint32_t size = sizeof buffer;

@@ -67,7 +67,7 @@ TEST_F(ScriptedStack, RecordsEachCallWithItsArguments) {
   usb.forgetCalls();
   interface->open();
   interface->writePipeTO(1, "ab", 2, 15, 60);
-  interface->controlRequest(0, {2, 1, 0, 0x88, 0, nullptr});
+  interface->controlRequest(0, {platform::usb::clearHaltOf(0x88), nullptr});
   interface->close();
   EXPECT_THAT(usb.calls(),
               ElementsAre("interface 1.open()", "interface 1.writePipeTO(1, 2, 15, 60)",
