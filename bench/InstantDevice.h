@@ -18,68 +18,73 @@ class InstantDevice final : public platform::UsbStack, platform::PlugInInterface
 
   void rewind() { position_ = 0; }
 
-  platform::IOReturn masterPort(platform::MachPort* port) override { return answer(port, 1U); }
-  void portDeallocate(platform::MachPort /*port*/) override {}
-  std::optional<platform::MatchingDictionary> serviceMatching(platform::ServiceKind kind) override {
+  platform::IOReturn masterPort(platform::MachPort* port) noexcept override { return answer(port, 1U); }
+  void portDeallocate(platform::MachPort /*port*/) noexcept override {}
+  std::optional<platform::MatchingDictionary> serviceMatching(platform::ServiceKind kind) noexcept override {
     return platform::MatchingDictionary{kind};
   }
   platform::IOReturn matchingServices(platform::MachPort /*port*/,
                                       const platform::MatchingDictionary& /*matching*/,
-                                      platform::IOObject* iterator) override {
+                                      platform::IOObject* iterator) noexcept override {
     servicesLeft_ = 1;
     return answer(iterator, 1U);
   }
-  platform::IOObject iteratorNext(platform::IOObject /*iterator*/) override {
+  platform::IOObject iteratorNext(platform::IOObject /*iterator*/) noexcept override {
     return servicesLeft_-- == 1 ? 2 : 0;
   }
-  void objectRelease(platform::IOObject /*object*/) override {}
+  void objectRelease(platform::IOObject /*object*/) noexcept override {}
   platform::IOReturn createPlugInInterfaceForService(platform::IOObject /*service*/,
                                                      platform::ServiceKind /*userClientType*/,
-                                                     platform::PlugInInterface** plugIn) override {
+                                                     platform::PlugInInterface** plugIn) noexcept override {
     *plugIn = this;
     return platform::kIOReturnSuccess;
   }
 
-  platform::IOReturn queryInterface(platform::UsbInterface** interface) override {
+  platform::IOReturn queryInterface(platform::UsbInterface** interface) noexcept override {
     *interface = this;
     return platform::kIOReturnSuccess;
   }
-  platform::IOReturn queryInterface(platform::UsbDevice** /*device*/) override {
+  platform::IOReturn queryInterface(platform::UsbDevice** /*device*/) noexcept override {
     return platform::kIOReturnUnsupported;
   }
-  void release() override {}
+  void release() noexcept override {}
 
-  platform::IOReturn open() override { return platform::kIOReturnSuccess; }
-  platform::IOReturn close() override { return platform::kIOReturnSuccess; }
-  platform::IOReturn getNumEndpoints(std::uint8_t* count) override { return answer(count, std::uint8_t{3}); }
-  platform::IOReturn setAlternateInterface(std::uint8_t /*setting*/) override {
+  platform::IOReturn open() noexcept override { return platform::kIOReturnSuccess; }
+  platform::IOReturn close() noexcept override { return platform::kIOReturnSuccess; }
+  platform::IOReturn getNumEndpoints(std::uint8_t* count) noexcept override {
+    return answer(count, std::uint8_t{3});
+  }
+  platform::IOReturn setAlternateInterface(std::uint8_t /*setting*/) noexcept override {
     return platform::kIOReturnSuccess;
   }
-  platform::IOReturn getPipeProperties(std::uint8_t pipe, platform::PipeProperties* properties) override {
+  platform::IOReturn getPipeProperties(std::uint8_t pipe,
+                                       platform::PipeProperties* properties) noexcept override {
     static constexpr std::uint8_t endpoints[] = {requestEndpoint, replyEndpoint, dataEndpoint};
     const std::uint8_t endpoint = endpoints[pipe - 1];
     *properties = {endpoint == requestEndpoint ? platform::PipeDirection::out : platform::PipeDirection::in,
                    endpoint, platform::TransferType::bulk, 512, 0};
     return platform::kIOReturnSuccess;
   }
-  platform::IOReturn abortPipe(std::uint8_t /*pipe*/) override { return platform::kIOReturnSuccess; }
-  platform::IOReturn resetPipe(std::uint8_t /*pipe*/) override { return platform::kIOReturnSuccess; }
-  platform::IOReturn clearPipeStallBothEnds(std::uint8_t /*pipe*/) override {
+  platform::IOReturn abortPipe(std::uint8_t /*pipe*/) noexcept override { return platform::kIOReturnSuccess; }
+  platform::IOReturn resetPipe(std::uint8_t /*pipe*/) noexcept override { return platform::kIOReturnSuccess; }
+  platform::IOReturn clearPipeStallBothEnds(std::uint8_t /*pipe*/) noexcept override {
     return platform::kIOReturnSuccess;
   }
   platform::IOReturn controlRequest(std::uint8_t /*pipe*/,
-                                    const platform::ControlRequest& /*request*/) override {
+                                    const platform::ControlRequest& /*request*/) noexcept override {
     return platform::kIOReturnSuccess;
   }
   platform::IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
-                                std::uint32_t /*noDataMs*/, std::uint32_t /*completionMs*/) override {
+                                std::uint32_t /*noDataMs*/,
+                                std::uint32_t /*completionMs*/) noexcept override {
     if (pipe == 2) return copyOut(reply_, 0, buffer, size);
     const platform::IOReturn status = copyOut(stream_, position_, buffer, size);
     position_ += *size;
     return status;
   }
   platform::IOReturn writePipeTO(std::uint8_t /*pipe*/, const void* /*buffer*/, std::uint32_t /*size*/,
-                                 std::uint32_t /*noDataMs*/, std::uint32_t /*completionMs*/) override {
+                                 std::uint32_t /*noDataMs*/,
+                                 std::uint32_t /*completionMs*/) noexcept override {
     return platform::kIOReturnSuccess;
   }
 

@@ -15,7 +15,7 @@ constexpr std::uint32_t flowMs = 50;
 }  // namespace
 
 // Never the inner pipe: its stack is for one thread, and its transfers are over when their calls return.
-IOReturn PacedInterface::abortPipe(std::uint8_t pipe) {
+IOReturn PacedInterface::abortPipe(std::uint8_t pipe) noexcept {
   stack_.abort(pipe);
   return kIOReturnSuccess;
 }
@@ -33,7 +33,8 @@ bool PacedInterface::waitLikeTheStack(std::uint64_t sinceMs, std::uint8_t pipe) 
 }
 
 IOReturn PacedInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
-                                    std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+                                    std::uint32_t noDataTimeoutMs,
+                                    std::uint32_t completionTimeoutMs) noexcept {
   const bool data = isDataPipe(pipe);
   if (data && warmUpLeftMs_ > 0) {
     const std::uint32_t wait =
@@ -59,7 +60,8 @@ IOReturn PacedInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32
 }
 
 IOReturn PacedInterface::writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
-                                     std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+                                     std::uint32_t noDataTimeoutMs,
+                                     std::uint32_t completionTimeoutMs) noexcept {
   warmUpLeftMs_ = stack_.pace_.warmUpMs;
   const std::uint64_t before = stack_.virtualStack_.nowMs();
   const IOReturn status = inner().writePipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);

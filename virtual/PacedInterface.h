@@ -12,11 +12,13 @@ class PacedInterface final : public platform::ForwardingUsbInterface {
   PacedInterface(PacedUsbStack& stack, platform::UsbInterface& inner)
       : ForwardingUsbInterface(stack, inner), stack_(stack) {}
 
-  platform::IOReturn abortPipe(std::uint8_t pipe) override;
+  platform::IOReturn abortPipe(std::uint8_t pipe) noexcept override;
   platform::IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
-                                std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) override;
+                                std::uint32_t noDataTimeoutMs,
+                                std::uint32_t completionTimeoutMs) noexcept override;
   platform::IOReturn writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
-                                 std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) override;
+                                 std::uint32_t noDataTimeoutMs,
+                                 std::uint32_t completionTimeoutMs) noexcept override;
 
  private:
   bool isDataPipe(std::uint8_t pipe);

@@ -15,9 +15,9 @@ class VirtualPlugIn final : public platform::PlugInInterface {
   VirtualPlugIn& operator=(const VirtualPlugIn&) = delete;
   virtual ~VirtualPlugIn() = default;
 
-  platform::IOReturn queryInterface(platform::UsbInterface** interface) override;
-  platform::IOReturn queryInterface(platform::UsbDevice** device) override;
-  void release() override;
+  platform::IOReturn queryInterface(platform::UsbInterface** interface) noexcept override;
+  platform::IOReturn queryInterface(platform::UsbDevice** device) noexcept override;
+  void release() noexcept override;
 
  private:
   VirtualUsbStack& stack_;

@@ -14,7 +14,7 @@ VirtualUsbDevice::~VirtualUsbDevice() {
   if (stack_.deviceHolder_ == this) stack_.deviceHolder_ = nullptr;
 }
 
-IOReturn VirtualUsbDevice::open() {
+IOReturn VirtualUsbDevice::open() noexcept {
   if (!isAlive()) return kIOReturnNoDevice;
   // Whoever had it open before an unplugging holds nothing any more.
   if (stack_.deviceHolder_ != nullptr && stack_.deviceHolder_->isAlive()) return kIOReturnExclusiveAccess;
@@ -23,26 +23,26 @@ IOReturn VirtualUsbDevice::open() {
   return kIOReturnSuccess;
 }
 
-IOReturn VirtualUsbDevice::close() {
+IOReturn VirtualUsbDevice::close() noexcept {
   if (!open_) return kIOReturnNotOpen;
   open_ = false;
   if (stack_.deviceHolder_ == this) stack_.deviceHolder_ = nullptr;
   return isAlive() ? kIOReturnSuccess : kIOReturnNoDevice;
 }
 
-void VirtualUsbDevice::release() {
+void VirtualUsbDevice::release() noexcept {
   stack_.devices_.erase(this);
 }
 
-IOReturn VirtualUsbDevice::getDeviceVendor(std::uint16_t* vendor) {
+IOReturn VirtualUsbDevice::getDeviceVendor(std::uint16_t* vendor) noexcept {
   return readDescriptor(usb::device::vendorAt, vendor);
 }
 
-IOReturn VirtualUsbDevice::getDeviceProduct(std::uint16_t* product) {
+IOReturn VirtualUsbDevice::getDeviceProduct(std::uint16_t* product) noexcept {
   return readDescriptor(usb::device::productAt, product);
 }
 
-IOReturn VirtualUsbDevice::getLocationID(std::uint32_t* location) {
+IOReturn VirtualUsbDevice::getLocationID(std::uint32_t* location) noexcept {
   if (!isAlive()) return kIOReturnNoDevice;
   *location = portLocation;
   return kIOReturnSuccess;

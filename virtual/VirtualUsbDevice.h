@@ -15,12 +15,12 @@ class VirtualUsbDevice final : public platform::UsbDevice {
   VirtualUsbDevice& operator=(const VirtualUsbDevice&) = delete;
   virtual ~VirtualUsbDevice();
 
-  platform::IOReturn open() override;
-  platform::IOReturn close() override;
-  void release() override;
-  platform::IOReturn getDeviceVendor(std::uint16_t* vendor) override;
-  platform::IOReturn getDeviceProduct(std::uint16_t* product) override;
-  platform::IOReturn getLocationID(std::uint32_t* location) override;
+  platform::IOReturn open() noexcept override;
+  platform::IOReturn close() noexcept override;
+  void release() noexcept override;
+  platform::IOReturn getDeviceVendor(std::uint16_t* vendor) noexcept override;
+  platform::IOReturn getDeviceProduct(std::uint16_t* product) noexcept override;
+  platform::IOReturn getLocationID(std::uint32_t* location) noexcept override;
 
  private:
   bool isAlive() const;

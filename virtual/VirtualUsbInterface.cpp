@@ -1,6 +1,8 @@
 #include "VirtualUsbInterface.h"
 
 #include <algorithm>
+#include <new>
+#include <utility>
 
 namespace virtualscanner {
 namespace {
@@ -19,7 +21,7 @@ VirtualUsbInterface::~VirtualUsbInterface() {
   close();
 }
 
-IOReturn VirtualUsbInterface::open() {
+IOReturn VirtualUsbInterface::open() noexcept {
   if (!isAlive()) return kIOReturnNoDevice;
   // Whoever had it open before an unplugging holds nothing any more.
   if (stack_.interfaceHolder_ != nullptr && stack_.interfaceHolder_->isAlive())
@@ -30,27 +32,30 @@ IOReturn VirtualUsbInterface::open() {
   return kIOReturnSuccess;
 }
 
-IOReturn VirtualUsbInterface::close() {
+IOReturn VirtualUsbInterface::close() noexcept try {
   if (!open_) return kIOReturnNotOpen;
   open_ = false;
-  if (setting_ != 0 && isAlive()) stack_.scanner_.control(usb::selectSetting(onlyInterface, 0), nullptr);
-  setting_ = 0;
   if (stack_.interfaceHolder_ == this) stack_.interfaceHolder_ = nullptr;
-  return isAlive() ? kIOReturnSuccess : kIOReturnNoDevice;
+  const bool mustReset = std::exchange(setting_, std::uint8_t{0}) != 0;
+  if (!isAlive()) return kIOReturnNoDevice;
+  if (mustReset) stack_.scanner_.control(usb::selectSetting(onlyInterface, 0), nullptr);
+  return kIOReturnSuccess;
+} catch (const std::bad_alloc&) {
+  return kIOReturnNoMemory;
 }
 
-void VirtualUsbInterface::release() {
+void VirtualUsbInterface::release() noexcept {
   stack_.interfaces_.erase(this);
 }
 
-IOReturn VirtualUsbInterface::getNumEndpoints(std::uint8_t* count) {
+IOReturn VirtualUsbInterface::getNumEndpoints(std::uint8_t* count) noexcept {
   const IOReturn status = checkOpen();
   if (status == kIOReturnSuccess)
     *count = static_cast<std::uint8_t>(stack_.scanner_.endpoints(setting_).size());
   return status;
 }
 
-IOReturn VirtualUsbInterface::setAlternateInterface(std::uint8_t alternateSetting) {
+IOReturn VirtualUsbInterface::setAlternateInterface(std::uint8_t alternateSetting) noexcept try {
   IOReturn status = checkOpen();
   if (status != kIOReturnSuccess) return status;
   if (!stack_.scanner_.hasAlternateSetting(alternateSetting)) return kIOReturnNotFound;
@@ -59,9 +64,11 @@ IOReturn VirtualUsbInterface::setAlternateInterface(std::uint8_t alternateSettin
   setting_ = alternateSetting;
   haltedHere_.clear();
   return kIOReturnSuccess;
+} catch (const std::bad_alloc&) {
+  return kIOReturnNoMemory;
 }
 
-IOReturn VirtualUsbInterface::getPipeProperties(std::uint8_t pipe, PipeProperties* properties) {
+IOReturn VirtualUsbInterface::getPipeProperties(std::uint8_t pipe, PipeProperties* properties) noexcept {
   const IOReturn status = checkPipe(pipe);
   if (status != kIOReturnSuccess) return status;
   if (pipe == 0) {
@@ -75,31 +82,36 @@ IOReturn VirtualUsbInterface::getPipeProperties(std::uint8_t pipe, PipePropertie
 }
 
 // Transfers are over when their call returns: there is never one in flight.
-IOReturn VirtualUsbInterface::abortPipe(std::uint8_t pipe) {
+IOReturn VirtualUsbInterface::abortPipe(std::uint8_t pipe) noexcept {
   return checkPipe(pipe);
 }
 
-IOReturn VirtualUsbInterface::resetPipe(std::uint8_t pipe) {
+IOReturn VirtualUsbInterface::resetPipe(std::uint8_t pipe) noexcept {
   const IOReturn status = checkPipe(pipe);
   if (status == kIOReturnSuccess) haltedHere_.erase(pipe);
   return status;
 }
 
-IOReturn VirtualUsbInterface::clearPipeStallBothEnds(std::uint8_t pipe) {
+IOReturn VirtualUsbInterface::clearPipeStallBothEnds(std::uint8_t pipe) noexcept try {
   const IOReturn status = resetPipe(pipe);
   if (status != kIOReturnSuccess || pipe == 0) return status;
   return statusOf(stack_.scanner_.control(usb::clearHaltOf(endpointOf(pipe)->address), nullptr), 0);
+} catch (const std::bad_alloc&) {
+  return kIOReturnNoMemory;
 }
 
-IOReturn VirtualUsbInterface::controlRequest(std::uint8_t pipe, const ControlRequest& request) {
+IOReturn VirtualUsbInterface::controlRequest(std::uint8_t pipe, const ControlRequest& request) noexcept try {
   const IOReturn status = checkOpen();
   if (status != kIOReturnSuccess) return status;
   if (pipe != 0) return kIOUSBUnknownPipeErr;
   return statusOf(stack_.scanner_.control(request, static_cast<std::uint8_t*>(request.data)), 0);
+} catch (const std::bad_alloc&) {
+  return kIOReturnNoMemory;
 }
 
 IOReturn VirtualUsbInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
-                                         std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+                                         std::uint32_t noDataTimeoutMs,
+                                         std::uint32_t completionTimeoutMs) noexcept try {
   const std::uint32_t capacity = *size;
   *size = 0;
   const IOReturn check = checkTransfer(pipe, PipeDirection::in);
@@ -112,16 +124,21 @@ IOReturn VirtualUsbInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::u
   // What came before the silence is a success; only a wait without end is not.
   if (quiet && wait(noDataTimeoutMs, completionTimeoutMs) == kIOReturnAborted) return kIOReturnAborted;
   return statusOf(transfer, pipe);
+} catch (const std::bad_alloc&) {
+  return kIOReturnNoMemory;
 }
 
 IOReturn VirtualUsbInterface::writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
-                                          std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+                                          std::uint32_t noDataTimeoutMs,
+                                          std::uint32_t completionTimeoutMs) noexcept try {
   const IOReturn check = checkTransfer(pipe, PipeDirection::out);
   if (check != kIOReturnSuccess) return check;
   const Transfer transfer =
       stack_.scanner_.write(endpointOf(pipe)->address, static_cast<const std::uint8_t*>(buffer), size);
   if (transfer.status == TransferStatus::silent) return wait(noDataTimeoutMs, completionTimeoutMs);
   return statusOf(transfer, pipe);
+} catch (const std::bad_alloc&) {
+  return kIOReturnNoMemory;
 }
 
 bool VirtualUsbInterface::isAlive() const {

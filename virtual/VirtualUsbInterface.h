@@ -18,20 +18,24 @@ class VirtualUsbInterface final : public platform::UsbInterface {
   VirtualUsbInterface& operator=(const VirtualUsbInterface&) = delete;
   virtual ~VirtualUsbInterface();
 
-  platform::IOReturn open() override;
-  platform::IOReturn close() override;
-  void release() override;
-  platform::IOReturn getNumEndpoints(std::uint8_t* count) override;
-  platform::IOReturn setAlternateInterface(std::uint8_t alternateSetting) override;
-  platform::IOReturn getPipeProperties(std::uint8_t pipe, platform::PipeProperties* properties) override;
-  platform::IOReturn abortPipe(std::uint8_t pipe) override;
-  platform::IOReturn resetPipe(std::uint8_t pipe) override;
-  platform::IOReturn clearPipeStallBothEnds(std::uint8_t pipe) override;
-  platform::IOReturn controlRequest(std::uint8_t pipe, const platform::ControlRequest& request) override;
+  platform::IOReturn open() noexcept override;
+  platform::IOReturn close() noexcept override;
+  void release() noexcept override;
+  platform::IOReturn getNumEndpoints(std::uint8_t* count) noexcept override;
+  platform::IOReturn setAlternateInterface(std::uint8_t alternateSetting) noexcept override;
+  platform::IOReturn getPipeProperties(std::uint8_t pipe,
+                                       platform::PipeProperties* properties) noexcept override;
+  platform::IOReturn abortPipe(std::uint8_t pipe) noexcept override;
+  platform::IOReturn resetPipe(std::uint8_t pipe) noexcept override;
+  platform::IOReturn clearPipeStallBothEnds(std::uint8_t pipe) noexcept override;
+  platform::IOReturn controlRequest(std::uint8_t pipe,
+                                    const platform::ControlRequest& request) noexcept override;
   platform::IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
-                                std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) override;
+                                std::uint32_t noDataTimeoutMs,
+                                std::uint32_t completionTimeoutMs) noexcept override;
   platform::IOReturn writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
-                                 std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) override;
+                                 std::uint32_t noDataTimeoutMs,
+                                 std::uint32_t completionTimeoutMs) noexcept override;
 
  private:
   bool isAlive() const;

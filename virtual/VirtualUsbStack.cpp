@@ -1,5 +1,6 @@
 #include "VirtualUsbStack.h"
 
+#include <new>
 #include <utility>
 
 #include "VirtualPlugIn.h"
@@ -19,53 +20,63 @@ Unreleased VirtualUsbStack::unreleased() const {
           devices_.size()};
 }
 
-IOReturn VirtualUsbStack::masterPort(MachPort* port) {
+IOReturn VirtualUsbStack::masterPort(MachPort* port) noexcept try {
+  ports_.insert(lastId_ + 1);
   *port = ++lastId_;
-  ports_.insert(*port);
   return kIOReturnSuccess;
+} catch (const std::bad_alloc&) {
+  return kIOReturnNoMemory;
 }
 
-void VirtualUsbStack::portDeallocate(MachPort port) {
+void VirtualUsbStack::portDeallocate(MachPort port) noexcept {
   ports_.erase(port);
 }
 
-std::optional<MatchingDictionary> VirtualUsbStack::serviceMatching(ServiceKind kind) {
+std::optional<MatchingDictionary> VirtualUsbStack::serviceMatching(ServiceKind kind) noexcept {
   return MatchingDictionary{kind};
 }
 
 IOReturn VirtualUsbStack::matchingServices(MachPort port, const MatchingDictionary& matching,
-                                           IOObject* iterator) {
+                                           IOObject* iterator) noexcept try {
   if (!ports_.contains(port)) return kIOReturnBadArgument;
   Iterator found;
   if (scanner_.pluggedIn()) found.services.push_back({matching.kind, scanner_.connection()});
+  iterators_.emplace(lastId_ + 1, std::move(found));
   *iterator = ++lastId_;
-  iterators_.emplace(*iterator, std::move(found));
   return kIOReturnSuccess;
+} catch (const std::bad_alloc&) {
+  return kIOReturnNoMemory;
 }
 
-IOObject VirtualUsbStack::iteratorNext(IOObject iterator) {
+IOObject VirtualUsbStack::iteratorNext(IOObject iterator) noexcept try {
   const auto found = iterators_.find(iterator);
   if (found == iterators_.end() || found->second.next == found->second.services.size()) return 0;
-  services_.emplace(++lastId_, found->second.services[found->second.next++]);
-  return lastId_;
+  services_.emplace(lastId_ + 1, found->second.services[found->second.next]);
+  ++found->second.next;
+  return ++lastId_;
+} catch (const std::bad_alloc&) {
+  return 0;
 }
 
-void VirtualUsbStack::objectRelease(IOObject object) {
+void VirtualUsbStack::objectRelease(IOObject object) noexcept {
   iterators_.erase(object);
   services_.erase(object);
 }
 
 IOReturn VirtualUsbStack::createPlugInInterfaceForService(IOObject service, ServiceKind userClientType,
-                                                          PlugInInterface** plugIn) {
+                                                          PlugInInterface** plugIn) noexcept try {
   const auto found = services_.find(service);
   if (found == services_.end()) return kIOReturnBadArgument;
   const Service& chosen = found->second;
   if (chosen.kind != userClientType) return kIOReturnUnsupported;
   if (!scanner_.pluggedIn() || scanner_.connection() != chosen.connection) return kIOReturnNoDevice;
   auto object = std::make_unique<VirtualPlugIn>(*this, chosen.kind, chosen.connection);
-  *plugIn = object.get();
-  plugIns_.emplace(object.get(), std::move(object));
+  VirtualPlugIn* kept = object.get();
+  plugIns_.emplace(kept, std::move(object));
+  *plugIn = kept;
   return kIOReturnSuccess;
+} catch (const std::bad_alloc&) {
+  return kIOReturnNoMemory;
 }
 
 }  // namespace virtualscanner

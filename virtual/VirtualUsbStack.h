@@ -54,16 +54,16 @@ class VirtualUsbStack : public platform::UsbStack {
   std::uint64_t nowMs() const { return nowMs_; }
   Unreleased unreleased() const;
 
-  platform::IOReturn masterPort(platform::MachPort* port) override;
-  void portDeallocate(platform::MachPort port) override;
-  std::optional<platform::MatchingDictionary> serviceMatching(platform::ServiceKind kind) override;
+  platform::IOReturn masterPort(platform::MachPort* port) noexcept override;
+  void portDeallocate(platform::MachPort port) noexcept override;
+  std::optional<platform::MatchingDictionary> serviceMatching(platform::ServiceKind kind) noexcept override;
   platform::IOReturn matchingServices(platform::MachPort port, const platform::MatchingDictionary& matching,
-                                      platform::IOObject* iterator) override;
-  platform::IOObject iteratorNext(platform::IOObject iterator) override;
-  void objectRelease(platform::IOObject object) override;
+                                      platform::IOObject* iterator) noexcept override;
+  platform::IOObject iteratorNext(platform::IOObject iterator) noexcept override;
+  void objectRelease(platform::IOObject object) noexcept override;
   platform::IOReturn createPlugInInterfaceForService(platform::IOObject service,
                                                      platform::ServiceKind userClientType,
-                                                     platform::PlugInInterface** plugIn) override;
+                                                     platform::PlugInInterface** plugIn) noexcept override;
 
  private:
   friend class VirtualUsbInterface;

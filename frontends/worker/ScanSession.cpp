@@ -99,6 +99,7 @@ void ScanSession::setArea() const {
 }
 
 ScanOutcome ScanSession::whyNotOpen() const {
+  if (supervision_->stack.outOfMemory()) return outcome::noMemory();
   switch (const platform::IOReturn failure = supervision_->stack.openFailure()) {
     case platform::kIOReturnExclusiveAccess:
     case platform::kIOReturnBusy:
@@ -121,7 +122,8 @@ ScanOutcome ScanSession::outcomeOf(std::int32_t result) const {
   const ScanOutcome verdict = watch.verdict();
   const bool decided =
       verdict.good() || verdict.status == ScanStatus::cancelled || watch.ended() || watch.pictureIsOver();
-  return result == notKept && !decided ? outcome::noMemory() : verdict;
+  const bool outOfMemory = result == notKept || supervision_->stack.outOfMemory();
+  return outOfMemory && !decided ? outcome::noMemory() : verdict;
 }
 
 }  // namespace frontend

@@ -1,5 +1,8 @@
 #include "WatchedInterface.h"
 
+#include <new>
+#include <utility>
+
 #include "WatchedUsbStack.h"
 
 namespace frontend {
@@ -41,7 +44,7 @@ void WatchedInterface::putAway() {
   inner().close();
 }
 
-IOReturn WatchedInterface::open() {
+IOReturn WatchedInterface::open() noexcept {
   const IOReturn status = inner().open();
   const bool first = !open_ && status == platform::kIOReturnSuccess;
   open_ = open_ || first;
@@ -49,7 +52,7 @@ IOReturn WatchedInterface::open() {
   return status;
 }
 
-IOReturn WatchedInterface::close() {
+IOReturn WatchedInterface::close() noexcept {
   stack_.noteClosed(open_);
   open_ = false;
   return inner().close();
@@ -71,20 +74,20 @@ IOReturn WatchedInterface::readOnce(std::uint8_t pipe, std::uint8_t* buffer, std
       const Transfer transfer(*this, pipe);
       status = inner().readPipeTO(pipe, buffer, size, wait, watch_.completionFor(pipe, completionTimeoutMs));
     }
+    if (status == platform::kIOReturnNoMemory) return status;
     status = watch_.judgeRead(pipe, status, buffer, *size, wait);
     if (!watch_.readAgain()) return status;
   }
 }
 
-IOReturn WatchedInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
-                                      std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+IOReturn WatchedInterface::readWhole(std::uint8_t pipe, std::uint8_t* buffer, std::uint32_t* size,
+                                     std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
   const std::uint32_t capacity = *size;
   std::uint32_t total = 0;
   *size = 0;
   for (;;) {
     std::uint32_t moved = capacity - total;
-    const IOReturn told = readOnce(pipe, static_cast<std::uint8_t*>(buffer) + total, &moved, noDataTimeoutMs,
-                                   completionTimeoutMs);
+    const IOReturn told = readOnce(pipe, buffer + total, &moved, noDataTimeoutMs, completionTimeoutMs);
     const bool passed = told == platform::kIOReturnSuccess;
     if (passed || total == 0) *size = total + moved;
     if (!passed && (total == 0 || watch_.ended())) return told;
@@ -94,16 +97,43 @@ IOReturn WatchedInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint
   }
 }
 
-IOReturn WatchedInterface::writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
-                                       std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
-  if (!watch_.mayWrite(pipe, buffer, size)) return platform::kIOReturnNoDevice;
-  IOReturn status = platform::kIOReturnSuccess;
-  {
-    const Transfer transfer(*this, pipe);
-    status = inner().writePipeTO(pipe, buffer, size, watch_.waitFor(pipe, noDataTimeoutMs),
-                                 watch_.completionFor(pipe, completionTimeoutMs));
+template <typename Operation>
+IOReturn WatchedInterface::unlessOutOfMemory(Operation operation) noexcept {
+  if (stack_.outOfMemory_) return platform::kIOReturnNoDevice;
+  IOReturn status = platform::kIOReturnNoMemory;
+  try {
+    status = operation();
+  } catch (const std::bad_alloc&) {
   }
-  return watch_.judgeWrite(pipe, status);
+  stack_.outOfMemory_ = status == platform::kIOReturnNoMemory;
+  return status;
+}
+
+IOReturn WatchedInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
+                                      std::uint32_t noDataTimeoutMs,
+                                      std::uint32_t completionTimeoutMs) noexcept {
+  std::uint32_t moved = std::exchange(*size, 0);
+  return unlessOutOfMemory([&] {
+    const IOReturn status =
+        readWhole(pipe, static_cast<std::uint8_t*>(buffer), &moved, noDataTimeoutMs, completionTimeoutMs);
+    *size = moved;
+    return status;
+  });
+}
+
+IOReturn WatchedInterface::writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
+                                       std::uint32_t noDataTimeoutMs,
+                                       std::uint32_t completionTimeoutMs) noexcept {
+  return unlessOutOfMemory([&] {
+    if (!watch_.mayWrite(pipe, buffer, size)) return platform::kIOReturnNoDevice;
+    IOReturn status = platform::kIOReturnSuccess;
+    {
+      const Transfer transfer(*this, pipe);
+      status = inner().writePipeTO(pipe, buffer, size, watch_.waitFor(pipe, noDataTimeoutMs),
+                                   watch_.completionFor(pipe, completionTimeoutMs));
+    }
+    return status == platform::kIOReturnNoMemory ? status : watch_.judgeWrite(pipe, status);
+  });
 }
 
 }  // namespace frontend

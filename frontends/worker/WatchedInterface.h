@@ -17,17 +17,23 @@ class WatchedInterface final : public platform::ForwardingUsbInterface {
   // Leaves the device ready for the next job where its user did not close it.
   ~WatchedInterface() override;
 
-  platform::IOReturn open() override;
-  platform::IOReturn close() override;
+  platform::IOReturn open() noexcept override;
+  platform::IOReturn close() noexcept override;
   platform::IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
-                                std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) override;
+                                std::uint32_t noDataTimeoutMs,
+                                std::uint32_t completionTimeoutMs) noexcept override;
   platform::IOReturn writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
-                                 std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) override;
+                                 std::uint32_t noDataTimeoutMs,
+                                 std::uint32_t completionTimeoutMs) noexcept override;
 
  private:
   class Transfer;
 
   void putAway();
+  template <typename Operation>
+  platform::IOReturn unlessOutOfMemory(Operation operation) noexcept;
+  platform::IOReturn readWhole(std::uint8_t pipe, std::uint8_t* buffer, std::uint32_t* size,
+                               std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs);
   platform::IOReturn readOnce(std::uint8_t pipe, std::uint8_t* buffer, std::uint32_t* size,
                               std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs);
 

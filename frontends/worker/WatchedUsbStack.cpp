@@ -12,7 +12,10 @@ WatchedUsbStack::~WatchedUsbStack() {
 }
 
 std::unique_ptr<platform::ForwardingUsbInterface> WatchedUsbStack::wrap(platform::UsbInterface& interface) {
-  return std::make_unique<WatchedInterface>(*this, interface, watch_, observer_);
+  outOfMemory_ = true;  // until it is made: the driver would take a failure for the lack of a scanner
+  auto watched = std::make_unique<WatchedInterface>(*this, interface, watch_, observer_);
+  outOfMemory_ = false;
+  return watched;
 }
 
 void WatchedUsbStack::noteOpening(platform::IOReturn status, bool first) {

@@ -23,6 +23,9 @@ class WatchedUsbStack final : public platform::ForwardingUsbStack {
 
   // Whether an interface is open now.
   bool holdsInterface() const { return openInterfaces_ > 0; }
+  // Whether memory ran out in a call on this stack, here or below. The watch may have missed bytes since, so
+  // every later transfer is kIOReturnNoDevice.
+  bool outOfMemory() const { return outOfMemory_; }
   // The last interface that could not be opened: why; kIOReturnSuccess if there was none.
   platform::IOReturn openFailure() const { return openFailure_; }
 
@@ -39,6 +42,7 @@ class WatchedUsbStack final : public platform::ForwardingUsbStack {
   TransferObserver* observer_;
   platform::IOReturn openFailure_ = platform::kIOReturnSuccess;
   int openInterfaces_ = 0;
+  bool outOfMemory_ = false;
 };
 
 }  // namespace frontend

@@ -5,13 +5,11 @@
 namespace platform {
 
 ForwardingUsbInterface::~ForwardingUsbInterface() {
-  if (!released_) inner_.release();
+  if (ownsInner_) inner_.release();
 }
 
-void ForwardingUsbInterface::release() {
-  released_ = true;
-  inner_.release();
-  stack_.forget(*this);
+void ForwardingUsbInterface::release() noexcept {
+  stack_.forget(*this);  // which deletes it
 }
 
 }  // namespace platform

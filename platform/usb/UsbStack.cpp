@@ -3,26 +3,26 @@
 namespace platform {
 namespace {
 
-// Stands in where no USB stack was chosen: the registry answers, and is empty.
+// The stack where none was chosen: a registry that works and is empty.
 class EmptyUsbStack final : public UsbStack {
  public:
-  IOReturn masterPort(MachPort* port) override {
+  IOReturn masterPort(MachPort* port) noexcept override {
     *port = 1;
     return kIOReturnSuccess;
   }
-  void portDeallocate(MachPort /*port*/) override {}
-  std::optional<MatchingDictionary> serviceMatching(ServiceKind kind) override {
+  void portDeallocate(MachPort /*port*/) noexcept override {}
+  std::optional<MatchingDictionary> serviceMatching(ServiceKind kind) noexcept override {
     return MatchingDictionary{kind};
   }
   IOReturn matchingServices(MachPort /*port*/, const MatchingDictionary& /*matching*/,
-                            IOObject* iterator) override {
+                            IOObject* iterator) noexcept override {
     *iterator = 1;
     return kIOReturnSuccess;
   }
-  IOObject iteratorNext(IOObject /*iterator*/) override { return 0; }
-  void objectRelease(IOObject /*object*/) override {}
+  IOObject iteratorNext(IOObject /*iterator*/) noexcept override { return 0; }
+  void objectRelease(IOObject /*object*/) noexcept override {}
   IOReturn createPlugInInterfaceForService(IOObject /*service*/, ServiceKind /*userClientType*/,
-                                           PlugInInterface** /*plugIn*/) override {
+                                           PlugInInterface** /*plugIn*/) noexcept override {
     return kIOReturnNoDevice;
   }
 };
@@ -38,11 +38,11 @@ UsbStack& usbStack() {
   return defaultStack != nullptr ? defaultStack() : emptyStack;
 }
 
-void useUsbStack(UsbStack* stack) {
+void useUsbStack(UsbStack* stack) noexcept {
   chosenStack = stack;
 }
 
-void useDefaultUsbStack(DefaultUsbStack stack) {
+void useDefaultUsbStack(DefaultUsbStack stack) noexcept {
   defaultStack = stack;
 }
 

@@ -17,23 +17,26 @@ namespace fakes {
 platform::PipeProperties bulkOut(std::uint8_t endpointNumber, std::uint16_t maxPacketSize = 512);
 platform::PipeProperties bulkIn(std::uint8_t endpointNumber, std::uint16_t maxPacketSize = 512);
 
-// A USB stack that records every call as a line of text, answers from a script, lets any single call fail,
-// and keeps account of what was obtained and not given back. It knows nothing of scanners. Time-outs pass at
-// once.
+// A USB stack that records every call as a line of text, takes its answers from a script, lets any single
+// call fail, and keeps account of what was obtained and not given back. It knows nothing of scanners.
+// Time-outs pass at once, so that there is never a transfer to abort.
 //
+//   // Pipes 1, 2 and 3; the next read of pipe 2 gets these bytes, the one after it stalls, and writes to
+// pipe 1 fail.
 //   ScriptedUsbStack usb;
-//   usb.addInterface({bulkOut(2), bulkIn(11), bulkIn(8)});          // pipes 1, 2, 3
-//   usb.queueRead(2, "reply");                                      // the next read of pipe 2 gets these
-//   bytes usb.queueStatus(2, platform::kIOUSBPipeStalled);                // and the one after it fails
+//   usb.addInterface({bulkOut(2), bulkIn(11), bulkIn(8)});
+//   usb.queueRead(2, "reply");
+//   usb.queueStatus(2, platform::kIOUSBPipeStalled);
 //   usb.failNext("interface 1.writePipeTO(1", platform::kIOReturnIOError);
-//   platform::useUsbStack(&usb);
-//   ...                                                             // the code under test
+//   const ChosenUsbStack use(usb);
+//   ...
 //   EXPECT_THAT(usb.calls(), ElementsAre("masterPort()", "serviceMatching(usbInterface)", ...));
 //   EXPECT_THAT(usb.leftovers(), IsEmpty());
 //   EXPECT_THAT(usb.misuse(), IsEmpty());
 //
 // Services and the objects made of them are numbered from 1 in the order in which they were added. The
-// objects belong to the stack, so that a use after release is told by misuse() and touches no freed memory.
+// objects belong to the stack, so that a use after release is reported by misuse() and touches no freed
+// memory. One thread.
 class ScriptedUsbStack final : public platform::UsbStack {
  public:
   struct Transfer {
@@ -53,29 +56,29 @@ class ScriptedUsbStack final : public platform::UsbStack {
                     std::vector<platform::PipeProperties> alternateEndpoints = {});
   void addDevice(std::uint16_t vendor, std::uint16_t product, std::uint32_t location);
 
-  // Answers to the reads of a pipe, in order. Bytes that do not fit into one read stay for the next. A pipe
-  // with no answer left times out; so that no test hangs, the device is gone from the 100th time-out in a row
-  // on.
+  // What the reads of a pipe return, in order. Bytes that do not fit into one read stay for the next. A pipe
+  // with nothing queued times out; so that no test hangs, the device is gone from the 100th consecutive
+  // time-out on.
   void queueRead(std::uint8_t pipe, std::string bytes);
   void queueStatus(std::uint8_t pipe, platform::IOReturn status, int times = 1);
   // A read that succeeds with these bytes and reports `reported` of them, true or not.
   void queueReportedSize(std::uint8_t pipe, std::string bytes, std::uint32_t reported);
 
-  // Transfers on the pipe answer kIOUSBPipeStalled until both of its ends are cleared.
+  // Transfers on the pipe are kIOUSBPipeStalled until both of its ends are cleared.
   void haltPipe(std::uint8_t pipe) { halted_.insert(pipe); }
 
   // Everything that was added goes, or comes back. What was obtained before is dead.
   void unplug();
   void plugIn() { pluggedIn_ = true; }
 
-  // The next call whose line begins with `line` fails with `status` (calls without a status fail as they
-  // can).
+  // The next call whose line begins with `line` fails with `status`, or with the empty result of a call that
+  // has no status.
   void failNext(std::string line, platform::IOReturn status);
   // As failNext, but the call succeeds and hands out a null object.
   void answerNull(std::string line);
   // The n-th (from 1) of all calls that can fail fails with `status`; 0 for none.
   void failCall(int n, platform::IOReturn status);
-  // Runs before each call is answered.
+  // Runs inside each call, before it has any effect. Throws nothing but std::bad_alloc.
   void onCall(std::function<void(const std::string& line)> listener) { listener_ = std::move(listener); }
 
   const std::vector<std::string>& calls() const { return calls_; }
@@ -89,16 +92,16 @@ class ScriptedUsbStack final : public platform::UsbStack {
   // Calls on objects that were released, releases of what is not held, closes of what is not open.
   const std::vector<std::string>& misuse() const { return misuse_; }
 
-  platform::IOReturn masterPort(platform::MachPort* port) override;
-  void portDeallocate(platform::MachPort port) override;
-  std::optional<platform::MatchingDictionary> serviceMatching(platform::ServiceKind kind) override;
+  platform::IOReturn masterPort(platform::MachPort* port) noexcept override;
+  void portDeallocate(platform::MachPort port) noexcept override;
+  std::optional<platform::MatchingDictionary> serviceMatching(platform::ServiceKind kind) noexcept override;
   platform::IOReturn matchingServices(platform::MachPort port, const platform::MatchingDictionary& matching,
-                                      platform::IOObject* iterator) override;
-  platform::IOObject iteratorNext(platform::IOObject iterator) override;
-  void objectRelease(platform::IOObject object) override;
+                                      platform::IOObject* iterator) noexcept override;
+  platform::IOObject iteratorNext(platform::IOObject iterator) noexcept override;
+  void objectRelease(platform::IOObject object) noexcept override;
   platform::IOReturn createPlugInInterfaceForService(platform::IOObject service,
                                                      platform::ServiceKind userClientType,
-                                                     platform::PlugInInterface** plugIn) override;
+                                                     platform::PlugInInterface** plugIn) noexcept override;
 
  private:
   class Object;
@@ -111,7 +114,7 @@ class ScriptedUsbStack final : public platform::UsbStack {
     std::string bytes;
     std::optional<std::uint32_t> reported;
   };
-  // What a scripted failure makes of a call.
+  // What the script makes of a call.
   struct Verdict {
     platform::IOReturn status = platform::kIOReturnSuccess;
     bool null = false;
@@ -122,9 +125,11 @@ class ScriptedUsbStack final : public platform::UsbStack {
   };
 
   void record(const std::string& line);
+  template <typename MakeLine>
+  void recordRelease(MakeLine makeLine) noexcept;
   Verdict recordFallible(const std::string& line);
   void hold(const std::string& what, int change);
-  platform::IOReturn read(std::uint8_t pipe, void* buffer, std::uint32_t* size);
+  platform::IOReturn read(std::uint8_t pipe, void* buffer, std::uint32_t capacity, std::uint32_t* size);
   platform::IOReturn answerRead(std::uint8_t pipe, std::uint32_t capacity, std::string* bytes,
                                 std::uint32_t* reported);
 
@@ -151,7 +156,7 @@ class ScriptedUsbStack final : public platform::UsbStack {
   std::map<std::string, int> held_;
 };
 
-// Makes a stack the one that drivers use, as long as it lives.
+// Makes drivers use a stack while it lives, and the default one afterwards.
 class ChosenUsbStack {
  public:
   explicit ChosenUsbStack(platform::UsbStack& stack) { platform::useUsbStack(&stack); }

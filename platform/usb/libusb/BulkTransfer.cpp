@@ -33,7 +33,7 @@ BulkTransfer::BulkTransfer(libusb_context* context, libusb_device_handle* device
     : context_(context), device_(device), request_(libusb_alloc_transfer(0)) {}
 
 BulkTransfer::Result BulkTransfer::run(const libusb_endpoint_descriptor& endpoint, std::uint8_t* bytes,
-                                       std::uint32_t count, Limits limits) {
+                                       std::uint32_t count, Limits limits) noexcept {
   if (!request_) return {kIOReturnNoMemory, 0};
   if (count > INT_MAX) return {kIOReturnBadArgument, 0};
   begin(endpoint.bEndpointAddress);
@@ -63,7 +63,7 @@ BulkTransfer::Result BulkTransfer::run(const libusb_endpoint_descriptor& endpoin
   return result;
 }
 
-void BulkTransfer::abort(std::uint8_t address) {
+void BulkTransfer::abort(std::uint8_t address) noexcept {
   const std::lock_guard lock(mutex_);
   if (!running_ || address_ != address) return;
   aborted_ = true;

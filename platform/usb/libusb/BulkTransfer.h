@@ -44,10 +44,10 @@ class BulkTransfer {
 
   // Up to INT_MAX bytes.
   Result run(const libusb_endpoint_descriptor& endpoint, std::uint8_t* bytes, std::uint32_t count,
-             Limits limits);
+             Limits limits) noexcept;
 
   // Ends the transfer in flight on this endpoint, if there is one, with kIOReturnAborted.
-  void abort(std::uint8_t address);
+  void abort(std::uint8_t address) noexcept;
 
  private:
   using Clock = std::chrono::steady_clock;

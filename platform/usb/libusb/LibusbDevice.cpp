@@ -25,32 +25,32 @@ IOReturn openDevice(libusb_device* device, DeviceHandle& handle) {
   return statusOfLibusbError(error);
 }
 
-IOReturn LibusbDevice::open() {
+IOReturn LibusbDevice::open() noexcept {
   return handle_ ? kIOReturnExclusiveAccess : openDevice(device_.get(), handle_);
 }
 
-IOReturn LibusbDevice::close() {
+IOReturn LibusbDevice::close() noexcept {
   if (!handle_) return kIOReturnNotOpen;
   const bool connected = isConnected(handle_.get());
   handle_.reset();
   return connected ? kIOReturnSuccess : kIOReturnNoDevice;
 }
 
-IOReturn LibusbDevice::getDeviceVendor(std::uint16_t* vendor) {
+IOReturn LibusbDevice::getDeviceVendor(std::uint16_t* vendor) noexcept {
   libusb_device_descriptor descriptor{};
   const IOReturn status = readDescriptor(descriptor);
   if (status == kIOReturnSuccess) *vendor = descriptor.idVendor;
   return status;
 }
 
-IOReturn LibusbDevice::getDeviceProduct(std::uint16_t* product) {
+IOReturn LibusbDevice::getDeviceProduct(std::uint16_t* product) noexcept {
   libusb_device_descriptor descriptor{};
   const IOReturn status = readDescriptor(descriptor);
   if (status == kIOReturnSuccess) *product = descriptor.idProduct;
   return status;
 }
 
-IOReturn LibusbDevice::getLocationID(std::uint32_t* location) {
+IOReturn LibusbDevice::getLocationID(std::uint32_t* location) noexcept {
   if (!isPresent()) return kIOReturnNoDevice;
   *location = pathOf(device_.get()).location();
   return kIOReturnSuccess;

@@ -12,12 +12,12 @@ class LibusbDevice final : public UsbDevice {
   explicit LibusbDevice(DeviceReference device) : device_(std::move(device)) {}
   virtual ~LibusbDevice() = default;
 
-  IOReturn open() override;
-  IOReturn close() override;
-  void release() override { delete this; }
-  IOReturn getDeviceVendor(std::uint16_t* vendor) override;
-  IOReturn getDeviceProduct(std::uint16_t* product) override;
-  IOReturn getLocationID(std::uint32_t* location) override;
+  IOReturn open() noexcept override;
+  IOReturn close() noexcept override;
+  void release() noexcept override { delete this; }
+  IOReturn getDeviceVendor(std::uint16_t* vendor) noexcept override;
+  IOReturn getDeviceProduct(std::uint16_t* product) noexcept override;
+  IOReturn getLocationID(std::uint32_t* location) noexcept override;
 
  private:
   IOReturn readDescriptor(libusb_device_descriptor& descriptor) const;

@@ -29,7 +29,7 @@ LibusbInterface::~LibusbInterface() {
   if (handle_) close();
 }
 
-IOReturn LibusbInterface::open() {
+IOReturn LibusbInterface::open() noexcept {
   if (handle_ || gone_) return kIOReturnExclusiveAccess;
   IOReturn status = openDevice(device_.get(), handle_);
   if (status != kIOReturnSuccess) return status;
@@ -57,7 +57,7 @@ IOReturn LibusbInterface::claim() {
   return statusOfLibusbError(error);
 }
 
-IOReturn LibusbInterface::close() {
+IOReturn LibusbInterface::close() noexcept {
   if (std::exchange(gone_, false)) return kIOReturnNoDevice;
   if (!handle_) return kIOReturnNotOpen;
   const int error = libusb_release_interface(handle_.get(), number_);
@@ -65,13 +65,13 @@ IOReturn LibusbInterface::close() {
   return statusOfLibusbError(error);
 }
 
-IOReturn LibusbInterface::getNumEndpoints(std::uint8_t* count) {
+IOReturn LibusbInterface::getNumEndpoints(std::uint8_t* count) noexcept {
   const IOReturn status = checkOpen();
   if (status == kIOReturnSuccess) *count = setting_->bNumEndpoints;
   return status;
 }
 
-IOReturn LibusbInterface::setAlternateInterface(std::uint8_t alternateSetting) {
+IOReturn LibusbInterface::setAlternateInterface(std::uint8_t alternateSetting) noexcept {
   const IOReturn check = checkOpen();
   if (check != kIOReturnSuccess) return check;
   const auto* setting = interfaceDescriptor(*configuration_, number_, alternateSetting);
@@ -81,7 +81,7 @@ IOReturn LibusbInterface::setAlternateInterface(std::uint8_t alternateSetting) {
   return unlessGone(statusOfLibusbError(error));
 }
 
-IOReturn LibusbInterface::getPipeProperties(std::uint8_t pipe, PipeProperties* properties) {
+IOReturn LibusbInterface::getPipeProperties(std::uint8_t pipe, PipeProperties* properties) noexcept {
   const IOReturn status = checkPipe(pipe);
   if (status != kIOReturnSuccess) return status;
   if (pipe == 0) {
@@ -97,7 +97,7 @@ IOReturn LibusbInterface::getPipeProperties(std::uint8_t pipe, PipeProperties* p
   return kIOReturnSuccess;
 }
 
-IOReturn LibusbInterface::abortPipe(std::uint8_t pipe) {
+IOReturn LibusbInterface::abortPipe(std::uint8_t pipe) noexcept {
   const std::lock_guard lock(mutex_);
   if (!handle_ && !gone_) return kIOReturnNotOpen;
   if (gone_ || !isConnected(handle_.get())) return kIOReturnNoDevice;
@@ -108,11 +108,11 @@ IOReturn LibusbInterface::abortPipe(std::uint8_t pipe) {
   return kIOReturnSuccess;
 }
 
-IOReturn LibusbInterface::resetPipe(std::uint8_t pipe) {
+IOReturn LibusbInterface::resetPipe(std::uint8_t pipe) noexcept {
   return checkPipe(pipe);
 }
 
-IOReturn LibusbInterface::clearPipeStallBothEnds(std::uint8_t pipe) {
+IOReturn LibusbInterface::clearPipeStallBothEnds(std::uint8_t pipe) noexcept {
   const IOReturn status = checkPipe(pipe);
   // A halt of the control pipe ends with the next request.
   if (status != kIOReturnSuccess || pipe == 0) return status;
@@ -120,7 +120,7 @@ IOReturn LibusbInterface::clearPipeStallBothEnds(std::uint8_t pipe) {
       statusOfLibusbError(libusb_clear_halt(handle_.get(), endpointOf(pipe)->bEndpointAddress)));
 }
 
-IOReturn LibusbInterface::controlRequest(std::uint8_t pipe, const ControlRequest& request) {
+IOReturn LibusbInterface::controlRequest(std::uint8_t pipe, const ControlRequest& request) noexcept {
   const IOReturn check = checkOpen();
   if (check != kIOReturnSuccess) return check;
   if (pipe != 0) return kIOUSBUnknownPipeErr;
@@ -130,7 +130,8 @@ IOReturn LibusbInterface::controlRequest(std::uint8_t pipe, const ControlRequest
 }
 
 IOReturn LibusbInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
-                                     std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+                                     std::uint32_t noDataTimeoutMs,
+                                     std::uint32_t completionTimeoutMs) noexcept {
   const std::uint32_t capacity = *size;
   *size = 0;
   const IOReturn check = checkTransfer(pipe, PipeDirection::in);
@@ -143,7 +144,8 @@ IOReturn LibusbInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint3
 }
 
 IOReturn LibusbInterface::writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
-                                      std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+                                      std::uint32_t noDataTimeoutMs,
+                                      std::uint32_t completionTimeoutMs) noexcept {
   const IOReturn check = checkTransfer(pipe, PipeDirection::out);
   if (check != kIOReturnSuccess) return check;
   // The library takes one kind of pointer for both directions; it reads only.

@@ -21,21 +21,21 @@ class LibusbInterface final : public UsbInterface {
       : context_(context), device_(std::move(device)), number_(number) {}
   virtual ~LibusbInterface();
 
-  IOReturn open() override;
-  IOReturn close() override;
-  void release() override { delete this; }
-  IOReturn getNumEndpoints(std::uint8_t* count) override;
-  IOReturn setAlternateInterface(std::uint8_t alternateSetting) override;
-  IOReturn getPipeProperties(std::uint8_t pipe, PipeProperties* properties) override;
+  IOReturn open() noexcept override;
+  IOReturn close() noexcept override;
+  void release() noexcept override { delete this; }
+  IOReturn getNumEndpoints(std::uint8_t* count) noexcept override;
+  IOReturn setAlternateInterface(std::uint8_t alternateSetting) noexcept override;
+  IOReturn getPipeProperties(std::uint8_t pipe, PipeProperties* properties) noexcept override;
   // May be called on any thread while a transfer is in flight on another.
-  IOReturn abortPipe(std::uint8_t pipe) override;
-  IOReturn resetPipe(std::uint8_t pipe) override;
-  IOReturn clearPipeStallBothEnds(std::uint8_t pipe) override;
-  IOReturn controlRequest(std::uint8_t pipe, const ControlRequest& request) override;
+  IOReturn abortPipe(std::uint8_t pipe) noexcept override;
+  IOReturn resetPipe(std::uint8_t pipe) noexcept override;
+  IOReturn clearPipeStallBothEnds(std::uint8_t pipe) noexcept override;
+  IOReturn controlRequest(std::uint8_t pipe, const ControlRequest& request) noexcept override;
   IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size, std::uint32_t noDataTimeoutMs,
-                      std::uint32_t completionTimeoutMs) override;
+                      std::uint32_t completionTimeoutMs) noexcept override;
   IOReturn writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
-                       std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) override;
+                       std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) noexcept override;
 
  private:
   IOReturn claim();

@@ -12,9 +12,9 @@ class LibusbPlugIn final : public PlugInInterface {
       : context_(context), kind_(kind), device_(std::move(device)), interface_(interface) {}
   virtual ~LibusbPlugIn() = default;
 
-  IOReturn queryInterface(UsbInterface** interface) override;
-  IOReturn queryInterface(UsbDevice** device) override;
-  void release() override { delete this; }
+  IOReturn queryInterface(UsbInterface** interface) noexcept override;
+  IOReturn queryInterface(UsbDevice** device) noexcept override;
+  void release() noexcept override { delete this; }
 
  private:
   libusb_context* context_;

@@ -40,7 +40,7 @@ LibusbStack::~LibusbStack() {
   if (context_ != nullptr) libusb_exit(context_);
 }
 
-IOReturn LibusbStack::masterPort(MachPort* port) {
+IOReturn LibusbStack::masterPort(MachPort* port) noexcept {
   if (context_ == nullptr) {
     const int error = libusb_init(&context_);
     if (error != LIBUSB_SUCCESS) {
@@ -53,14 +53,14 @@ IOReturn LibusbStack::masterPort(MachPort* port) {
   return kIOReturnSuccess;
 }
 
-void LibusbStack::portDeallocate(MachPort /*port*/) {}
+void LibusbStack::portDeallocate(MachPort /*port*/) noexcept {}
 
-std::optional<MatchingDictionary> LibusbStack::serviceMatching(ServiceKind kind) {
+std::optional<MatchingDictionary> LibusbStack::serviceMatching(ServiceKind kind) noexcept {
   return MatchingDictionary{kind};
 }
 
 IOReturn LibusbStack::matchingServices(MachPort port, const MatchingDictionary& matching,
-                                       IOObject* iterator) try {
+                                       IOObject* iterator) noexcept try {
   if (context_ == nullptr || port != onlyPort) return kIOReturnBadArgument;
   Iterator found;
   for (const DeviceReference& device : matchingDevices()) {
@@ -77,21 +77,23 @@ IOReturn LibusbStack::matchingServices(MachPort port, const MatchingDictionary& 
   return kIOReturnNoMemory;
 }
 
-IOObject LibusbStack::iteratorNext(IOObject iterator) try {
+IOObject LibusbStack::iteratorNext(IOObject iterator) noexcept try {
   const auto object = objects_.find(iterator);
   auto* list = object == objects_.end() ? nullptr : std::get_if<Iterator>(&object->second);
   if (list == nullptr || list->next == list->services.size()) return 0;
-  return keep(list->services[list->next++]);
+  const IOObject service = keep(list->services[list->next]);
+  ++list->next;  // only now: where there was no memory, the same service is next again
+  return service;
 } catch (const std::bad_alloc&) {
   return 0;
 }
 
-void LibusbStack::objectRelease(IOObject object) {
+void LibusbStack::objectRelease(IOObject object) noexcept {
   objects_.erase(object);
 }
 
 IOReturn LibusbStack::createPlugInInterfaceForService(IOObject service, ServiceKind userClientType,
-                                                      PlugInInterface** plugIn) {
+                                                      PlugInInterface** plugIn) noexcept {
   const auto object = objects_.find(service);
   auto* found = object == objects_.end() ? nullptr : std::get_if<Service>(&object->second);
   if (found == nullptr) return kIOReturnBadArgument;

@@ -39,14 +39,15 @@ class LibusbStack final : public UsbStack {
   LibusbStack(const LibusbStack&) = delete;
   LibusbStack& operator=(const LibusbStack&) = delete;
 
-  IOReturn masterPort(MachPort* port) override;
-  void portDeallocate(MachPort port) override;
-  std::optional<MatchingDictionary> serviceMatching(ServiceKind kind) override;
-  IOReturn matchingServices(MachPort port, const MatchingDictionary& matching, IOObject* iterator) override;
-  IOObject iteratorNext(IOObject iterator) override;
-  void objectRelease(IOObject object) override;
+  IOReturn masterPort(MachPort* port) noexcept override;
+  void portDeallocate(MachPort port) noexcept override;
+  std::optional<MatchingDictionary> serviceMatching(ServiceKind kind) noexcept override;
+  IOReturn matchingServices(MachPort port, const MatchingDictionary& matching,
+                            IOObject* iterator) noexcept override;
+  IOObject iteratorNext(IOObject iterator) noexcept override;
+  void objectRelease(IOObject object) noexcept override;
   IOReturn createPlugInInterfaceForService(IOObject service, ServiceKind userClientType,
-                                           PlugInInterface** plugIn) override;
+                                           PlugInInterface** plugIn) noexcept override;
 
  private:
   struct Service {

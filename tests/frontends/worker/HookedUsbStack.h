@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "ForwardingUsbStack.h"
@@ -15,7 +16,7 @@
 //
 //   stack.afterTransfer = [&](const HookedUsbStack::Done& done) { bytes.append(done.bytes, done.moved); };
 //
-// Everything passes unchanged.
+// Everything passes unchanged. A hook may throw std::bad_alloc: the transfer is then kIOReturnNoMemory.
 class HookedUsbStack final : public platform::ForwardingUsbStack {
  public:
   HookedUsbStack(platform::UsbStack& inner, std::function<void(int)> hook)
@@ -43,23 +44,28 @@ class HookedUsbStack final : public platform::ForwardingUsbStack {
     Interface(HookedUsbStack& stack, platform::UsbInterface& inner)
         : ForwardingUsbInterface(stack, inner), stack_(stack) {}
     platform::IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
-                                  std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) override {
+                                  std::uint32_t noDataTimeoutMs,
+                                  std::uint32_t completionTimeoutMs) noexcept override try {
       stack_.hook_(++stack_.transfers_);
       const platform::IOReturn status =
           inner().readPipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
       if (stack_.afterTransfer)
         stack_.afterTransfer({pipe, true, static_cast<const char*>(buffer), *size, status});
       return status;
+    } catch (const std::bad_alloc&) {
+      return platform::kIOReturnNoMemory;
     }
     platform::IOReturn writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
                                    std::uint32_t noDataTimeoutMs,
-                                   std::uint32_t completionTimeoutMs) override {
+                                   std::uint32_t completionTimeoutMs) noexcept override try {
       stack_.hook_(++stack_.transfers_);
       const platform::IOReturn status =
           inner().writePipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
       if (stack_.afterTransfer)
         stack_.afterTransfer({pipe, false, static_cast<const char*>(buffer), size, status});
       return status;
+    } catch (const std::bad_alloc&) {
+      return platform::kIOReturnNoMemory;
     }
 
    private:

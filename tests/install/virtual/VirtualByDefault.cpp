@@ -12,7 +12,7 @@ class VirtualByDefault final : public platform::ForwardingUsbStack {
   VirtualByDefault() { platform::useUsbStack(this); }
 
  private:
-  platform::UsbStack& inner() override {
+  platform::UsbStack& inner() noexcept override {
     // Never destroyed: drivers that were not disabled hold on to it until the process ends.
     static auto& scanner = *new virtualscanner::VirtualScanner;
     static auto& stack = *new virtualscanner::VirtualUsbStack(scanner);

@@ -21,39 +21,40 @@ constexpr IOReturn odd = 0x1234;
 
 class MockInterface : public UsbInterface {
  public:
-  MOCK_METHOD(IOReturn, open, (), (override));
-  MOCK_METHOD(IOReturn, close, (), (override));
-  MOCK_METHOD(void, release, (), (override));
-  MOCK_METHOD(IOReturn, getNumEndpoints, (std::uint8_t*), (override));
-  MOCK_METHOD(IOReturn, setAlternateInterface, (std::uint8_t), (override));
-  MOCK_METHOD(IOReturn, getPipeProperties, (std::uint8_t, PipeProperties*), (override));
-  MOCK_METHOD(IOReturn, abortPipe, (std::uint8_t), (override));
-  MOCK_METHOD(IOReturn, resetPipe, (std::uint8_t), (override));
-  MOCK_METHOD(IOReturn, clearPipeStallBothEnds, (std::uint8_t), (override));
-  MOCK_METHOD(IOReturn, controlRequest, (std::uint8_t, const ControlRequest&), (override));
+  MOCK_METHOD(IOReturn, open, (), (noexcept, override));
+  MOCK_METHOD(IOReturn, close, (), (noexcept, override));
+  MOCK_METHOD(void, release, (), (noexcept, override));
+  MOCK_METHOD(IOReturn, getNumEndpoints, (std::uint8_t*), (noexcept, override));
+  MOCK_METHOD(IOReturn, setAlternateInterface, (std::uint8_t), (noexcept, override));
+  MOCK_METHOD(IOReturn, getPipeProperties, (std::uint8_t, PipeProperties*), (noexcept, override));
+  MOCK_METHOD(IOReturn, abortPipe, (std::uint8_t), (noexcept, override));
+  MOCK_METHOD(IOReturn, resetPipe, (std::uint8_t), (noexcept, override));
+  MOCK_METHOD(IOReturn, clearPipeStallBothEnds, (std::uint8_t), (noexcept, override));
+  MOCK_METHOD(IOReturn, controlRequest, (std::uint8_t, const ControlRequest&), (noexcept, override));
   MOCK_METHOD(IOReturn, readPipeTO, (std::uint8_t, void*, std::uint32_t*, std::uint32_t, std::uint32_t),
-              (override));
+              (noexcept, override));
   MOCK_METHOD(IOReturn, writePipeTO, (std::uint8_t, const void*, std::uint32_t, std::uint32_t, std::uint32_t),
-              (override));
+              (noexcept, override));
 };
 
 class MockPlugIn : public PlugInInterface {
  public:
-  MOCK_METHOD(IOReturn, queryInterface, (UsbInterface**), (override));
-  MOCK_METHOD(IOReturn, queryInterface, (UsbDevice**), (override));
-  MOCK_METHOD(void, release, (), (override));
+  MOCK_METHOD(IOReturn, queryInterface, (UsbInterface**), (noexcept, override));
+  MOCK_METHOD(IOReturn, queryInterface, (UsbDevice**), (noexcept, override));
+  MOCK_METHOD(void, release, (), (noexcept, override));
 };
 
 class MockStack : public UsbStack {
  public:
-  MOCK_METHOD(IOReturn, masterPort, (MachPort*), (override));
-  MOCK_METHOD(void, portDeallocate, (MachPort), (override));
-  MOCK_METHOD(std::optional<MatchingDictionary>, serviceMatching, (ServiceKind), (override));
-  MOCK_METHOD(IOReturn, matchingServices, (MachPort, const MatchingDictionary&, IOObject*), (override));
-  MOCK_METHOD(IOObject, iteratorNext, (IOObject), (override));
-  MOCK_METHOD(void, objectRelease, (IOObject), (override));
+  MOCK_METHOD(IOReturn, masterPort, (MachPort*), (noexcept, override));
+  MOCK_METHOD(void, portDeallocate, (MachPort), (noexcept, override));
+  MOCK_METHOD(std::optional<MatchingDictionary>, serviceMatching, (ServiceKind), (noexcept, override));
+  MOCK_METHOD(IOReturn, matchingServices, (MachPort, const MatchingDictionary&, IOObject*),
+              (noexcept, override));
+  MOCK_METHOD(IOObject, iteratorNext, (IOObject), (noexcept, override));
+  MOCK_METHOD(void, objectRelease, (IOObject), (noexcept, override));
   MOCK_METHOD(IOReturn, createPlugInInterfaceForService, (IOObject, ServiceKind, PlugInInterface**),
-              (override));
+              (noexcept, override));
 };
 
 class PlainStack final : public ForwardingUsbStack {
