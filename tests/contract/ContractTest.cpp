@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <span>
 #include <utility>
 
 #include "Descriptors.h"
 #include "DeviceIdentity.h"
+#include "FailingAllocation.h"
 #include "StackUser.h"
 #include "World.h"
 
@@ -330,6 +332,52 @@ TEST_P(UsbContract, WorksAfterPluggingInAgainWhileTheOldInterfaceIsOpenStill) {
   EXPECT_TRUE(world_->heard(packet));
   EXPECT_EQ(old->close(), kIOReturnNoDevice);
   EXPECT_EQ(interface_->abortPipe(dataPipe), kIOReturnSuccess) << "none of the new one's business";
+}
+
+// One use of a stack from end to end, which gives everything back: the status of the first step that failed.
+// Allocates nothing itself.
+IOReturn useOnce(UsbStack& stack, std::span<const std::uint8_t> packet) {
+  StackUser user(stack);
+  const StackUser::Interface interface = user.interface();
+  if (!interface) return user.status;
+  std::uint8_t data[512];
+  std::uint32_t size = sizeof data;
+  PipeProperties properties{};
+  IOReturn status = interface->open();
+  const auto next = [&status](IOReturn answer) { status = status == kIOReturnSuccess ? answer : status; };
+  next(interface->getPipeProperties(dataPipe, &properties));
+  next(interface->controlRequest(0, {readConfiguration, data}));
+  next(interface->writePipeTO(outPipe, packet.data(), static_cast<std::uint32_t>(packet.size()), 15000,
+                              60000));
+  const IOReturn read = interface->readPipeTO(dataPipe, data, &size, 1, 1);
+  next(read == kIOUSBTransactionTimeout ? kIOReturnSuccess : read);
+  next(interface->clearPipeStallBothEnds(dataPipe));
+  next(interface->close());
+  return status;
+}
+
+TEST_P(UsbContract, MeetsEveryAllocationThatFailsWithAStatus) {
+  const std::vector<std::uint8_t> packet = exitCall();
+  world_->startStream();
+  ASSERT_EQ(useOnce(world_->stack(), packet), kIOReturnSuccess);
+  int reported = 0;
+  for (int n = 1;; ++n) {
+    IOReturn status = kIOReturnSuccess;
+    bool happened = false;
+    {
+      const FailingAllocation nth(n);
+      status = useOnce(world_->stack(), packet);
+      happened = nth.happened();
+    }
+    if (!happened) break;
+    // Where the failing call has no status, no service is found; a release and the device itself hide a
+    // failure.
+    EXPECT_THAT(status, testing::AnyOf(kIOReturnSuccess, kIOReturnNoMemory, kIOReturnNotFound)) << n;
+    if (status == kIOReturnNoMemory) ++reported;
+    EXPECT_TRUE(world_->isTidy()) << "allocation " << n;
+  }
+  EXPECT_GT(reported, 2) << "registry, plug-in and interface at least";
+  EXPECT_EQ(useOnce(world_->stack(), packet), kIOReturnSuccess);
 }
 
 TEST_P(UsbDeviceContract, ClosesWhatIsReleasedWhileOpen) {

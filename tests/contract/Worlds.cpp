@@ -5,6 +5,7 @@
 #include "DeviceHost.h"
 #include "DeviceIdentity.h"
 #include "EmulatedUsbfs.h"
+#include "ForwardingUsbStack.h"
 #include "LibusbStack.h"
 #include "ScriptedUsbStack.h"
 #include "VirtualUsbStack.h"
@@ -75,7 +76,7 @@ bool tookExitCall(const VirtualScanner& scanner) {
   return scanner.calls() == std::vector<std::string>{"system.exitHostUSBSendMode"};
 }
 
-class VirtualWorld final : public World {
+class VirtualWorld : public World {
  public:
   explicit VirtualWorld(const ScannerOptions& options) : scanner_(Paper::testChart(), options) {}
 
@@ -93,6 +94,26 @@ class VirtualWorld final : public World {
  private:
   VirtualScanner scanner_;
   VirtualUsbStack usb_{scanner_};
+};
+
+// A stack that passes everything on, through an interface of its own.
+class PassingStack final : public platform::ForwardingUsbStack {
+ public:
+  explicit PassingStack(platform::UsbStack& inner) : ForwardingUsbStack(inner) {}
+
+ protected:
+  std::unique_ptr<platform::ForwardingUsbInterface> wrap(platform::UsbInterface& interface) override {
+    return std::make_unique<platform::ForwardingUsbInterface>(*this, interface);
+  }
+};
+
+class ForwardedWorld final : public VirtualWorld {
+ public:
+  using VirtualWorld::VirtualWorld;
+  platform::UsbStack& stack() override { return passing_; }
+
+ private:
+  PassingStack passing_{VirtualWorld::stack()};
 };
 
 class LibusbWorld final : public World {
@@ -127,6 +148,7 @@ class LibusbWorld final : public World {
 
 std::vector<WorldKind> worldsWithADevice() {
   return {{"virtual", [](const auto& options) { return std::make_unique<VirtualWorld>(options); }},
+          {"forwarded", [](const auto& options) { return std::make_unique<ForwardedWorld>(options); }},
           {"libusb", [](const auto& options) { return std::make_unique<LibusbWorld>(options, true); }},
           {"libusbInSmallRequests",
            [](const auto& options) { return std::make_unique<LibusbWorld>(options, false); }}};

@@ -23,18 +23,13 @@ class StackUser {
 
   explicit StackUser(platform::UsbStack& stack) : stack_(stack) {}
 
-  // The n-th service of a kind, from 0; 0 where there are fewer. The caller releases it.
+  // The n-th service of a kind, from 0; 0 where there are fewer, or where the registry fails. The caller
+  // releases it.
   platform::IOObject service(platform::ServiceKind kind, int n = 0) {
     platform::MachPort port = 0;
-    platform::IOObject iterator = 0;
-    if (stack_.masterPort(&port) != platform::kIOReturnSuccess) return 0;
-    stack_.matchingServices(port, *stack_.serviceMatching(kind), &iterator);
-    platform::IOObject found = stack_.iteratorNext(iterator);
-    while (found != 0 && n-- > 0) {
-      stack_.objectRelease(found);
-      found = stack_.iteratorNext(iterator);
-    }
-    stack_.objectRelease(iterator);
+    status = stack_.masterPort(&port);
+    if (status != platform::kIOReturnSuccess) return 0;
+    const platform::IOObject found = nthService(port, kind, n);
     stack_.portDeallocate(port);
     return found;
   }
@@ -48,7 +43,6 @@ class StackUser {
     return n;
   }
 
-  // `status` is that of the first step that failed.
   PlugIn plugIn(platform::ServiceKind kind, int n = 0) {
     const platform::IOObject found = service(kind, n);
     if (found == 0) return nullptr;
@@ -60,9 +54,30 @@ class StackUser {
   Interface interface(int n = 0) { return Interface(query<platform::UsbInterface>(n)); }
   Device device(int n = 0) { return Device(query<platform::UsbDevice>(n)); }
 
+  // Of the last step that was tried; kIOReturnNotFound where there was no service.
   platform::IOReturn status = platform::kIOReturnSuccess;
 
  private:
+  platform::IOObject nthService(platform::MachPort port, platform::ServiceKind kind, int n) {
+    status = platform::kIOReturnNotFound;
+    const auto matching = stack_.serviceMatching(kind);
+    if (!matching) return 0;
+    platform::IOObject iterator = 0;
+    const platform::IOReturn matched = stack_.matchingServices(port, *matching, &iterator);
+    if (matched != platform::kIOReturnSuccess) {
+      status = matched;
+      return 0;
+    }
+    platform::IOObject found = stack_.iteratorNext(iterator);
+    while (found != 0 && n-- > 0) {
+      stack_.objectRelease(found);
+      found = stack_.iteratorNext(iterator);
+    }
+    stack_.objectRelease(iterator);
+    if (found != 0) status = platform::kIOReturnSuccess;
+    return found;
+  }
+
   template <typename Object>
   Object* query(int n) {
     constexpr bool isInterface = std::is_same_v<Object, platform::UsbInterface>;

@@ -4,10 +4,14 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
+#include "FailingAllocation.h"
 #include "ForwardingUsbStack.h"
+#include "ScriptedUsbStack.h"
+#include "StackUser.h"
 
 namespace {
 
@@ -57,6 +61,17 @@ class MockStack : public UsbStack {
               (noexcept, override));
 };
 
+// Where no memory is left for a wrapper.
+class ExhaustedStack final : public ForwardingUsbStack {
+ public:
+  explicit ExhaustedStack(UsbStack& inner) : ForwardingUsbStack(inner) {}
+
+ protected:
+  std::unique_ptr<ForwardingUsbInterface> wrap(UsbInterface& /*interface*/) override {
+    throw std::bad_alloc();
+  }
+};
+
 class PlainStack final : public ForwardingUsbStack {
  public:
   explicit PlainStack(UsbStack& inner, bool wraps = true) : ForwardingUsbStack(inner), wraps_(wraps) {}
@@ -73,7 +88,8 @@ class PlainStack final : public ForwardingUsbStack {
 // One interface of an inner stack behind a forwarding one.
 class Forwarding : public testing::Test {
  protected:
-  UsbInterface* interfaceOf(UsbStack& outer) {
+  // The plug-in of an outer stack over the inner one, which hands out the inner interface.
+  PlugInInterface* plugInOf(UsbStack& outer) {
     EXPECT_CALL(stack, createPlugInInterfaceForService(7, ServiceKind::usbInterface, _))
         .WillOnce([this](IOObject, ServiceKind, PlugInInterface** result) {
           *result = &plugIn;
@@ -86,9 +102,13 @@ class Forwarding : public testing::Test {
     PlugInInterface* outerPlugIn = nullptr;
     EXPECT_EQ(outer.createPlugInInterfaceForService(7, ServiceKind::usbInterface, &outerPlugIn),
               kIOReturnSuccess);
+    EXPECT_CALL(plugIn, release());
+    return outerPlugIn;
+  }
+  UsbInterface* interfaceOf(UsbStack& outer) {
+    PlugInInterface* outerPlugIn = plugInOf(outer);
     UsbInterface* result = nullptr;
     EXPECT_EQ(outerPlugIn->queryInterface(&result), kIOReturnSuccess);
-    EXPECT_CALL(plugIn, release());
     outerPlugIn->release();
     return result;
   }
@@ -168,6 +188,38 @@ TEST_F(Forwarding, HandsOutNothingWhereTheInnerStackFails) {
       });
   EXPECT_EQ(outer.createPlugInInterfaceForService(1, ServiceKind::usbDevice, &result), kIOReturnSuccess);
   EXPECT_EQ(result, nullptr);
+}
+
+TEST_F(Forwarding, ReleasesAnInterfaceThatThereIsNoMemoryToWrap) {
+  ExhaustedStack outer(stack);
+  PlugInInterface* outerPlugIn = plugInOf(outer);
+  EXPECT_CALL(inner, release());
+  UsbInterface* untouched = &inner;
+  EXPECT_EQ(outerPlugIn->queryInterface(&untouched), kIOReturnNoMemory);
+  EXPECT_EQ(untouched, &inner);
+  outerPlugIn->release();
+}
+
+// The fake fails each call for which it finds no memory; nothing that it handed out may be lost above it.
+TEST(ForwardingOutOfMemory, GivesBackWhatItCannotHandOut) {
+  fakes::ScriptedUsbStack scripted;
+  scripted.addInterface({fakes::bulkIn(8)});
+  PlainStack outer(scripted);
+  for (int n = 1;; ++n) {
+    bool happened = false;
+    bool obtained = false;
+    {
+      const FailingAllocation nth(n);
+      obtained = StackUser(outer).interface() != nullptr;
+      happened = nth.happened();
+    }
+    EXPECT_THAT(scripted.leftovers(), testing::IsEmpty()) << "allocation " << n;
+    if (!happened) {
+      EXPECT_TRUE(obtained);
+      break;
+    }
+  }
+  EXPECT_THAT(scripted.misuse(), testing::IsEmpty());
 }
 
 TEST_F(Forwarding, HandsInterfacesOutAsTheyAreWhereItIsNotToStandBeforeThem) {
