@@ -14,7 +14,6 @@ namespace {
 
 constexpr double largestLength = 100000;
 constexpr std::int64_t largestCut = 1000000;
-constexpr double millimetresPerInch = 25.4;
 
 [[noreturn]] void complain(std::string_view text, const std::string& why) {
   throw UsageError("--area " + std::string(text) + ": " + why +

@@ -8,7 +8,6 @@
 namespace frontend {
 namespace {
 
-constexpr double millimetresPerInch = 25.4;
 constexpr double micrometresPerMillimetre = 1000;
 
 // Front ends cut off what SANE_Fixed cannot hold: 12.7 mm arrives a hair short. The nearest micrometre is

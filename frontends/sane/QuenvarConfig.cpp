@@ -13,9 +13,6 @@ namespace {
 
 constexpr char fileName[] = "/quenvar.conf";
 constexpr char blanks[] = " \t\r";
-constexpr std::uint32_t longestTimeout = 3600;   // seconds
-constexpr std::uint32_t longestWarmUp = 600000;  // milliseconds
-constexpr std::uint32_t anyNumber = UINT32_MAX;
 
 std::string_view trimmed(std::string_view text) {
   const std::size_t begin = text.find_first_not_of(blanks);
@@ -23,42 +20,69 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 
-std::optional<bool> truth(std::string_view text) {
+std::optional<bool> onOrOff(std::string_view text) {
   if (text == "on") return true;
   if (text == "off") return false;
   return std::nullopt;
 }
 
-std::optional<std::uint32_t> number(std::string_view text, std::uint32_t least, std::uint32_t most) {
+std::optional<std::uint32_t> number(std::string_view text, std::uint32_t most) {
   std::uint32_t value = 0;
   const char* end = text.data() + text.size();
   const auto [rest, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc() || rest != end || value < least || value > most) return std::nullopt;
+  if (error != std::errc() || rest != end || value > most) return std::nullopt;
   return value;
 }
 
-template <typename Value, typename Place>
-bool assign(const std::optional<Value>& value, Place& place) {
-  if (value) place = Place(*value);
+template <typename Value>
+bool assign(Value& place, const std::optional<Value>& value) {
+  if (value) place = *value;
   return value.has_value();
 }
 
-// False where there is no such setting or the value is none of its.
+struct Setting {
+  std::string_view name;
+  // Takes a value. False, and nothing changed, if it is not one of the setting's.
+  bool (*apply)(QuenvarConfig& config, std::string_view value);
+};
+
+constexpr Setting settings[] = {
+    {"timeout",
+     [](QuenvarConfig& config, std::string_view value) {
+       return assign(config.timeout, limits::timeoutFromSeconds(value));
+     }},
+    {"virtual", [](QuenvarConfig& config,
+                   std::string_view value) { return assign(config.virtualScanner, onOrOff(value)); }},
+    {"virtual-paper",
+     [](QuenvarConfig& config, std::string_view value) {
+       if (value.empty()) return false;
+       config.virtualOptions.paper = value;
+       return true;
+     }},
+    {"virtual-fault",
+     [](QuenvarConfig& config, std::string_view value) {
+       auto& faults = config.virtualOptions.faults;
+       if (value.empty() || faults.size() == limits::mostVirtualFaults) return false;
+       faults.emplace_back(value);
+       return true;
+     }},
+    {"virtual-warm-up",
+     [](QuenvarConfig& config, std::string_view value) {
+       return assign(config.virtualOptions.warmUpMs, number(value, limits::longestVirtualWarmUp.count()));
+     }},
+    {"virtual-speed",
+     [](QuenvarConfig& config, std::string_view value) {
+       return assign(config.virtualOptions.bytesPerSecond, number(value, limits::highestVirtualSpeed));
+     }},
+    {"virtual-real-time",
+     [](QuenvarConfig& config, std::string_view value) {
+       return assign(config.virtualOptions.realTime, onOrOff(value));
+     }},
+};
+
 bool apply(QuenvarConfig& config, std::string_view name, std::string_view value) {
-  VirtualScannerOptions& virtualOptions = config.virtualOptions;
-  if (name == "virtual") return assign(truth(value), config.virtualScanner);
-  if (name == "timeout") return assign(number(value, 1, longestTimeout), config.timeout);
-  if (name == "virtual-real-time") return assign(truth(value), virtualOptions.realTime);
-  if (name == "virtual-warm-up") return assign(number(value, 0, longestWarmUp), virtualOptions.warmUpMs);
-  if (name == "virtual-speed") return assign(number(value, 0, anyNumber), virtualOptions.bytesPerSecond);
-  if (value.empty()) return false;
-  if (name == "virtual-paper") {
-    virtualOptions.paper = value;
-    return true;
-  }
-  if (name == "virtual-fault") {
-    virtualOptions.faults.emplace_back(value);
-    return true;
+  for (const Setting& setting : settings) {
+    if (setting.name == name) return setting.apply(config, value);
   }
   return false;
 }
@@ -75,7 +99,7 @@ QuenvarConfig QuenvarConfig::parse(std::string_view text) {
     const std::string_view name = line.substr(0, line.find_first_of(blanks));
     if (!apply(config, name, trimmed(line.substr(name.size())))) {
       config.complaints.push_back("quenvar.conf, line " + std::to_string(lineNumber) +
-                                  ": this says nothing that is known: " + std::string(line));
+                                  " ignored: unknown setting or invalid value: " + std::string(line));
     }
   }
   return config;
@@ -84,13 +108,13 @@ QuenvarConfig QuenvarConfig::parse(std::string_view text) {
 std::vector<std::string> QuenvarConfig::folders(const char* listed) {
   std::vector<std::string> result;
   std::string_view rest = listed == nullptr ? "" : listed;
-  const bool alsoUsual = rest.empty() || rest.ends_with(':');
+  const bool alsoDefault = rest.empty() || rest.ends_with(':');
   while (!rest.empty()) {
     const std::string_view folder = rest.substr(0, rest.find(':'));
     rest.remove_prefix(std::min(folder.size() + 1, rest.size()));
     if (!folder.empty()) result.emplace_back(folder);
   }
-  if (alsoUsual) {
+  if (alsoDefault) {
     result.emplace_back(".");
     result.emplace_back(Q750_SANE_CONFIG_FOLDER);
   }
@@ -104,6 +128,12 @@ QuenvarConfig QuenvarConfig::load() {
     return parse(std::string(std::istreambuf_iterator<char>(file), {}));
   }
   return {};
+}
+
+std::vector<std::string_view> QuenvarConfig::settingNames() {
+  std::vector<std::string_view> names;
+  for (const Setting& setting : settings) names.push_back(setting.name);
+  return names;
 }
 
 }  // namespace frontend

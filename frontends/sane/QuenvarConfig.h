@@ -5,30 +5,33 @@
 #include <string_view>
 #include <vector>
 
+#include "ScanLimits.h"
 #include "ScanRequest.h"
 
 namespace frontend {
 
-// What quenvar.conf says. Text in, values out: a line that cannot be understood changes nothing and leaves a
-// complaint, so that a slip in a file of the administrator's never takes the scanner away.
+// The settings of quenvar.conf. A line that cannot be understood changes nothing and leaves a complaint, so
+// that an administrator's slip never takes the scanner away. Any thread; nothing throws but std::bad_alloc.
 struct QuenvarConfig {
   bool virtualScanner = false;
-  std::chrono::seconds timeout{30};
+  std::chrono::milliseconds timeout = limits::defaultTimeout;
   VirtualScannerOptions virtualOptions;
 
-  // For people, each with the number of its line.
+  // One sentence for each line that was ignored, with its number.
   std::vector<std::string> complaints;
 
-  // One setting a line: a name, blanks, a value. What follows # at the beginning of a line is a comment.
+  // One setting on a line: a name, blanks, a value. A line that begins with # is a comment.
   static QuenvarConfig parse(std::string_view text);
 
-  // Of the first quenvar.conf in the folders in which SANE looks for such files; the defaults where there is
-  // none.
+  // Reads the first quenvar.conf in folders(SANE_CONFIG_DIR). The defaults if there is none.
   static QuenvarConfig load();
 
-  // Those folders: the ones in SANE_CONFIG_DIR, separated by colons; after them, or where nothing is set, the
-  // current one and the system's, if `listed` (the variable's value, null if there is none) ends in a colon.
+  // Where SANE looks for configuration files: the folders in `listed`, separated by colons. The current
+  // folder and the system's follow if `listed` is null or empty or ends with a colon.
   static std::vector<std::string> folders(const char* listed);
+
+  // The names of all settings.
+  static std::vector<std::string_view> settingNames();
 };
 
 }  // namespace frontend

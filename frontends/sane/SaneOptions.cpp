@@ -4,11 +4,12 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 
 #include "Bed.h"
-#include "SupervisedScan.h"
+#include "ScanLimits.h"
 
 namespace frontend {
 namespace {
@@ -18,15 +19,21 @@ constexpr SANE_String_Const modeNames[] = {SANE_VALUE_SCAN_MODE_COLOR, SANE_VALU
 constexpr char flatbed[] = "Flatbed";
 constexpr SANE_String_Const sourceNames[] = {flatbed, nullptr};
 
-// Each begins with the number of its values.
-constexpr SANE_Word colorResolutions[] = {4, 75, 150, 200, 300};
-constexpr SANE_Word allResolutions[] = {6, 75, 150, 200, 300, 400, 600};
+// A list of words begins with their number.
 constexpr SANE_Word eightBits[] = {1, 8};
 constexpr SANE_Word oneBit[] = {1, 1};
-constexpr SANE_Range thresholds = {0, 255, 1};
 
-constexpr SANE_Word firstResolution = 300;
-constexpr SANE_Word firstThreshold = 128;
+constexpr auto resolutionsUpTo(std::uint32_t highest) {
+  std::array<SANE_Word, 1 + bedResolutions.size()> list{};
+  for (const std::uint32_t resolution : bedResolutions) {
+    if (resolution <= highest) list[static_cast<std::size_t>(++list[0])] = static_cast<SANE_Word>(resolution);
+  }
+  return list;
+}
+constexpr auto colorResolutions = resolutionsUpTo(highestColorResolution);
+constexpr auto allResolutions = resolutionsUpTo(bedResolutions.back());
+
+constexpr SANE_Range thresholds = {0, limits::highestThreshold, 1};
 
 // The value of the list that is nearest; the lower of two.
 SANE_Word nearest(const SANE_Word* list, SANE_Word value) {
@@ -84,8 +91,8 @@ SaneOptions::SaneOptions() {
   for (const Index edge : {top, bottom}) describeEdge(edge, &vertical);
 
   words_[count] = numberOfOptions;
-  words_[resolution] = firstResolution;
-  words_[threshold] = firstThreshold;
+  words_[resolution] = limits::defaultResolution;
+  words_[threshold] = limits::defaultThreshold;
   words_[right] = horizontal.max;
   words_[bottom] = vertical.max;
   followMode();
@@ -123,7 +130,8 @@ void SaneOptions::describeEdge(Index index, const SANE_Range* range) {
 
 void SaneOptions::followMode() {
   const bool lineart = mode_ == Mode::lineart;
-  descriptors_[resolution].constraint.word_list = mode_ == Mode::color ? colorResolutions : allResolutions;
+  descriptors_[resolution].constraint.word_list =
+      mode_ == Mode::color ? colorResolutions.data() : allResolutions.data();
   words_[resolution] = nearest(descriptors_[resolution].constraint.word_list, words_[resolution]);
   descriptors_[depth].constraint.word_list = lineart ? oneBit : eightBits;
   words_[depth] = lineart ? 1 : 8;

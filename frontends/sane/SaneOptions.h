@@ -7,6 +7,7 @@
 
 #include "Millimetres.h"
 #include "PictureLayout.h"
+#include "ScanLimits.h"
 #include "ScanRequest.h"
 
 namespace frontend {
@@ -72,7 +73,7 @@ class SaneOptions {
 
   SANE_Option_Descriptor descriptors_[numberOfOptions] = {};
   SANE_Word words_[numberOfOptions] = {};  // of the options that are one word
-  Mode mode_ = Mode::color;
+  Mode mode_ = limits::defaultMode == ColorMode::color ? Mode::color : Mode::gray;
 };
 
 }  // namespace frontend

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "PictureLayout.h"
+#include "ScanLimits.h"
 #include "ScanSettings.h"
 
 namespace frontend {
@@ -30,7 +31,7 @@ struct ScanRequest {
   std::optional<std::uint8_t> threshold;
   // The longest silence of the scanner, the one before the first byte included; longer ones end the scan as
   // timed out. At least 1; 2^32 and more count as 2^32 - 1.
-  std::chrono::milliseconds timeout{30000};
+  std::chrono::milliseconds timeout = limits::defaultTimeout;
   VirtualScannerOptions virtualScanner;
   bool verbose = false;  // whether the worker shows the library's log on standard error
 };

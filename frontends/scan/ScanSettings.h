@@ -2,11 +2,12 @@
 
 #include <cstdint>
 
+#include "ColorMode.h"
+#include "ScanLimits.h"
+
 namespace frontend {
 
-enum class ColorMode : std::uint8_t { color, gray };
-
-// A rectangle on the glass, in pixels of the scan's resolution, from the top left corner.
+// A rectangle on the bed, in pixels of the scan's resolution, from the top left corner.
 struct PixelArea {
   std::uint32_t left = 0;
   std::uint32_t top = 0;
@@ -16,11 +17,11 @@ struct PixelArea {
   friend bool operator==(const PixelArea&, const PixelArea&) = default;
 };
 
-// What one scan is asked for. `resolution` is one that the mode truly has (Bed.h), `area` is not empty and on
-// the glass.
+// The settings of one scan. `resolution` is one that the mode truly has (Bed.h); `area` is not empty and lies
+// on the bed.
 struct ScanSettings {
-  std::uint32_t resolution = 300;  // dots per inch, both directions
-  ColorMode mode = ColorMode::color;
+  std::uint32_t resolution = limits::defaultResolution;  // dots per inch, both directions
+  ColorMode mode = limits::defaultMode;
   PixelArea area;
 
   std::uint32_t bytesPerPixel() const { return mode == ColorMode::color ? 3 : 1; }

@@ -16,7 +16,6 @@ constexpr std::string_view requestKind = "request\n";
 constexpr std::string_view layoutKind = "layout\n";
 constexpr std::string_view outcomeKind = "outcome\n";
 constexpr std::string_view heartbeatKind = "heartbeat\n";
-constexpr std::size_t mostFaults = 100;
 constexpr auto highestStatus = static_cast<std::uint64_t>(ScanStatus::noMemory);
 
 class Writer {
@@ -155,7 +154,7 @@ std::optional<ScanRequest> readRequest(std::string_view message) {
   options.realTime = reader.flag("real-time");
   options.warmUpMs = reader.number<std::uint32_t>("warm-up");
   options.bytesPerSecond = reader.number<std::uint32_t>("bytes-per-second");
-  for (auto left = reader.number<std::size_t>("faults", mostFaults); left > 0; --left) {
+  for (auto left = reader.number<std::size_t>("faults", limits::mostVirtualFaults); left > 0; --left) {
     options.faults.emplace_back(reader.field("fault"));
   }
   if (!reader.ended() || (mode != "color" && mode != "gray") || !isPossible(request)) return std::nullopt;

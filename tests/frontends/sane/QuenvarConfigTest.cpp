@@ -19,11 +19,11 @@ TEST(QuenvarConfig, OfAnEmptyTextHasNoVirtualScannerAndHalfAMinutesPatience) {
 
 TEST(QuenvarConfig, TakesEverySetting) {
   const QuenvarConfig config = QuenvarConfig::parse(
-      "# comment\n\n virtual on\ntimeout\t7 \r\nvirtual-paper /a folder/page.png\nvirtual-fault stall@7\n"
+      "# comment\n\n virtual on\ntimeout\t7.5 \r\nvirtual-paper /a folder/page.png\nvirtual-fault stall@7\n"
       "virtual-fault silence\nvirtual-warm-up 250\nvirtual-speed 1000000\nvirtual-real-time on");
   EXPECT_THAT(config.complaints, IsEmpty());
   EXPECT_TRUE(config.virtualScanner);
-  EXPECT_EQ(config.timeout, 7s);
+  EXPECT_EQ(config.timeout, 7500ms);
   EXPECT_EQ(config.virtualOptions.paper, "/a folder/page.png");
   EXPECT_THAT(config.virtualOptions.faults, ElementsAre("stall@7", "silence"));
   EXPECT_EQ(config.virtualOptions.warmUpMs, 250U);
@@ -33,11 +33,13 @@ TEST(QuenvarConfig, TakesEverySetting) {
 
 TEST(QuenvarConfig, ComplainsOfALineThatSaysNothingAndGoesOn) {
   for (const char* line :
-       {"virtual maybe", "virtual", "timeout 0", "timeout 3601", "timeout ten", "timeout 5s", "timeout -1",
-        "timeout", "virtual-paper", "virtual-fault", "virtual-speed 4294967296", "nonsense", "Virtual on"}) {
+       {"virtual maybe", "virtual", "timeout 0", "timeout 0.09", "timeout 86400.1", "timeout ten",
+        "timeout nan", "timeout 5s", "timeout -1", "virtual-warm-up 3600001", "timeout", "virtual-paper",
+        "virtual-fault", "virtual-speed 4294967296", "nonsense", "Virtual on"}) {
     const QuenvarConfig config = QuenvarConfig::parse("# first\n" + std::string(line) + "\nvirtual on\n");
-    EXPECT_THAT(config.complaints,
-                ElementsAre("quenvar.conf, line 2: this says nothing that is known: " + std::string(line)));
+    EXPECT_THAT(
+        config.complaints,
+        ElementsAre("quenvar.conf, line 2 ignored: unknown setting or invalid value: " + std::string(line)));
     EXPECT_TRUE(config.virtualScanner) << line;
     EXPECT_EQ(config.timeout, 30s) << line;
   }

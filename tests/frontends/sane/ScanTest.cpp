@@ -343,7 +343,7 @@ TEST_F(SaneScan, SaysWhatFailedWhereTheEnvironmentAsks) {
   start();
   readAll();
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "[quenvar] quenvar.conf, line 3: this says nothing that is known: nonsense\n"
+            "[quenvar] quenvar.conf, line 3 ignored: unknown setting or invalid value: nonsense\n"
             "[quenvar] The scanner went away during the scan. Check its cable and its power, then scan "
             "again.\n");
 }
