@@ -9,9 +9,12 @@
 //           | type  | reserved  | length, big-endian | payload ... |
 //   bytes     1       3           4                    length
 //
-// `reserved` is written as 0 and never read. `length` counts the payload alone. No trailer, no checksum,
-// nothing between one packet and the next. Control packets carry the messages of the remote calls, in both
-// directions; image packets carry bytes of the page; what the four markers carry is skipped.
+// `reserved` is written as 0 and never read. `length` counts the payload alone. There is no trailer, no
+// checksum and nothing between one packet and the next. Control packets carry the messages of the remote
+// calls, in both directions; image packets carry bytes of the page; the payload of the four markers, if any,
+// is skipped.
+//
+// Pure functions over the caller's memory; nothing here owns, fails or blocks.
 namespace wire {
 
 inline constexpr std::uint8_t beginImageJob = 0xAA;
@@ -22,10 +25,11 @@ inline constexpr std::uint8_t endImagePage = 0xEE;
 inline constexpr std::uint8_t endImageJob = 0xFF;
 
 inline constexpr std::size_t typeOffset = 0;
+inline constexpr std::size_t reservedOffset = 1;
 inline constexpr std::size_t lengthOffset = 4;
 inline constexpr std::uint32_t packetHeaderSize = 8;
 
-// Both read a header that is there whole.
+// Both read a complete header.
 inline std::uint8_t typeOf(const std::uint8_t* packet) {
   return packet[typeOffset];
 }
@@ -35,7 +39,7 @@ inline std::uint32_t payloadLengthOf(const std::uint8_t* packet) {
          static_cast<std::uint32_t>(length[2]) << 8 | static_cast<std::uint32_t>(length[3]);
 }
 
-// Bytes that a packet takes up. Wraps at 32 bits: a payload length from 0xFFFFFFF8 up gives 0 to 7.
+// The size of a whole packet. Wraps at 32 bits: payload lengths from 0xFFFFFFF8 up give 0 to 7.
 inline std::uint32_t packetSize(std::uint32_t payloadLength) {
   return payloadLength + packetHeaderSize;
 }
@@ -43,10 +47,9 @@ inline std::uint32_t packetSize(std::uint32_t payloadLength) {
 // Writes packetHeaderSize bytes.
 inline void writeHeader(std::uint8_t* packet, std::uint8_t type, std::uint32_t payloadLength) {
   packet[typeOffset] = type;
-  packet[1] = packet[2] = packet[3] = 0;
-  for (int byte = 0; byte < 4; ++byte) {
-    packet[lengthOffset + static_cast<std::size_t>(byte)] =
-        static_cast<std::uint8_t>(payloadLength >> (24 - 8 * byte) & 0xFF);
+  for (std::size_t i = reservedOffset; i < lengthOffset; ++i) packet[i] = 0;
+  for (std::size_t i = lengthOffset; i < packetHeaderSize; ++i) {
+    packet[i] = static_cast<std::uint8_t>(payloadLength >> (8 * (packetHeaderSize - 1 - i)) & 0xFF);
   }
 }
 

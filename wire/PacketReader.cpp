@@ -5,14 +5,22 @@
 namespace wire {
 
 bool PacketReader::feed(const std::uint8_t* bytes, std::size_t count) {
-  while (count > 0 && !garbled_) {
+  while (count > 0 && !unreadable_) {
     const std::size_t taken =
         headerBytes_ < header_.size() ? takeHeader(bytes, count) : takePayload(bytes, count);
     bytes += taken;
     count -= taken;
-    if (headerBytes_ == header_.size() && payloadLeft_ == 0 && !garbled_) endPacket();
+    // Not at the top of the loop: an empty packet is complete with the last byte of its header.
+    if (headerBytes_ == header_.size() && payloadLeft_ == 0 && !unreadable_) endPacket();
   }
-  return !garbled_;
+  return !unreadable_;
+}
+
+void PacketReader::reset() {
+  headerBytes_ = 0;
+  payloadLeft_ = 0;
+  message_.clear();
+  unreadable_ = false;
 }
 
 std::size_t PacketReader::takeHeader(const std::uint8_t* bytes, std::size_t count) {
@@ -21,14 +29,15 @@ std::size_t PacketReader::takeHeader(const std::uint8_t* bytes, std::size_t coun
   headerBytes_ += taken;
   if (headerBytes_ == header_.size()) {
     payloadLeft_ = payloadLengthOf(header_.data());
-    garbled_ = !headerIsPlausible();
+    unreadable_ = !headerIsPlausible();
   }
   return taken;
 }
 
+// Unknown types count too: the library's parser waits for the payloads that it skips.
 bool PacketReader::headerIsPlausible() const {
   const bool control = typeOf(header_.data()) == controlData;
-  return payloadLeft_ <= (control ? largestMessage : largestPayload);
+  return payloadLeft_ <= (control ? std::min(largestMessage, largest_) : largest_);
 }
 
 std::size_t PacketReader::takePayload(const std::uint8_t* bytes, std::size_t count) {
@@ -37,7 +46,7 @@ std::size_t PacketReader::takePayload(const std::uint8_t* bytes, std::size_t cou
   if (type == controlData) {
     message_.append(reinterpret_cast<const char*>(bytes), taken);
   } else if (type == imageData) {
-    listener_.imageBytes(bytes, taken);
+    listener_.onImageBytes(bytes, taken);
   }
   payloadLeft_ -= static_cast<std::uint32_t>(taken);
   return taken;
@@ -47,12 +56,12 @@ void PacketReader::endPacket() {
   headerBytes_ = 0;
   const std::uint8_t type = typeOf(header_.data());
   if (type == controlData) {
-    listener_.control(message_);
+    listener_.onControlMessage(message_);
     message_.clear();
   } else if (type == imageData) {
-    listener_.imagePacketEnds();
+    listener_.onImagePacketEnd();
   } else if (type == endImageJob) {
-    listener_.jobEnds();
+    listener_.onImageJobEnd();
   }
 }
 

@@ -10,40 +10,52 @@
 
 namespace wire {
 
-// Cuts the device's byte stream into packets as it passes by, as the library's parser will, but without
-// keeping image bytes: those are shown as they arrive. Knows neither XML nor images and does no I/O. One
-// thread.
+// Reads the packets of a byte stream that arrives in chunks of any size, as the library's own parser does, but
+// passes image bytes on as they arrive instead of collecting whole packets. Knows neither XML nor images and
+// does no I/O.
+//
+// Owns nothing but the header of the current packet and the text of an unfinished message, whose memory grows
+// with the bytes that arrive, not with the length that its header announces. Fails in one way: a header
+// that announces more than any packet holds makes the stream unreadable, which feed() reports. Throws only
+// std::bad_alloc. One thread at a time.
 class PacketReader {
  public:
-  // Called inside feed(); must not feed. What is passed is valid only during the call.
+  // Called inside feed(), on its thread and in stream order. May neither feed nor reset the reader. Views are
+  // valid only during the call.
   class Listener {
    public:
-    // One whole control packet.
-    virtual void control(std::string_view message) = 0;
-    // The next bytes of an image packet.
-    virtual void imageBytes(const std::uint8_t* bytes, std::size_t count) = 0;
-    // The image packet whose bytes came is whole: only now does the library's parser hand it on.
-    virtual void imagePacketEnds() = 0;
-    // The packet that ends an image job came.
-    virtual void jobEnds() = 0;
+    // A control packet is complete; `message` is its payload, which may be empty.
+    virtual void onControlMessage(std::string_view message) = 0;
+    // The next bytes of an image packet, at least one, before it is known whether the packet will be complete.
+    virtual void onImageBytes(const std::uint8_t* /*bytes*/, std::size_t /*count*/) {}
+    // The image packet whose bytes were passed is complete. Only now does the library's parser deliver it.
+    virtual void onImagePacketEnd() {}
+    // The packet that ends an image job is complete.
+    virtual void onImageJobEnd() {}
 
    protected:
     ~Listener() = default;
   };
 
-  // No packet of the device is longer: four times the largest page in colour. The library's parser would wait
-  // for such a payload, or, where its 32-bit length wraps, dispatch the same packet for ever.
+  // Four times the largest page in colour: no packet of the device is longer. The library's parser would wait
+  // for such a payload or, where its 32-bit length wraps, dispatch the same packet for ever.
   static constexpr std::uint32_t largestPayload = 432u * 1024 * 1024;
-  // A message that is longer is none either.
+  // The payload of a control packet. Real messages have a few hundred bytes.
   static constexpr std::uint32_t largestMessage = 1024 * 1024;
 
-  explicit PacketReader(Listener& listener) : listener_(listener) {}
+  // `largest` bounds the payload of packets of every type, those that are skipped included; control packets
+  // are bounded by largestMessage besides. The listener belongs to the caller and outlives the reader.
+  explicit PacketReader(Listener& listener, std::uint32_t largest = largestPayload)
+      : listener_(listener), largest_(largest) {}
 
-  // False from the first header on that announces more than can be: the stream is garbled and must not be fed
-  // to anyone. Packets before it have been shown.
+  // Reads the next chunk. Returns false from the first header on that announces too much: the rest of the
+  // stream is ignored, and should reach no other parser either. The packets before that header have been
+  // delivered.
   bool feed(const std::uint8_t* bytes, std::size_t count);
-  // Whether a packet has begun and is not whole yet.
+  // Whether a packet has begun and is not complete.
   bool insidePacket() const { return headerBytes_ > 0; }
+  // Drops an unfinished packet; the next byte begins a new one, also after an unreadable header.
+  void reset();
 
  private:
   std::size_t takeHeader(const std::uint8_t* bytes, std::size_t count);
@@ -52,11 +64,12 @@ class PacketReader {
   void endPacket();
 
   Listener& listener_;
+  std::uint32_t largest_;
   std::array<std::uint8_t, packetHeaderSize> header_{};
-  std::size_t headerBytes_ = 0;
+  std::size_t headerBytes_ = 0;  // received of header_; all of them until the packet is complete
   std::uint32_t payloadLeft_ = 0;
   std::string message_;  // the payload so far of a control packet
-  bool garbled_ = false;
+  bool unreadable_ = false;
 };
 
 }  // namespace wire

@@ -187,7 +187,7 @@ void JobWatch::judgeDataRead(std::uint32_t size) {
   if (emptyReads_ > emptyReadsLimit || streamBytes_ > longestStream) endJob(outcome::garbledStream());
 }
 
-void JobWatch::control(std::string_view message) {
+void JobWatch::onControlMessage(std::string_view message) {
   const MessageGlance glance = glanceAt(message);
   const bool refusable = request_ == "create" || request_ == "start";
   const bool named = request_ != "create" || glance.hasResult;
@@ -203,7 +203,7 @@ void JobWatch::control(std::string_view message) {
   }
 }
 
-void JobWatch::imageBytes(const std::uint8_t* bytes, std::size_t count) {
+void JobWatch::onImageBytes(const std::uint8_t* bytes, std::size_t count) {
   const bool begun = header_.state() == PictureHeader::State::complete;
   const std::size_t headerPart = header_.feed(bytes, count);
   const bool library = phase_ != Phase::calls;  // whether the library takes these bytes
@@ -223,12 +223,12 @@ void JobWatch::showRaster(const std::uint8_t* bytes, std::size_t count) {
   if (wanted > 0 && !ended_ && !picture_->raster(bytes, wanted)) endJob(outcome::cancelled());
 }
 
-void JobWatch::imagePacketEnds() {
+void JobWatch::onImagePacketEnd() {
   imagePacketCame_ = true;
   whole_ = arrived_;
 }
 
-void JobWatch::jobEnds() {
+void JobWatch::onImageJobEnd() {
   if (phase_ == Phase::picture) jobEnded_ = true;
 }
 

@@ -78,10 +78,10 @@ class JobWatch : private wire::PacketReader::Listener {
   enum class Phase : std::uint8_t { calls, picture, afterwards };
   using Clock = std::chrono::steady_clock;
 
-  void control(std::string_view message) override;
-  void imageBytes(const std::uint8_t* bytes, std::size_t count) override;
-  void imagePacketEnds() override;
-  void jobEnds() override;
+  void onControlMessage(std::string_view message) override;
+  void onImageBytes(const std::uint8_t* bytes, std::size_t count) override;
+  void onImagePacketEnd() override;
+  void onImageJobEnd() override;
 
   bool mayGoOn();
   void endJob(ScanOutcome outcome);

@@ -17,32 +17,32 @@ using wire::PacketReader;
 class PacketReading : public testing::Test, protected PacketReader::Listener {
  protected:
   bool feed(const std::string& bytes) {
-    return cutter.feed(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+    return reader.feed(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
   }
 
-  PacketReader cutter{*this};
+  PacketReader reader{*this};
   std::vector<std::string> messages;
   std::string image;
   int imagePackets = 0;
   int jobs = 0;
 
  private:
-  void control(std::string_view message) override { messages.emplace_back(message); }
-  void imageBytes(const std::uint8_t* bytes, std::size_t count) override {
+  void onControlMessage(std::string_view message) override { messages.emplace_back(message); }
+  void onImageBytes(const std::uint8_t* bytes, std::size_t count) override {
     image.append(reinterpret_cast<const char*>(bytes), count);
   }
-  void imagePacketEnds() override { ++imagePackets; }
-  void jobEnds() override { ++jobs; }
+  void onImagePacketEnd() override { ++imagePackets; }
+  void onImageJobEnd() override { ++jobs; }
 };
 
-TEST_F(PacketReading, TellsTheEndOfAJob) {
+TEST_F(PacketReading, ReportsTheEndOfAJob) {
   feed(packet(0xEE) + packet(0xFF).substr(0, 7));
   EXPECT_EQ(jobs, 0);
   feed(packet(0xFF).substr(7));
   EXPECT_EQ(jobs, 1);
 }
 
-TEST_F(PacketReading, ShowsTheSameForEveryChunkSize) {
+TEST_F(PacketReading, DeliversTheSameForEveryChunkSize) {
   const std::string stream = packet(0xAA) + packet(0xCC, "one") + packet(0xDD, "pixels") +
                              packet(0x00, "unknown") + packet(0xDD, "more") + packet(0xCC, "two") +
                              packet(0xFF);
@@ -55,7 +55,7 @@ TEST_F(PacketReading, ShowsTheSameForEveryChunkSize) {
   }
 }
 
-TEST_F(PacketReading, ShowsImageBytesBeforeTheirPacketIsWhole) {
+TEST_F(PacketReading, DeliversImageBytesBeforeTheirPacketIsComplete) {
   feed(packet(0xDD, "pixels").substr(0, 10));
   EXPECT_EQ(image, "pi");
   EXPECT_EQ(imagePackets, 0);
@@ -63,18 +63,18 @@ TEST_F(PacketReading, ShowsImageBytesBeforeTheirPacketIsWhole) {
   EXPECT_EQ(imagePackets, 1);
 }
 
-TEST_F(PacketReading, ShowsEmptyPacketsAtOnce) {
+TEST_F(PacketReading, DeliversEmptyPacketsAtOnce) {
   feed(packet(0xCC) + packet(0xDD));
   EXPECT_THAT(messages, ElementsAre(""));
   EXPECT_EQ(imagePackets, 1);
 }
 
-TEST_F(PacketReading, TellsWhetherAPacketHasBegun) {
-  EXPECT_FALSE(cutter.insidePacket());
+TEST_F(PacketReading, ReportsWhetherAPacketHasBegun) {
+  EXPECT_FALSE(reader.insidePacket());
   feed(packet(0xCC, "ab").substr(0, 1));
-  EXPECT_TRUE(cutter.insidePacket());
+  EXPECT_TRUE(reader.insidePacket());
   feed(packet(0xCC, "ab").substr(1));
-  EXPECT_FALSE(cutter.insidePacket());
+  EXPECT_FALSE(reader.insidePacket());
 }
 
 TEST_F(PacketReading, IgnoresTheReservedBytes) {
@@ -82,7 +82,7 @@ TEST_F(PacketReading, IgnoresTheReservedBytes) {
   EXPECT_THAT(messages, ElementsAre("x"));
 }
 
-TEST_F(PacketReading, RefusesLengthsThatNoPacketHas) {
+TEST_F(PacketReading, RejectsLengthsThatNoPacketHas) {
   const struct {
     std::uint8_t type;
     std::uint32_t length;
@@ -105,15 +105,38 @@ TEST_F(PacketReading, RefusesLengthsThatNoPacketHas) {
   }
 }
 
-TEST_F(PacketReading, ShowsWhatCameBeforeAGarbledHeaderAndNothingAfterIt) {
+TEST_F(PacketReading, DeliversWhatPrecedesAnUnreadableHeaderAndNothingAfterIt) {
   EXPECT_FALSE(feed(packet(0xCC, "before") + packetHeader(0xDD, 0xFFFFFFF8) + packet(0xCC, "after")));
   EXPECT_FALSE(feed(packet(0xCC, "later")));
   EXPECT_THAT(messages, ElementsAre("before"));
 }
 
-TEST_F(PacketReading, TakesNoBytes) {
+TEST_F(PacketReading, AcceptsAnEmptyChunk) {
   EXPECT_TRUE(feed(""));
   EXPECT_THAT(messages, IsEmpty());
+}
+
+TEST_F(PacketReading, BoundsPacketsOfEveryTypeByTheLimitThatItIsGiven) {
+  for (const std::uint8_t type : {wire::controlData, wire::imageData, wire::endImagePage}) {
+    for (const std::uint32_t length : {10U, 11U}) {
+      PacketReader small(*this, /*largest*/ 10);
+      const std::string header = packetHeader(type, length);
+      EXPECT_EQ(small.feed(reinterpret_cast<const std::uint8_t*>(header.data()), header.size()), length == 10)
+          << int{type} << " " << length;
+    }
+  }
+}
+
+TEST_F(PacketReading, BeginsANewPacketAfterAReset) {
+  for (const std::string& left :
+       {packet(0xCC, "ab").substr(0, 3), packet(0xCC, "ab").substr(0, 9), packetHeader(0xDD, 0xFFFFFFF8)}) {
+    messages.clear();
+    feed(left);
+    reader.reset();
+    EXPECT_FALSE(reader.insidePacket());
+    EXPECT_TRUE(feed(packet(0xCC, "next")));
+    EXPECT_THAT(messages, ElementsAre("next"));
+  }
 }
 
 }  // namespace
