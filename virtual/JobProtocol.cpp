@@ -6,10 +6,10 @@
 
 namespace virtualscanner {
 
-Answer JobProtocol::answer(const char* text, int length, bool refuse) {
+Answer JobProtocol::answer(std::string_view message, bool refuse) {
   RemoteCall call;
   try {
-    call.read(text, length);
+    call.read(message);
     calls_.push_back(call.object() + "." + call.method());
     if (refuse) throw ObjectStoreException("refused by fault injection");
     result_ = std::make_unique<IntegerElem>(0);

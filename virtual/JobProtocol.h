@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "PageRequest.h"
@@ -35,7 +36,7 @@ struct Answer {
 class JobProtocol {
  public:
   // Answers one message. Never throws for what is in it. With `refuse` the call is read, and then refused.
-  Answer answer(const char* text, int length, bool refuse);
+  Answer answer(std::string_view message, bool refuse);
 
   // Valid after `started`.
   const PageRequest& request() const { return request_; }

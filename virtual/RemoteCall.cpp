@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <cstdlib>
-#include <string_view>
 
 #include "Exceptions.h"
 #include "XMLSAXParser.h"
@@ -20,12 +19,13 @@ int numberIn(const std::string& text) {
   return number;
 }
 
-std::unique_ptr<Element> parse(const char* text, int length) {
+std::unique_ptr<Element> parse(std::string_view text) {
   XMLSAXParser parser;
   std::unique_ptr<Element> message;
   int status = -1;
   try {
-    status = parser.parseMessage(const_cast<char*>(text), length);  // which does not change it
+    // The text is not changed, and has at most wire::PacketReader::largestMessage bytes.
+    status = parser.parseMessage(const_cast<char*>(text.data()), static_cast<int>(text.size()));
     message.reset(parser.getResult());
   } catch (const ObjectStoreException&) {
     message.reset(parser.getResult());
@@ -46,8 +46,8 @@ std::string closed(XMLVisitor& visitor) {
 
 }  // namespace
 
-void RemoteCall::read(const char* message, int length) {
-  message_ = parse(message, length);
+void RemoteCall::read(std::string_view message) {
+  message_ = parse(message);
   requestId_ = numberIn(text("requestID"));
   if (text("messageType") != "method" || text("systemRule") != "callMethod") {
     throw ObjectStoreException("this is no call of a method");

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "Element.h"
 
@@ -13,7 +14,7 @@ class RemoteCall {
  public:
   // Reads a message. Throws ObjectStoreException, with a text fit for an exception reply, if it is no call of
   // a method with a list of parameters; requestId() is then still that of the message, if it has one.
-  void read(const char* text, int length);
+  void read(std::string_view message);
 
   int requestId() const { return requestId_; }
   const std::string& object() const { return object_; }

@@ -3,39 +3,45 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "PacketReader.h"
 
 namespace virtualscanner {
 
-// A message longer than this is no message of any host.
-inline constexpr std::uint32_t largestMessage = 1 << 20;
-
-// Cuts what the host writes into control packets, with the project's own packet parser. Unlike that parser it
-// finds back after a broken write: a chunk that begins with a control packet's header drops the unfinished
-// packet before it (no message text holds these bytes), and an announced length that no message has drops
-// what is there up to the next chunk.
-class RequestInbox {
+// Turns what the host writes into messages: the payloads of its control packets, however they are split over
+// writes. Packets of other types are skipped. Knows neither XML nor USB.
+//
+// Unlike the library's parser it recovers from a broken write. A write that begins with a control packet's
+// header while a packet is unfinished drops the unfinished one (no message text holds these bytes), and a
+// write in which a header announces more than a message can hold is dropped whole, together with what was
+// unfinished before it.
+//
+// Keeps at most one unfinished message between two writes. Throws only std::bad_alloc and what the handler
+// throws. One thread at a time.
+class RequestInbox : private wire::PacketReader::Listener {
  public:
-  using Handler = std::function<void(const char* text, int length)>;
+  using Handler = std::function<void(std::string_view message)>;
 
-  // The handler is called inside receive(), once for each complete control packet.
-  explicit RequestInbox(Handler handler);
-  ~RequestInbox();
+  // The handler is called inside receive(), once for each complete control packet. It must not use the inbox;
+  // the view is valid only during the call.
+  explicit RequestInbox(Handler handler) : handler_(std::move(handler)) {}
   RequestInbox(const RequestInbox&) = delete;
   RequestInbox& operator=(const RequestInbox&) = delete;
 
   void receive(const std::uint8_t* bytes, std::size_t count);
-  // Forgets an unfinished packet.
-  void clear();
+  // Drops an unfinished packet.
+  void clear() { reader_.reset(); }
 
  private:
-  bool endsInsidePacket() const { return headerBytes_ > 0 || payloadLeft_ > 0; }
-  bool isSane(const std::uint8_t* bytes, std::size_t count);
+  void onControlMessage(std::string_view message) override { received_.emplace_back(message); }
 
   Handler handler_;
-  void* parser_ = nullptr;
-  std::uint8_t header_[8] = {};
-  std::size_t headerBytes_ = 0;    // of the header being received
-  std::uint32_t payloadLeft_ = 0;  // of the packet being received
+  wire::PacketReader reader_{*this, wire::PacketReader::largestMessage};
+  std::vector<std::string> received_;  // with the write under way
 };
 
 }  // namespace virtualscanner

@@ -34,7 +34,7 @@ struct VirtualScanner::State {
       : options(std::move(chosen)),
         paper(std::move(inserted)),
         usb(options.alternateSettings),
-        inbox([this](const char* text, int length) { answer(text, length); }),
+        inbox([this](std::string_view message) { answer(message); }),
         stream(options.transferBytes),
         replyPipe(replies, options.zeroLengthPackets),
         dataPipe(stream, options.zeroLengthPackets) {
@@ -43,7 +43,7 @@ struct VirtualScanner::State {
 
   // A status other than done ends the transfer before it moved anything.
   TransferStatus begin(std::uint8_t address);
-  void answer(const char* text, int length);
+  void answer(std::string_view message);
   void queueReply(std::string_view text, bool split);
   void react(JobEvent event);
   void beginStream();
@@ -176,9 +176,9 @@ TransferStatus VirtualScanner::State::begin(std::uint8_t address) {
   return fault == FaultKind::timeOut ? TransferStatus::silent : TransferStatus::done;
 }
 
-void VirtualScanner::State::answer(const char* text, int length) {
+void VirtualScanner::State::answer(std::string_view message) {
   const CallFaults due = faults.countCall();
-  const Answer reply = protocol.answer(text, length, due.refuse);
+  const Answer reply = protocol.answer(message, due.refuse);
   react(reply.event);
   queueReply(due.garble ? noMessage : reply.message, due.split);
 }

@@ -192,9 +192,7 @@ class Inbox : public testing::Test {
   void receive(const std::vector<std::uint8_t>& bytes) { inbox_.receive(bytes.data(), bytes.size()); }
 
   std::vector<std::string> messages_;
-  RequestInbox inbox_{[this](const char* text, int length) {
-    messages_.emplace_back(text, static_cast<std::size_t>(length));
-  }};
+  RequestInbox inbox_{[this](std::string_view message) { messages_.emplace_back(message); }};
 };
 
 TEST_F(Inbox, TakesMessagesCutAtEveryPlace) {
@@ -233,6 +231,14 @@ TEST_F(Inbox, DropsAnnouncedLengthsThatNoMessageHas) {
     receive(packetOf("next"));
     EXPECT_THAT(messages_, ElementsAre("next"));
   }
+}
+
+TEST_F(Inbox, DropsTheWholeWriteThatAnnouncesTooMuch) {
+  std::vector<std::uint8_t> bytes = packetOf("before");
+  bytes.insert(bytes.end(), {0xCC, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xF8});
+  receive(bytes);
+  receive(packetOf("next"));
+  EXPECT_THAT(messages_, ElementsAre("next"));
 }
 
 TEST_F(Inbox, SkipsPacketsOfOtherTypes) {
