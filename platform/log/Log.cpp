@@ -35,6 +35,10 @@ void useLogSink(LogSink* sink) {
   sinkOfTheMoment.store(sink, std::memory_order_release);
 }
 
+LogSink* chosenLogSink() {
+  return sinkOfTheMoment.load(std::memory_order_acquire);
+}
+
 void log(const LogLine& line) {
   currentSink().line(line);
 }

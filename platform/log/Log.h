@@ -30,6 +30,8 @@ class LogSink {
 // Makes `sink` the receiver of all lines from now on. It stays the caller's and must outlive its use. Null
 // brings the default back: every line whole, with time stamp, program name and process id, to standard error.
 void useLogSink(LogSink* sink);
+// The sink of the last call; null while the default receives the lines.
+LogSink* chosenLogSink();
 
 // Sends one line to the sink of the moment.
 void log(const LogLine& line);
