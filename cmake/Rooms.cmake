@@ -40,12 +40,13 @@ function(q750_compile_headers_alone target)
   endif()
 endfunction()
 
-# q750_room(<target> [PUBLIC <room>...] [PRIVATE <room>...] [LIBRARIES <library>...]): a static library of all sources
-# in this folder. PUBLIC names the rooms whose headers its headers include, PRIVATE those that only its sources include:
-# together they are all that it may include, the one list of layers that tools/layer-check reads. LIBRARIES are those of
-# others, which its sources alone see.
+# q750_room(<target> [NOT_IN_LIBRARY] [PUBLIC <room>...] [PRIVATE <room>...] [LIBRARIES <library>...]): a static library
+# of all sources in this folder. PUBLIC names the rooms whose headers its headers include, PRIVATE those that only its
+# sources include: together they are all that it may include, the one list of layers that tools/layer-check reads.
+# LIBRARIES are those of others, which its sources alone see. A room of Sources/ or platform/ is also part of the
+# plug-in library, unless it is NOT_IN_LIBRARY.
 function(q750_room target)
-  cmake_parse_arguments(room "" "" "PUBLIC;PRIVATE;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(room "NOT_IN_LIBRARY" "" "PUBLIC;PRIVATE;LIBRARIES" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   if(sources)
     add_library(${target} STATIC ${sources})
@@ -53,7 +54,7 @@ function(q750_room target)
     target_link_libraries(${target} PUBLIC ${room_PUBLIC} PRIVATE ${room_PRIVATE} ${room_LIBRARIES})
     # Inline members are no exports: whether the compiler emits them depends on the kind of build.
     set_target_properties(${target} PROPERTIES VISIBILITY_INLINES_HIDDEN ON)
-    if(CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/(Sources|platform)/")
+    if(NOT room_NOT_IN_LIBRARY AND CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/(Sources|platform)/")
       set_property(GLOBAL APPEND PROPERTY Q750_LIBRARY_ROOMS ${target})
     endif()
   else()
