@@ -3,6 +3,7 @@
 #include <cfloat>
 
 #include "CScannerDriver.h"
+#include "DriverHandle.h"
 #include "NumericConversion.h"
 
 extern "C" {
@@ -17,8 +18,9 @@ constexpr double unitsPerInch = 1200.0;
 static_assert(FLT_EVAL_METHOD == 0 || FLT_EVAL_METHOD == 1,
               "products of doubles have to be doubles: build with -msse2 -mfpmath=sse");
 
+// The functions of this file alone change a driver that a handle names.
 CScannerDriver& driverOf(intptr_t handle) {
-  return *reinterpret_cast<CScannerDriver*>(handle);
+  return const_cast<CScannerDriver&>(driverBehind(handle));
 }
 
 uint32_t unitsFromInches(double inches) {
@@ -34,7 +36,7 @@ int32_t pixelsFromUnits(uint32_t units, double pixelsPerUnit) {
 intptr_t EnableScanner() {
   CScannerDriver* driver = CScannerDriver::create();
   totalBytesRead = 0;
-  return reinterpret_cast<intptr_t>(driver);
+  return handleOf(*driver);
 }
 
 int32_t DisableScanner(intptr_t handle) {
