@@ -1,5 +1,7 @@
 #include "JobProtocol.h"
 
+#include <utility>
+
 #include "Exceptions.h"
 #include "IntegerElem.h"
 #include "StringElem.h"
@@ -8,15 +10,16 @@ namespace virtualscanner {
 
 Answer JobProtocol::answer(std::string_view message, bool refuse) {
   RemoteCall call;
+  std::string name;
   try {
     call.read(message);
-    calls_.push_back(call.object() + "." + call.method());
+    name = call.object() + "." + call.method();
     if (refuse) throw ObjectStoreException("refused by fault injection");
     result_ = std::make_unique<IntegerElem>(0);
     const JobEvent event = perform(call);
-    return {writeResponse(call.requestId(), *result_), event};
+    return {writeResponse(call.requestId(), *result_), event, std::move(name)};
   } catch (const ObjectStoreException& failure) {
-    return {writeException(call.requestId(), failure.getMessage()), JobEvent::none};
+    return {writeException(call.requestId(), failure.getMessage()), JobEvent::none, std::move(name)};
   }
 }
 

@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "PageRequest.h"
 #include "RemoteCall.h"
@@ -22,6 +21,7 @@ enum class JobEvent : std::uint8_t {
 struct Answer {
   std::string message;  // the text of the reply
   JobEvent event;
+  std::string call;  // the call answered, as object.method; empty for a message that is none
 };
 
 // The remote objects of the device and the order in which they may be called:
@@ -40,9 +40,7 @@ class JobProtocol {
 
   // Valid after `started`.
   const PageRequest& request() const { return request_; }
-  // Every call that could be read, as object.method.
-  const std::vector<std::string>& calls() const { return calls_; }
-  // As after power-on, the list of calls aside.
+  // As after power-on.
   void reset();
 
  private:
@@ -59,7 +57,6 @@ class JobProtocol {
   std::uint32_t jobs_ = 0;
   std::string jobName_;  // empty while there is no job
   PageRequest request_;
-  std::vector<std::string> calls_;
   std::unique_ptr<Element> result_;
 };
 

@@ -61,6 +61,7 @@ struct VirtualScanner::State {
   StreamSource stream;
   InPipe replyPipe;
   InPipe dataPipe;
+  CallObserver callObserver;
   std::optional<PageRequest> lastRequest;
   std::shared_ptr<const std::vector<std::uint8_t>> page;  // painted ahead, of the two below
   std::shared_ptr<const Paper> paperOfPage;
@@ -153,8 +154,8 @@ Transfer VirtualScanner::read(std::uint8_t address, std::uint8_t* buffer, std::s
   return state_->dataPipe.read(buffer, capacity);
 }
 
-const std::vector<std::string>& VirtualScanner::calls() const {
-  return state_->protocol.calls();
+void VirtualScanner::observeCalls(CallObserver observer) {
+  state_->callObserver = std::move(observer);
 }
 const std::optional<PageRequest>& VirtualScanner::lastRequest() const {
   return state_->lastRequest;
@@ -180,6 +181,7 @@ void VirtualScanner::State::answer(std::string_view message) {
   const CallFaults due = faults.countCall();
   const Answer reply = protocol.answer(message, due.refuse);
   react(reply.event);
+  if (callObserver && !reply.call.empty()) callObserver(reply.call);
   queueReply(due.garble ? noMessage : reply.message, due.split);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -64,8 +65,12 @@ class VirtualScanner {
   // the device has no more for now.
   Transfer read(std::uint8_t address, std::uint8_t* buffer, std::size_t capacity);
 
-  // What happened so far, for tests: every call understood, as object.method, and the last job's request.
-  const std::vector<std::string>& calls() const;
+  // `observer` is called inside write() with each remote call that could be read, as object.method, once the
+  // call is carried out or refused; it must not use the scanner. Null ends the observation. The scanner
+  // itself keeps no history, however long it runs.
+  using CallObserver = std::function<void(const std::string& call)>;
+  void observeCalls(CallObserver observer);
+  // What the last job that was started asked for.
   const std::optional<PageRequest>& lastRequest() const;
   // Transfers counted for the positions of faults, since they were last reset.
   std::uint32_t transfers() const;

@@ -2,6 +2,7 @@
 #include <span>
 #include <utility>
 
+#include "CallLog.h"
 #include "DeviceHost.h"
 #include "DeviceIdentity.h"
 #include "EmulatedUsbfs.h"
@@ -72,8 +73,8 @@ class ScriptedWorld final : public World {
   fakes::ScriptedUsbStack usb_;
 };
 
-bool tookExitCall(const VirtualScanner& scanner) {
-  return scanner.calls() == std::vector<std::string>{"system.exitHostUSBSendMode"};
+bool tookExitCall(const CallLog& calls) {
+  return *calls == std::vector<std::string>{"system.exitHostUSBSendMode"};
 }
 
 class VirtualWorld : public World {
@@ -88,11 +89,12 @@ class VirtualWorld : public World {
   void haltNext(std::uint8_t /*pipe*/) override { scanner_.setFaults({{FaultKind::stall, 1}}); }
   void unplug() override { scanner_.unplug(); }
   void plugIn() override { scanner_.plugIn(); }
-  bool heard(const std::vector<std::uint8_t>& /*packet*/) override { return tookExitCall(scanner_); }
+  bool heard(const std::vector<std::uint8_t>& /*packet*/) override { return tookExitCall(calls_); }
   bool isTidy() override { return usb_.unreleased().total() == 0; }
 
  private:
   VirtualScanner scanner_;
+  const CallLog calls_ = recordCalls(scanner_);
   VirtualUsbStack usb_{scanner_};
 };
 
@@ -133,13 +135,14 @@ class LibusbWorld final : public World {
   void plugIn() override { usbfs_.plugIn(); }
   bool heard(const std::vector<std::uint8_t>& /*packet*/) override {
     bool took = false;
-    usbfs_.withScanner([&took](VirtualScanner& scanner) { took = tookExitCall(scanner); });
+    usbfs_.withScanner([&](VirtualScanner&) { took = tookExitCall(calls_); });
     return took;
   }
   bool isTidy() override { return usbfs_.requestsInFlight() == 0; }
 
  private:
   VirtualScanner scanner_;
+  const CallLog calls_ = recordCalls(scanner_);
   EmulatedUsbfs usbfs_;
   platform::LibusbStack usb_;
 };

@@ -61,7 +61,7 @@ TEST_F(EndToEndFaults, NoneTakesTheTransfersAndTheTimeOfTheTable) {
   expectWholePage();
   EXPECT_EQ(scanner_->transfers(), 17U);
   EXPECT_EQ(stack_->nowMs(), 15000U) << "the silence at the end of the page";
-  EXPECT_EQ(scanner_->calls().size(), 5U);
+  EXPECT_EQ(calls_->size(), 5U);
 }
 
 // Image bytes in whole packets of the first read of 102400 bytes.
@@ -71,7 +71,7 @@ TEST_F(EndToEndFaults, AStalledDataPipeEndsThePageWithWhatCame) {
   plugInWith({{FaultKind::stall, 8}});
   EXPECT_EQ(scan(page), 0);
   EXPECT_TRUE(raster() == rasterCutAt(firstRead));
-  EXPECT_THAT(scanner_->calls(), Contains("system.exitHostUSBSendMode"));
+  EXPECT_THAT(*calls_, Contains("system.exitHostUSBSendMode"));
   expectRecovery();
 }
 
@@ -140,7 +140,7 @@ TEST_F(EndToEndFaults, AJobThatCouldNotBeMadeWaitsUntilTheDeviceIsGone) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(scan(page), kIOReturnNoDevice);
     testing::internal::GetCapturedStderr();
-    EXPECT_THAT(scanner_->calls(), Not(Contains("system.exitHostUSBSendMode")));
+    EXPECT_THAT(*calls_, Not(Contains("system.exitHostUSBSendMode")));
     expectRecovery();
   }
 }
@@ -167,7 +167,7 @@ TEST_F(EndToEndFaults, GarbageSwallowsTheRestOfThePage) {
   plugInWith({{FaultKind::garbage, 100000}});
   EXPECT_EQ(scan(page), 0);
   EXPECT_TRUE(raster() == rasterCutAt(100000));
-  EXPECT_THAT(scanner_->calls(), Contains("HostSendJob1.scanJob.done"));
+  EXPECT_THAT(*calls_, Contains("HostSendJob1.scanJob.done"));
   expectRecovery();
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "CScannerDriver.h"
+#include "CallLog.h"
 #include "Log.h"
 #include "ScannerInterface.h"
 #include "VirtualScanner.h"
@@ -49,6 +50,7 @@ class ScanHost : public testing::Test {
     disable();
     stack_.reset();
     scanner_ = std::make_unique<virtualscanner::VirtualScanner>(paper_, std::move(options));
+    calls_ = recordCalls(*scanner_);
     stack_ = std::make_unique<virtualscanner::VirtualUsbStack>(*scanner_);
     platform::useUsbStack(stack_.get());
     enable();
@@ -98,6 +100,7 @@ class ScanHost : public testing::Test {
 
   std::shared_ptr<const virtualscanner::Paper> paper_ = virtualscanner::Paper::testChart();
   std::unique_ptr<virtualscanner::VirtualScanner> scanner_;
+  CallLog calls_;  // of the scanner
   std::unique_ptr<virtualscanner::VirtualUsbStack> stack_;
   intptr_t handle_ = 0;
 

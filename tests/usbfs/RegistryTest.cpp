@@ -73,7 +73,7 @@ TEST_F(UsbfsRegistry, OpensTheChosenScannerOfTwo) {
   stack_ = std::make_unique<LibusbStack>(LibusbStack::configuredIdentity(), 0x01100000);
   open();
   EXPECT_EQ(write(exitCall()), kIOReturnSuccess);
-  EXPECT_THAT(scanner_->calls(), ElementsAre("system.exitHostUSBSendMode"));
+  EXPECT_THAT(*calls_, ElementsAre("system.exitHostUSBSendMode"));
 }
 
 TEST_F(UsbfsRegistry, FindsTheChosenScannerWhereItIsPluggedInAgain) {

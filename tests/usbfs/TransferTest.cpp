@@ -177,7 +177,7 @@ TEST_P(UsbfsTransfers, TimeOutWhereTheDeviceTakesOnlyAPart) {
   use(withFault(FaultKind::shortWrite, 1));
   EXPECT_EQ(write(exitCall(), 30, 0), kIOUSBTransactionTimeout);
   EXPECT_EQ(write(exitCall(), 30, 0), kIOReturnSuccess);
-  EXPECT_THAT(scanner_->calls(), testing::ElementsAre("system.exitHostUSBSendMode"));
+  EXPECT_THAT(*calls_, testing::ElementsAre("system.exitHostUSBSendMode"));
 }
 
 TEST_P(UsbfsTransfers, LeaveWhatComesAfterATimeOutToTheNextRead) {

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "CallLog.h"
 #include "DeviceHost.h"
 #include "EmulatedUsbfs.h"
 #include "LibusbStack.h"
@@ -33,6 +34,7 @@ class UsbfsHost : public testing::Test {
   void plugIn(EmulatedUsbfs::Options options = {}, virtualscanner::ScannerOptions kind = {}) {
     unplugAll();
     scanner_ = std::make_unique<virtualscanner::VirtualScanner>(virtualscanner::Paper::testChart(), kind);
+    calls_ = recordCalls(*scanner_);
     usbfs_ = std::make_unique<EmulatedUsbfs>(*scanner_, options);
     stack_ = std::make_unique<platform::LibusbStack>();
   }
@@ -101,6 +103,7 @@ class UsbfsHost : public testing::Test {
   }
 
   std::unique_ptr<virtualscanner::VirtualScanner> scanner_;
+  CallLog calls_;  // of the scanner
   std::unique_ptr<EmulatedUsbfs> usbfs_;
   std::unique_ptr<platform::LibusbStack> stack_;
   StackUser::Interface interface_;

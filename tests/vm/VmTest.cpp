@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "CScannerDriver.h"
+#include "CallLog.h"
 #include "DeviceIdentity.h"
 #include "HurriedUsbStack.h"
 #include "KernelBus.h"
@@ -50,6 +51,7 @@ class Kernel : public testing::Test {
   void plugIn(ScannerOptions options = {}) {
     takeAway();
     scanner_ = std::make_unique<VirtualScanner>(paper_, std::move(options));
+    calls_ = recordCalls(*scanner_);
     bus_ = std::make_unique<KernelBus>(*scanner_);
     plugInAgain();
   }
@@ -111,7 +113,7 @@ class Kernel : public testing::Test {
   }
   std::vector<std::string> calls() {
     std::vector<std::string> calls;
-    bus_->withScanner([&calls](VirtualScanner& scanner) { calls = scanner.calls(); });
+    bus_->withScanner([&](VirtualScanner&) { calls = *calls_; });
     return calls;
   }
 
@@ -144,6 +146,7 @@ class Kernel : public testing::Test {
 
   const std::shared_ptr<const Paper> paper_ = Paper::testChart();
   std::unique_ptr<VirtualScanner> scanner_;
+  CallLog calls_;  // of the scanner
   std::unique_ptr<KernelBus> bus_;
   std::unique_ptr<platform::LibusbStack> real_;
   std::unique_ptr<HurriedUsbStack> stack_;

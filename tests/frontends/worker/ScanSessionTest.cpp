@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Bed.h"
+#include "CallLog.h"
 #include "ConversionEnvironment.h"
 #include "Fault.h"
 #include "FileKeeping.h"
@@ -73,6 +74,7 @@ class Scanning : public testing::Test {
   void inject(const char* fault) { scanner.setFaults({*virtualscanner::parseFault(fault)}); }
 
   virtualscanner::VirtualScanner scanner{Paper::testChart(), manyTransfers()};
+  const CallLog calls = recordCalls(scanner);
   virtualscanner::VirtualUsbStack stack{scanner};
   Page page;
   std::unique_ptr<ScanSession> session;
@@ -121,9 +123,8 @@ TEST_F(Scanning, LeavesTheScannerReady) {
   scan(smallScan());
   session.reset();
   EXPECT_EQ(stack.unreleased().total(), 0U);
-  EXPECT_THAT(scanner.calls(),
-              ElementsAre("system.enterHostUSBSendMode", "jobFactory.create", HasSubstr(".start"),
-                          HasSubstr(".scanJob.done"), "system.exitHostUSBSendMode"));
+  EXPECT_THAT(*calls, ElementsAre("system.enterHostUSBSendMode", "jobFactory.create", HasSubstr(".start"),
+                                  HasSubstr(".scanJob.done"), "system.exitHostUSBSendMode"));
 }
 
 TEST_F(Scanning, BringsTheUsbStackOfTheProcessBack) {
@@ -265,7 +266,7 @@ TEST_F(Scanning, DoesNotBeginWhenItIsCancelledAlready) {
   SessionHooks hooks;
   hooks.cancel = &cancel;
   EXPECT_EQ(scan(smallScan(), hooks).sentence, "The scan was cancelled; nothing was saved.");
-  EXPECT_THAT(scanner.calls(), IsEmpty());
+  EXPECT_THAT(*calls, IsEmpty());
 }
 
 TEST_F(Scanning, CanBeGivenMoreOrLessPatience) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CScannerDriver.h"
+#include "CallLog.h"
 #include "EmulatedUsbfs.h"
 #include "HurriedUsbStack.h"
 #include "LibusbStack.h"
@@ -42,7 +43,7 @@ void PrintTo(const Outcome& outcome, std::ostream* out) {
        << outcome.calls.size() << " calls, " << outcome.transfers << " transfers";
 }
 
-Outcome scanOnce(const VirtualScanner& scanner, intptr_t handle) {
+Outcome scanOnce(const VirtualScanner& scanner, const CallLog& calls, intptr_t handle) {
   EXPECT_EQ(SetScanParameterEx(handle, 75, 75, 2, 0, 0, 10200, 14028), 1);
   Outcome outcome;
   outcome.status = StartScan(handle);
@@ -53,7 +54,7 @@ Outcome scanOnce(const VirtualScanner& scanner, intptr_t handle) {
   outcome.rows = image.rowCount;
   outcome.bytesPerPixel = image.bytesPerPixel;
   outcome.raster.assign(image.pixels, image.pixels + image.length);
-  outcome.calls = scanner.calls();
+  outcome.calls = *calls;
   outcome.transfers = scanner.transfers();
   return outcome;
 }
@@ -63,14 +64,15 @@ using Outcomes = std::pair<Outcome, Outcome>;
 
 template <typename PlugIn>
 Outcomes scanTwice(VirtualScanner& scanner, platform::UsbStack& stack, const PlugIn& plugIn) {
+  const CallLog calls = recordCalls(scanner);
   platform::useUsbStack(&stack);
   Outcomes outcomes;
   intptr_t handle = EnableScanner();
-  outcomes.first = scanOnce(scanner, handle);
+  outcomes.first = scanOnce(scanner, calls, handle);
   EXPECT_EQ(DisableScanner(handle), 1);
   plugIn();
   handle = EnableScanner();
-  outcomes.second = scanOnce(scanner, handle);
+  outcomes.second = scanOnce(scanner, calls, handle);
   EXPECT_EQ(DisableScanner(handle), 1);
   platform::useUsbStack(nullptr);
   return outcomes;
