@@ -186,6 +186,7 @@ void VirtualScanner::State::answer(std::string_view message) {
 }
 
 void VirtualScanner::State::queueReply(std::string_view text, bool split) {
+  if (replies.isFull()) return;  // before a reply is split: half of one would only mislead
   std::vector<std::uint8_t> packet = controlPacket(text);
   if (split) {
     const auto middle = packet.begin() + static_cast<std::ptrdiff_t>(packet.size() / 2);

@@ -25,7 +25,9 @@ namespace virtualscanner {
 // started, the page that the job's parameters ask for streams from endpoint 8. Wrong calls are answered with
 // an exception message. A call of enterHostUSBSendMode always starts afresh, whatever an earlier job left
 // behind; halted endpoints alone stay halted until the host clears them. A write that begins with a control
-// packet while an earlier message is incomplete drops the earlier one, as its host gave it up.
+// packet while an earlier message is incomplete drops the earlier one, as its host gave it up. Up to 64
+// replies wait to be read; while they do, further calls are carried out and their replies are lost. Memory
+// use does not grow with the number of calls and jobs.
 //
 // One thread at a time. Nothing throws but std::bad_alloc. Two transfers that differ only in how a face cuts
 // them are the same to the model, except that faults count transfers.

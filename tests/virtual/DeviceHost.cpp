@@ -38,6 +38,13 @@ std::string inShort(const std::string& reply) {
 
 }  // namespace
 
+std::vector<std::uint8_t> controlPacket(std::string_view text) {
+  std::vector<std::uint8_t> packet(wire::packetHeaderSize + text.size());
+  wire::writeHeader(packet.data(), wire::controlData, static_cast<std::uint32_t>(text.size()));
+  std::copy(text.begin(), text.end(), packet.begin() + wire::packetHeaderSize);
+  return packet;
+}
+
 std::unique_ptr<MapElem> parameterTree(const PageRequest& request) {
   auto tree = std::make_unique<MapElem>();
   auto* scan = new MapElem;
@@ -76,9 +83,7 @@ std::vector<std::uint8_t> DeviceHost::framed(const std::string& object, const st
   char* text = nullptr;
   unsigned int length = 0;
   visitor.createMemoryDump(&text, &length);
-  std::vector<std::uint8_t> packet(wire::packetHeaderSize + length);
-  wire::writeHeader(packet.data(), wire::controlData, length);
-  std::copy_n(text, length, packet.data() + wire::packetHeaderSize);
+  const std::vector<std::uint8_t> packet = controlPacket({text, length});
   std::free(text);
   return packet;
 }

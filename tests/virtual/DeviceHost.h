@@ -67,6 +67,8 @@ class DeviceHost {
   std::string lastReply_;
 };
 
+// One control packet with this payload.
+std::vector<std::uint8_t> controlPacket(std::string_view text);
 // The parameter tree of a job as the driver builds it.
 std::unique_ptr<MapElem> parameterTree(const virtualscanner::PageRequest& request);
 

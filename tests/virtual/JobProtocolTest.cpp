@@ -151,18 +151,13 @@ TEST_F(JobProtocol, AnswersARequestThatItCannotScanWithAnException) {
   EXPECT_EQ(scanner_.lastRequest(), std::nullopt);
 }
 
-std::vector<std::uint8_t> packetOf(const std::string& text) {
-  const auto length = static_cast<std::uint8_t>(text.size());
-  std::vector<std::uint8_t> packet{0xCC, 0, 0, 0, 0, 0, static_cast<std::uint8_t>(text.size() >> 8), length};
-  packet.insert(packet.end(), text.begin(), text.end());
-  return packet;
-}
-
 TEST_F(JobProtocol, AnswersTextThatIsNoCallWithAnException) {
   const std::pair<const char*, const char*> cases[] = {
       {"", "this is no message"},
       {"<method", "this is no message"},
       {"<method></wrong>", "this is no message"},
+      {"<exception><message>inside</message></exception>", "this is no message"},
+      {"<!DOCTYPE m [<!ENTITY e \"<me/>\">]><method>&e;</method>", "this is no message"},
       {"<response requestID=\"3\"><IntegerElem>0</IntegerElem></response>", "this is no call of a method"},
       {"<method name=\"callRule\" requestID=\"3\"/>", "this is no call of a method"},
       {"<method name=\"callMethod\" requestID=\"3\"/>", "the call has no list of parameters"},
@@ -173,7 +168,7 @@ TEST_F(JobProtocol, AnswersTextThatIsNoCallWithAnException) {
   };
   for (const auto& [text, reason] : cases) {
     testing::internal::CaptureStderr();
-    host_.write(packetOf(text));
+    host_.write(controlPacket(text));
     testing::internal::GetCapturedStderr();
     const std::string reply = host_.takeReply();
     EXPECT_THAT(reply, HasSubstr("<exception requestID=")) << text;
@@ -197,8 +192,8 @@ class Inbox : public testing::Test {
 };
 
 TEST_F(Inbox, TakesMessagesCutAtEveryPlace) {
-  std::vector<std::uint8_t> two = packetOf("first");
-  const std::vector<std::uint8_t> second = packetOf("second");
+  std::vector<std::uint8_t> two = controlPacket("first");
+  const std::vector<std::uint8_t> second = controlPacket("second");
   two.insert(two.end(), second.begin(), second.end());
   for (std::size_t chunk = 1; chunk <= two.size(); ++chunk) {
     messages_.clear();
@@ -211,11 +206,11 @@ TEST_F(Inbox, TakesMessagesCutAtEveryPlace) {
 }
 
 TEST_F(Inbox, DropsAnUnfinishedMessageWhenTheNextBegins) {
-  const std::vector<std::uint8_t> whole = packetOf("given up");
+  const std::vector<std::uint8_t> whole = controlPacket("given up");
   for (std::size_t length = 1; length < whole.size(); ++length) {
     messages_.clear();
     receive({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)});
-    receive(packetOf("next"));
+    receive(controlPacket("next"));
     ASSERT_THAT(messages_, ElementsAre("next")) << length;
   }
 }
@@ -229,29 +224,29 @@ TEST_F(Inbox, DropsAnnouncedLengthsThatNoMessageHas) {
     receive(header);
     receive({header.begin(), header.begin() + 5});
     receive({header.begin() + 5, header.end()});
-    receive(packetOf("next"));
+    receive(controlPacket("next"));
     EXPECT_THAT(messages_, ElementsAre("next"));
   }
 }
 
 TEST_F(Inbox, DropsTheWholeWriteThatAnnouncesTooMuch) {
-  std::vector<std::uint8_t> bytes = packetOf("before");
+  std::vector<std::uint8_t> bytes = controlPacket("before");
   bytes.insert(bytes.end(), {0xCC, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xF8});
   receive(bytes);
-  receive(packetOf("next"));
+  receive(controlPacket("next"));
   EXPECT_THAT(messages_, ElementsAre("next"));
 }
 
 TEST_F(Inbox, SkipsPacketsOfOtherTypes) {
   receive({0xDD, 0, 0, 0, 0, 0, 0, 2, 'x', 'y'});
-  receive(packetOf("text"));
+  receive(controlPacket("text"));
   EXPECT_THAT(messages_, ElementsAre("text"));
 }
 
 TEST_F(Inbox, ForgetsAnUnfinishedMessageWhenCleared) {
   receive({0xCC, 0, 0, 0, 0, 0, 0, 9, 'x'});
   inbox_.clear();
-  receive(packetOf("text"));
+  receive(controlPacket("text"));
   EXPECT_THAT(messages_, ElementsAre("text"));
 }
 

@@ -215,6 +215,14 @@ TEST_F(VirtualScanner, TakesHalfOfAShortWriteAndFindsBack) {
   EXPECT_EQ(host_->create(), "response HostSendJob1");
 }
 
+TEST_F(VirtualScanner, KeepsSoManyRepliesForAHostThatReadsNone) {
+  const auto call = host_->framed("nobody", "asked", {});
+  for (int i = 0; i < 100; ++i) host_->write(call);
+  for (int i = 0; i < 64; ++i) ASSERT_THAT(host_->takeReply(), HasSubstr("there is no such object")) << i;
+  EXPECT_EQ(host_->takeReply(), "");
+  EXPECT_EQ(scan(smallGrey), expected(smallGrey));
+}
+
 TEST_F(VirtualScanner, IsUnpluggedAtAnyTransfer) {
   for (std::uint32_t n = 1; n <= 12; ++n) {
     useFaults({{FaultKind::unplug, n}});

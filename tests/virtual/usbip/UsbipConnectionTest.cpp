@@ -7,6 +7,7 @@
 
 #include "DeviceHost.h"
 #include "DeviceIdentity.h"
+#include "MemoryGrowth.h"
 #include "UsbipClient.h"
 #include "UsbipConnection.h"
 
@@ -405,6 +406,55 @@ TEST_F(UsbipConnection, TakesNoInputWhileItsOutputIsNotTaken) {
   EXPECT_FALSE(connection_->wantsInput()) << "there is more to do than was taken";
   EXPECT_THAT(takeOutput(), SizeIs(30000U * 50 - 50)) << "nothing is lost";
   EXPECT_TRUE(connection_->wantsInput());
+}
+
+class UsbipMemory : public UsbipConnection {
+ protected:
+  void SetUp() override {
+    if (!memoryIsMeasurable) GTEST_SKIP() << "the sanitizer keeps the heap";
+    import();
+  }
+};
+
+TEST_F(UsbipMemory, StaysTheSameOverAnyNumberOfRequests) {
+  const Bytes call = submitCall(1);
+  const Bytes read = usbipSubmit(2, replyEndpoint, 512);
+  EXPECT_LT(growthOver(manyRounds,
+                       [&] {
+                         feed(call);
+                         feed(read);
+                         takeOutput();
+                       }),
+            flat);
+}
+
+TEST_F(UsbipMemory, StaysTheSameOverRequestsThatAreTakenBack) {
+  const Bytes read = usbipSubmit(1, dataEndpoint, 512);
+  const Bytes unlink = usbipUnlink(2, 1);
+  EXPECT_LT(growthOver(manyRounds,
+                       [&] {
+                         feed(read);
+                         feed(unlink);
+                         takeOutput();
+                       }),
+            flat);
+}
+
+TEST_F(UsbipMemory, IsBoundedForAClientThatTakesNothing) {
+  const std::ptrdiff_t before = privateMemory();
+  const Bytes call = framedCall();
+  std::uint32_t number = 0;
+  for (; connection_->wantsInput() && number < 100000; ++number)
+    feed(usbipSubmit(number, requestEndpoint, static_cast<std::uint32_t>(call.size())) + call);
+  EXPECT_LT(number, 100000U);
+  EXPECT_LT(privateMemory() - before, 8 * static_cast<std::ptrdiff_t>(Connection::outputLimit));
+}
+
+TEST_F(UsbipMemory, IsBoundedForAClientThatReadsMoreThanTheDeviceSends) {
+  const std::ptrdiff_t before = privateMemory();
+  const auto large = static_cast<std::uint32_t>(Connection::largestTransfer);
+  for (std::uint32_t number = 0; number < 1000; ++number) feed(usbipSubmit(number, dataEndpoint, large));
+  EXPECT_LT(privateMemory() - before, static_cast<std::ptrdiff_t>(Connection::memoryLimit) + 8 * flat);
 }
 
 }  // namespace
