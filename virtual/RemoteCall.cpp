@@ -54,9 +54,8 @@ std::string closed(XMLVisitor& visitor) {
   char* bytes = nullptr;
   unsigned int length = 0;
   visitor.createMemoryDump(&bytes, &length);
-  std::string text(bytes, length);
-  std::free(bytes);
-  return text;
+  const std::unique_ptr<char, decltype(&std::free)> owner(bytes, &std::free);
+  return std::string(bytes, length);
 }
 
 }  // namespace
