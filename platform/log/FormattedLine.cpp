@@ -7,8 +7,8 @@
 namespace platform {
 namespace {
 
-// The reader behind a stdio stream. Its exceptions must not pass through the C library, which is why they
-// wait here.
+// The reader behind a stdio stream. Its exceptions must not pass through the C library, so they are kept here
+// until the stream is closed.
 struct PieceStream {
   const LogLine::PieceReader& reader;
   bool stopped = false;

@@ -16,7 +16,7 @@ class FormattedLine final : public LogLine {
   FormattedLine(const FormattedLine&) = delete;
   FormattedLine& operator=(const FormattedLine&) = delete;
 
-  // A text that cannot be formatted gives the format itself. Throws what the reader throws.
+  // Where the text cannot be formatted, the reader gets the format itself.
   void read(const PieceReader& reader) const override;
 
  private:

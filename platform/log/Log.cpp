@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdarg>
+#include <new>
 
 #include "FormattedLine.h"
 #include "StandardErrorSink.h"
@@ -9,12 +10,14 @@
 namespace platform {
 namespace {
 
-std::atomic<LogSink*> sinkOfTheMoment{nullptr};
+std::atomic<LogSink*> chosenSink{nullptr};
 
 LogSink& currentSink() {
-  // Never destroyed: lines may come until the very end of the process.
-  static StandardErrorSink& standardError = *new StandardErrorSink;
-  LogSink* sink = sinkOfTheMoment.load(std::memory_order_acquire);
+  // Neither allocated nor destroyed: lines may be logged for lack of memory, and until the very end of the
+  // process.
+  alignas(StandardErrorSink) static unsigned char memory[sizeof(StandardErrorSink)];
+  static StandardErrorSink& standardError = *new (memory) StandardErrorSink;
+  LogSink* sink = chosenSink.load(std::memory_order_acquire);
   return sink == nullptr ? standardError : *sink;
 }
 
@@ -32,7 +35,7 @@ class TextLine final : public LogLine {
 }  // namespace
 
 void useLogSink(LogSink* sink) {
-  sinkOfTheMoment.store(sink, std::memory_order_release);
+  chosenSink.store(sink, std::memory_order_release);
 }
 
 LogSink* chosenLogSink() {

@@ -23,7 +23,7 @@ class StandardErrorLock {
   StandardErrorLock& operator=(const StandardErrorLock&) = delete;
 };
 
-// Collects text and writes it out whenever it is full.
+// Collects text and writes it whenever it is full.
 class WriteBuffer {
  public:
   void append(std::string_view text) {
