@@ -4,8 +4,8 @@
 
 namespace platform {
 
-// Status of every USB operation: the 32-bit values of the platform that the driver was designed for, which
-// pass unchanged through the driver to its host.
+// The status of a USB operation: the 32-bit values of the platform that the driver was designed for. They
+// pass unchanged through the driver to its host, so their values are part of its interface.
 using IOReturn = std::int32_t;
 
 namespace detail {

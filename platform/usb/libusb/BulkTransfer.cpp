@@ -10,18 +10,18 @@ namespace platform {
 namespace {
 
 using std::chrono::microseconds;
-using Clock = std::chrono::steady_clock;
+using std::chrono::steady_clock;
 
 void markEnded(libusb_transfer* request) {
   *static_cast<int*>(request->user_data) = 1;
 }
 
-Clock::time_point after(Clock::time_point start, BulkTransfer::Milliseconds limit) {
-  return limit.count() == 0 ? Clock::time_point::max() : start + limit;
+steady_clock::time_point after(steady_clock::time_point start, BulkTransfer::Milliseconds limit) {
+  return limit.count() == 0 ? steady_clock::time_point::max() : start + limit;
 }
 
-// A request that ends because it is asked back says nothing of packets: bytes that fill no whole number of
-// them were ended by a short one at that very moment.
+// A cancelled request does not report whether a short packet ended it. One did, at the very moment of the
+// cancellation, if the bytes are no whole number of packets.
 bool endedShort(const libusb_endpoint_descriptor& endpoint, std::uint32_t moved) {
   return usb::isIn(endpoint.bEndpointAddress) && endpoint.wMaxPacketSize != 0 &&
          moved % endpoint.wMaxPacketSize != 0;
@@ -37,23 +37,23 @@ BulkTransfer::Result BulkTransfer::run(const libusb_endpoint_descriptor& endpoin
   if (!request_) return {kIOReturnNoMemory, 0};
   if (count > INT_MAX) return {kIOReturnBadArgument, 0};
   begin(endpoint.bEndpointAddress);
-  const Clock::time_point end = after(Clock::now(), limits.completion);
+  const steady_clock::time_point end = after(steady_clock::now(), limits.completion);
   Result result{kIOReturnSuccess, 0};
   for (;;) {
     const int error = submit(endpoint.bEndpointAddress, bytes + result.moved, count - result.moved);
     result.status = statusOfLibusbError(error);
     if (error != LIBUSB_SUCCESS) break;
-    awaitEnd(std::min(after(Clock::now(), limits.noData), end));
+    awaitEnd(std::min(after(steady_clock::now(), limits.noData), end));
     result.moved += static_cast<std::uint32_t>(request_->actual_length);
     result.status = statusOfLibusbTransfer(request_->status);
     if (request_->status != LIBUSB_TRANSFER_CANCELLED) break;
-    // Asked back, perhaps at the very moment at which the rest had come.
+    // The cancellation may have met the end of the transfer: then nothing is missing.
     if ((result.moved == count && count != 0) || endedShort(endpoint, result.moved)) {
       result.status = kIOReturnSuccess;
       break;
     }
     if (isAborted()) break;
-    if (request_->actual_length == 0 || Clock::now() >= end) {
+    if (request_->actual_length == 0 || steady_clock::now() >= end) {
       result.status = kIOUSBTransactionTimeout;
       break;
     }
@@ -79,7 +79,8 @@ void BulkTransfer::begin(std::uint8_t address) {
 
 int BulkTransfer::submit(std::uint8_t address, std::uint8_t* bytes, std::uint32_t count) {
   ended_ = 0;
-  // The library's own time-out stays off: it could not tell silence from slowness either.
+  // The library's own time-out stays off: it counts from the submission and so cannot tell silence from
+  // slowness.
   libusb_fill_bulk_transfer(request_.get(), device_, address, bytes, static_cast<int>(count), &markEnded,
                             &ended_, 0);
   const std::lock_guard lock(mutex_);
@@ -89,16 +90,17 @@ int BulkTransfer::submit(std::uint8_t address, std::uint8_t* bytes, std::uint32_
   return error;
 }
 
-// Handles events until the request has ended; asks it back at the deadline.
-void BulkTransfer::awaitEnd(Clock::time_point deadline) {
-  bool askedBack = false;
+// Handles events until the request has ended; cancels it at the deadline. The memory belongs to the system
+// until then, so an error of the event handling cancels the request too and goes on waiting.
+void BulkTransfer::awaitEnd(steady_clock::time_point deadline) {
+  bool cancelled = false;
   while (ended_ == 0) {
     microseconds left = std::chrono::minutes(1);
-    if (!askedBack && deadline != Clock::time_point::max()) {
-      left = std::chrono::ceil<microseconds>(deadline - Clock::now());
+    if (!cancelled && deadline != steady_clock::time_point::max()) {
+      left = std::chrono::ceil<microseconds>(deadline - steady_clock::now());
       if (left.count() <= 0) {
         libusb_cancel_transfer(request_.get());
-        askedBack = true;
+        cancelled = true;
         continue;
       }
       left = std::min<microseconds>(left, std::chrono::minutes(1));
@@ -107,9 +109,9 @@ void BulkTransfer::awaitEnd(Clock::time_point deadline) {
     wait.tv_sec = static_cast<time_t>(left.count() / 1000000);
     wait.tv_usec = static_cast<suseconds_t>(left.count() % 1000000);
     const int error = libusb_handle_events_timeout_completed(context_, &wait, &ended_);
-    if (error != LIBUSB_SUCCESS && error != LIBUSB_ERROR_INTERRUPTED && !askedBack) {
+    if (error != LIBUSB_SUCCESS && error != LIBUSB_ERROR_INTERRUPTED && !cancelled) {
       libusb_cancel_transfer(request_.get());
-      askedBack = true;
+      cancelled = true;
     }
   }
   const std::lock_guard lock(mutex_);

@@ -12,26 +12,25 @@
 namespace platform {
 
 // Moves bytes through the bulk endpoints of one open device, one transfer at a time, with two time-outs.
-// Knows no pipes and no halts. It asks the system for the whole rest of a transfer at once, and never returns
-// while the system still has a request of its own.
+// Knows no pipes and no halts. Submits the whole rest of a transfer as one request, and never returns while
+// the system still holds a request of its own.
 //
-// The system tells how far a request came only when it ends. So it is asked back when the no-data time-out
-// passes; one that moved nothing has timed out, one that moved something is handed in again for the rest. The
-// no-data time-out therefore never ends a transfer early, and ends one that stopped halfway up to one
-// time-out late. Asking back more often would be more exact, but each time a device is interrupted: a
-// zero-length packet that comes at that moment is lost.
+// The system reports how many bytes a request moved only when the request ends. So the request is cancelled
+// when the no-data time-out passes; one that moved nothing has timed out, one that moved something is
+// submitted again for the rest. The no-data time-out therefore never ends a transfer early, and ends one that
+// stopped halfway up to one time-out late. Cancelling more often would be more exact, but each cancellation
+// interrupts the device: a zero-length packet that arrives at that moment is lost.
 //
 // One thread at a time, but for abort(), which any other thread may call. Nothing throws.
 class BulkTransfer {
  public:
   using Milliseconds = std::chrono::milliseconds;
-  // How long nothing may move, and how long all of it may take. Zero is for ever.
+  // How long nothing may move, and how long the whole transfer may take. Zero is no limit.
   struct Limits {
     Milliseconds noData;
     Milliseconds completion;
   };
-  // Success is a transfer that was filled or was ended by a short packet. The bytes that moved count on every
-  // status.
+  // Success is a transfer that is complete or was ended by a short packet. `moved` is valid on every status.
   struct Result {
     IOReturn status;
     std::uint32_t moved;
@@ -42,22 +41,23 @@ class BulkTransfer {
   BulkTransfer(const BulkTransfer&) = delete;
   BulkTransfer& operator=(const BulkTransfer&) = delete;
 
-  // Up to INT_MAX bytes.
+  // Moves up to INT_MAX bytes and blocks until the transfer ends. kIOReturnNoMemory if the system or the
+  // library has none left.
   Result run(const libusb_endpoint_descriptor& endpoint, std::uint8_t* bytes, std::uint32_t count,
              Limits limits) noexcept;
 
-  // Ends the transfer in flight on this endpoint, if there is one, with kIOReturnAborted.
+  // Ends the transfer under way on this endpoint, if there is one, with kIOReturnAborted. Returns before that
+  // end.
   void abort(std::uint8_t address) noexcept;
 
  private:
-  using Clock = std::chrono::steady_clock;
   struct FreeTransfer {
     void operator()(libusb_transfer* transfer) const { libusb_free_transfer(transfer); }
   };
 
   void begin(std::uint8_t address);
   int submit(std::uint8_t address, std::uint8_t* bytes, std::uint32_t count);
-  void awaitEnd(Clock::time_point deadline);
+  void awaitEnd(std::chrono::steady_clock::time_point deadline);
   bool isAborted();
 
   libusb_context* context_;
@@ -67,7 +67,7 @@ class BulkTransfer {
 
   std::mutex mutex_;        // guards what abort() needs
   bool running_ = false;    // between the first submission and the end of run()
-  bool submitted_ = false;  // the system has the request
+  bool submitted_ = false;  // the system holds the request
   bool aborted_ = false;
   std::uint8_t address_ = 0;
 };

@@ -56,12 +56,13 @@ IOReturn LibusbDevice::getLocationID(std::uint32_t* location) noexcept {
   return kIOReturnSuccess;
 }
 
-// The library keeps what it knows of a device that is gone.
+// Asks whether the device is there first: the library keeps the descriptor of one that is gone.
 IOReturn LibusbDevice::readDescriptor(libusb_device_descriptor& descriptor) const {
   if (!isPresent()) return kIOReturnNoDevice;
   return statusOfLibusbError(libusb_get_device_descriptor(device_.get(), &descriptor));
 }
 
+// Without a handle, only an attempt to open it asks the system; being refused proves that it is there.
 bool LibusbDevice::isPresent() const {
   if (handle_) return isConnected(handle_.get());
   libusb_device_handle* probe = nullptr;

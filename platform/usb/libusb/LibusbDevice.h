@@ -5,8 +5,8 @@
 
 namespace platform {
 
-// A device of the LibusbStack, for reading its identity. Opening it asks whether this process may use it and
-// keeps nobody else away. Belongs to its user, who releases it; released while open it is closed.
+// A device of the LibusbStack, for reading its identity. Opening it shows whether this process may use it and
+// keeps nobody else away. Belongs to its user, who releases it. One thread at a time.
 class LibusbDevice final : public UsbDevice {
  public:
   explicit LibusbDevice(DeviceReference device) : device_(std::move(device)) {}
@@ -27,7 +27,7 @@ class LibusbDevice final : public UsbDevice {
   DeviceHandle handle_;
 };
 
-// Opens a device; tells the log why it could not, and what to do about it.
+// Opens a device. On failure, logs the reason and what to do about it, and leaves the handle as it was.
 IOReturn openDevice(libusb_device* device, DeviceHandle& handle);
 
 }  // namespace platform

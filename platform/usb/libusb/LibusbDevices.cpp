@@ -21,7 +21,7 @@ std::string nodeOf(libusb_device* device) {
   return node;
 }
 
-// What opening it would meet, without opening it.
+// What opening it would result in, found out without opening it.
 LibusbDevices::Access accessTo(const std::string& node) {
   if (access(node.c_str(), R_OK | W_OK) == 0) return LibusbDevices::Access::granted;
   const bool absent = errno == ENOENT || errno == ENOTDIR;

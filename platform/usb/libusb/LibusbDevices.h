@@ -8,11 +8,11 @@
 
 namespace platform {
 
-// The devices of one identity that are plugged in, for showing them to people and choosing one. Asks the
-// system alone: no device is opened and none gets a request, so that it costs little and disturbs nobody who
-// uses one. Keeps nothing between two calls.
+// The devices of one identity that are plugged in, for lists and for choosing one. Asks only the system: no
+// device is opened and none gets a request, which is cheap and disturbs nobody who uses one. Keeps nothing
+// between two calls.
 //
-// Any thread. Throws nothing but what the lack of memory throws.
+// Any thread. Throws nothing but std::bad_alloc.
 class LibusbDevices {
  public:
   enum class Access {
@@ -24,17 +24,17 @@ class LibusbDevices {
     std::string path;        // "1-2.3": bus 1, port 2 and port 3 behind it; the same after a replug
     std::uint32_t location;  // for LibusbStack
     std::string node;        // "/dev/bus/usb/001/004", of this plugging-in
-    Access access;           // says nothing of other programs or kernel drivers that hold it
+    Access access;           // of this user; another program or a kernel driver may hold it all the same
   };
   struct List {
     std::vector<Device> devices;  // by bus, then by port path
-    std::string failure;          // why there is no USB at all, for people; empty where there is
+    std::string failure;          // a sentence, where USB cannot be used at all; otherwise empty
   };
 
   explicit LibusbDevices(LibusbStack::Identity identity = LibusbStack::configuredIdentity())
       : identity_(identity) {}
 
-  // As it is now.
+  // The devices of this moment.
   List attached() const;
 
  private:

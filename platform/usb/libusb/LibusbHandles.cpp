@@ -5,7 +5,7 @@
 
 namespace platform {
 
-// The cheapest question that the system answers for a device that is there, whatever the device does.
+// The cheapest question that the system can answer without the device, which may be hung.
 bool isConnected(libusb_device_handle* handle) {
   return libusb_kernel_driver_active(handle, 0) != LIBUSB_ERROR_NO_DEVICE;
 }
@@ -32,7 +32,7 @@ const libusb_interface_descriptor* interfaceDescriptor(const libusb_config_descr
 UsbPath pathOf(libusb_device* device) {
   UsbPath path{libusb_get_bus_number(device), {}};
   const int count = libusb_get_port_numbers(device, path.ports.data(), static_cast<int>(path.ports.size()));
-  // The library counts from the other end and leaves what it moved.
+  // The library fills the array from its end, moves the ports to its front and leaves the rest as it was.
   std::fill(path.ports.begin() + std::max(count, 0), path.ports.end(), std::uint8_t{0});
   return path;
 }

@@ -11,7 +11,7 @@
 
 namespace platform {
 
-// One reference to a device of the library's list.
+// One counted reference to a device of the library's list, given back at the end.
 class DeviceReference {
  public:
   explicit DeviceReference(libusb_device* device) : device_(libusb_ref_device(device)) {}
@@ -53,14 +53,14 @@ const libusb_interface_descriptor* interfaceDescriptor(const libusb_config_descr
 // Where a device is plugged in.
 UsbPath pathOf(libusb_device* device);
 
-// What a device tells of itself.
+// The numbers by which a device identifies itself.
 struct UsbIdentity {
   std::uint16_t vendor;
   std::uint16_t product;
 };
 
 // The devices of one identity that are plugged in now, by bus and then by port path. Asks the system, not the
-// devices: opens none.
+// devices, and opens none. Empty where the system cannot list them. Throws nothing but std::bad_alloc.
 std::vector<DeviceReference> devicesOf(libusb_context* context, UsbIdentity identity);
 
 }  // namespace platform

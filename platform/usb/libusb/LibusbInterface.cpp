@@ -15,7 +15,7 @@ namespace {
 // The limit that USB 2.0, 9.2.6.4 sets for a request with data.
 constexpr unsigned int controlTimeoutMs = 5000;
 
-// How long an unplugged device may go on failing transfers until the system has noticed.
+// An unplugged device fails its transfers until the system has noticed: for so long, in so many probes.
 constexpr unsigned int goneProbeMs = 100;
 constexpr int goneProbes = 4;
 
@@ -139,7 +139,7 @@ IOReturn LibusbInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint3
   const auto result =
       transfer(pipe, static_cast<std::uint8_t*>(buffer), capacity, noDataTimeoutMs, completionTimeoutMs);
   *size = result.moved;
-  // What came before the silence is a success.
+  // What arrived before the silence is a success.
   return result.status == kIOUSBTransactionTimeout && result.moved > 0 ? kIOReturnSuccess : result.status;
 }
 
@@ -148,7 +148,7 @@ IOReturn LibusbInterface::writePipeTO(std::uint8_t pipe, const void* buffer, std
                                       std::uint32_t completionTimeoutMs) noexcept {
   const IOReturn check = checkTransfer(pipe, PipeDirection::out);
   if (check != kIOReturnSuccess) return check;
-  // The library takes one kind of pointer for both directions; it reads only.
+  // The library takes one type of pointer for both directions; here it only reads.
   auto* bytes = static_cast<std::uint8_t*>(const_cast<void*>(buffer));
   return transfer(pipe, bytes, size, noDataTimeoutMs, completionTimeoutMs).status;
 }
@@ -157,7 +157,7 @@ const libusb_endpoint_descriptor* LibusbInterface::endpointOf(std::uint8_t pipe)
   return pipe == 0 || pipe > setting_->bNumEndpoints ? nullptr : &setting_->endpoint[pipe - 1];
 }
 
-// Asks the system, not the device: a device that is gone answers nothing, on which no call must wait.
+// Asks the system, not the device: no call may wait for one that is gone.
 IOReturn LibusbInterface::checkOpen() {
   if (gone_) return kIOReturnNoDevice;
   if (!handle_) return kIOReturnNotOpen;
@@ -170,7 +170,7 @@ IOReturn LibusbInterface::checkPipe(std::uint8_t pipe) {
   return pipe == 0 || endpointOf(pipe) != nullptr ? kIOReturnSuccess : kIOUSBUnknownPipeErr;
 }
 
-// A device that is gone fails the transfer itself.
+// No question whether the device is there: the transfer itself fails if it is not.
 IOReturn LibusbInterface::checkTransfer(std::uint8_t pipe, PipeDirection direction) const {
   if (gone_) return kIOReturnNoDevice;
   if (!handle_) return kIOReturnNotOpen;
@@ -189,7 +189,7 @@ BulkTransfer::Result LibusbInterface::transfer(std::uint8_t pipe, std::uint8_t* 
 }
 
 // An unplugged device fails its transfers at once, but the system takes a moment to give it up. Until then
-// its default pipe fails too; one that answers is there.
+// its default pipe fails as well; a device whose default pipe works is still there.
 IOReturn LibusbInterface::unlessGone(IOReturn status) {
   const bool mayBeGone = status == kIOReturnIOError || status == kIOReturnError;
   if (status != kIOReturnNoDevice && !(mayBeGone && isGone())) return status;

@@ -10,10 +10,10 @@
 namespace platform {
 
 // An interface of the LibusbStack. Opening it claims it; one that a kernel driver holds is left alone.
-// Belongs to its user, who releases it; released while open it is closed.
+// Belongs to its user, who releases it. One thread at a time, but for abortPipe(), which any thread may call.
 //
-// The system keeps no halt of its own: after a stall, only the device's side of a pipe is halted. So
-// resetPipe() has nothing to clear, and leaves the data toggles alone, which are in step.
+// After a stall, the system keeps no halt of its own: only the device's side of a pipe is halted. So
+// resetPipe() has nothing to clear, and it leaves the data toggles alone, which are in step.
 class LibusbInterface final : public UsbInterface {
  public:
   // The context must outlive the object.
@@ -27,7 +27,6 @@ class LibusbInterface final : public UsbInterface {
   IOReturn getNumEndpoints(std::uint8_t* count) noexcept override;
   IOReturn setAlternateInterface(std::uint8_t alternateSetting) noexcept override;
   IOReturn getPipeProperties(std::uint8_t pipe, PipeProperties* properties) noexcept override;
-  // May be called on any thread while a transfer is in flight on another.
   IOReturn abortPipe(std::uint8_t pipe) noexcept override;
   IOReturn resetPipe(std::uint8_t pipe) noexcept override;
   IOReturn clearPipeStallBothEnds(std::uint8_t pipe) noexcept override;
@@ -46,6 +45,7 @@ class LibusbInterface final : public UsbInterface {
   IOReturn checkTransfer(std::uint8_t pipe, PipeDirection direction) const;
   BulkTransfer::Result transfer(std::uint8_t pipe, std::uint8_t* bytes, std::uint32_t count,
                                 std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs);
+  // `status`, or kIOReturnNoDevice where it turns out that the device is gone; lets it go then.
   IOReturn unlessGone(IOReturn status);
   bool isGone();
   void letGo();
@@ -54,8 +54,9 @@ class LibusbInterface final : public UsbInterface {
   DeviceReference device_;
   std::uint8_t number_;
 
-  bool gone_ = false;  // open, but found gone and let go: a user who never closes keeps no descriptor
-  std::mutex mutex_;   // guards what abortPipe() on another thread needs of the following
+  bool gone_ = false;  // open, but its device is gone: everything below was given back, though the user may
+                       // never close
+  std::mutex mutex_;   // guards what abortPipe() on another thread uses of the following
 
   // While it is open:
   DeviceHandle handle_;

@@ -5,7 +5,8 @@
 
 namespace platform {
 
-// The step between a service of the LibusbStack and its object. Belongs to its user, who releases it.
+// The step between a service of the LibusbStack and its object. Belongs to its user, who releases it. One
+// thread at a time.
 class LibusbPlugIn final : public PlugInInterface {
  public:
   LibusbPlugIn(libusb_context* context, ServiceKind kind, DeviceReference device, std::uint8_t interface)

@@ -12,9 +12,10 @@
 namespace platform {
 namespace {
 
-// There is one registry; its port is a formality.
+// There is one registry, so one port serves all.
 constexpr MachPort onlyPort = 1;
 
+// In ascending order; a descriptor may list them in any.
 std::set<std::uint8_t> interfaceNumbers(libusb_device* device) {
   std::set<std::uint8_t> numbers;
   if (const Configuration configuration = activeConfiguration(device)) {
@@ -36,7 +37,7 @@ LibusbStack::LibusbStack(Identity identity, std::optional<std::uint32_t> locatio
     : identity_(identity), location_(location) {}
 
 LibusbStack::~LibusbStack() {
-  objects_.clear();
+  objects_.clear();  // the devices in it belong to the context
   if (context_ != nullptr) libusb_exit(context_);
 }
 

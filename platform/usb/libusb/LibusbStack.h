@@ -14,13 +14,12 @@
 namespace platform {
 
 // The USB stack of the running system, through libusb-1.0. Its registry lists the devices of the configured
-// identity (DeviceIdentity.h) and the interfaces of their active configuration, and no other, so that whoever
-// opens the first one that opens can never seize anything else. Their order is that of bus, port path and
-// interface number.
+// identity (DeviceIdentity.h) and the interfaces of their active configuration, and no others, so that a
+// driver that takes the first interface that opens can never seize another device. Their order is that of
+// bus, port path and interface number.
 //
-// Looks at the bus anew for every matchingServices(): what was plugged in meanwhile is listed then. An object
-// of a device that is gone answers kIOReturnNoDevice for good. Why a device could not be opened goes to the
-// log, with what to do about it.
+// Looks at the bus anew for every matchingServices(): what was plugged in since is listed then. The reason
+// why a device cannot be opened goes to the log, with what to do about it.
 //
 // One thread at a time, but for UsbInterface::abortPipe(), which any thread may call. Objects that were not
 // released must not outlive the stack.
@@ -30,9 +29,9 @@ class LibusbStack final : public UsbStack {
   // The identity that the build was configured for.
   static Identity configuredIdentity();
 
-  // Opens nothing yet: the library is set up by the first masterPort().
-  // With a location (UsbDevice::getLocationID()), the registry lists what is plugged in there and nothing
-  // else, so that whoever opens the first one opens the one that was chosen.
+  // Opens nothing yet: the library is initialised by the first masterPort(). With a location
+  // (UsbDevice::getLocationID()), the registry lists only what is plugged in there, so that a driver that
+  // takes the first interface takes the chosen one.
   explicit LibusbStack(Identity identity = configuredIdentity(),
                        std::optional<std::uint32_t> location = std::nullopt);
   ~LibusbStack() override;

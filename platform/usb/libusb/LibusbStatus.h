@@ -6,11 +6,11 @@
 
 namespace platform {
 
-// The platform's name for what a libusb call answered (0 or one of libusb_error). A count, as some calls
-// answer it, is success.
+// The platform's status for the result of a libusb call, 0 or one of libusb_error. A positive result, the
+// count that some calls return, is success.
 IOReturn statusOfLibusbError(int error);
 
-// The same for how a transfer ended.
+// The platform's status for the end of a transfer.
 IOReturn statusOfLibusbTransfer(libusb_transfer_status status);
 
 }  // namespace platform

@@ -26,7 +26,7 @@ std::optional<UsbPath> UsbPath::parse(std::string_view text) {
   bool valid = number(path.bus) && skip('-') && number(path.ports[0]);
   for (std::size_t n = 1; valid && at != end; ++n)
     valid = n < path.ports.size() && skip('.') && number(path.ports[n]);
-  // What else a number may look like, and what may stand behind it.
+  // Writing it again rejects every other spelling: leading zeros, ports after a 0, and the like.
   if (!valid || path.bus == 0 || path.text() != text) return std::nullopt;
   return path;
 }

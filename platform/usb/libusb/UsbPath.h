@@ -9,21 +9,22 @@
 
 namespace platform {
 
-// Where a device is plugged in, the same after a replug: the bus, and the ports on the way from its root.
-// Ordered by bus, then port by port. A value.
+// Where a device is plugged in: the bus, and the ports on the way from its root hub. The same after a replug.
+// An ordinary value; ordered by bus, then port by port.
 struct UsbPath {
   std::uint8_t bus = 0;
-  // The nearest one first; 0 behind the last one. USB 3.2, 10.16: no path is longer.
+  // From the root hub outwards, 0 after the last. No path is longer (USB 3.2, 10.16).
   std::array<std::uint8_t, 7> ports{};
 
-  // As the system itself writes it: "1-2.3" is port 3 of what is plugged into port 2 of bus 1. "1-0" where
-  // the ports are not known.
+  // As the system writes it: "1-2.3" is port 3 of the hub on port 2 of bus 1. "1-0" where the ports are
+  // unknown.
   std::string text() const;
-  // Reads what text() writes and nothing else.
+  // Accepts what text() writes and nothing else.
   static std::optional<UsbPath> parse(std::string_view text);
 
-  // UsbDevice::getLocationID(): the bus in the highest byte, below it four bits for each port, the nearest
-  // one first. A port above 15 counts as 15 and the seventh does not count: two paths may have one location.
+  // UsbDevice::getLocationID(): the bus in the highest byte, below it four bits for each port, from the root
+  // hub outwards. A port above 15 counts as 15 and the seventh is left out, so two paths may share one
+  // location.
   std::uint32_t location() const;
 
   bool operator==(const UsbPath&) const = default;
