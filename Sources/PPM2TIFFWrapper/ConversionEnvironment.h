@@ -3,7 +3,8 @@
 #include <cstddef>
 #include <string>
 
-// What the conversion takes from its surroundings, one for the process. Only tests change it.
+// What the conversion takes from its surroundings, one for the process. LibraryEnvironment changes it for the
+// scan worker, and tests do.
 struct ConversionEnvironment {
   // Where the TIFF goes.
   std::string tiffPath = "/tmp/scan.tiff";

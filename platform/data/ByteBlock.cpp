@@ -13,7 +13,7 @@
 namespace platform {
 namespace {
 
-// No object may be larger: differences of pointers into it have to fit.
+// No object may be larger: differences of pointers into it must fit ptrdiff_t.
 constexpr std::size_t maxBlock = std::numeric_limits<std::ptrdiff_t>::max();
 
 std::atomic<std::size_t> totalReserved{0};
@@ -78,7 +78,7 @@ bool ByteBlock::resizeMapping(std::size_t capacity, std::size_t used) {
     totalRelocated.fetch_add(used, std::memory_order_relaxed);
     std::free(data_);
   }
-  // A wish only: a kernel that does not know it fills the mapping page by page.
+  // Only advice: a kernel that does not support it fills the mapping page by page.
   if (size >= hugePagesFrom) madvise(mapping, size, MADV_HUGEPAGE);
   data_ = static_cast<std::uint8_t*>(mapping);
   capacity_ = size;

@@ -7,8 +7,8 @@ namespace platform {
 
 // A block of memory that grows at its end and costs no second copy of itself while it does. A large block is
 // a mapping of its own: growing moves page table entries instead of bytes, and pages that were never written
-// take no memory. The allocator alone would not do: once it has seen large blocks freed, it keeps such blocks
-// on the heap, where growing copies them. One thread at a time.
+// take no memory. The allocator alone is not enough: once it has seen large blocks freed, it keeps such
+// blocks on the heap, where growing copies them. Owns its memory. One thread at a time.
 class ByteBlock {
  public:
   // From this size on a block is a mapping of its own.
@@ -23,15 +23,15 @@ class ByteBlock {
   std::size_t capacity() const { return capacity_; }
 
   // Makes room for at least `needed` bytes, keeping the first `used` ones; the block may move. A block that
-  // grows again at least doubles if it can, so that the cost of all growth is linear. std::bad_alloc if not
-  // even `needed` can be had: nothing has changed then.
+  // grows again at least doubles if it can, so that the cost of all growth is linear. std::bad_alloc, with
+  // nothing changed, if not even `needed` bytes are available.
   void grow(std::size_t needed, std::size_t used);
 
-  // Gives back all room past the first `used` bytes, to the page for a mapping. The block may move. A refusal
-  // of the system leaves the block as it is.
+  // Gives back all room past the first `used` bytes, rounded up to a page for a mapping. The block may move.
+  // Where the system refuses, it stays as it is.
   void trim(std::size_t used);
 
-  // What all blocks of the process together take up and have cost: for tests and measurements.
+  // The memory and the copying of all blocks of the process together, for tests and benchmarks. Any thread.
   struct Totals {
     std::size_t reserved;     // bytes of room at this moment
     std::uint64_t relocated;  // bytes that growth and trimming have copied so far, counted as if always moved

@@ -12,7 +12,7 @@
 namespace platform {
 namespace {
 
-// Bytes that several Data objects share. They only ever get more; each object knows which part is its own.
+// Bytes that several Data objects share. They are only appended to; each object knows its own part.
 class Storage {
  public:
   void retain() { ++references_; }
@@ -45,8 +45,8 @@ class Storage {
 
 // A part of a storage, from an offset on. One storage serves a whole chain of suffixes: a stream that is
 // appended to at one end and taken off in packets at the other keeps every byte that it ever received, since
-// the objects taken off before may live on and share them. Starting a fresh storage now and then would not
-// save any of that, but would copy the bytes still needed.
+// objects taken off before may still share them. Starting a new storage now and then would save none of that
+// memory, but would copy the bytes still needed.
 class SharedData final : public Data {
  public:
   SharedData() = default;
@@ -67,7 +67,7 @@ class SharedData final : public Data {
 
   void append(const void* bytes, std::size_t count) override {
     if (count == 0) return;
-    // Past the end of a storage nobody looks, so the object that ends there may go on in place; any other
+    // No object reads past the end of a storage, so the one that ends there may append in place; any other
     // would overwrite what a younger one appended.
     if (storage_ == nullptr || offset_ + length_ != storage_->used()) {
       moveToOwnStorage(bytes, count);

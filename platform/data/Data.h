@@ -53,8 +53,8 @@ class Data {
   virtual ~Data() = default;
   /// @}
 
-  /// Answers suffixOf(), with offset within the length. Null where the implementation cannot share its bytes:
-  /// they are copied then.
+  /// Implements suffixOf(), with offset within the length. Returns a new object with one reference, or null
+  /// where the implementation cannot share its bytes: they are copied then.
   virtual Data* suffix(std::size_t /*offset*/) const { return nullptr; }
 };
 

@@ -36,11 +36,11 @@ struct GrowingFile::Impl {
   const std::string target;
   DataRef buffer;
   std::size_t length = 0;  // of the buffer, at the latest update
-  Copy named;              // stands under the target's name, unless somebody interfered
-  Copy spare;              // the one that gets the next bytes
+  Copy named;              // has the target's name, unless another process interfered
+  Copy spare;              // the private one, which gets the next bytes
 };
 
-// Another buffer, or one that shrank, has nothing in common with what the files hold.
+// Another buffer, or one that shrank, has nothing to do with what the files hold.
 void GrowingFile::Impl::follow(Data& data) {
   if (buffer.get() != &data || data.length() < length) {
     forget();
@@ -58,7 +58,7 @@ bool GrowingFile::Impl::bringSpareUpToDate() {
   std::size_t written = 0;
   const bool whole =
       spare.file.writeAt(spare.length, buffer->bytes() + spare.length, length - spare.length, &written);
-  // After a failure (a full disk) the next update goes on from here instead of filling the disk once more.
+  // After a failure (a full disk) the next update continues from here instead of filling the disk once more.
   spare.length += written;
   spare.file.leave();
   return whole;

@@ -9,12 +9,14 @@ namespace platform {
 
 // Replaces the file `path` by one that holds exactly these bytes, atomically: a private temporary in the same
 // folder (mode 0600), then a rename, without syncing to the disk. A link under the name is replaced, never
-// followed. False if it could not be done; the old file then stands as it was and no temporary is left.
+// followed. False on failure; the old file is then unchanged and no temporary is left. Any thread. Never
+// throws.
 bool replaceFile(const std::string& path, const void* bytes, std::size_t count);
 
-// Keeps a file under a fixed name equal to a buffer that grows, replacing it atomically at each step, and yet
-// writes each byte about twice over the whole life of the buffer instead of once per step. One thread at a
-// time.
+// Keeps a file under a fixed name equal to a growing buffer, replacing it atomically at each step, and yet
+// writes each byte about twice over the whole life of the buffer instead of once per step: two files take
+// turns under the name, and each gets only what it lacks. One thread at a time; only the constructor throws
+// (std::bad_alloc).
 class GrowingFile {
  public:
   explicit GrowingFile(std::string path);
@@ -22,14 +24,13 @@ class GrowingFile {
   GrowingFile(const GrowingFile&) = delete;
   GrowingFile& operator=(const GrowingFile&) = delete;
 
-  // Makes the file hold exactly the bytes of `data`. Keeps a reference to it until another buffer comes or
-  // finish() is called, since a buffer that is only appended to is what makes bringing up to date cheap.
-  // False if the file could not be replaced: the old one stands as it was, what came so far waits in the
-  // private file until finish(), and the next update goes on from there.
+  // Makes the file hold exactly the bytes of `data`. Keeps a reference to it until it is given another buffer
+  // or finish() is called: knowing that the buffer was only appended to makes an update cheap. False if the
+  // file could not be replaced: the old one is unchanged, what was written so far stays in the private file
+  // until finish(), and the next update continues from there.
   bool update(Data& data);
 
-  // Removes the private file that takes turns with the one under the name, and lets go of the buffer. The
-  // file under the name stays.
+  // Removes the private file of the two and gives the buffer back. The file under the name stays.
   void finish();
 
  private:

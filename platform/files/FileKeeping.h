@@ -2,9 +2,9 @@
 
 namespace platform {
 
-// Whether this process keeps files under fixed names: a choice of whoever runs the library in it, made before
-// the first of them is due. Where it keeps none, each one fails as if its folder could not be written to. It
-// keeps them until told otherwise. One thread at a time.
+// Whether this process writes files under fixed names, which it does by default. Where it does not, creating
+// each of them fails as if its folder were not writable, and the library goes on without it. A process-wide
+// setting: LibraryEnvironment changes it for the scan worker, and tests do. One thread at a time.
 void keepFiles(bool keep);
 bool filesAreKept();
 

@@ -6,9 +6,9 @@
 
 namespace platform {
 
-// What tells whether a name still names the same file, and whether anybody wrote to it, cut it or linked it
-// elsewhere in between. A plain value; equal marks mean nobody did, as far as the clock of the file system
-// sees.
+// Recognises a file and its state. Equal marks mean that a name still names the same file and that nobody
+// wrote to it, truncated it or linked it elsewhere in between, as far as the file system's time stamps show.
+// A plain value.
 struct FileMark {
   std::uint64_t device = 0;
   std::uint64_t inode = 0;
@@ -20,7 +20,7 @@ struct FileMark {
   bool operator==(const FileMark&) const = default;
   bool isSameFileAs(const FileMark& other) const { return device == other.device && inode == other.inode; }
 
-  // Nothing where there is no such file. A link is looked at itself, not followed.
+  // Nothing where there is no such file. A link is examined itself, not followed.
   static std::optional<FileMark> of(int descriptor);
   static std::optional<FileMark> of(const std::string& path);
 };

@@ -30,7 +30,7 @@ std::string fixedName(const std::string& target) {
          std::to_string(geteuid());
 }
 
-// Empty where the system has no randomness to give.
+// Empty where the system provides no random numbers.
 std::string randomSuffix() {
   std::array<unsigned char, 8> random{};
   if (getentropy(random.data(), random.size()) != 0) return {};
@@ -46,7 +46,7 @@ int openNew(const char* path) {
   return open(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
 }
 
-// False only where somebody else holds the lock: a file system without locks stops nobody.
+// False only where another process holds the lock; on a file system without locks, nobody is kept out.
 bool lockOrNoLocks(int descriptor) {
   return flock(descriptor, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
@@ -105,11 +105,11 @@ TemporaryFile::~TemporaryFile() {
   discard();
 }
 
-// Leaves the reason in errno; EEXIST and EWOULDBLOCK say that another name may do.
+// On failure the reason is in errno; after EEXIST and EWOULDBLOCK another name may work.
 bool TemporaryFile::createAt(std::string path) {
   const int descriptor = openNew(path.c_str());
   if (descriptor < 0) return false;
-  // Another process may have taken the file for an abandoned one before it was locked.
+  // Before it was locked, another process may have taken the file for an abandoned one and removed it.
   if (!lockOrNoLocks(descriptor) || !names(path, descriptor)) {
     close(descriptor);
     errno = EWOULDBLOCK;
@@ -122,7 +122,7 @@ bool TemporaryFile::createAt(std::string path) {
 
 void TemporaryFile::discard() {
   if (descriptor_ < 0) return;
-  // Only the file itself: under its name may stand by now what somebody else put there.
+  // Only if the name is still its own: another process may have put a file there by now.
   if (!inPlace_ && names(privatePath_, descriptor_)) unlink(privatePath_.c_str());
   close(descriptor_);
   descriptor_ = -1;
@@ -158,7 +158,8 @@ bool TemporaryFile::exchangeWith(TemporaryFile& inPlace) {
   inPlace.privatePath_ = std::exchange(privatePath_, std::string());
   inPlace.inPlace_ = false;
   inPlace_ = true;
-  // Another process's file came back in the exchange: nobody but this one knows the private name any more.
+  // The exchange may have brought back another process's file; only this process knows its name now, so it is
+  // removed here.
   if (!names(inPlace.privatePath_, inPlace.descriptor_)) unlink(inPlace.privatePath_.c_str());
   return true;
 #else

@@ -10,19 +10,19 @@
 namespace platform {
 
 // A private file (mode 0600, opened anew, never through a link) in the folder of the file that it is to
-// replace, its target. Goes away with the object unless it has taken the target's place by then. Knows
-// nothing of what it holds. Nothing is synced to the disk: a power cut may lose the bytes, a crash of the
+// replace, its target. Removed at the end of the object, unless it has taken the target's place by then.
+// Knows nothing of its content. Nothing is synced to the disk: a power cut may lose the bytes, a crash of the
 // process cannot.
 //
-// Its name is fixed by the target and the user, so that the next run finds and removes what a crash left
-// behind; a lock tells such a file from one that is in use. Where the fixed name is in use or belongs to
-// somebody else, a random one serves. One thread at a time.
+// Its name depends on the target and the user alone, so that the next run finds and removes what a crash left
+// behind; a lock distinguishes such a file from one in use. Where that name is in use or belongs to another
+// user, a random one is appended. One thread at a time.
 class TemporaryFile {
  public:
   // Holds no file.
   TemporaryFile() = default;
-  // Creates the file for this target. isOpen() tells whether it could be done; it never is where the process
-  // keeps no files (FileKeeping.h).
+  // Creates the file for this target. isOpen() is false on failure, and always where the process keeps no
+  // files (FileKeeping.h).
   explicit TemporaryFile(std::string target);
   TemporaryFile(TemporaryFile&& other) noexcept;
   TemporaryFile& operator=(TemporaryFile&& other) noexcept;
@@ -31,25 +31,25 @@ class TemporaryFile {
   ~TemporaryFile();
 
   bool isOpen() const { return descriptor_ >= 0; }
-  // Where the file stands now: under its private name, or under the target's once it took its place.
+  // The current path: under the private name, or the target's once the file took its place.
   const std::string& path() const { return inPlace_ ? target_ : privatePath_; }
 
-  // Writes all bytes at this offset. False on failure (no file, disk full, ...); `*written`, if given, tells
-  // how many bytes, from the first on, are in the file then.
+  // Writes all bytes at this offset. False on failure (no file, disk full, ...); `*written`, if given, is
+  // then the number of bytes, from the first on, that are in the file.
   bool writeAt(std::uint64_t offset, const void* bytes, std::size_t count, std::size_t* written = nullptr);
 
-  // Takes the target's place; whatever stood there is gone. On failure both stay as they are.
+  // Takes the target's place and replaces what was there. On failure both stay as they are.
   bool replaceTarget();
-  // Trades places with `inPlace`, which took the same target's place before: afterwards this file stands
-  // under the target's name and that one under the private name. If another process put its own file in the
-  // target's place meanwhile, that one goes, as it would in replaceTarget(). False, with both as they were,
-  // where the file system cannot do this or either name is gone.
+  // Exchanges places with `inPlace`, which took the same target's place before: afterwards this file has the
+  // target's name and the other one the private name. If another process put a file of its own in the
+  // target's place meanwhile, that file is removed, as it would be by replaceTarget(). False, with both
+  // unchanged, where the file system cannot do this or either name is gone.
   bool exchangeWith(TemporaryFile& inPlace);
 
-  // Remembers how the file is now, for isAsLeft().
+  // Remembers the file's current state, for isAsLeft().
   void leave();
-  // Whether path() still names this very file, and nobody wrote to it, cut it or linked it elsewhere since
-  // leave().
+  // Whether path() still names this very file, and nobody wrote to it, truncated it or linked it elsewhere
+  // since leave().
   bool isAsLeft() const;
 
  private:

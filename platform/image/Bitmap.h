@@ -10,7 +10,7 @@ namespace platform {
 // must outlive it. Samples are contiguous (not planar), without alpha, first row first.
 struct Bitmap {
   const std::uint8_t* pixels;
-  std::size_t pixelBytes;         // what really stands behind `pixels`; whatever a row lacks reads as zero
+  std::size_t pixelBytes;         // the bytes that `pixels` really points to; what a row lacks reads as zero
   std::uint32_t width;            // pixels
   std::uint32_t height;           // rows
   std::uint32_t bitsPerSample;    // 1 or 8
@@ -25,9 +25,9 @@ inline constexpr char kNSDeviceRGBColorSpace[] = "NSDeviceRGBColorSpace";
 
 // Writes the bitmap as a TIFF 6.0 file to `path`: uncompressed, contiguous samples, tags for width, height,
 // bits per sample, samples per pixel, photometric interpretation and what a strip layout needs, no other.
-// Atomic and private as replaceFile(). False, with the old file as it was and no temporary left, if the
+// Atomic and private as replaceFile(). False, with the old file unchanged and no temporary left, if the
 // bitmap cannot be stored (no colour space, no pixels, more than TIFF can hold) or the file cannot be
-// written. The TIFF library's own messages go to the log.
+// written. The TIFF library's messages go to the log. Any thread. Never throws.
 bool writeTIFF(const Bitmap& bitmap, const std::string& path);
 
 }  // namespace platform

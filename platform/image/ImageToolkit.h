@@ -9,7 +9,8 @@
 // designed for (NewGWorld is newGWorld(), GraphicsExportSetDepth is GraphicsExport::setDepth()). Implemented
 // over the TIFF library and by the scripted fake of the tests. Knows nothing of colour space codes.
 //
-// Nothing throws. Operations that can fail answer an OSErr, noErr being 0, or a null pointer.
+// Nothing throws and nothing blocks. Operations that can fail return an OSErr, noErr being 0, or a null
+// pointer. Any thread, but each image, handle and component belongs to one thread at a time.
 namespace platform {
 
 using OSErr = std::int32_t;
@@ -23,9 +24,9 @@ using OSType = std::uint32_t;
 inline constexpr OSType kGraphicsExporterType = 0x67726578;  // 'grex'
 inline constexpr OSType kTIFFFileType = 0x54494646;          // 'TIFF'
 
-// A number of 16 bits before the binary point and 16 behind it.
+// A fixed-point number, 16 bits before the binary point and 16 after it.
 using Fixed = std::int32_t;
-// What is too large for 16 bits with a sign gives the largest number that there is, a little below 32768.
+// Saturates at the largest number, a little below 32768.
 inline constexpr Fixed long2Fix(std::uint32_t value) {
   constexpr std::uint32_t largest = 0x7FFF;
   return value > largest ? 0x7FFFFFFF : static_cast<Fixed>(value << 16);
@@ -56,73 +57,81 @@ inline constexpr std::int16_t greyTable8 = 40;
 // 0, R, G, B, those of 1 bit stand eight to a byte, the first in the highest bit.
 class GWorld {
  public:
-  // Keeps the pixels in their place until unlockPixels(). False where there are none any more.
+  // Keeps the pixels in place until unlockPixels(). False where the system has taken their memory.
   virtual bool lockPixels() = 0;
+  // Ends what lockPixels() began.
   virtual void unlockPixels() = 0;
-  // Only while locked.
+  // The first byte of the first row, valid until unlockPixels(). Only while locked.
   virtual std::uint8_t* getPixBaseAddr() = 0;
-  // Bytes from one row to the next, at least what a row needs. For images of 1 or 8 bits, whoever reads it
-  // masks the two bits above the lower 14, which may be flags, unless the lower 14 alone are too few for a
-  // row.
+  // Bytes from one row to the next, at least what a row needs. For images of 1 or 8 bits, callers mask the
+  // bits above the lower 14, which may be flags, unless the lower 14 alone are too few for a row.
   virtual std::uint32_t getPixRowBytes() = 0;
 
  protected:
   ~GWorld() = default;
 };
 
-// What is drawn to. A null port is the screen.
+// Where drawing goes. A null port is the screen.
 struct CurrentPort {
   GWorld* port;
   std::uint32_t device;
 };
 
-// An open component that exports one image. Borrows what it is given, until it is closed or given something
-// else.
+// An open component that exports one image. Borrows the image and the handle until it is closed or given
+// others. Belongs to the toolkit's caller, who closes it there.
 class GraphicsExport {
  public:
+  // The image to export. Null is paramErr.
   virtual OSErr setInputGWorld(GWorld* image) = 0;
-  // 24 is RGB, 40 is 8-bit grey with 0 as black, 33 is 1 bit with 1 as black.
+  // The kind of file: 24 is RGB, 40 is 8-bit grey with 0 as black, 33 is 1 bit with 1 as black. Any other is
+  // paramErr.
   virtual OSErr setDepth(std::int32_t depth) = 0;
-  // A null handle is paramErr.
+  // The memory that gets the file. Null is paramErr.
   virtual OSErr setOutputHandle(Handle handle) = 0;
-  // Dots per inch. 0 stands for unknown.
+  // Dots per inch, 0 for unknown. A negative number is paramErr.
   virtual OSErr setResolution(Fixed horizontal, Fixed vertical) = 0;
-  // Replaces the content of the handle by the exported image; on failure the content is undefined.
+  // Replaces the content of the handle by the exported image. paramErr where something is missing or does not
+  // fit, memFullErr for lack of memory; on failure the content is undefined.
   virtual OSErr doExport() = 0;
 
  protected:
   ~GraphicsExport() = default;
 };
 
+// The toolkit itself: makes the objects above and disposes of them.
 class ImageToolkit {
  public:
   virtual ~ImageToolkit() = default;
 
-  // Null if memory ran out. The caller disposes of it.
+  // A block of `size` zero bytes, or null for lack of memory. The caller disposes of it.
   virtual Handle newHandle(std::size_t size) = 0;
+  // Frees a block of newHandle(); null is allowed.
   virtual void disposeHandle(Handle handle) = 0;
 
+  // The current port of the calling thread, and its replacement.
   virtual CurrentPort getGWorld() = 0;
   virtual void setGWorld(const CurrentPort& port) = 0;
-  // Leaves the current device.
+  // Replaces the port alone and leaves the device.
   virtual void setPort(GWorld* port) = 0;
 
-  // Null for a table that does not exist.
+  // The system's table of this number, valid for ever; null for one that does not exist.
   virtual const ColorTable* getCTable(std::int16_t id) = 0;
-  // Makes an image of 1, 8 or 32 bits per pixel, all zero. May succeed with a null image; callers check both.
-  // The caller disposes of it; on failure it is null.
+  // Makes an image of 1, 8 or 32 bits per pixel, all zero, which the caller disposes of. May succeed with a
+  // null image; callers check both. On failure *image is null.
   virtual OSErr newGWorld(GWorld** image, std::int16_t depth, const Rect& bounds,
                           const ColorTable* colors) = 0;
-  // Not while it is the current port.
+  // Frees an image of newGWorld(), which must not be the current port.
   virtual void disposeGWorld(GWorld* image) = 0;
 
-  // Null where there is no such component. The caller closes it.
+  // A component of this kind, which the caller closes; null where there is none.
   virtual GraphicsExport* openADefaultComponent(OSType type, OSType subtype) = 0;
+  // Frees a component of openADefaultComponent().
   virtual void closeComponent(GraphicsExport* component) = 0;
 };
 
 // The toolkit that exports use from now on. Never null: until someone calls useImageToolkit() it is the one
-// over the TIFF library. The toolkit given stays the caller's. Null brings the default back. Meant for tests.
+// over the TIFF library. The toolkit given stays the caller's and must outlive its use. Null brings the
+// default back. Only tests choose another; one thread at a time.
 ImageToolkit& imageToolkit();
 void useImageToolkit(ImageToolkit* toolkit);
 

@@ -18,8 +18,8 @@
 namespace platform {
 namespace {
 
-// The three kinds of images that there are, and what each becomes in a file. The sense of grey and 1-bit
-// images is that of the rasters which the library hands out: in grey 0 is black, in 1-bit images 1 is.
+// The three kinds of images that there are, and what each becomes in a file. The polarity is that of the
+// rasters that the library delivers: in grey images 0 is black, in 1-bit images 1 is.
 struct ImageKind {
   std::uint32_t depth;
   std::int32_t exportDepth;
@@ -55,7 +55,7 @@ TiffPicture pictureOf(const ImageKind& kind, std::uint32_t width, std::uint32_t 
           .resolution = std::nullopt};
 }
 
-// Puts bytes into a vector whose capacity is all that there will be.
+// Puts bytes into a vector without growing its capacity, which is the bound of the file's size.
 bool putAt(std::vector<std::uint8_t>& content, std::uint64_t offset, const std::uint8_t* bytes,
            std::size_t count) {
   if (offset > content.capacity() || count > content.capacity() - offset) return false;
@@ -108,7 +108,7 @@ class TiffExport final : public GraphicsExport {
   OSErr setResolution(Fixed horizontal, Fixed vertical) override {
     if (horizontal < 0 || vertical < 0) return paramErr;
     resolution_.reset();
-    // Readers would divide by a resolution of 0; without the tags they take it for unknown.
+    // Readers would divide by a resolution of 0; without the tags they treat it as unknown.
     if (horizontal > 0 && vertical > 0) resolution_ = {dotsPerInch(horizontal), dotsPerInch(vertical)};
     return noErr;
   }

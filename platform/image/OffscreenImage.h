@@ -9,7 +9,8 @@
 
 namespace platform {
 
-// An off-screen image in ordinary memory. Its rows are multiples of 4 bytes long and carry no flags.
+// An off-screen image in ordinary memory, which it owns. Its rows are multiples of 4 bytes long, and their
+// length carries no flags. One thread at a time.
 class OffscreenImage final : public GWorld {
  public:
   struct FreeBlock {

@@ -5,19 +5,21 @@
 namespace platform {
 
 // The rows of a picture as a TIFF file holds them: one after the other, each of as many whole bytes as its
-// samples need. Where the samples come from is the business of who implements it.
+// samples need. Implementations decide where the samples are and in which layout. One thread at a time;
+// nothing throws or blocks.
 class PixelRows {
  public:
-  // The longest piece that stands in one place, valid until the next call of at(). bytes is null where the
-  // picture has none: they read as zero.
+  // Adjacent bytes of the picture, valid until the next call of at(). `bytes` is null where the picture has
+  // none: they read as zero.
   struct Piece {
     const std::uint8_t* bytes;
     std::uint64_t count;
   };
 
+  // The length of each row.
   virtual std::uint64_t bytesPerRow() const = 0;
-  // The piece that begins at this byte of this row, at most `limit` bytes (not 0) long. It may go on into the
-  // rows that follow; the caller keeps it below the end of the picture.
+  // The piece that begins at this byte of this row, 1 to `limit` bytes long, as many as are in one place. It
+  // may continue into the rows that follow; the caller chooses a limit that ends within the picture.
   virtual Piece at(std::uint32_t row, std::uint64_t column, std::uint64_t limit) = 0;
 
  protected:

@@ -16,12 +16,13 @@ namespace {
 // Rows are gathered into strips of about this size: few enough to cost nothing, small enough for any reader.
 constexpr std::uint64_t stripSize = 262144;
 
-// Below what the TIFF library moves in one call on a 32-bit machine.
+// Less than the TIFF library moves in one call on a 32-bit machine.
 constexpr std::uint64_t largestPiece = std::uint64_t{1} << 30;
 
 // Offsets in a TIFF 6.0 file are 32 bits wide.
 constexpr std::uint64_t largestFile = 0xFFFFFFFF;
-// More than everything takes that is neither pixels nor an array with an entry per strip.
+// More than the header, the directory and its values take, without the two arrays that have an entry per
+// strip.
 constexpr std::uint64_t fixedOverhead = 1024;
 // An offset and a byte count.
 constexpr std::uint64_t overheadPerStrip = 8;
@@ -33,7 +34,7 @@ std::uint64_t bytesPerRowOf(const TiffPicture& picture) {
   return packedRowBytes(picture.width, picture.samplesPerPixel, picture.bitsPerSample);
 }
 
-// Of a picture that tiffSizeBound() takes.
+// Of a picture that tiffSizeBound() accepts.
 std::uint32_t rowsPerStripOf(const TiffPicture& picture) {
   return static_cast<std::uint32_t>(
       std::clamp<std::uint64_t>(stripSize / bytesPerRowOf(picture), 1, picture.height));
@@ -43,7 +44,7 @@ TiffStream& streamOf(thandle_t handle) {
   return *static_cast<TiffStream*>(handle);
 }
 
-// A file that is opened for writing alone is never read back.
+// A file that is opened for writing only is never read.
 tmsize_t readNothing(thandle_t /*handle*/, void* /*bytes*/, tmsize_t /*count*/) {
   return 0;
 }
@@ -85,7 +86,8 @@ struct TiffCloser {
 };
 using TiffHandle = std::unique_ptr<TIFF, TiffCloser>;
 
-// The messages of this one handle go to the log; what the rest of the process set up for its own stays.
+// The messages of this one handle go to the log; handlers that the rest of the process installed are left
+// alone.
 TiffHandle openTiff(TiffStream& stream, const std::string& name) {
   const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> options(TIFFOpenOptionsAlloc(),
                                                                              TIFFOpenOptionsFree);

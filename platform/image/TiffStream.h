@@ -9,14 +9,14 @@
 
 namespace platform {
 
-// What the TIFF library sees as its output: a file, or something like one, that is only ever written, small
-// pieces gathered into larger writes, large ones passed on as they are. Writing from zeros() leaves a hole
-// instead, which reads as zero and takes no room on the disk. One thread at a time; a failed write is
-// answered with 0 and makes finish() fail.
+// The output of the TIFF library: a file, or something like one, that is only written. Gathers small pieces
+// into larger writes and passes large ones on as they are. Writing from zeros() leaves a hole instead, which
+// reads as zero and takes no room on the disk. One thread at a time; only the constructors throw
+// (std::bad_alloc). A failed write returns 0 and makes finish() fail.
 class TiffStream {
  public:
-  // Puts all bytes at this offset, which may lie past the end; what is skipped reads as zero. False on
-  // failure. Does not throw.
+  // Writes all bytes at this offset, which may be past the end; what is skipped reads as zero. False on
+  // failure. Must not throw.
   using Target = std::function<bool(std::uint64_t offset, const std::uint8_t* bytes, std::size_t count)>;
 
   static constexpr std::size_t zerosSize = 4096;
@@ -30,10 +30,10 @@ class TiffStream {
   // Where the next write goes. No position is out of range before something is written there.
   void seek(std::uint64_t position) { position_ = position; }
   std::uint64_t position() const { return position_; }
-  // The length so far, holes and what is still gathered included.
+  // The length so far, including holes and what is still gathered.
   std::uint64_t size() const { return size_; }
 
-  // Answers count, or 0 on failure.
+  // Returns count, or 0 on failure.
   std::size_t write(const std::uint8_t* bytes, std::size_t count);
   // Writes what is still gathered. False if this or any earlier write failed.
   bool finish();

@@ -5,7 +5,7 @@ namespace {
 
 constexpr std::int32_t ownVersion = 0x1040;
 
-std::optional<std::int32_t>& answer() {
+std::optional<std::int32_t>& reported() {
   static std::optional<std::int32_t> version = ownVersion;
   return version;
 }
@@ -13,15 +13,15 @@ std::optional<std::int32_t>& answer() {
 }  // namespace
 
 std::optional<std::int32_t> systemVersion() {
-  return answer();
+  return reported();
 }
 
 void overrideSystemVersion(std::optional<std::int32_t> version) {
-  answer() = version;
+  reported() = version;
 }
 
 void restoreSystemVersion() {
-  answer() = ownVersion;
+  reported() = ownVersion;
 }
 
 }  // namespace platform

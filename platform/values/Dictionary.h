@@ -97,7 +97,7 @@ class Value {
 struct Dictionary::Entry {
   /// Once in a dictionary.
   std::string name;
-  /// What stands under it.
+  /// The value under it.
   Value value;
 };
 
