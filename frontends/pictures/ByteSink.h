@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "CancelFlag.h"
+#include "Cancellation.h"
 
 namespace frontend {
 
@@ -13,8 +13,8 @@ namespace frontend {
 // call it.
 class ByteSink {
  public:
-  explicit ByteSink(int descriptor, const CancelFlag* cancel = nullptr)
-      : descriptor_(descriptor), cancel_(cancel) {}
+  explicit ByteSink(int descriptor, const Cancellation* cancellation = nullptr)
+      : descriptor_(descriptor), cancellation_(cancellation) {}
 
   // Writes all bytes at the present position.
   bool write(const void* bytes, std::size_t count) noexcept;
@@ -33,13 +33,13 @@ class ByteSink {
   void fail(const char* reason) noexcept;
 
   bool good() noexcept;
-  bool cancelled() const noexcept { return cancel_ != nullptr && cancel_->requested(); }
+  bool cancelled() const noexcept { return cancellation_ != nullptr && cancellation_->requested(); }
   // Why it ended, in words; empty where nothing but a cancel did.
   std::string failure() const;
 
  private:
   int descriptor_;
-  const CancelFlag* cancel_;
+  const Cancellation* cancellation_;
   bool held_ = false;
   int error_ = 0;  // an errno
   char reason_[200] = {};

@@ -1,43 +1,48 @@
 #include "CancelSignals.h"
 
-#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
-
-#include "SupervisedScan.h"
+#include <cstdint>
+#include <system_error>
 
 namespace frontend {
 namespace {
 
-constexpr int cancelSignals[] = {SIGINT, SIGTERM, SIGHUP};
-
-std::atomic<CancelFlag*> flagToRequest{nullptr};
-std::atomic<SupervisedScan*> scanToCancel{nullptr};
-static_assert(std::atomic<CancelFlag*>::is_always_lock_free,
-              "the handler below may only touch lock-free atomics");
-
-void requestCancel(int /*signal*/) {
-  const int error = errno;
-  if (CancelFlag* flag = flagToRequest.load()) flag->request();
-  if (SupervisedScan* scan = scanToCancel.load()) scan->cancel();
-  errno = error;
-}
+// A handler has no argument of its own to find the object by.
+std::atomic<CancelSignals*> installed{nullptr};
+static_assert(std::atomic<CancelSignals*>::is_always_lock_free,
+              "a signal handler may only touch lock-free atomics");
 
 }  // namespace
 
-CancelSignals::CancelSignals(CancelFlag& flag) {
-  flagToRequest.store(&flag);
-  for (const int signal : cancelSignals) replace(signal, requestCancel);
-  for (const int signal : {SIGPIPE, SIGXFSZ}) replace(signal, SIG_IGN);
+CancelSignals::CancelSignals(Cancellation& cancellation)
+    : cancellation_(cancellation), event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  if (event_.get() < 0) throw std::system_error(errno, std::generic_category());
+  installed = this;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) handle(signal, onSignal);
+  for (const int signal : {SIGPIPE, SIGXFSZ}) handle(signal, SIG_IGN);
 }
 
 CancelSignals::~CancelSignals() {
   for (const Previous& previous : previous_) sigaction(previous.signal, &previous.action, nullptr);
-  flagToRequest.store(nullptr);
+  installed = nullptr;
 }
 
-void CancelSignals::replace(int signal, void (*handler)(int)) {
+void CancelSignals::onSignal(int /*signal*/) {
+  const int error = errno;
+  if (CancelSignals* signals = installed) {
+    signals->cancellation_.request();
+    const std::uint64_t one = 1;
+    // Fails only if the counter is full, and readable therefore.
+    [[maybe_unused]] const ssize_t written = write(signals->event_.get(), &one, sizeof one);
+  }
+  errno = error;
+}
+
+void CancelSignals::handle(int signal, void (*handler)(int)) {
   Previous previous{signal, {}};
   if (sigaction(signal, nullptr, &previous.action) != 0 || previous.action.sa_handler == SIG_IGN) return;
   struct sigaction action {};
@@ -45,32 +50,6 @@ void CancelSignals::replace(int signal, void (*handler)(int)) {
   sigemptyset(&action.sa_mask);
   action.sa_flags = 0;  // no SA_RESTART: a blocked write has to return
   if (sigaction(signal, &action, nullptr) == 0) previous_.push_back(previous);
-}
-
-CancelSignals::Reaching::Reaching(SupervisedScan& scan, const CancelFlag& flag) {
-  scanToCancel.store(&scan);
-  if (flag.requested()) scan.cancel();
-}
-
-CancelSignals::Reaching::~Reaching() {
-  scanToCancel.store(nullptr);
-}
-
-bool awaitInput(int descriptor, const CancelFlag& flag) {
-  // Blocked but while it waits, a signal cannot come between the look at the flag and the waiting.
-  sigset_t blocked;
-  sigset_t before;
-  sigemptyset(&blocked);
-  for (const int signal : cancelSignals) sigaddset(&blocked, signal);
-  sigprocmask(SIG_BLOCK, &blocked, &before);
-  pollfd input{descriptor, POLLIN, 0};
-  int ready = 0;
-  while (!flag.requested() && ready == 0) {
-    ready = ppoll(&input, 1, nullptr, &before);
-    if (ready < 0 && errno == EINTR) ready = 0;
-  }
-  sigprocmask(SIG_SETMASK, &before, nullptr);
-  return !flag.requested();
 }
 
 }  // namespace frontend

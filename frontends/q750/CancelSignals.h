@@ -3,44 +3,37 @@
 #include <csignal>
 #include <vector>
 
-#include "CancelFlag.h"
+#include "Cancellation.h"
+#include "OwnedDescriptor.h"
 
 namespace frontend {
 
-class SupervisedScan;
-
-// While it lives, Ctrl-C, a polite kill and a closed terminal (SIGINT, SIGTERM, SIGHUP) request a cancel
-// instead of ending the process on the spot, and blocking calls return for it. What the caller of the program
-// chose to ignore stays ignored. Writing into a closed pipe or past a file size limit becomes a plain failure
-// of the write. One at a time per process.
+// While it exists, Ctrl-C, SIGTERM and a closed terminal (SIGINT, SIGTERM, SIGHUP) request a cancel instead
+// of terminating the process, and blocking system calls return for them. Signals that the program was started
+// to ignore stay ignored. Writing to a closed pipe or past a file size limit becomes an error of the write
+// (SIGPIPE, SIGXFSZ are ignored). One at a time per process; restores the handlers that it found.
 class CancelSignals {
  public:
-  explicit CancelSignals(CancelFlag& flag);
+  // Throws std::system_error if the system has no descriptor left. `cancellation` outlives the object.
+  explicit CancelSignals(Cancellation& cancellation);
   ~CancelSignals();
   CancelSignals(const CancelSignals&) = delete;
   CancelSignals& operator=(const CancelSignals&) = delete;
 
-  // Cancels the scan too while this lives, also for a signal that came before. One at a time.
-  class Reaching {
-   public:
-    Reaching(SupervisedScan& scan, const CancelFlag& flag);
-    ~Reaching();
-    Reaching(const Reaching&) = delete;
-    Reaching& operator=(const Reaching&) = delete;
-  };
+  // For poll(): readable from the first such signal on. Never read from it; it stays the object's.
+  int descriptor() const { return event_.get(); }
 
  private:
   struct Previous {
     int signal;
     struct sigaction action;
   };
-  void replace(int signal, void (*handler)(int));
+  static void onSignal(int signal);
+  void handle(int signal, void (*handler)(int));
 
+  Cancellation& cancellation_;
+  platform::OwnedDescriptor event_;
   std::vector<Previous> previous_;
 };
-
-// Waits until something can be read from the descriptor, or its end is there. False where a cancel was
-// requested before or meanwhile; none is missed.
-bool awaitInput(int descriptor, const CancelFlag& flag);
 
 }  // namespace frontend

@@ -30,9 +30,9 @@ bool deviceRuleInstalled() {
                      [](const char* path) { return access(path, R_OK) == 0; });
 }
 
-ScanOutcome scanToNowhere(const ScanRequest& request, const CancelFlag& cancel) {
+ScanOutcome scanToNowhere(const ScanRequest& request, Cancellation& cancellation) {
   SupervisedScan scan(request);
-  const CancelSignals::Reaching reaching(scan, cancel);
+  const Cancellation::Aim aim(cancellation, scan);
   std::array<std::uint8_t, 4096> buffer;
   while (scan.read(buffer.data(), buffer.size()) > 0) {
   }
@@ -50,12 +50,12 @@ void runDoctor(const DoctorOptions& options) {
   if (!options.device.empty() && !parseScannerName(options.device))
     throw CommandError(ExitCode::noDevice, "--device " + options.device + ": that is no name of a scanner.");
 
-  CancelFlag cancel;
-  const CancelSignals signals(cancel);
+  Cancellation cancellation;
+  const CancelSignals signals(cancellation);
   Examination examination({scannersThere, findWorker, deviceRuleInstalled,
                            [&](const std::string& scanner) {
                              request.scanner = scanner;
-                             return scanToNowhere(request, cancel);
+                             return scanToNowhere(request, cancellation);
                            },
                            [](const Finding& finding) { show(lineOf(finding)); }});
   const ExitCode code = examination.run(options.device);

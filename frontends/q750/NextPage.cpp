@@ -1,19 +1,31 @@
 #include "NextPage.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
 
-#include "CancelSignals.h"
-
 namespace frontend {
+namespace {
 
-NextPage readAnswer(int descriptor, const CancelFlag& flag) {
+// False for a cancel, which goes before input that is there as well.
+bool awaitInput(int input, int cancelled) {
+  for (;;) {
+    pollfd awaited[] = {{cancelled, POLLIN, 0}, {input, POLLIN, 0}};
+    const int ready = poll(awaited, 2, -1);
+    if (ready < 0 && errno == EINTR) continue;
+    return awaited[0].revents == 0;
+  }
+}
+
+}  // namespace
+
+NextPage readAnswer(int input, int cancelled) {
   char first = '\0';
   for (;;) {
-    if (!awaitInput(descriptor, flag)) return NextPage::cancel;
+    if (!awaitInput(input, cancelled)) return NextPage::cancel;
     char character = '\0';
-    const ssize_t count = read(descriptor, &character, 1);
+    const ssize_t count = read(input, &character, 1);
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     if (count <= 0) return NextPage::finish;
     if (character == '\n') break;

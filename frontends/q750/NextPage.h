@@ -2,14 +2,13 @@
 
 #include <cstdint>
 
-#include "CancelFlag.h"
-
 namespace frontend {
 
 enum class NextPage : std::uint8_t { scan, finish, cancel };
 
-// What the user answers on standard input, after having been asked: a line that begins with q, or the end of
-// the input, finishes; any other line scans. Takes no more than the line.
-NextPage readAnswer(int descriptor, const CancelFlag& flag);
+// Blocks until the user has answered the prompt on `input`: a line that begins with q, or the end of the
+// input, finishes; any other line scans. Reads no byte beyond the line. Returns cancel as soon as the
+// descriptor `cancelled` is readable.
+NextPage readAnswer(int input, int cancelled);
 
 }  // namespace frontend

@@ -32,9 +32,9 @@ int takeStandardOutput() {
 }  // namespace
 
 struct PageOutput::File {
-  File(const ScanPlan& plan, const std::string& path, int standardOutput, const CancelFlag& cancel)
+  File(const ScanPlan& plan, const std::string& path, int standardOutput, const Cancellation& cancellation)
       : onDisk(plan.toStandardOutput ? nullptr : std::make_unique<OutputFile>(path)),
-        sink(onDisk ? onDisk->descriptor() : standardOutput, &cancel),
+        sink(onDisk ? onDisk->descriptor() : standardOutput, &cancellation),
         writer(makePictureWriter(plan.format, sink, plan.pictureNotes)) {}
 
   std::unique_ptr<OutputFile> onDisk;
@@ -44,7 +44,8 @@ struct PageOutput::File {
   std::size_t rowBytes = 0;
 };
 
-PageOutput::PageOutput(const ScanPlan& plan, const CancelFlag& cancel) : plan_(plan), cancel_(cancel) {
+PageOutput::PageOutput(const ScanPlan& plan, const Cancellation& cancellation)
+    : plan_(plan), cancellation_(cancellation) {
   if (plan.toStandardOutput) standardOutput_ = takeStandardOutput();
 }
 
@@ -67,7 +68,7 @@ void PageOutput::check(std::uint32_t page) const {
 void PageOutput::open(std::uint32_t page) {
   path_ = pathOf(page);
   pagesInFile_ = 0;
-  file_ = std::make_unique<File>(plan_, path_, standardOutput_, cancel_);
+  file_ = std::make_unique<File>(plan_, path_, standardOutput_, cancellation_);
 }
 
 void PageOutput::beginPage(std::uint32_t page, const PictureLayout& layout) {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "CancelFlag.h"
+#include "Cancellation.h"
 #include "PictureLayout.h"
 #include "ScanPlan.h"
 
@@ -13,11 +13,11 @@ namespace frontend {
 
 // Where the pages of one command go: one file for all, a file for each, or standard output. A file appears
 // under its name only when it is whole. Failures are CommandErrors: output where something cannot be written,
-// cancelled once the flag is set; nothing is left of a file that was not finished.
+// cancelled once a cancel was requested; nothing is left of a file that was not finished.
 class PageOutput {
  public:
-  // Nothing is opened yet. The flag outlives the object.
-  PageOutput(const ScanPlan& plan, const CancelFlag& cancel);
+  // Nothing is opened yet. The cancellation outlives the object.
+  PageOutput(const ScanPlan& plan, const Cancellation& cancellation);
   ~PageOutput();
   PageOutput(const PageOutput&) = delete;
   PageOutput& operator=(const PageOutput&) = delete;
@@ -49,7 +49,7 @@ class PageOutput {
   void complainUnlessGood() const;
 
   const ScanPlan& plan_;
-  const CancelFlag& cancel_;
+  const Cancellation& cancellation_;
   int standardOutput_ = -1;  // a descriptor of our own
   std::string path_;
   std::unique_ptr<File> file_;

@@ -24,8 +24,13 @@ constexpr std::size_t bufferSize = 256 * 1024;
 // The pages of one command, one after another.
 class Pages {
  public:
-  Pages(const ScanPlan& plan, ScanReport& report, const CancelFlag& cancel)
-      : plan_(plan), report_(report), cancel_(cancel), output_(plan, cancel) {
+  // A readable `cancelDescriptor` ends the wait for the user's answer.
+  Pages(const ScanPlan& plan, ScanReport& report, Cancellation& cancellation, int cancelDescriptor)
+      : plan_(plan),
+        report_(report),
+        cancellation_(cancellation),
+        cancelDescriptor_(cancelDescriptor),
+        output_(plan, cancellation) {
     output_.check(1);
   }
 
@@ -45,7 +50,7 @@ class Pages {
   bool wanted(std::uint32_t page) {
     output_.check(page);
     report_.prompt(page);
-    switch (readAnswer(STDIN_FILENO, cancel_)) {
+    switch (readAnswer(STDIN_FILENO, cancelDescriptor_)) {
       case NextPage::scan:
         return true;
       case NextPage::finish:
@@ -59,7 +64,7 @@ class Pages {
   ScanOutcome scan(std::uint32_t page) {
     report_.pageBegins(page);
     SupervisedScan scan(plan_.request);
-    const CancelSignals::Reaching reaching(scan, cancel_);
+    const Cancellation::Aim aim(cancellation_, scan);
     if (const auto layout = scan.awaitLayout()) {
       layout_ = *layout;
       report_.layoutKnown(layout_);
@@ -93,7 +98,8 @@ class Pages {
 
   const ScanPlan& plan_;
   ScanReport& report_;
-  const CancelFlag& cancel_;
+  Cancellation& cancellation_;
+  const int cancelDescriptor_;
   PageOutput output_;
   PictureLayout layout_;
 };
@@ -104,9 +110,9 @@ void runScan(const ScanOptions& options) {
   ScanReport report(progressStyle(options, console::isTerminal()), options.quiet, console::columns(),
                     console::write, [] { return std::chrono::steady_clock::now(); });
   ScanPlan plan = planScan(options);
-  CancelFlag cancel;
-  const CancelSignals signals(cancel);
-  Pages pages(plan, report, cancel);
+  Cancellation cancellation;
+  const CancelSignals signals(cancellation);
+  Pages pages(plan, report, cancellation, signals.descriptor());
   plan.request.scanner = chooseScanner(options.device, anyGiven(options.virtualScanner), scannersThere());
   report.scannerChosen(plan.request.scanner);
   for (const std::string& note : plan.notes) report.note(note);

@@ -4,10 +4,10 @@
 #include <memory>
 #include <system_error>
 
+#include "CancelSignals.h"
 #include "CommandError.h"
 #include "Console.h"
 #include "StandardOutput.h"
-#include "StopSignals.h"
 #include "UsbipFormat.h"
 #include "UsbipServer.h"
 #include "VirtualOptions.h"
@@ -67,7 +67,8 @@ std::string attachText(const ListenAddress& address) {
 
 void runVirtual(const ServeOptions& options) {
   const auto scanner = makeVirtualScanner(options.virtualScanner);
-  const StopSignals signals;
+  Cancellation cancellation;
+  const CancelSignals signals(cancellation);
   const auto server = listen(*scanner, options.listen);
   show(attachText(server->address()));
   server->run(signals.descriptor());

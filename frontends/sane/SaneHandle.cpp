@@ -21,9 +21,7 @@ std::string described(const PictureLayout& layout) {
 SaneHandle::SaneHandle(std::string scanner, const DebugOutput& debug)
     : scanner_(std::move(scanner)), debug_(debug) {}
 
-SaneHandle::~SaneHandle() {
-  leaveOldScan();
-}
+SaneHandle::~SaneHandle() = default;
 
 SANE_Parameters SaneHandle::parameters() const {
   const PictureLayout layout = acquiring() ? layout_ : options_.expectedPicture();
@@ -42,7 +40,7 @@ SANE_Status SaneHandle::setOption(SANE_Int index, void* value, SANE_Int* info) {
 }
 
 void SaneHandle::leaveOldScan() {
-  cancel_.withdraw();
+  aim_.reset();
   acquiring_ = false;
   scan_.reset();
 }
@@ -60,14 +58,14 @@ SANE_Status SaneHandle::start() {
   request->virtualScanner = config.virtualOptions;
   request->verbose = debug_.shows(DebugOutput::library);
 
-  cancel_.begin();
+  cancellation_.reset();
   leaveOldScan();
   scan_ = std::make_unique<SupervisedScan>(*request);
   layout_ = expectedLayout(*request);
   delivered_ = 0;
   nonBlocking_ = false;
   acquiring_ = true;
-  cancel_.aim(scan_.get());
+  aim_.emplace(cancellation_, *scan_);
   debug_.line(DebugOutput::steps, "scanning " + described(layout_));
   return SANE_STATUS_GOOD;
 }
@@ -76,10 +74,10 @@ SANE_Status SaneHandle::read(SANE_Byte* data, SANE_Int capacity, SANE_Int* lengt
   if (length != nullptr) *length = 0;
   if (data == nullptr || length == nullptr || capacity < 1) return SANE_STATUS_INVAL;
   if (!acquiring_) return ended_;
-  if (cancel_.requested()) return end(SANE_STATUS_CANCELLED, cancelledByFrontEnd);
+  if (cancellation_.requested()) return end(SANE_STATUS_CANCELLED, cancelledByFrontEnd);
   const auto room = static_cast<std::size_t>(capacity);
   const auto count = nonBlocking_ ? scan_->readAvailable(data, room) : std::optional(scan_->read(data, room));
-  if (cancel_.requested()) return end(SANE_STATUS_CANCELLED, cancelledByFrontEnd);
+  if (cancellation_.requested()) return end(SANE_STATUS_CANCELLED, cancelledByFrontEnd);
   if (!count) return SANE_STATUS_GOOD;
   if (*count == 0) {
     const ScanOutcome& outcome = scan_->outcome();

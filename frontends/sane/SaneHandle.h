@@ -4,9 +4,10 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
-#include "CancelTarget.h"
+#include "Cancellation.h"
 #include "DebugOutput.h"
 #include "PictureLayout.h"
 #include "SaneOptions.h"
@@ -47,13 +48,13 @@ class SaneHandle {
   SANE_Status read(SANE_Byte* data, SANE_Int capacity, SANE_Int* length);
 
   // From any thread and from a signal handler.
-  void cancel() noexcept { cancel_.request(); }
+  void cancel() noexcept { cancellation_.request(); }
 
   SANE_Status setNonBlocking(bool nonBlocking);
   SANE_Status selectDescriptor(SANE_Int* descriptor) const;
 
  private:
-  bool acquiring() const { return acquiring_ && !cancel_.requested(); }
+  bool acquiring() const { return acquiring_ && !cancellation_.requested(); }
   bool inTheMiddle() const { return acquiring() && delivered_ < layout_.bytes(); }
   void leaveOldScan();
   SANE_Status end(SANE_Status status, const std::string& why);
@@ -61,9 +62,10 @@ class SaneHandle {
   const std::string scanner_;
   const DebugOutput& debug_;
   SaneOptions options_;
-  CancelTarget<SupervisedScan> cancel_;
+  Cancellation cancellation_;
   std::unique_ptr<SupervisedScan> scan_;
-  PictureLayout layout_;  // of the scan
+  std::optional<Cancellation::Aim> aim_;  // at the scan; gone before it
+  PictureLayout layout_;                  // of the scan
   std::uint64_t delivered_ = 0;
   bool acquiring_ = false;
   bool nonBlocking_ = false;

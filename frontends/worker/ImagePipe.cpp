@@ -7,7 +7,7 @@
 
 namespace frontend {
 
-ImagePipe::ImagePipe(int descriptor, int wakeUp, const CancelFlag& cancel, ThreadActivity& activity)
+ImagePipe::ImagePipe(int descriptor, int wakeUp, const Cancellation& cancel, ThreadActivity& activity)
     : pipe_(descriptor), wakeUp_(wakeUp), cancel_(cancel), activity_(activity) {
   fcntl(descriptor, F_SETFL, O_NONBLOCK);
 }

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "CancelFlag.h"
+#include "Cancellation.h"
 #include "OwnedDescriptor.h"
 #include "ThreadActivity.h"
 
@@ -15,7 +15,7 @@ class ImagePipe {
  public:
   // The descriptor becomes this object's. `wakeUp` becomes readable when `cancel` is requested; both outlive
   // the object.
-  ImagePipe(int descriptor, int wakeUp, const CancelFlag& cancel, ThreadActivity& activity);
+  ImagePipe(int descriptor, int wakeUp, const Cancellation& cancel, ThreadActivity& activity);
 
   // Blocks until the pipe has taken all of them. False where nobody wants them: cancelled, or the reader is
   // gone.
@@ -28,7 +28,7 @@ class ImagePipe {
 
   platform::OwnedDescriptor pipe_;
   int wakeUp_;
-  const CancelFlag& cancel_;
+  const Cancellation& cancel_;
   ThreadActivity& activity_;
 };
 

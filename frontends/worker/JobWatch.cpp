@@ -33,7 +33,7 @@ std::string methodOf(const void* packet, std::uint32_t size) {
 
 }  // namespace
 
-JobWatch::JobWatch(const CancelFlag* cancel, WatchLimits limits, PictureListener* picture)
+JobWatch::JobWatch(const Cancellation* cancel, WatchLimits limits, PictureListener* picture)
     : cancel_(cancel), limits_(limits), picture_(picture) {}
 
 bool JobWatch::mayGoOn() {

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "CancelFlag.h"
+#include "Cancellation.h"
 #include "IOReturn.h"
 #include "PacketReader.h"
 #include "PictureHeader.h"
@@ -37,7 +37,7 @@ struct WatchLimits {
 class JobWatch : private wire::PacketReader::Listener {
  public:
   // `cancel` and `picture` may be null; they outlive the watch.
-  explicit JobWatch(const CancelFlag* cancel, WatchLimits limits = {}, PictureListener* picture = nullptr);
+  explicit JobWatch(const Cancellation* cancel, WatchLimits limits = {}, PictureListener* picture = nullptr);
 
   // Until the pipes are known, everything passes.
   void watchPipes(const JobPipes& pipes) { pipes_ = pipes; }
@@ -96,7 +96,7 @@ class JobWatch : private wire::PacketReader::Listener {
   void showRaster(const std::uint8_t* bytes, std::size_t count);
   ScanOutcome incomplete() const;
 
-  const CancelFlag* cancel_;
+  const Cancellation* cancel_;
   WatchLimits limits_;
   PictureListener* picture_;
   JobPipes pipes_;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "CancelFlag.h"
+#include "Cancellation.h"
 #include "JobWatch.h"
 #include "Log.h"
 #include "ScanOutcome.h"
@@ -20,7 +20,7 @@ namespace frontend {
 struct SessionHooks {
   PictureListener* picture = nullptr;     // gets the rows while they arrive
   TransferObserver* transfers = nullptr;  // is told of every transfer
-  const CancelFlag* cancel = nullptr;     // looked at before every transfer
+  const Cancellation* cancel = nullptr;   // looked at before every transfer
   platform::LogSink* log = nullptr;       // gets the library's log lines; null drops them unread
   WatchLimits limits;
 };

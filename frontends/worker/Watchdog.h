@@ -3,7 +3,7 @@
 #include <chrono>
 #include <thread>
 
-#include "CancelFlag.h"
+#include "Cancellation.h"
 #include "OwnedDescriptor.h"
 #include "ReportChannel.h"
 #include "ThreadActivity.h"
@@ -20,7 +20,7 @@ class WorkerSupervisor {
   // Everything outlives the object; `control` is the connection to the front end.
   struct Parts {
     int control;
-    CancelFlag& cancel;
+    Cancellation& cancel;
     TransferInFlight& transfers;
     ThreadActivity& activity;
     ReportChannel& reports;

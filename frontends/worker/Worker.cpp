@@ -70,7 +70,7 @@ int runWorker(int control, int image) {
     reports.tell(outcome::workerGarbled());
     return notUnderstood;
   }
-  CancelFlag cancel;
+  Cancellation cancel;
   ThreadActivity activity;
   TransferInFlight transfers(activity);
   WorkerSupervisor supervisor(

@@ -339,7 +339,7 @@ TEST_F(WritingPictures, TellsWhyItFailed) {
 }
 
 TEST_F(WritingPictures, StopsForACancel) {
-  CancelFlag cancel;
+  Cancellation cancel;
   cancel.request();
   for (const PictureFormat format : formats) {
     const int descriptor = create();

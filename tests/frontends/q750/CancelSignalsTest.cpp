@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -8,7 +9,7 @@
 
 namespace {
 
-using frontend::CancelFlag;
+using frontend::Cancellation;
 using frontend::CancelSignals;
 
 void (*handlerOf(int signal))(int) {
@@ -17,11 +18,16 @@ void (*handlerOf(int signal))(int) {
   return action.sa_handler;
 }
 
+bool isReadable(int descriptor) {
+  pollfd one{descriptor, POLLIN, 0};
+  return poll(&one, 1, 0) == 1;
+}
+
 // Begins with the handlers that a program usually finds, whatever those of the test's own caller are.
 class CancelSignalHandling : public testing::Test {
  protected:
   CancelSignalHandling() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ})
       before_[signal] = std::signal(signal, SIG_DFL);
   }
   ~CancelSignalHandling() override {
@@ -34,44 +40,64 @@ class CancelSignalHandling : public testing::Test {
 
 TEST_F(CancelSignalHandling, RequestsACancel) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    CancelFlag cancel;
-    const CancelSignals signals(cancel);
-    EXPECT_FALSE(cancel.requested());
+    Cancellation cancellation;
+    const CancelSignals signals(cancellation);
+    EXPECT_FALSE(cancellation.requested());
     std::raise(signal);
-    EXPECT_TRUE(cancel.requested());
+    EXPECT_TRUE(cancellation.requested());
   }
 }
 
+TEST_F(CancelSignalHandling, MakesTheDescriptorReadyForGood) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    Cancellation cancellation;
+    const CancelSignals signals(cancellation);
+    EXPECT_FALSE(isReadable(signals.descriptor()));
+    std::raise(signal);
+    EXPECT_TRUE(isReadable(signals.descriptor()));
+    EXPECT_TRUE(isReadable(signals.descriptor()));
+  }
+}
+
+TEST_F(CancelSignalHandling, SurvivesMoreSignalsThanAPipeHasRoomFor) {
+  Cancellation cancellation;
+  const CancelSignals signals(cancellation);
+  for (int i = 0; i < 100000; ++i) std::raise(SIGTERM);
+  EXPECT_TRUE(isReadable(signals.descriptor()));
+}
+
 TEST_F(CancelSignalHandling, MakesAClosedPipeAPlainFailure) {
-  CancelFlag cancel;
-  const CancelSignals signals(cancel);
+  Cancellation cancellation;
+  const CancelSignals signals(cancellation);
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   close(ends[0]);
   EXPECT_EQ(write(ends[1], "x", 1), -1);
   close(ends[1]);
-  EXPECT_FALSE(cancel.requested());
+  EXPECT_FALSE(cancellation.requested());
 }
 
 TEST_F(CancelSignalHandling, LeavesIgnoredSignalsIgnored) {
   std::signal(SIGHUP, SIG_IGN);
   {
-    CancelFlag cancel;
-    const CancelSignals signals(cancel);
+    Cancellation cancellation;
+    const CancelSignals signals(cancellation);
     std::raise(SIGHUP);
-    EXPECT_FALSE(cancel.requested());
+    EXPECT_FALSE(cancellation.requested());
+    EXPECT_FALSE(isReadable(signals.descriptor()));
   }
   EXPECT_EQ(handlerOf(SIGHUP), SIG_IGN);
 }
 
 TEST_F(CancelSignalHandling, BringsTheHandlersBack) {
   {
-    CancelFlag cancel;
-    const CancelSignals signals(cancel);
+    Cancellation cancellation;
+    const CancelSignals signals(cancellation);
     EXPECT_NE(handlerOf(SIGINT), SIG_DFL);
   }
   EXPECT_EQ(handlerOf(SIGINT), SIG_DFL);
   EXPECT_EQ(handlerOf(SIGPIPE), SIG_DFL);
+  EXPECT_EQ(handlerOf(SIGXFSZ), SIG_DFL);
 }
 
 }  // namespace

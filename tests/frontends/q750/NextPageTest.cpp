@@ -21,6 +21,7 @@ class Answers : public testing::Test {
   ~Answers() override {
     close(ends_[0]);
     hangUp();
+    std::signal(SIGINT, before_);
   }
   void type(const std::string& text) {
     ASSERT_EQ(write(ends_[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
@@ -29,11 +30,14 @@ class Answers : public testing::Test {
     if (ends_[1] >= 0) close(ends_[1]);
     ends_[1] = -1;
   }
-  NextPage answer() { return readAnswer(ends_[0], cancel_); }
-
-  CancelFlag cancel_;
+  int cancelled() const { return signals_.descriptor(); }
+  NextPage answer() { return readAnswer(ends_[0], cancelled()); }
 
  private:
+  // Who runs the test may ignore the signal, which then would stay so.
+  void (*before_)(int) = std::signal(SIGINT, SIG_DFL);
+  Cancellation cancellation_;
+  const CancelSignals signals_{cancellation_};
   int ends_[2] = {-1, -1};
 };
 
@@ -49,7 +53,7 @@ TEST_F(Answers, FinishWhereTheyEnd) {
   hangUp();
   EXPECT_EQ(answer(), scan);
   EXPECT_EQ(answer(), finish);
-  EXPECT_EQ(readAnswer(100000, cancel_), finish) << "nothing is open there";
+  EXPECT_EQ(readAnswer(100000, cancelled()), finish) << "nothing is open there";
 }
 
 TEST_F(Answers, FinishWhereTheyEndInALine) {
@@ -59,13 +63,12 @@ TEST_F(Answers, FinishWhereTheyEndInALine) {
 }
 
 TEST_F(Answers, AreNotAwaitedAfterACancel) {
-  cancel_.request();
+  type("\n");
+  std::raise(SIGINT);
   EXPECT_EQ(answer(), NextPage::cancel);
 }
 
 TEST_F(Answers, EndWithASignalThatComesMeanwhile) {
-  std::signal(SIGINT, SIG_DFL);  // who runs the test may ignore it, which then stays so
-  const CancelSignals signals(cancel_);
   const pthread_t waiting = pthread_self();
   std::jthread user([this, waiting] {
     type("q");  // no whole line: it goes on waiting

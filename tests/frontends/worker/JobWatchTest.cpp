@@ -72,7 +72,7 @@ class WatchedJob : public testing::Test {
   ScanStatus status() const { return watch.verdict().status; }
   std::string sentence() const { return watch.verdict().sentence; }
 
-  CancelFlag cancel;
+  Cancellation cancel;
   RecordingListener picture;
   JobWatch watch{&cancel, WatchLimits{60000}, &picture};
 

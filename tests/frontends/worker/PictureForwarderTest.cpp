@@ -65,7 +65,7 @@ class Forwarding : public testing::Test {
   OwnedDescriptor reports_;
   OwnedDescriptor control_;
   OwnedDescriptor image_;
-  CancelFlag cancel_;
+  Cancellation cancel_;
   ThreadActivity activity_;
   std::optional<ReportChannel> channel_;
   std::optional<ImagePipe> pipe_;

@@ -236,7 +236,7 @@ TEST_F(Scanning, CanBeCancelledBeforeAnyTransfer) {
   const int all = counting.transfers();
   ASSERT_GT(all, 12);
   for (int at = 1; at <= all; ++at) {
-    CancelFlag cancel;
+    Cancellation cancel;
     HookedUsbStack hooked(stack, [&](int transfer) {
       if (transfer == at) cancel.request();
     });
@@ -261,7 +261,7 @@ TEST_F(Scanning, TellsThatTheLibraryRanOutOfMemory) {
 }
 
 TEST_F(Scanning, DoesNotBeginWhenItIsCancelledAlready) {
-  CancelFlag cancel;
+  Cancellation cancel;
   cancel.request();
   SessionHooks hooks;
   hooks.cancel = &cancel;

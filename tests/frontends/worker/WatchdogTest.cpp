@@ -68,7 +68,7 @@ class SupervisedWorker : public testing::Test {
   OwnedDescriptor frontEnd;
   OwnedDescriptor control;
   std::optional<ReportChannel> reports;
-  CancelFlag cancel;
+  Cancellation cancel;
   ThreadActivity activity;
   TransferInFlight transfers{activity};
 };
@@ -140,7 +140,7 @@ TEST_F(SupervisedWorker, StaysWhileItsFrontEndDoesNotRead) {
 
 TEST_F(SupervisedWorker, IsCancelledByAMessageAndByTheEndOfItsFrontEnd) {
   for (const bool byMessage : {true, false}) {
-    CancelFlag flag;
+    Cancellation flag;
     WorkerSupervisor supervisor({control.get(), flag, transfers, activity, *reports, 60s});
     if (byMessage) {
       sayCancel();
