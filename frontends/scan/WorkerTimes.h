@@ -2,29 +2,27 @@
 
 #include <chrono>
 
-// How long the two processes of a scan wait for each other. From the inside out: whoever waits for another
-// gives it more time than it allows itself, so that each leaves by its own way as long as it can.
+// The time-outs with which the two processes of a scan wait for each other. Whoever waits for another allows it more
+// time than the other allows itself, so that each ends in its own way as long as it can.
 namespace frontend::workertimes {
 
 using std::chrono::milliseconds;
 
-// The calls that come after a picture, together: nobody needs their answers, and the process is to go.
-inline constexpr milliseconds lastCalls{1600};
-// A cancelled worker ends itself, whatever it is doing.
-inline constexpr milliseconds workerLeaves{1800};
-// A front end that waits for its worker to go kills it. It is gone two seconds after a cancel.
-inline constexpr milliseconds workerIsKilled{1900};
+// For all calls after a picture together: nobody needs their replies, and the process is about to exit.
+inline constexpr milliseconds finalCallsTimeout{1600};
+// A cancelled worker exits within this time, whatever it is doing.
+inline constexpr milliseconds workerExitTimeout{1800};
+// Then the front end kills it, so that it is gone two seconds after a cancel.
+inline constexpr milliseconds workerKillTimeout{1900};
 
 // Between two heartbeats of a worker.
 inline constexpr milliseconds heartbeatInterval{1000};
-// What the library does between two transfers. A worker that takes so much longer than the scanner may be
-// silent gives up.
-inline constexpr milliseconds libraryWorks{10000};
-// A front end gives up a worker that has sent no heartbeat for so much longer than the scanner may be
-// silent.
-inline constexpr milliseconds workerIsSilent{20000};
+// For the library's own work between two transfers. A worker gives up its scan after this and the scanner's time-out.
+inline constexpr milliseconds libraryTimeout{10000};
+// A front end gives up a worker that has sent nothing for this long and the scanner's time-out.
+inline constexpr milliseconds workerHeartbeatTimeout{20000};
 
-static_assert(lastCalls < workerLeaves && workerLeaves < workerIsKilled);
-static_assert(heartbeatInterval < libraryWorks && libraryWorks < workerIsSilent);
+static_assert(finalCallsTimeout < workerExitTimeout && workerExitTimeout < workerKillTimeout);
+static_assert(heartbeatInterval < libraryTimeout && libraryTimeout < workerHeartbeatTimeout);
 
 }  // namespace frontend::workertimes

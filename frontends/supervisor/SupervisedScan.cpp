@@ -225,13 +225,13 @@ void SupervisedScan::Impl::finish() {
     cancel();
     conclude(outcome::cancelled());
   }
-  if (!worker_.isRunning() || worker_.awaitEnd(workertimes::workerIsKilled)) return;
+  if (!worker_.isRunning() || worker_.awaitEnd(workertimes::workerKillTimeout)) return;
   worker_.kill();
   worker_.awaitEnd(timeToDie);
 }
 
 SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& worker)
-    : SupervisedScan(request, worker, workertimes::workerIsSilent) {}
+    : SupervisedScan(request, worker, workertimes::workerHeartbeatTimeout) {}
 
 SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& worker,
                                milliseconds silenceOfTheWorker)

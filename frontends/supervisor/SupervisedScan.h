@@ -65,7 +65,7 @@ class SupervisedScan {
   bool workerEndedWell() const;
 
  protected:
-  // For tests: another time than workertimes::workerIsSilent.
+  // For tests: another time than workertimes::workerHeartbeatTimeout.
   SupervisedScan(const ScanRequest& request, const std::string& worker,
                  std::chrono::milliseconds silenceOfTheWorker);
 

@@ -90,7 +90,7 @@ void JobWatch::beginPicture() {
 
 void JobWatch::endPicture() {
   phase_ = Phase::afterwards;
-  lastCallsEnd_ = Clock::now() + workertimes::lastCalls;
+  lastCallsEnd_ = Clock::now() + workertimes::finalCallsTimeout;
   silentMs_ = 0;
 }
 

@@ -68,7 +68,7 @@ void WorkerSupervisor::requestCancel() {
 
 void WorkerSupervisor::endWhatHangs() {
   const bool cancelled = parts_.cancel.requested();
-  const bool stays = cancelled && Clock::now() - cancelTime_ > workertimes::workerLeaves;
+  const bool stays = cancelled && Clock::now() - cancelTime_ > workertimes::workerExitTimeout;
   const std::chrono::milliseconds silence = parts_.activity.silence();
   const bool hangs = silence > parts_.longestSilence;
   if (!stays && !hangs) return;

@@ -74,7 +74,7 @@ int runWorker(int control, int image) {
   ThreadActivity activity;
   TransferInFlight transfers(activity);
   WorkerSupervisor supervisor(
-      {control, cancel, transfers, activity, reports, request->timeout + workertimes::libraryWorks});
+      {control, cancel, transfers, activity, reports, request->timeout + workertimes::libraryTimeout});
   ImagePipe pipe(imageEnd.release(), supervisor.cancelled(), cancel, activity);
   PictureForwarder picture(*request, reports, pipe);
   VerboseSink log(columnsOfTheTerminal(), showOnStandardError);
