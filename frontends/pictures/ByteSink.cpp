@@ -11,17 +11,17 @@
 namespace frontend {
 namespace {
 
-constexpr std::size_t largestPiece = 1 << 20;  // a cancel is looked at between pieces
+constexpr std::size_t largestPiece = 1 << 20;  // a cancel is noticed between pieces
 
 }  // namespace
 
-bool ByteSink::good() noexcept {
+bool ByteSink::good() const noexcept {
   return error_ == 0 && reason_[0] == '\0' && !cancelled();
 }
 
 bool ByteSink::write(const void* bytes, std::size_t count) noexcept {
   const char* next = static_cast<const char*>(bytes);
-  if (held_) return good();
+  if (discarding_) return good();
   while (count > 0 && good()) {
     const ssize_t moved = ::write(descriptor_, next, std::min(count, largestPiece));
     if (moved < 0) {

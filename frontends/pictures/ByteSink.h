@@ -8,41 +8,43 @@
 
 namespace frontend {
 
-// Where the bytes of a picture go: an open descriptor, which stays the caller's. The first failure, or a
-// cancel while it is used, ends it: everything after fails at once. Throws nothing, so that C libraries may
-// call it.
+// Where the bytes of a picture go: a file, a pipe or a socket. Borrows the descriptor and the flag, which
+// outlive it. Writes in blocking mode; a cancel is noticed between pieces of a megabyte, and during one where
+// the signal that requests it interrupts the system call. The first error or cancel ends the sink: everything
+// after it fails at once. Throws nothing but from failure(), so that C libraries may call it. One thread.
 class ByteSink {
  public:
   explicit ByteSink(int descriptor, const Cancellation* cancellation = nullptr)
       : descriptor_(descriptor), cancellation_(cancellation) {}
 
-  // Writes all bytes at the present position.
+  // Writes all bytes at the current position. Returns good().
   bool write(const void* bytes, std::size_t count) noexcept;
-  // For descriptors of files. The position counts from the start.
+  // Moves to a position, counted from the start, of a descriptor that has one. Returns good().
   bool seek(std::uint64_t position) noexcept;
-  // For descriptors that were opened for reading too: up to `count` bytes from the present position.
+  // Reads up to `count` bytes from the current position of a descriptor that was opened for reading too.
+  // Returns the number of bytes read, 0 at the end and for an error, which does not end the sink.
   std::size_t read(void* bytes, std::size_t count) noexcept;
-  // Cuts the file off.
+  // Cuts the file off at `size`. Returns good().
   bool truncate(std::uint64_t size) noexcept;
-  // While it holds, what is written is dropped as if it had been written.
-  void holdBack(bool held) noexcept { held_ = held; }
-  // The position, or the size so far; 0 where the descriptor has none.
+  // While `discarding`, write() drops the bytes and succeeds.
+  void discardWrites(bool discarding) noexcept { discarding_ = discarding; }
+  // The current position, and the size of the file; 0 where the descriptor has none.
   std::uint64_t position() const noexcept;
   std::uint64_t size() const noexcept;
-  // Ends the sink for a reason of the writer's own.
+  // Ends the sink for a reason of the writer's own, unless it has ended already.
   void fail(const char* reason) noexcept;
 
-  bool good() noexcept;
+  bool good() const noexcept;
   bool cancelled() const noexcept { return cancellation_ != nullptr && cancellation_->requested(); }
-  // Why it ended, in words; empty where nothing but a cancel did.
+  // Why the sink ended, as a clause without a full stop; empty where it did not, or where a cancel ended it.
   std::string failure() const;
 
  private:
   int descriptor_;
   const Cancellation* cancellation_;
-  bool held_ = false;
-  int error_ = 0;  // an errno
-  char reason_[200] = {};
+  bool discarding_ = false;
+  int error_ = 0;          // an errno
+  char reason_[200] = {};  // no std::string: fail() must not throw through a C library
 };
 
 }  // namespace frontend

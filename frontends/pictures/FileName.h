@@ -5,13 +5,13 @@
 
 namespace frontend {
 
-// What follows the last point of the file's name, without the point and in lower case; a leading point hides
-// a file and ends no name.
+// The extension of the last component, without its point and in lower case; empty where there is none. A
+// leading point hides a file and begins no extension.
 std::string extensionOf(const std::string& path);
 
-// The name of one of several files that belong together: where the name has "%d" (or "%03d", filled with
-// zeros to that width, at most 9), the number takes its place; otherwise it stands before the extension,
-// "page-2.png". Folders are left as they are.
+// The name of one file of a numbered series. The number replaces the first "%d" of the last component, or
+// "%03d", which pads it with zeros to a width of 1 to 9; without one it is inserted before the extension:
+// "page-2.png". Everything else stays as it is, so a name never reaches printf().
 std::string numberedName(const std::string& path, std::uint32_t number);
 
 }  // namespace frontend

@@ -14,7 +14,9 @@ constexpr std::size_t bufferSize = 64 * 1024;
 
 }  // namespace
 
-// The library calls back with its own structures, which therefore stand first.
+// The library reports errors by a callback that must not return. It leaves by longjmp(), which skips
+// destructors: the functions that call setjmp() therefore hold nothing that needs one, and every buffer
+// belongs to the object.
 struct JpegEncoder::State {
   jpeg_compress_struct jpeg{};
   jpeg_error_mgr errors{};
@@ -23,7 +25,7 @@ struct JpegEncoder::State {
   PictureLayout layout;
   Output output;
   std::vector<std::uint8_t> buffer = std::vector<std::uint8_t>(bufferSize);
-  std::vector<std::uint8_t> grey;  // a row of one bit as one of eight
+  std::vector<std::uint8_t> gray;  // the current lineart row at 8 bits; empty for other layouts
   bool ended = false;
   std::string failure;
 
@@ -50,6 +52,7 @@ struct JpegEncoder::State {
     ended = true;
     std::longjmp(leave, 1);
   }
+  // Must write all of the buffer, whatever free_in_buffer says (libjpeg, "Compressed data handling").
   static boolean emptyBuffer(j_compress_ptr jpeg) {
     of(jpeg).put(bufferSize);
     beginBuffer(jpeg);
@@ -91,7 +94,7 @@ JpegEncoder::JpegEncoder(const PictureLayout& layout, int quality, const std::st
   State& state = *state_;
   state.layout = layout;
   state.output = std::move(output);
-  if (layout.bitsPerChannel == 1) state.grey.resize(layout.width);
+  if (layout.bitsPerChannel == 1) state.gray.resize(layout.width);
   state.jpeg.err = jpeg_std_error(&state.errors);
   state.jpeg.client_data = &state;
   state.errors.error_exit = State::noteError;
@@ -107,9 +110,9 @@ JpegEncoder::~JpegEncoder() {
 }
 
 void JpegEncoder::writeRow(const std::uint8_t* row) {
-  std::vector<std::uint8_t>& grey = state_->grey;
-  for (std::size_t x = 0; x < grey.size(); ++x) grey[x] = (row[x / 8] >> (7 - x % 8) & 1) != 0 ? 0 : 255;
-  state_->writeSamples(grey.empty() ? const_cast<JSAMPROW>(row) : grey.data());
+  std::vector<std::uint8_t>& gray = state_->gray;
+  for (std::size_t x = 0; x < gray.size(); ++x) gray[x] = (row[x / 8] >> (7 - x % 8) & 1) != 0 ? 0 : 255;
+  state_->writeSamples(gray.empty() ? const_cast<JSAMPROW>(row) : gray.data());
 }
 
 void JpegEncoder::finish() {

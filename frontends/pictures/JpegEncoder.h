@@ -10,23 +10,28 @@
 
 namespace frontend {
 
-// Makes a JPEG (JFIF) picture of rows that come one after another. Rows of one bit become grey. Keeps a few
-// rows. The same rows give the same bytes every time.
+// Encodes one JPEG picture (JFIF) from its rows and passes the bytes on as they are produced, for the writers
+// of JPEG and PDF. Lineart becomes gray. Owns the library's state, a buffer of 64 KiB and its copies of
+// layout and output; the rows stay the caller's. Errors are reported through failure(): once there is one, or
+// the output has returned false, every function returns without doing anything. One thread. The same rows
+// give the same bytes every time.
 class JpegEncoder {
  public:
-  // Takes the bytes of the picture as they come about; false ends the encoder. Must not throw.
+  // Takes the next bytes of the picture, which are valid only during the call; false ends the encoder. Called
+  // inside the functions below, through a C library: must not throw.
   using Output = std::function<bool(const std::uint8_t* bytes, std::size_t count)>;
 
-  // `quality` is 1 to 100. The comment may be empty.
+  // `quality` is 1 to 100. The comment is written into the file unless it is empty.
   JpegEncoder(const PictureLayout& layout, int quality, const std::string& comment, Output output);
   ~JpegEncoder();
   JpegEncoder(const JpegEncoder&) = delete;
   JpegEncoder& operator=(const JpegEncoder&) = delete;
 
+  // Encodes layout.rowBytes() bytes, which are not used after the call.
   void writeRow(const std::uint8_t* row);
-  // After the last row.
+  // Completes the picture after its last row.
   void finish();
-  // Why it ended early, in words; empty where it did not, or only the output did.
+  // Why the library gave up, as a clause; empty where it did not, or where only the output ended the encoder.
   const std::string& failure() const;
 
  private:

@@ -6,40 +6,41 @@
 namespace frontend {
 namespace {
 
+// Borrows the sink; owns the encoder, whose output is the sink.
 class JpegWriter final : public PictureWriter {
  public:
-  JpegWriter(ByteSink& sink, const PictureNotes& notes) : sink_(sink), notes_(notes) {}
+  JpegWriter(ByteSink& sink, const PictureSettings& settings) : sink_(sink), settings_(settings) {}
 
   void beginPage(const PictureLayout& layout) override {
     encoder_.emplace(
-        layout, notes_.quality, notes_.software,
+        layout, settings_.quality, settings_.software,
         [this](const std::uint8_t* bytes, std::size_t count) { return sink_.write(bytes, count); });
-    tellFailure();
+    reportFailure();
   }
   void writeRow(const std::uint8_t* row) override {
     encoder_->writeRow(row);
-    tellFailure();
+    reportFailure();
   }
   void endPage() override {
     encoder_->finish();
-    tellFailure();
+    reportFailure();
   }
   void finish() override {}
 
  private:
-  void tellFailure() {
+  void reportFailure() {
     if (!encoder_->failure().empty()) sink_.fail(encoder_->failure().c_str());
   }
 
   ByteSink& sink_;
-  PictureNotes notes_;
+  PictureSettings settings_;
   std::optional<JpegEncoder> encoder_;
 };
 
 }  // namespace
 
-std::unique_ptr<PictureWriter> makeJpegWriter(ByteSink& sink, const PictureNotes& notes) {
-  return std::make_unique<JpegWriter>(sink, notes);
+std::unique_ptr<PictureWriter> makeJpegWriter(ByteSink& sink, const PictureSettings& settings) {
+  return std::make_unique<JpegWriter>(sink, settings);
 }
 
 }  // namespace frontend

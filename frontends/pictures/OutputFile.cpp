@@ -9,12 +9,12 @@
 #include <random>
 #include <system_error>
 
-#include "PictureErrors.h"
+#include "OutputError.h"
 
 namespace frontend {
 namespace {
 
-constexpr int attempts = 100;
+constexpr int attempts = 100;  // a random name that exists is one in 2^64: something else is wrong then
 
 std::string folderOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
@@ -22,7 +22,8 @@ std::string folderOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// A short name of its own, since the final one may already be as long as names can be.
+// Not derived from the final name, which may already have the greatest length that the file system allows. In
+// the same folder, since rename() does not cross file systems.
 std::string privateNameIn(const std::string& folder) {
   std::random_device random;
   char name[40];
@@ -30,13 +31,13 @@ std::string privateNameIn(const std::string& folder) {
   return folder + name;
 }
 
-[[noreturn]] void complain(const std::string& path, int error) {
+[[noreturn]] void throwError(const std::string& path, int error) {
   const std::string folder = folderOf(path);
   if (error == ENOENT) {
     throw OutputError(path + ": the folder " + folder + " does not exist. Create it or choose another.");
   }
   if (error == EACCES || error == EPERM || error == EROFS) {
-    throw OutputError(path + ": you may not write into the folder " + folder + ". Choose another one.");
+    throw OutputError(path + ": you may not write to the folder " + folder + ". Choose another one.");
   }
   throw OutputError(path + ": " + std::generic_category().message(error) + ".");
 }
@@ -50,41 +51,33 @@ OutputFile::OutputFile(const std::string& path) : path_(path) {
     descriptor_ = open(privatePath_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
     if (descriptor_ < 0 && errno != EEXIST) break;
   }
-  if (descriptor_ < 0) complain(path, errno);
+  if (descriptor_ < 0) throwError(path, errno);
 }
 
 OutputFile::~OutputFile() {
-  discard();
-}
-
-void OutputFile::discard() {
   if (descriptor_ >= 0) close(descriptor_);
-  descriptor_ = -1;
   if (!privatePath_.empty()) unlink(privatePath_.c_str());
-  privatePath_.clear();
 }
 
-void OutputFile::putInPlace() {
+void OutputFile::commit() {
   const int descriptor = descriptor_;
   descriptor_ = -1;
-  if (close(descriptor) != 0) complain(path_, errno);  // some file systems tell only now that they are full
-  if (rename(privatePath_.c_str(), path_.c_str()) != 0) complain(path_, errno);
+  if (close(descriptor) != 0) throwError(path_, errno);  // NFS and quotas report a full disk only here
+  if (rename(privatePath_.c_str(), path_.c_str()) != 0) throwError(path_, errno);
   privatePath_.clear();
 }
 
 void OutputFile::check(const std::string& path) {
   struct stat status {};
   const bool exists = lstat(path.c_str(), &status) == 0;
-  if (!exists && !path.empty() && errno != ENOENT) complain(path, errno);
+  if (!exists && !path.empty() && errno != ENOENT) throwError(path, errno);
   if (path.empty() || path.back() == '/' || (exists && S_ISDIR(status.st_mode))) {
-    throw OutputError(path + ": that is a folder. Give the name of a file in it.");
+    throw OutputError(path + ": this is a folder. Give the name of a file in it.");
   }
   if (exists && !S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
-    throw OutputError(path +
-                      ": that is no ordinary file and is not replaced. Choose another name, or write to "
-                      "standard output with -o -.");
+    throw OutputError(path + ": this is not a regular file and will not be replaced. Choose another name.");
   }
-  OutputFile probe(path);
+  const OutputFile probe(path);  // the only reliable test of permissions, quotas and read-only file systems
 }
 
 }  // namespace frontend

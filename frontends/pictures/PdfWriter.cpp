@@ -26,7 +26,7 @@ struct Page {
   std::string bytes;
 };
 
-// Deflate of rows; those of eight bits as differences of neighbours (PDF 32000-1, 7.4.4.4, predictor 2).
+// Deflate of rows, those of 8 bits as horizontal differences (ISO 32000-1, 7.4.4.4, predictor 2).
 class DeflatedRows {
  public:
   DeflatedRows(const PictureLayout& layout, std::string& output)
@@ -40,7 +40,7 @@ class DeflatedRows {
   void writeRow(const std::uint8_t* row) {
     const bool bits = layout_.bitsPerChannel == 1;
     for (std::size_t i = 0; i < row_.size(); ++i) {
-      // 1 is white in a PDF.
+      // In a PDF, 1 is white.
       if (bits) row_[i] = static_cast<std::uint8_t>(~row[i]);
       if (!bits)
         row_[i] =
@@ -57,7 +57,7 @@ class DeflatedRows {
   std::vector<std::uint8_t> row_;
 };
 
-// Where the finished document goes.
+// Passes the finished document to the sink.
 class SinkPipeline final : public Pipeline {
  public:
   explicit SinkPipeline(ByteSink& sink) : Pipeline("file", nullptr), sink_(sink) {}
@@ -79,7 +79,7 @@ std::string points(std::uint32_t pixels, std::uint32_t resolution) {
 
 QPDFObjectHandle imageOf(QPDF& document, const Page& page) {
   const PictureLayout& layout = page.layout;
-  // The buffer only borrows the bytes.
+  // The buffer borrows the bytes: a copy would double the memory that the document takes.
   auto* bytes = reinterpret_cast<unsigned char*>(const_cast<char*>(page.bytes.data()));
   QPDFObjectHandle image = document.newStream(std::make_shared<Buffer>(bytes, page.bytes.size()));
   const std::string columns = std::to_string(layout.width);
@@ -108,15 +108,15 @@ void addPage(QPDF& document, const Page& page) {
 
 class PdfWriter final : public PictureWriter {
  public:
-  PdfWriter(ByteSink& sink, const PictureNotes& notes) : sink_(sink), notes_(notes) {}
+  PdfWriter(ByteSink& sink, const PictureSettings& settings) : sink_(sink), settings_(settings) {}
 
   void beginPage(const PictureLayout& layout) override {
     Page& page = pages_.emplace_back();
     page.layout = layout;
-    page.jpeg = layout.bitsPerChannel == 8 && !notes_.lossless;
+    page.jpeg = layout.bitsPerChannel == 8 && !settings_.lossless;
     bytes_.clear();
     if (page.jpeg) {
-      jpeg_.emplace(layout, notes_.quality, "",
+      jpeg_.emplace(layout, settings_.quality, "",
                     [this](const std::uint8_t* bytes, std::size_t count) { return append(bytes, count); });
     } else {
       guarded([&] { deflate_.emplace(layout, bytes_); });
@@ -146,7 +146,7 @@ class PdfWriter final : public PictureWriter {
   }
 
  private:
-  // Called by a library in C, which no exception may pass.
+  // Called through a C library, which no exception may cross.
   bool append(const std::uint8_t* bytes, std::size_t count) noexcept {
     try {
       bytes_.append(reinterpret_cast<const char*>(bytes), count);
@@ -168,12 +168,13 @@ class PdfWriter final : public PictureWriter {
     }
   }
 
+  // Only now, since the cross-reference table of a PDF needs the length of every page.
   void writeDocument() {
     QPDF document;
     document.emptyPDF();
     for (const Page& page : pages_) addPage(document, page);
     QPDFObjectHandle information = QPDFObjectHandle::newDictionary();
-    information.replaceKey("/Producer", QPDFObjectHandle::newUnicodeString(notes_.software));
+    information.replaceKey("/Producer", QPDFObjectHandle::newUnicodeString(settings_.software));
     document.getTrailer().replaceKey("/Info", document.makeIndirectObject(information));
 
     SinkPipeline pipeline(sink_);
@@ -187,9 +188,9 @@ class PdfWriter final : public PictureWriter {
   }
 
   ByteSink& sink_;
-  PictureNotes notes_;
+  PictureSettings settings_;
   std::vector<Page> pages_;
-  std::string bytes_;  // of the page that is being written
+  std::string bytes_;  // of the current page
   std::optional<JpegEncoder> jpeg_;
   std::optional<DeflatedRows> deflate_;
   bool outOfMemory_ = false;
@@ -197,8 +198,8 @@ class PdfWriter final : public PictureWriter {
 
 }  // namespace
 
-std::unique_ptr<PictureWriter> makePdfWriter(ByteSink& sink, const PictureNotes& notes) {
-  return std::make_unique<PdfWriter>(sink, notes);
+std::unique_ptr<PictureWriter> makePdfWriter(ByteSink& sink, const PictureSettings& settings) {
+  return std::make_unique<PdfWriter>(sink, settings);
 }
 
 }  // namespace frontend

@@ -1,61 +1,49 @@
 #include "PictureFormat.h"
 
+#include <algorithm>
+
 #include "FileName.h"
-#include "PictureErrors.h"
 
 namespace frontend {
 namespace {
 
-struct Netpbm {
-  const char* extension;
-  PictureMode mode;
-  const char* holds;
-  const char* option;
+struct Extension {
+  std::string_view name;
+  FileType type;
 };
 
-constexpr Netpbm netpbm[] = {
-    {"ppm", PictureMode::color, "colour", "color"},
-    {"pgm", PictureMode::gray, "grey", "gray"},
-    {"pbm", PictureMode::lineart, "black and white", "lineart"},
+// The extensions that are no name of a format. Programs that open a .pgm expect gray, whatever the bytes say:
+// the three extensions of PNM stand for one mode each, and only .pnm for all of them.
+constexpr Extension otherExtensions[] = {
+    {"tif", {PictureFormat::tiff, std::nullopt}},
+    {"ppm", {PictureFormat::pnm, PictureMode::color}},
+    {"pgm", {PictureFormat::pnm, PictureMode::gray}},
+    {"pbm", {PictureFormat::pnm, PictureMode::lineart}},
 };
-
-// The end of a name that says more than the format: it must say the same as the mode.
-void complainUnlessOf(const Netpbm& kind, const std::string& path, PictureMode mode) {
-  if (kind.mode == mode) return;
-  std::string right;
-  for (const Netpbm& other : netpbm) {
-    if (other.mode == mode) right = other.extension;
-  }
-  throw FormatError(path + ": a ." + kind.extension + " file holds " + kind.holds + ". Name it ." + right +
-                    ", or scan with --mode " + kind.option + ".");
-}
 
 }  // namespace
 
-PictureFormat formatNamed(const std::string& name) {
-  if (name == "tiff") return PictureFormat::tiff;
-  if (name == "png") return PictureFormat::png;
-  if (name == "jpeg" || name == "jpg") return PictureFormat::jpeg;
-  if (name == "pnm") return PictureFormat::pnm;
-  if (name == "pdf") return PictureFormat::pdf;
-  throw FormatError("--format " + name + ": there is no such format. Choose tiff, png, jpeg, pnm or pdf.");
+std::optional<PictureFormat> formatNamed(std::string_view name) {
+  if (name == "jpg") return PictureFormat::jpeg;
+  const auto found = std::find(pictureFormatNames.begin(), pictureFormatNames.end(), name);
+  if (found == pictureFormatNames.end()) return std::nullopt;
+  return static_cast<PictureFormat>(found - pictureFormatNames.begin());
 }
 
-PictureFormat formatOfFile(const std::string& path, PictureMode mode) {
+std::optional<FileType> fileTypeOf(const std::string& path) {
   const std::string extension = extensionOf(path);
-  if (extension == "tiff" || extension == "tif") return PictureFormat::tiff;
-  if (extension == "png") return PictureFormat::png;
-  if (extension == "jpeg" || extension == "jpg") return PictureFormat::jpeg;
-  if (extension == "pdf") return PictureFormat::pdf;
-  if (extension == "pnm") return PictureFormat::pnm;
-  for (const Netpbm& kind : netpbm) {
-    if (extension != kind.extension) continue;
-    complainUnlessOf(kind, path, mode);
-    return PictureFormat::pnm;
+  if (const auto format = formatNamed(extension)) return FileType{*format, std::nullopt};
+  for (const Extension& other : otherExtensions) {
+    if (other.name == extension) return other.type;
   }
-  throw FormatError(path +
-                    ": the name does not tell the picture's format. Let it end in .tiff, .png, .jpg, .pnm or "
-                    ".pdf, or add --format tiff, png, jpeg, pnm or pdf.");
+  return std::nullopt;
+}
+
+std::string_view pnmExtensionFor(PictureMode mode) {
+  for (const Extension& other : otherExtensions) {
+    if (other.type.mode == mode) return other.name;
+  }
+  return "pnm";
 }
 
 bool holdsPages(PictureFormat format) {

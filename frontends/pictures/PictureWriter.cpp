@@ -3,20 +3,20 @@
 namespace frontend {
 
 std::unique_ptr<PictureWriter> makePictureWriter(PictureFormat format, ByteSink& sink,
-                                                 const PictureNotes& notes) {
+                                                 const PictureSettings& settings) {
   switch (format) {
     case PictureFormat::tiff:
-      return makeTiffWriter(sink, notes);
+      return makeTiffWriter(sink, settings);
     case PictureFormat::png:
-      return makePngWriter(sink, notes);
+      return makePngWriter(sink, settings);
     case PictureFormat::jpeg:
-      return makeJpegWriter(sink, notes);
+      return makeJpegWriter(sink, settings);
     case PictureFormat::pnm:
-      return makePnmWriter(sink, notes);
+      return makePnmWriter(sink, settings);
     case PictureFormat::pdf:
       break;
   }
-  return makePdfWriter(sink, notes);
+  return makePdfWriter(sink, settings);
 }
 
 }  // namespace frontend

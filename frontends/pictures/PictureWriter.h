@@ -10,52 +10,70 @@
 
 namespace frontend {
 
-// What a picture file says beside its pixels, and how.
-struct PictureNotes {
-  std::string software;       // "q750 1.0.0"
-  bool severalPages = false;  // whether the file is meant for more than one
-  int quality = 90;           // of JPEG pictures and those in a PDF, 1 to 100
-  bool lossless = false;      // PDF: no JPEG
+// Of JPEG, as its library counts it.
+inline constexpr int lowestQuality = 1;
+inline constexpr int highestQuality = 100;
+inline constexpr int defaultQuality = 90;
+
+// What a picture file contains besides its pixels, and how they are compressed.
+struct PictureSettings {
+  std::string software;          // the program that the file names as its origin: "q750 1.0.0"
+  bool multiPage = false;        // whether the file may get more than one page
+  int quality = defaultQuality;  // of JPEG pictures and those in a PDF
+  bool lossless = false;         // PDF: Deflate instead of JPEG
 };
 
-// Writes a picture, or a document of several, row by row as it comes from the scanner:
+// Encodes a picture, or a document of several, row by row as it arrives from the scanner:
 //
 //   writer->beginPage(layout);
 //   for (...) writer->writeRow(row);  // layout.height times
 //   writer->endPage();
 //   writer->finish();
 //
-// Keeps at most a compressed page (a compressed document for PDF) in memory. Whether it worked is the sink's
-// good(); once it is not, everything does nothing. The same pages and notes give the same bytes every time.
-// Throws nothing but std::bad_alloc.
+// Holds at most one compressed page in memory (the compressed document for PDF). One thread at a time. Every
+// function writes to the sink and blocks as long as that does. Errors are reported through the sink: once it
+// is not good(), every function returns without doing anything. Nothing throws but std::bad_alloc, after
+// which the writer may only be destroyed. The same pages and settings give the same bytes every time.
 class PictureWriter {
  public:
   virtual ~PictureWriter() = default;
-  // A page that is not empty. Several only where the format holds them (holdsPages(), and PNM).
+
+  // Begins a page, whose layout has at least one pixel; a second page only where the format holds several
+  // (holdsPages()) or is PNM, whose pictures follow each other.
   virtual void beginPage(const PictureLayout& layout) = 0;
-  // As the layout says; not changed.
+
+  // Encodes the next row of the page. `row` holds layout.rowBytes() bytes, which are not changed and not used
+  // after the call.
   virtual void writeRow(const std::uint8_t* row) = 0;
+
+  // Completes the page after its last row.
   virtual void endPage() = 0;
-  // Forgets the page that was begun: what then is finished are the pages before it. Only finish() may follow.
-  // For formats that hold pages, after the first one.
+
+  // Drops the page that was begun, so that finish(), the only call that may follow, completes a file of the
+  // pages before it. Only for formats that hold several pages, after the first one.
   virtual void abandonPage() {}
-  // After the last page.
+
+  // Completes the file after its last page; the sink is not used any more. A writer that is destroyed without
+  // it leaves an incomplete file.
   virtual void finish() = 0;
 };
 
-// The sink is used until finish(), and stays the caller's. It must be able to seek for TIFF.
+// The writer for the format. It borrows the sink, which must outlive it and, for TIFF, be able to seek; the
+// settings are copied.
 std::unique_ptr<PictureWriter> makePictureWriter(PictureFormat format, ByteSink& sink,
-                                                 const PictureNotes& notes);
+                                                 const PictureSettings& settings);
 
-// TIFF 6.0: Deflate with horizontal differencing; black and white in CCITT Group 4.
-std::unique_ptr<PictureWriter> makeTiffWriter(ByteSink& sink, const PictureNotes& notes);
-std::unique_ptr<PictureWriter> makePngWriter(ByteSink& sink, const PictureNotes& notes);
-// Black and white becomes grey.
-std::unique_ptr<PictureWriter> makeJpegWriter(ByteSink& sink, const PictureNotes& notes);
-// PBM, PGM or PPM (P4, P5, P6), one after another; the resolution stands in a comment.
-std::unique_ptr<PictureWriter> makePnmWriter(ByteSink& sink, const PictureNotes& notes);
-// Each page as large as what was scanned. Colour and grey as JPEG, or with Deflate where that is wanted;
-// black and white always with Deflate.
-std::unique_ptr<PictureWriter> makePdfWriter(ByteSink& sink, const PictureNotes& notes);
+// The same for each format, in the source named after it.
+
+// TIFF 6.0: Deflate with horizontal differencing; lineart in CCITT Group 4.
+std::unique_ptr<PictureWriter> makeTiffWriter(ByteSink& sink, const PictureSettings& settings);
+std::unique_ptr<PictureWriter> makePngWriter(ByteSink& sink, const PictureSettings& settings);
+// JFIF; lineart becomes gray.
+std::unique_ptr<PictureWriter> makeJpegWriter(ByteSink& sink, const PictureSettings& settings);
+// PBM, PGM or PPM (P4, P5, P6), one after another, with the resolution in a comment.
+std::unique_ptr<PictureWriter> makePnmWriter(ByteSink& sink, const PictureSettings& settings);
+// Each page has the size of the scanned area. Color and gray as JPEG, or with Deflate if lossless; lineart
+// always with Deflate.
+std::unique_ptr<PictureWriter> makePdfWriter(ByteSink& sink, const PictureSettings& settings);
 
 }  // namespace frontend

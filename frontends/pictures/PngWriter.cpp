@@ -9,7 +9,7 @@ namespace frontend {
 namespace {
 
 constexpr double inchesPerMetre = 1 / 0.0254;
-// Best for scans by measure: higher levels take twice the time for a few percent.
+// Measured on scans: higher levels take twice the time for a few percent.
 constexpr int compressionLevel = 4;
 
 void writeBytes(png_structp png, png_bytep bytes, std::size_t count) {
@@ -25,7 +25,8 @@ void flushNothing(png_structp /*png*/) {}
 
 void dropWarning(png_structp /*png*/, png_const_charp /*message*/) {}
 
-void setHeader(png_structp png, png_infop info, const PictureLayout& layout, const PictureNotes& notes) {
+void setHeader(png_structp png, png_infop info, const PictureLayout& layout,
+               const PictureSettings& settings) {
   const int color = layout.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY;
   png_set_IHDR(png, info, layout.width, layout.height, static_cast<int>(layout.bitsPerChannel), color,
                PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
@@ -34,19 +35,19 @@ void setHeader(png_structp png, png_infop info, const PictureLayout& layout, con
   png_text text{};
   text.compression = PNG_TEXT_COMPRESSION_NONE;
   text.key = const_cast<char*>("Software");
-  text.text = const_cast<char*>(notes.software.c_str());
+  text.text = const_cast<char*>(settings.software.c_str());
   png_set_text(png, info, &text, 1);
   png_set_compression_level(png, compressionLevel);
 }
 
-// The library leaves by longjmp: between setjmp and its calls nothing may need a destructor.
+// The library reports errors by longjmp(): between setjmp() and its calls no object may need a destructor.
 class PngWriter final : public PictureWriter {
  public:
-  PngWriter(ByteSink& sink, const PictureNotes& notes) : sink_(sink), notes_(notes) {
+  PngWriter(ByteSink& sink, const PictureSettings& settings) : sink_(sink), settings_(settings) {
     png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &sink, noteError, dropWarning);
     info_ = png_ != nullptr ? png_create_info_struct(png_) : nullptr;
     if (info_ == nullptr) {
-      sink.fail("the PNG library gave up");
+      sink.fail("the PNG library ran out of memory");
     } else {
       png_set_write_fn(png_, &sink, writeBytes, flushNothing);
     }
@@ -57,9 +58,9 @@ class PngWriter final : public PictureWriter {
 
   void beginPage(const PictureLayout& layout) override {
     if (!sink_.good() || setjmp(png_jmpbuf(png_)) != 0) return;
-    setHeader(png_, info_, layout, notes_);
+    setHeader(png_, info_, layout, settings_);
     png_write_info(png_, info_);
-    // In a PNG of one bit 1 is white.
+    // In a PNG of 1 bit, 1 is white.
     if (layout.bitsPerChannel == 1) png_set_invert_mono(png_);
   }
   void writeRow(const std::uint8_t* row) override {
@@ -74,15 +75,15 @@ class PngWriter final : public PictureWriter {
 
  private:
   ByteSink& sink_;
-  PictureNotes notes_;
+  PictureSettings settings_;
   png_structp png_ = nullptr;
   png_infop info_ = nullptr;
 };
 
 }  // namespace
 
-std::unique_ptr<PictureWriter> makePngWriter(ByteSink& sink, const PictureNotes& notes) {
-  return std::make_unique<PngWriter>(sink, notes);
+std::unique_ptr<PictureWriter> makePngWriter(ByteSink& sink, const PictureSettings& settings) {
+  return std::make_unique<PngWriter>(sink, settings);
 }
 
 }  // namespace frontend

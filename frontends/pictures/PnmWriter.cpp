@@ -5,7 +5,7 @@ namespace {
 
 class PnmWriter final : public PictureWriter {
  public:
-  PnmWriter(ByteSink& sink, const PictureNotes& notes) : sink_(sink), notes_(notes) {}
+  PnmWriter(ByteSink& sink, const PictureSettings& settings) : sink_(sink), settings_(settings) {}
 
   void beginPage(const PictureLayout& layout) override {
     layout_ = layout;
@@ -13,7 +13,7 @@ class PnmWriter final : public PictureWriter {
     const std::string header = std::string(lineart                ? "P4"
                                            : layout.channels == 3 ? "P6"
                                                                   : "P5") +
-                               "\n# " + notes_.software + ", " + std::to_string(layout.resolution) +
+                               "\n# " + settings_.software + ", " + std::to_string(layout.resolution) +
                                " dots per inch\n" + std::to_string(layout.width) + " " +
                                std::to_string(layout.height) + "\n" + (lineart ? "" : "255\n");
     sink_.write(header.data(), header.size());
@@ -24,14 +24,14 @@ class PnmWriter final : public PictureWriter {
 
  private:
   ByteSink& sink_;
-  PictureNotes notes_;
+  PictureSettings settings_;
   PictureLayout layout_;
 };
 
 }  // namespace
 
-std::unique_ptr<PictureWriter> makePnmWriter(ByteSink& sink, const PictureNotes& notes) {
-  return std::make_unique<PnmWriter>(sink, notes);
+std::unique_ptr<PictureWriter> makePnmWriter(ByteSink& sink, const PictureSettings& settings) {
+  return std::make_unique<PnmWriter>(sink, settings);
 }
 
 }  // namespace frontend

@@ -11,14 +11,14 @@
 namespace frontend {
 namespace {
 
-// As for PNG. LZW would make a noisy scan larger than no compression does.
+// As for PNG. LZW makes a noisy scan larger than it is uncompressed.
 constexpr int compressionLevel = 4;
 
 ByteSink& sinkOf(thandle_t handle) {
   return *static_cast<ByteSink*>(handle);
 }
 
-// Linking one page to the next reads the page before.
+// Linking a page to the one before reads that page's directory.
 tmsize_t readBytes(thandle_t handle, void* bytes, tmsize_t count) {
   return static_cast<tmsize_t>(sinkOf(handle).read(bytes, static_cast<std::size_t>(count)));
 }
@@ -54,7 +54,7 @@ int dropWarning(TIFF* /*tiff*/, void* /*user*/, const char* /*module*/, const ch
   return 1;
 }
 
-// Large enough to compress well, small enough that a reader needs little at a time.
+// Large enough to compress well, small enough for readers that decode a strip at a time.
 std::uint32_t rowsPerStrip(const PictureLayout& layout) {
   constexpr std::size_t stripBytes = 256 * 1024;
   return static_cast<std::uint32_t>(std::max<std::size_t>(stripBytes / layout.rowBytes(), 1));
@@ -67,7 +67,7 @@ TiffHandle openTiff(ByteSink& sink) {
                                                                                  TIFFOpenOptionsFree);
   TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteError, &sink);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), dropWarning, nullptr);
-  // Little-endian wherever it runs: the same picture is the same file.
+  // Little-endian on every machine: the same picture gives the same file.
   return {TIFFClientOpenExt("picture", "wl", &sink, readBytes, writeBytes, seekTo, closeNothing, sizeOf,
                             nullptr, nullptr, options.get()),
           TIFFClose};
@@ -77,7 +77,7 @@ void setCompression(TIFF* tiff, const PictureLayout& layout) {
   if (layout.bitsPerChannel == 1) {
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
-    // Each strip begins as if white came before: the fewer, the smaller.
+    // Group 4 starts every strip from a white reference row: one strip compresses best.
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, layout.height);
     return;
   }
@@ -106,51 +106,53 @@ void setTags(TIFF* tiff, const PictureLayout& layout, const std::string& softwar
 
 class TiffWriter final : public PictureWriter {
  public:
-  TiffWriter(ByteSink& sink, const PictureNotes& notes) : sink_(sink), notes_(notes), tiff_(openTiff(sink)) {
+  TiffWriter(ByteSink& sink, const PictureSettings& settings)
+      : sink_(sink), settings_(settings), tiff_(openTiff(sink)) {
     require(tiff_ != nullptr);
   }
 
   void beginPage(const PictureLayout& layout) override {
     if (!sink_.good()) return;
     sizeBefore_ = sink_.size();
-    setTags(tiff_.get(), layout, notes_.software);
-    if (notes_.severalPages) {
+    setTags(tiff_.get(), layout, settings_.software);
+    if (settings_.multiPage) {
       TIFFSetField(tiff_.get(), TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
-      TIFFSetField(tiff_.get(), TIFFTAG_PAGENUMBER, static_cast<int>(pages_), 0);  // of an unknown number
+      TIFFSetField(tiff_.get(), TIFFTAG_PAGENUMBER, static_cast<int>(pages_), 0);  // 0: total unknown
     }
     row_.resize(layout.rowBytes());
     rows_ = 0;
   }
   void writeRow(const std::uint8_t* row) override {
     if (!sink_.good()) return;
-    // The library changes the row that it is given while it takes differences.
+    // The library computes the differences in place.
     row_.assign(row, row + row_.size());
     require(TIFFWriteScanline(tiff_.get(), row_.data(), rows_++, 0) == 1);
   }
   void endPage() override {
     if (!sink_.good()) return;
     ++pages_;
-    // Closing writes what is left but tells no failure.
-    require(notes_.severalPages ? TIFFWriteDirectory(tiff_.get()) == 1 : TIFFFlush(tiff_.get()) == 1);
+    // Closing would write the rest too, but reports no error.
+    require(settings_.multiPage ? TIFFWriteDirectory(tiff_.get()) == 1 : TIFFFlush(tiff_.get()) == 1);
   }
   void abandonPage() override {
-    // The pages before it are whole in the file, and the last of them names no next one.
-    sink_.holdBack(true);
+    // The pages before it are complete in the file, and the last of them links to no other: what closing the
+    // library's handle would still write must not reach the file.
+    sink_.discardWrites(true);
     tiff_.reset();
-    sink_.holdBack(false);
+    sink_.discardWrites(false);
     sink_.truncate(sizeBefore_);
   }
   void finish() override { tiff_.reset(); }
 
  private:
   void require(bool worked) {
-    if (!worked) sink_.fail("the TIFF library gave up");
+    if (!worked) sink_.fail("the TIFF library reported an error");
   }
 
   ByteSink& sink_;
-  PictureNotes notes_;
+  PictureSettings settings_;
   TiffHandle tiff_;
-  std::uint64_t sizeBefore_ = 0;  // of the file, without the page that is being written
+  std::uint64_t sizeBefore_ = 0;  // of the file, without the current page
   std::uint32_t pages_ = 0;
   std::uint32_t rows_ = 0;
   std::vector<std::uint8_t> row_;
@@ -158,8 +160,8 @@ class TiffWriter final : public PictureWriter {
 
 }  // namespace
 
-std::unique_ptr<PictureWriter> makeTiffWriter(ByteSink& sink, const PictureNotes& notes) {
-  return std::make_unique<TiffWriter>(sink, notes);
+std::unique_ptr<PictureWriter> makeTiffWriter(ByteSink& sink, const PictureSettings& settings) {
+  return std::make_unique<TiffWriter>(sink, settings);
 }
 
 }  // namespace frontend

@@ -9,8 +9,8 @@
 #include "ByteSink.h"
 #include "CommandError.h"
 #include "FileName.h"
+#include "OutputError.h"
 #include "OutputFile.h"
-#include "PictureErrors.h"
 #include "PictureWriter.h"
 
 namespace frontend {
@@ -35,7 +35,7 @@ struct PageOutput::File {
   File(const ScanPlan& plan, const std::string& path, int standardOutput, const Cancellation& cancellation)
       : onDisk(plan.toStandardOutput ? nullptr : std::make_unique<OutputFile>(path)),
         sink(onDisk ? onDisk->descriptor() : standardOutput, &cancellation),
-        writer(makePictureWriter(plan.format, sink, plan.pictureNotes)) {}
+        writer(makePictureWriter(plan.format, sink, plan.pictureSettings)) {}
 
   std::unique_ptr<OutputFile> onDisk;
   ByteSink sink;
@@ -120,7 +120,7 @@ void PageOutput::finish() {
 void PageOutput::close() {
   file_->writer->finish();
   complainUnlessGood();
-  if (file_->onDisk) file_->onDisk->putInPlace();
+  if (file_->onDisk) file_->onDisk->commit();
   file_.reset();
 }
 

@@ -10,7 +10,7 @@
 #include "Console.h"
 #include "DoctorCommand.h"
 #include "ListCommand.h"
-#include "PictureErrors.h"
+#include "OutputError.h"
 #include "ScanCommand.h"
 #include "ScanReport.h"
 #include "StandardOutput.h"

@@ -7,9 +7,10 @@
 
 #include "Area.h"
 #include "Bed.h"
+#include "Choices.h"
 #include "CommandError.h"
+#include "FileName.h"
 #include "PaperSize.h"
-#include "PictureErrors.h"
 #include "Version.h"
 #include "VirtualOptions.h"
 
@@ -62,28 +63,43 @@ std::optional<std::uint8_t> thresholdFor(const ScanOptions& options, PictureMode
   throw UsageError("--threshold is for black and white. Add --mode lineart, or leave it out.");
 }
 
-PictureFormat formatAskedFor(const ScanOptions& options, PictureMode mode) try {
-  return options.format.empty() ? formatOfFile(options.output, mode) : formatNamed(options.format);
-} catch (const FormatError& error) {
-  throw UsageError(error.what());
+PictureFormat formatFromOption(const std::string& name) {
+  if (const auto format = formatNamed(name)) return *format;
+  throw UsageError("--format " + name + ": there is no such format. Choose tiff, png, jpeg, pnm or pdf.");
+}
+
+PictureFormat formatFromFileName(const std::string& path, PictureMode mode) {
+  const auto type = fileTypeOf(path);
+  if (!type) {
+    throw UsageError(
+        path +
+        ": the name does not tell the picture's format. Let it end in .tiff, .png, .jpg, .pnm or "
+        ".pdf, or add --format tiff, png, jpeg, pnm or pdf.");
+  }
+  if (type->mode && *type->mode != mode) {
+    throw UsageError(path + ": a ." + extensionOf(path) + " file holds " + describe(*type->mode) +
+                     ". Name it ." + std::string(pnmExtensionFor(mode)) + ", or scan with --mode " +
+                     nameOf(*type->mode) + ".");
+  }
+  return type->format;
 }
 
 PictureFormat formatFor(const ScanOptions& options, PictureMode mode, bool toStandardOutput) {
-  if (!toStandardOutput) return formatAskedFor(options, mode);
-  const PictureFormat format = options.format.empty() ? PictureFormat::pnm : formatAskedFor(options, mode);
-  if (format == PictureFormat::tiff) {
+  if (!toStandardOutput && options.format.empty()) return formatFromFileName(options.output, mode);
+  const PictureFormat format = options.format.empty() ? PictureFormat::pnm : formatFromOption(options.format);
+  if (toStandardOutput && format == PictureFormat::tiff) {
     throw UsageError(
         "A TIFF cannot be written to standard output. Choose --format png, jpeg, pnm or pdf, or a file.");
   }
   return format;
 }
 
-void setQuality(PictureNotes& notes, const std::string& quality, PictureFormat format) {
+void setQuality(PictureSettings& settings, const std::string& quality, PictureFormat format) {
   if (quality.empty()) return;
   if (format != PictureFormat::jpeg && format != PictureFormat::pdf)
     throw UsageError("--quality is for JPEG and PDF. Leave it out: other formats lose nothing.");
   if (quality == "lossless" && format == PictureFormat::pdf) {
-    notes.lossless = true;
+    settings.lossless = true;
     return;
   }
   const auto number = numberIn<int>(quality);
@@ -91,12 +107,12 @@ void setQuality(PictureNotes& notes, const std::string& quality, PictureFormat f
     throw UsageError("--quality " + quality + ": write a number from 1 to 100" +
                      (format == PictureFormat::pdf ? ", or lossless." : "."));
   }
-  notes.quality = *number;
+  settings.quality = *number;
 }
 
 void setPages(ScanPlan& plan, std::uint32_t pages) {
   plan.pages = pages;
-  plan.pictureNotes.severalPages = pages > 1;
+  plan.pictureSettings.multiPage = pages > 1;
   plan.filePerPage = pages > 1 && !plan.toStandardOutput && !holdsPages(plan.format);
   const bool oneOnly = plan.format == PictureFormat::png || plan.format == PictureFormat::jpeg;
   if (pages > 1 && plan.toStandardOutput && oneOnly) {
@@ -164,8 +180,8 @@ ScanPlan planScan(const ScanOptions& options) {
   setResolution(plan, resolutionNamed(options.resolution));
   plan.toStandardOutput = options.output == "-" || options.output == "/dev/stdout";
   plan.format = formatFor(options, mode, plan.toStandardOutput);
-  plan.pictureNotes.software = std::string("q750 ") + version;
-  setQuality(plan.pictureNotes, options.quality, plan.format);
+  plan.pictureSettings.software = std::string("q750 ") + version;
+  setQuality(plan.pictureSettings, options.quality, plan.format);
   setPages(plan, options.pages);
   setArea(plan, options);
   if (mode == PictureMode::lineart && plan.format == PictureFormat::jpeg)

@@ -17,7 +17,7 @@ struct ScanPlan {
   ScanRequest request;  // `scanner` is empty
   std::string output;
   PictureFormat format = PictureFormat::tiff;
-  PictureNotes pictureNotes;
+  PictureSettings pictureSettings;
   std::uint32_t pages = 1;
   bool toStandardOutput = false;
   bool filePerPage = false;

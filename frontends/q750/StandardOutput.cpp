@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "PictureErrors.h"
+#include "OutputError.h"
 
 namespace frontend {
 

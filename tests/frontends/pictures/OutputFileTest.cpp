@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <string>
 
+#include "OutputError.h"
 #include "OutputFile.h"
-#include "PictureErrors.h"
 #include "TemporaryFolder.h"
 
 namespace {
@@ -41,7 +41,7 @@ TEST_F(Output, AppearsUnderItsNameOnlyWhenItIsPutInPlace) {
   OutputFile file(path);
   write(file, "picture");
   EXPECT_FALSE(std::filesystem::exists(path));
-  file.putInPlace();
+  file.commit();
   EXPECT_EQ(contentOf(path), "picture");
   EXPECT_THAT(folder.names(), ElementsAre("page.tiff"));
 }
@@ -60,7 +60,7 @@ TEST_F(Output, LeavesNothingWhenItIsGivenUp) {
 TEST_F(Output, HasThePermissionsOfANewFile) {
   const mode_t before = umask(0027);
   OutputFile file(path);
-  file.putInPlace();
+  file.commit();
   umask(before);
   EXPECT_EQ(modeOf(path), 0640U);
 }
@@ -71,7 +71,7 @@ TEST_F(Output, ReplacesALinkAndDoesNotFollowIt) {
   OutputFile::check(path);
   OutputFile file(path);
   write(file, "picture");
-  file.putInPlace();
+  file.commit();
   EXPECT_FALSE(isLink(path));
   EXPECT_EQ(contentOf(path), "picture");
   EXPECT_EQ(contentOf(folder / "precious"), "untouched");
@@ -80,7 +80,7 @@ TEST_F(Output, ReplacesALinkAndDoesNotFollowIt) {
 TEST_F(Output, TakesNamesAsLongAsNamesCanBe) {
   const std::string longest = folder / (std::string(250, 'n') + ".tiff");
   OutputFile file(longest);
-  file.putInPlace();
+  file.commit();
   EXPECT_TRUE(std::filesystem::exists(longest));
   EXPECT_THAT(complaintAbout(folder / (std::string(251, 'n') + ".tiff")), HasSubstr("File name too long"));
 }
@@ -88,14 +88,14 @@ TEST_F(Output, TakesNamesAsLongAsNamesCanBe) {
 TEST_F(Output, TellsWhenItCannotBePutInPlace) {
   OutputFile file(path);
   std::filesystem::create_directory(path);
-  EXPECT_THROW(file.putInPlace(), OutputError);
+  EXPECT_THROW(file.commit(), OutputError);
 }
 
 TEST_F(Output, LeavesNothingWhenItCannotBePutInPlace) {
   {
     OutputFile file(path);
     std::filesystem::create_directory(path);
-    EXPECT_THROW(file.putInPlace(), OutputError);
+    EXPECT_THROW(file.commit(), OutputError);
   }
   EXPECT_THAT(folder.names(), ElementsAre("page.tiff"));
 }
@@ -116,13 +116,13 @@ TEST_F(Output, CheckRefusesPlacesWhereNoPictureCanGo) {
     std::string path;
     std::string complaint;
   } cases[] = {
-      {folder.path().string(), "that is a folder. Give the name of a file in it."},
-      {folder / "new/", "that is a folder."},
+      {folder.path().string(), "this is a folder. Give the name of a file in it."},
+      {folder / "new/", "this is a folder."},
       {folder / "missing/page.tiff", "the folder " + (folder / "missing") + " does not exist."},
       {folder / "file/page.tiff", "Not a directory"},
-      {pipe, "that is no ordinary file and is not replaced."},
-      {"/dev/null", "that is no ordinary file and is not replaced."},
-      {"", "that is a folder."},
+      {pipe, "this is not a regular file and will not be replaced."},
+      {"/dev/null", "this is not a regular file and will not be replaced."},
+      {"", "this is a folder."},
   };
   for (const auto& one : cases) {
     EXPECT_THAT(complaintAbout(one.path), HasSubstr(one.complaint)) << one.path;

@@ -25,7 +25,7 @@ using testing::StartsWith;
 constexpr PictureFormat formats[] = {PictureFormat::tiff, PictureFormat::png, PictureFormat::jpeg,
                                      PictureFormat::pnm, PictureFormat::pdf};
 
-PictureNotes notes() {
+PictureSettings settings() {
   return {.software = "q750 9.9.9"};
 }
 
@@ -69,11 +69,11 @@ class WritingPictures : public testing::Test {
   int create() const { return open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600); }
   // Whether it worked.
   bool write(PictureFormat format, const std::vector<const TestPicture*>& pages,
-             const PictureNotes& said = notes()) {
+             const PictureSettings& used = settings()) {
     const int descriptor = create();
     ByteSink sink(descriptor);
     {
-      const auto writer = makePictureWriter(format, sink, said);
+      const auto writer = makePictureWriter(format, sink, used);
       for (const TestPicture* page : pages) page->writeTo(*writer);
       writer->finish();
     }
@@ -129,8 +129,8 @@ TEST_F(WritingPictures, WritesBlackAndWhiteAsTiff) {
 }
 
 TEST_F(WritingPictures, WritesPagesIntoOneTiff) {
-  PictureNotes several = notes();
-  several.severalPages = true;
+  PictureSettings several = settings();
+  several.multiPage = true;
   ASSERT_TRUE(write(PictureFormat::tiff, {&color, &lineart, &grey}, several));
   EXPECT_EQ(TiffFile(path).pixels, color.pixels);
   EXPECT_EQ(TiffFile(path, 1).pixels, lineart.pixels);
@@ -237,7 +237,7 @@ TEST_F(WritingPictures, WritesBlackAndWhiteAsGreyJpeg) {
 }
 
 TEST_F(WritingPictures, MakesSmallerJpegsOfLowerQuality) {
-  PictureNotes poor = notes();
+  PictureSettings poor = settings();
   poor.quality = 20;
   for (const PictureFormat format : {PictureFormat::jpeg, PictureFormat::pdf}) {
     write(format, {&grey});
@@ -267,7 +267,7 @@ TEST_F(WritingPictures, WritesPagesIntoOnePdf) {
 }
 
 TEST_F(WritingPictures, LosesNothingInAPdfOnRequest) {
-  PictureNotes lossless = notes();
+  PictureSettings lossless = settings();
   lossless.lossless = true;
   ASSERT_TRUE(write(PictureFormat::pdf, {&color, &grey, &lineart}, lossless));
   printedBy("qpdf --check '" + path + "'");
@@ -303,8 +303,8 @@ TEST_F(WritingPictures, WritesTheSameBytesEveryTime) {
 }
 
 TEST_F(WritingPictures, ForgetsAPageThatDoesNotBecomeWhole) {
-  PictureNotes several = notes();
-  several.severalPages = true;
+  PictureSettings several = settings();
+  several.multiPage = true;
   for (const PictureFormat format : {PictureFormat::tiff, PictureFormat::pdf}) {
     ASSERT_TRUE(write(format, {&color, &lineart}, several));
     const std::string expected = contentOf(path);
@@ -329,7 +329,7 @@ TEST_F(WritingPictures, TellsWhyItFailed) {
   const int full = open("/dev/full", O_RDWR);
   for (const PictureFormat format : formats) {
     ByteSink sink(full);
-    const auto writer = makePictureWriter(format, sink, notes());
+    const auto writer = makePictureWriter(format, sink, settings());
     grey.writeTo(*writer);
     writer->finish();
     EXPECT_FALSE(sink.good());
@@ -344,7 +344,7 @@ TEST_F(WritingPictures, StopsForACancel) {
   for (const PictureFormat format : formats) {
     const int descriptor = create();
     ByteSink sink(descriptor, &cancel);
-    const auto writer = makePictureWriter(format, sink, notes());
+    const auto writer = makePictureWriter(format, sink, settings());
     color.writeTo(*writer);
     writer->finish();
     close(descriptor);

@@ -134,7 +134,7 @@ TEST_F(Program, TellsWhatIsWrongWithTheCommandLine) {
        "q750: --virtual-fault fire: there is no such fault. Write NAME or NAME:N with one of: stall, "
        "time-out, "},
       {{"-o", folder / "none/page.png"}, 9, "does not exist. Create it or choose another.\n"},
-      {{"-o", "/dev/null", "--format", "png"}, 9, "q750: /dev/null: that is no ordinary file"},
+      {{"-o", "/dev/null", "--format", "png"}, 9, "q750: /dev/null: this is not a regular file"},
   };
   for (const auto& one : cases) {
     const ProgramResult result = scan(one.arguments);

@@ -239,22 +239,22 @@ TEST(ScanPlan, PutsPagesIntoOneFileWhereTheFormatHoldsThem) {
   for (const auto& one : cases) {
     ScanOptions options = optionsFor(one.output);
     EXPECT_FALSE(planScan(options).filePerPage);
-    EXPECT_FALSE(planScan(options).pictureNotes.severalPages);
+    EXPECT_FALSE(planScan(options).pictureSettings.multiPage);
     options.pages = 3;
     EXPECT_EQ(planScan(options).filePerPage, one.filePerPage) << one.output;
-    EXPECT_TRUE(planScan(options).pictureNotes.severalPages);
+    EXPECT_TRUE(planScan(options).pictureSettings.multiPage);
     EXPECT_EQ(planScan(options).pages, 3U);
   }
 }
 
 TEST(ScanPlan, TakesTheQualityOfPictures) {
   ScanOptions options = optionsFor("page.pdf");
-  EXPECT_EQ(planScan(options).pictureNotes.quality, 90);
+  EXPECT_EQ(planScan(options).pictureSettings.quality, 90);
   options.quality = "1";
-  EXPECT_EQ(planScan(options).pictureNotes.quality, 1);
-  EXPECT_FALSE(planScan(options).pictureNotes.lossless);
+  EXPECT_EQ(planScan(options).pictureSettings.quality, 1);
+  EXPECT_FALSE(planScan(options).pictureSettings.lossless);
   options.quality = "lossless";
-  EXPECT_TRUE(planScan(options).pictureNotes.lossless);
+  EXPECT_TRUE(planScan(options).pictureSettings.lossless);
 }
 
 TEST(ScanPlan, HandsTheRestToTheWorker) {
