@@ -57,7 +57,7 @@ int sayFailure(ExitCode code, const std::string& message) {
 }
 
 int printFailure(ExitCode code, const std::string& message) {
-  console::write(failureAsJson(code, message));
+  console::write(errorAsJson(code, message));
   return static_cast<int>(code);
 }
 

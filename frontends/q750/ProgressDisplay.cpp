@@ -1,19 +1,18 @@
 #include "ProgressDisplay.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <utility>
 
-#include "JsonLine.h"
+#include "JsonObject.h"
 
 namespace frontend {
 namespace {
 
-constexpr auto pauseBetween = std::chrono::milliseconds(100);
-constexpr unsigned percentBetweenLines = 10;
+constexpr auto redrawInterval = std::chrono::milliseconds(100);
+constexpr unsigned percentPerLine = 10;
 constexpr std::size_t widestBar = 40;
 constexpr std::size_t narrowestBar = 10;
-constexpr std::size_t roomForFigures = 34;  // with a space and two brackets around the bar
+constexpr std::size_t columnsForFigures = 34;  // with the brackets around the bar and a space
 
 std::string bar(std::size_t width, unsigned percent) {
   const std::size_t full = width * percent / 100;
@@ -22,9 +21,9 @@ std::string bar(std::size_t width, unsigned percent) {
 
 }  // namespace
 
-ProgressDisplay::ProgressDisplay(ProgressStyle style, std::size_t columns, TextOutput output, Clock clock,
+ProgressDisplay::ProgressDisplay(ProgressStyle style, std::size_t columns, TextOutput output, TimeSource now,
                                  std::uint32_t page)
-    : style_(style), columns_(columns), output_(std::move(output)), clock_(std::move(clock)), page_(page) {}
+    : style_(style), columns_(columns), output_(std::move(output)), now_(std::move(now)), page_(page) {}
 
 ProgressDisplay::~ProgressDisplay() {
   finish();
@@ -32,57 +31,57 @@ ProgressDisplay::~ProgressDisplay() {
 
 void ProgressDisplay::update(const ScanProgress& progress) {
   if (style_ == ProgressStyle::none) return;
-  const TimePoint now = clock_();
+  const TimePoint now = now_();
   meter_.update(progress, now);
   if (style_ == ProgressStyle::bar) drawBar(now);
   if (style_ == ProgressStyle::plain) printLine();
-  if (style_ == ProgressStyle::json) printObject(now);
+  if (style_ == ProgressStyle::json) printObject();
 }
 
-bool ProgressDisplay::tooSoon(TimePoint now) {
-  const bool last = meter_.percent() == 100 && shownPercent_ != 100;
-  if (shown_ && now - *shown_ < pauseBetween && !last) return true;
-  shown_ = now;
-  shownPercent_ = meter_.percent();
-  return false;
-}
-
-void ProgressDisplay::printObject(TimePoint now) {
-  if (shown_ && meter_.percent() == shownPercent_) return;
-  shown_ = now;
-  shownPercent_ = meter_.percent();
-  const ScanProgress& progress = meter_.latest();
-  output_(jsonLine({{"event", "progress"},
-                    {"page", page_},
-                    {"bytes", progress.bytes},
-                    {"total", progress.total},
-                    {"percent", meter_.percent()}}));
+bool ProgressDisplay::isTooSoon(TimePoint now) const {
+  const bool completed = meter_.percent() == 100 && displayedPercent_ != 100U;
+  return displayedPercent_ && now - drawnTime_ < redrawInterval && !completed;
 }
 
 void ProgressDisplay::drawBar(TimePoint now) {
-  if (tooSoon(now)) return;
-  const std::size_t room = columns_ > roomForFigures ? columns_ - roomForFigures : 0;
-  std::string line = room < narrowestBar ? "" : bar(std::min(room, widestBar), shownPercent_);
+  if (isTooSoon(now)) return;
+  drawnTime_ = now;
+  displayedPercent_ = meter_.percent();
+  const std::size_t room = columns_ > columnsForFigures ? columns_ - columnsForFigures : 0;
+  std::string line = room < narrowestBar ? "" : bar(std::min(room, widestBar), *displayedPercent_);
   line += meter_.figures();
-  // The last column stays free: some terminals would go to the next line.
+  // The last column stays empty: some terminals wrap after it.
   line.resize(std::min(line.size(), columns_ > 1 ? columns_ - 1 : 0));
   const std::size_t width = line.size();
-  if (width < drawnWidth_) line.append(drawnWidth_ - width, ' ');
+  if (width < drawnWidth_)
+    line.append(drawnWidth_ - width, ' ');  // erases the rest of the longer line before
   drawnWidth_ = width;
-  barStands_ = true;
+  cursorInBar_ = true;
   output_("\r" + line);
 }
 
 void ProgressDisplay::printLine() {
   const unsigned percent = meter_.percent();
-  if (percent / percentBetweenLines == shownPercent_ / percentBetweenLines) return;
-  shownPercent_ = percent;
+  if (percent / percentPerLine == displayedPercent_.value_or(0) / percentPerLine) return;
+  displayedPercent_ = percent;
   output_("q750: scanning: " + meter_.figures() + "\n");
 }
 
+void ProgressDisplay::printObject() {
+  if (displayedPercent_ == meter_.percent()) return;
+  displayedPercent_ = meter_.percent();
+  output_(JsonObject()
+              .text("event", "progress")
+              .number("page", page_)
+              .number("bytes", meter_.latest().bytes)
+              .number("total", meter_.latest().total)
+              .number("percent", *displayedPercent_)
+              .line());
+}
+
 void ProgressDisplay::finish() {
-  if (barStands_) output_("\n");
-  barStands_ = false;
+  if (cursorInBar_) output_("\n");
+  cursorInBar_ = false;
 }
 
 }  // namespace frontend

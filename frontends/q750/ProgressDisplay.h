@@ -15,13 +15,13 @@ using TextOutput = std::function<void(std::string_view text)>;
 
 enum class ProgressStyle : std::uint8_t { bar, plain, json, none };
 
-// Shows the progress of one scan: a bar that is drawn again and again on the last line of a terminal, at most
-// ten times a second, a line at about every tenth elsewhere, or, for programs, a JSON object in a
-// line for each percent. Plain ASCII.
+// Displays the progress of one page in ASCII: as a bar that is redrawn on the last line of a terminal, at
+// most ten times a second; as a line for every ten percent; or, for programs, as a JSON object on a line for
+// every percent. One thread.
 class ProgressDisplay {
  public:
-  // `columns` is the width of the terminal, for bars. `page` is named in JSON only.
-  ProgressDisplay(ProgressStyle style, std::size_t columns, TextOutput output, Clock clock,
+  // `columns` is the width of the terminal and matters to bars only; `page` is reported in JSON only.
+  ProgressDisplay(ProgressStyle style, std::size_t columns, TextOutput output, TimeSource now,
                   std::uint32_t page = 1);
   // As finish().
   ~ProgressDisplay();
@@ -29,26 +29,25 @@ class ProgressDisplay {
   ProgressDisplay& operator=(const ProgressDisplay&) = delete;
 
   void update(const ScanProgress& progress);
-  // Leaves the terminal's cursor at the start of a line of its own, for whatever is printed next.
+  // Moves the cursor below the bar, if one was drawn, for whatever is printed next. Harmless a second time.
   void finish();
 
  private:
   void drawBar(TimePoint now);
   void printLine();
-  void printObject(TimePoint now);
-  // Whether something was shown too short a time ago to show `percent` now.
-  bool tooSoon(TimePoint now);
+  void printObject();
+  bool isTooSoon(TimePoint now) const;
 
   ProgressStyle style_;
   std::size_t columns_;
   TextOutput output_;
-  Clock clock_;
+  TimeSource now_;
   std::uint32_t page_;
   ProgressMeter meter_;
-  std::optional<TimePoint> shown_;
+  std::optional<unsigned> displayedPercent_;
+  TimePoint drawnTime_;
   std::size_t drawnWidth_ = 0;
-  unsigned shownPercent_ = 0;
-  bool barStands_ = false;
+  bool cursorInBar_ = false;  // on the line of a bar, whatever its width
 };
 
 }  // namespace frontend

@@ -8,7 +8,7 @@ namespace frontend {
 namespace {
 
 constexpr double bytesPerMegabyte = 1e6;
-constexpr double longestTimeLeft = 359999;  // 99:59:59, and it fits every integer
+constexpr double longestTimeLeft = 359999;  // 99:59:59, which fits the screen and every integer
 
 std::string formatted(const char* format, auto... values) {
   char text[64];
@@ -16,7 +16,7 @@ std::string formatted(const char* format, auto... values) {
   return text;
 }
 
-std::string clockText(std::chrono::seconds time) {
+std::string hoursAndMinutes(std::chrono::seconds time) {
   const auto seconds = static_cast<long>(time.count());
   if (seconds >= 3600) return formatted("%ld:%02ld:%02ld", seconds / 3600, seconds / 60 % 60, seconds % 60);
   return formatted("%ld:%02ld", seconds / 60, seconds % 60);
@@ -55,7 +55,7 @@ std::string ProgressMeter::figures() const {
   std::string text = formatted("%3u %%", percent());
   if (const auto rate = bytesPerSecond()) text += formatted("  %.1f MB/s", *rate / bytesPerMegabyte);
   const auto left = timeLeft();
-  if (left && percent() < 100) text += "  " + clockText(*left) + " left";
+  if (left && percent() < 100) text += "  " + hoursAndMinutes(*left) + " left";
   return text;
 }
 

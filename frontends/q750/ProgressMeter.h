@@ -11,19 +11,20 @@
 namespace frontend {
 
 using TimePoint = std::chrono::steady_clock::time_point;
-using Clock = std::function<TimePoint()>;
+using TimeSource = std::function<TimePoint()>;
 
-// Turns how many bytes have come, and when, into the figures that people want to see. Prints nothing. The
-// rate is the average since the first bytes, so that the scanner's warming up does not spoil it.
+// Computes percentage, rate and remaining time of one page from the bytes received so far. Prints nothing and
+// reads no clock. The rate is the average since the first bytes, so that the scanner's warm-up does not
+// distort it.
 class ProgressMeter {
  public:
-  // Neither falls from one call to the next.
+  // Neither the bytes nor the time decrease from one call to the next.
   void update(const ScanProgress& progress, TimePoint now);
 
   const ScanProgress& latest() const { return latest_; }
-  // 0 to 100; 100 only when everything has come.
+  // 0 to 100, rounded down: 100 only when every byte has arrived.
   unsigned percent() const;
-  // Nothing until two moments are known.
+  // Nothing before bytes have arrived at two different times.
   std::optional<double> bytesPerSecond() const;
   std::optional<std::chrono::seconds> timeLeft() const;
 

@@ -1,22 +1,31 @@
 #include "ScanReport.h"
 
-#include <nlohmann/json.hpp>
+#include <algorithm>
 #include <utility>
 
+#include "Choices.h"
 #include "CommandError.h"
-#include "JsonLine.h"
+#include "JsonObject.h"
 
 namespace frontend {
 namespace {
 
-const char* kindOf(const PictureLayout& layout) {
-  if (layout.bitsPerChannel == 1) return "black and white";
-  return layout.channels == 3 ? "colour" : "grey";
+PictureMode modeOf(const PictureLayout& layout) {
+  if (layout.bitsPerChannel == 1) return PictureMode::lineart;
+  return layout.channels == 3 ? PictureMode::color : PictureMode::gray;
 }
 
-const char* modeOf(const PictureLayout& layout) {
-  if (layout.bitsPerChannel == 1) return "lineart";
-  return layout.channels == 3 ? "color" : "gray";
+JsonObject event(const char* name) {
+  JsonObject object;
+  object.text("event", name);
+  return object;
+}
+
+void addLayout(JsonObject& object, const PictureLayout& layout) {
+  object.number("width", layout.width)
+      .number("height", layout.height)
+      .text("mode", nameOf(modeOf(layout)))
+      .number("resolution", layout.resolution);
 }
 
 }  // namespace
@@ -28,47 +37,45 @@ ProgressStyle progressStyle(const ScanOptions& options, bool terminal) {
   if (name == "none") return ProgressStyle::none;
   if (name == "json") {
     if (options.verbose)
-      throw UsageError("--verbose shows lines that are no JSON. Leave it or --progress json out.");
+      throw UsageError("--verbose prints lines that are not JSON. Leave out --verbose or --progress json.");
     return ProgressStyle::json;
   }
   if (name != "auto")
-    throw UsageError("--progress " + name +
-                     ": there is no such style. Choose auto, bar, plain, json or none.");
+    throw UsageError("--progress " + name + ": unknown style. Choose " + listOf(progressNames) + ".");
   if (options.quiet) return ProgressStyle::none;
   // Log lines and a bar would overwrite each other.
   return terminal && !options.verbose ? ProgressStyle::bar : ProgressStyle::plain;
 }
 
-ScanReport::ScanReport(ProgressStyle style, bool quiet, std::size_t columns, TextOutput output, Clock clock)
-    : style_(style), quiet_(quiet), columns_(columns), output_(std::move(output)), clock_(std::move(clock)) {}
+ScanReport::ScanReport(ProgressStyle style, bool quiet, std::size_t columns, TextOutput output,
+                       TimeSource now)
+    : style_(style), quiet_(quiet), columns_(columns), output_(std::move(output)), now_(std::move(now)) {}
 
-void ScanReport::say(const std::string& text) {
+void ScanReport::log(const std::string& text) {
   if (!quiet_) output_("q750: " + text + "\n");
 }
 
 void ScanReport::note(const std::string& text) {
-  if (json()) return output_(jsonLine({{"event", "note"}, {"message", text}}));
-  say(text);
+  if (json()) return output_(event("note").text("message", text).line());
+  log(text);
 }
 
 void ScanReport::scannerChosen(const std::string& name) {
-  if (json()) output_(jsonLine({{"event", "scanner"}, {"device", name}}));
+  if (json()) output_(event("scanner").text("device", name).line());
 }
 
 void ScanReport::pageBegins(std::uint32_t page) {
   page_ = page;
-  display_.emplace(style_, columns_, output_, clock_, page);
-  if (json()) output_(jsonLine({{"event", "page"}, {"page", page}}));
+  display_.emplace(style_, columns_, output_, now_, page);
+  if (json()) output_(event("page").number("page", page).line());
 }
 
 void ScanReport::layoutKnown(const PictureLayout& layout) {
   if (!json()) return;
-  output_(jsonLine({{"event", "picture"},
-                    {"page", page_},
-                    {"width", layout.width},
-                    {"height", layout.height},
-                    {"mode", modeOf(layout)},
-                    {"resolution", layout.resolution}}));
+  JsonObject object = event("picture");
+  object.number("page", page_);
+  addLayout(object, layout);
+  output_(object.line());
 }
 
 void ScanReport::progress(const ScanProgress& progress) {
@@ -80,30 +87,28 @@ void ScanReport::pageEnds() {
 }
 
 void ScanReport::prompt(std::uint32_t page) {
-  if (json()) return output_(jsonLine({{"event", "prompt"}, {"page", page}}));
-  output_("Lay the next page on the glass and press Enter (q to finish): ");
+  if (json()) return output_(event("prompt").number("page", page).line());
+  output_("Place the next page on the scanner and press Enter (q to finish): ");
 }
 
 void ScanReport::saved(const std::string& name, const PictureLayout& layout, std::uint32_t pages) {
   if (json()) {
-    return output_(jsonLine({{"event", "saved"},
-                             {"file", name},
-                             {"pages", pages},
-                             {"width", layout.width},
-                             {"height", layout.height},
-                             {"mode", modeOf(layout)},
-                             {"resolution", layout.resolution}}));
+    JsonObject object = event("saved");
+    object.text("file", name).number("pages", pages);
+    addLayout(object, layout);
+    return output_(object.line());
   }
   const std::string count = pages == 1 ? "" : std::to_string(pages) + " pages of ";
-  say(name + ": " + count + std::to_string(layout.width) + " x " + std::to_string(layout.height) +
-      " pixels, " + kindOf(layout) + ", " + std::to_string(layout.resolution) + " dots per inch");
+  log(name + ": " + count + std::to_string(layout.width) + " x " + std::to_string(layout.height) +
+      " pixels, " + describe(modeOf(layout)) + ", " + std::to_string(layout.resolution) + " dots per inch");
 }
 
-std::string failureAsJson(ExitCode code, const std::string& message) {
-  return jsonLine({{"event", "error"},
-                   {"status", nameOf(code)},
-                   {"exit_code", static_cast<int>(code)},
-                   {"message", message}});
+std::string errorAsJson(ExitCode code, const std::string& message) {
+  return event("error")
+      .text("status", nameOf(code))
+      .number("exit_code", static_cast<std::uint64_t>(code))
+      .text("message", message)
+      .line();
 }
 
 }  // namespace frontend

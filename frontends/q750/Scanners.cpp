@@ -1,9 +1,9 @@
 #include "Scanners.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
 #include "CommandError.h"
+#include "JsonObject.h"
 #include "ScannerName.h"
 
 namespace frontend {
@@ -75,18 +75,18 @@ std::string scannerTable(const std::vector<ScannerEntry>& scanners) {
 }
 
 std::string scannersAsJson(const ScannersThere& there) {
-  auto scanners = nlohmann::ordered_json::array();
+  std::vector<JsonObject> scanners;
   for (const ScannerEntry& scanner : there.entries) {
-    scanners.push_back({{"name", scanner.name},
-                        {"vendor", scanner.vendor},
-                        {"model", scanner.model},
-                        {"type", scanner.type},
-                        {"virtual", scanner.isVirtual},
-                        {"accessible", scanner.accessible},
-                        {"hint", scanner.hint}});
+    scanners.emplace_back()
+        .text("name", scanner.name)
+        .text("vendor", scanner.vendor)
+        .text("model", scanner.model)
+        .text("type", scanner.type)
+        .boolean("virtual", scanner.isVirtual)
+        .boolean("accessible", scanner.accessible)
+        .text("hint", scanner.hint);
   }
-  const nlohmann::ordered_json all{{"scanners", scanners}, {"problem", there.problem}};
-  return all.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+  return JsonObject().array("scanners", scanners).text("problem", there.problem).document();
 }
 
 std::string chooseScanner(const std::string& asked, bool virtualWanted, const ScannersThere& there) {

@@ -16,7 +16,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr char question[] = "Lay the next page on the glass and press Enter (q to finish): ";
+constexpr char question[] = "Place the next page on the scanner and press Enter (q to finish): ";
 
 // Several pages, asked for through standard input.
 class SeveralPages : public ProgramFixture {

@@ -39,14 +39,14 @@ TEST(ScanReport, SpeaksInSentences) {
   EXPECT_EQ(told(ProgressStyle::plain, false),
             "q750: Mind the gap.\n"
             "q750: scanning: 100 %\n"
-            "Lay the next page on the glass and press Enter (q to finish): "
+            "Place the next page on the scanner and press Enter (q to finish): "
             "q750: a.pdf: 2 pages of 100 x 50 pixels, black and white, 600 dots per inch\n"
             "q750: a.png: 2550 x 3300 pixels, colour, 300 dots per inch\n");
 }
 
 TEST(ScanReport, IsQuietButForQuestions) {
   EXPECT_EQ(told(ProgressStyle::none, true),
-            "Lay the next page on the glass and press Enter (q to finish): ");
+            "Place the next page on the scanner and press Enter (q to finish): ");
 }
 
 TEST(ScanReport, SpeaksJson) {
@@ -68,7 +68,7 @@ TEST(ScanReport, SpeaksJson) {
 }
 
 TEST(ScanReport, TellsFailuresAsJson) {
-  EXPECT_EQ(failureAsJson(ExitCode::timedOut, "a\n\"b\"\x80"),
+  EXPECT_EQ(errorAsJson(ExitCode::timedOut, "a\n\"b\"\x80"),
             "{\"event\":\"error\",\"status\":\"timed-out\",\"exit_code\":5,\"message\":"
             "\"a\\n\\\"b\\\"\\ufffd\"}\n");
 }
