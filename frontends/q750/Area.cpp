@@ -13,14 +13,14 @@ namespace frontend {
 namespace {
 
 constexpr double largestLength = 100000;
-constexpr std::int64_t largestCut = 1000000;
+constexpr std::int64_t largestCut = 1000000;  // keeps products with cutPixels within 32 bits
 
-[[noreturn]] void complain(std::string_view text, const std::string& why) {
+[[noreturn]] void throwError(std::string_view text, const std::string& why) {
   throw UsageError("--area " + std::string(text) + ": " + why +
-                   ". Write LEFTxTOP+WIDTHxHEIGHT with mm, in or px, for example 10x20+50x80mm.");
+                   ". Use LEFTxTOP+WIDTHxHEIGHT with mm, in or px, for example 10x20+50x80mm.");
 }
 
-// Takes the text of one area apart from the front.
+// Parses one area from left to right.
 class AreaReader {
  public:
   explicit AreaReader(std::string_view text) : text_(text), rest_(text) {}
@@ -32,8 +32,8 @@ class AreaReader {
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + length, value);
     const bool whole = error == std::errc() && end == digits.data() + length;
     if (!whole || digits.front() == '.' || digits.back() == '.')
-      complain(text_, "a number is missing or wrong");
-    if (value > largestLength) complain(text_, "a number is too large");
+      throwError(text_, "a number is missing or malformed");
+    if (value > largestLength) throwError(text_, "a number is too large");
     rest_.remove_prefix(length);
     return value;
   }
@@ -47,9 +47,9 @@ class AreaReader {
 
   void separator(std::string_view separator) {
     if (!take(separator)) {
-      complain(text_, rest_.empty() ? "it ends too early"
-                                    : "\"" + std::string(separator) + "\" was expected before \"" +
-                                          std::string(rest_) + "\"");
+      throwError(text_, rest_.empty() ? "it is incomplete"
+                                      : "expected \"" + std::string(separator) + "\" before \"" +
+                                            std::string(rest_) + "\"");
     }
   }
 
@@ -98,16 +98,16 @@ AreaRequest parseArea(std::string_view text) {
     units[i] = reader.unit();
     if (i < 3) reader.separator(separators[i]);
   }
-  if (!reader.atEnd()) complain(text, "\"" + std::string(reader.rest()) + "\" is too much");
-  if (!units[3]) complain(text, "the unit is missing");
+  if (!reader.atEnd()) throwError(text, "unexpected \"" + std::string(reader.rest()) + "\"");
+  if (!units[3]) throwError(text, "the unit is missing");
   const auto given = std::count_if(units, units + 3, [](const auto& unit) { return unit.has_value(); });
-  if (given != 0 && given != 3) complain(text, "give a unit to every number, or to the last one only");
+  if (given != 0 && given != 3) throwError(text, "give a unit to every number, or to the last one only");
 
   Length lengths[4];
   for (int i = 0; i < 4; ++i) {
     lengths[i] = {values[i], units[i].value_or(*units[3])};
     const bool fraction = lengths[i].value != std::floor(lengths[i].value);
-    if (lengths[i].unit == LengthUnit::pixels && fraction) complain(text, "pixels are whole numbers");
+    if (lengths[i].unit == LengthUnit::pixels && fraction) throwError(text, "pixels must be whole numbers");
   }
   return {lengths[0], lengths[1], lengths[2], lengths[3]};
 }
@@ -123,7 +123,7 @@ PlacedArea placeOnBed(const AreaRequest& request, std::uint32_t resolution) {
                      " dots per inch. Give a larger width and height.");
   }
   if (left >= bed.width || top >= bed.height) {
-    throw UsageError("The area lies outside the glass, which is " + bedInWords() +
+    throw UsageError("The area lies outside the scan bed, which is " + bedInWords() +
                      ". Give a left and top edge within it.");
   }
   const std::int64_t right = std::min<std::int64_t>(left + width, bed.width);

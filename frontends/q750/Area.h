@@ -17,7 +17,7 @@ struct Length {
   friend bool operator==(const Length&, const Length&) = default;
 };
 
-// A part of the glass in the user's units.
+// A part of the bed in the user's units.
 struct AreaRequest {
   Length left;
   Length top;
@@ -33,18 +33,17 @@ struct AreaRequest {
 //   length = digits [ "." digits ] [ unit ]
 //   unit   = "mm" | "in" | "px"
 //
-// Either every length has its unit, or the last alone has one, which then holds for all four. Lengths in px
-// are whole numbers. No blanks, no signs. Throws UsageError for anything else, with an example in the
-// message.
+// Either every length has a unit, or only the last one, which then applies to all four. Lengths in px are
+// whole numbers. No blanks, no signs. Throws UsageError for anything else, with an example in the message.
 AreaRequest parseArea(std::string_view text);
 
 struct PlacedArea {
   PixelArea area;
-  std::uint32_t cutPixels;  // what was left out because it reached past the glass, of the larger loss
+  std::uint32_t cutPixels;  // beyond the edge of the bed, in the direction that loses more
 };
 
-// The pixels of an area at a resolution of the bed: each length rounded to the nearest pixel, cut at the
-// edges of the glass. Throws UsageError for an area that has no pixel on the glass.
+// The pixels of an area at a resolution of the bed: each length is rounded to the nearest pixel, and the area
+// cut off at the edges of the bed. Throws UsageError for an area without a pixel on the bed.
 PlacedArea placeOnBed(const AreaRequest& request, std::uint32_t resolution);
 
 }  // namespace frontend

@@ -7,7 +7,7 @@
 
 namespace frontend {
 
-// Ends the program with a message for the user, which says what is wrong and what to do, and an exit code.
+// Ends the program with an exit code and a message for the user: what is wrong, and what to do about it.
 class CommandError : public std::runtime_error {
  public:
   CommandError(ExitCode code, const std::string& message) : std::runtime_error(message), code_(code) {}
@@ -17,7 +17,7 @@ class CommandError : public std::runtime_error {
   ExitCode code_;
 };
 
-// The command line asks for something that cannot be.
+// The command line is invalid, or asks for something impossible.
 class UsageError : public CommandError {
  public:
   explicit UsageError(const std::string& message) : CommandError(ExitCode::usage, message) {}

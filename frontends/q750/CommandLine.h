@@ -1,61 +1,74 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
+#include "Choices.h"
+#include "ScanLimits.h"
 #include "ScanRequest.h"
 
+// The options of the commands. Ranges and defaults that other front ends share are in ScanLimits.h; those of
+// the command line alone are here.
 namespace frontend {
 
-// The options of "q750 list" as they were given.
+inline constexpr std::uint32_t mostPages = 9999;
+// Shorter than that of a scan: whoever runs the doctor has a scanner that does not answer.
+inline constexpr std::chrono::milliseconds defaultDoctorTimeout = std::chrono::seconds(5);
+
+// The options of "q750 list".
 struct ListOptions {
   bool json = false;
 };
 
-// The options of "q750 scan" as they were given.
+// The options of "q750 scan" as they were given; ScanPlan.h interprets them.
 struct ScanOptions {
   std::string device;  // empty: the only one there is
   std::string output;  // "-": standard output
-  std::string format;  // empty: as the output's name tells
-  std::string resolution = "300";
-  std::string mode = "color";
-  std::string threshold;  // empty: the middle
-  std::string area;       // empty: the whole glass
-  std::string paper;      // empty: as the area tells
-  std::string quality;    // empty: the usual one
+  std::string format;  // empty: by the extension of the output
+  std::string resolution = std::to_string(limits::defaultResolution);
+  std::string mode = nameOf(defaultMode);
+  std::string threshold;  // empty: the default, or none outside lineart
+  std::string area;       // empty: the whole bed
+  std::string paper;      // empty: by the area
+  std::string quality;    // empty: the default
   std::uint32_t pages = 1;
-  std::string progress = "auto";
-  std::string timeout;  // seconds; empty: the usual ones
+  std::string progress{progressNames.front()};
+  std::string timeout = inSeconds(limits::defaultTimeout);
   bool quiet = false;
   bool verbose = false;
   VirtualScannerOptions virtualScanner;
 };
 
-// The options of "q750 doctor" as they were given.
+// The options of "q750 doctor".
 struct DoctorOptions {
-  std::string device;  // empty: all that are there
-  std::string timeout = "5";
+  std::string device;  // empty: all there are
+  std::string timeout = inSeconds(defaultDoctorTimeout);
   VirtualScannerOptions virtualScanner;
 };
 
-// The options of "q750 virtual" as they were given.
+// Where "q750 virtual" listens by default: on the loopback interface, at the port that clients try first.
+std::string defaultListenAddress();
+
+// The options of "q750 virtual".
 struct ServeOptions {
-  std::string listen = "127.0.0.1:3240";
+  std::string listen = defaultListenAddress();
   VirtualScannerOptions virtualScanner;
 };
 
 struct CommandLine {
-  enum class Command : std::uint8_t { show, list, scan, doctor, serve };
+  enum class Command : std::uint8_t { print, list, scan, doctor, serve };
 
-  Command command = Command::show;
-  std::string text;  // for show: help or version
+  Command command = Command::print;
+  std::string text;  // for print: help or version
   ListOptions list;
   ScanOptions scan;
   DoctorOptions doctor;
   ServeOptions serve;
 };
 
-// Takes the command line apart. Does not look at what values mean (ScanPlan.h does). Throws UsageError.
+// Parses the command line. Checks names and numbers of options, and leaves the meaning of their values to the
+// commands. Throws UsageError.
 CommandLine parseCommandLine(int argc, const char* const* argv);
 
 }  // namespace frontend

@@ -4,44 +4,55 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
+
+#include "OutputError.h"
 
 namespace frontend::console {
 namespace {
 
-constexpr std::size_t usualColumns = 80;
+constexpr std::size_t defaultColumns = 80;
 
 }  // namespace
 
-void fillGaps() {
+void reserveDescriptors() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    // The lowest free number is taken: that of the gap.
+    // open() returns the lowest free number, which is the closed descriptor's. Read-only, so that writing
+    // fails.
     if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDONLY) < 0) return;
   }
 }
 
 bool isTerminal() {
   const char* kind = std::getenv("TERM");
-  const bool canDraw = kind != nullptr && std::string_view(kind) != "dumb" && kind[0] != '\0';
-  return canDraw && isatty(STDERR_FILENO) == 1;
+  const bool canRedraw = kind != nullptr && std::string_view(kind) != "dumb" && kind[0] != '\0';
+  return canRedraw && isatty(STDERR_FILENO) == 1;
 }
 
 std::size_t columns() {
   winsize size{};
   const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return known ? size.ws_col : usualColumns;
+  return known ? size.ws_col : defaultColumns;
 }
 
-void write(std::string_view text) {
+void writeErrors(std::string_view text) {
   while (!text.empty()) {
     const ssize_t moved = ::write(STDERR_FILENO, text.data(), text.size());
-    if (moved < 0) return;  // also where a signal came: what it asks for matters more than this line
+    if (moved < 0)
+      return;  // also for EINTR: the cancel that interrupts a blocked write matters more than the text
     text.remove_prefix(static_cast<std::size_t>(moved));
   }
 }
 
-void say(const std::string& message) {
-  write("q750: " + message + "\n");
+void log(const std::string& message) {
+  writeErrors("q750: " + message + "\n");
+}
+
+void print(const std::string& text) {
+  const bool written =
+      std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+  if (!written) throw OutputError("Cannot write to standard output.");
 }
 
 }  // namespace frontend::console

@@ -4,24 +4,25 @@
 #include <string>
 #include <string_view>
 
-namespace frontend {
+// The standard streams of the program: results go to standard output, everything else to standard error.
+namespace frontend::console {
 
-// Standard error as the user sees it. All that the program says goes there; standard output is for what was
-// asked for.
-namespace console {
+// Opens those of the three standard descriptors that the caller of the program has closed, so that no file of
+// ours gets one of their numbers and with it whatever is printed there. Writing to one that was closed fails
+// as it would have. Before anything else is opened.
+void reserveDescriptors();
 
-// Opens what the caller of the program has closed of the three standard descriptors, so that no file of ours
-// gets one of their numbers and with it what is printed there. Writing to one that was closed fails.
-void fillGaps();
-// Whether it is a terminal on which a line can be drawn again.
+// Whether standard error is a terminal on which a line can be redrawn.
 bool isTerminal();
-// Columns of the terminal, or 80 where it does not tell.
+// The width of that terminal, or 80 if it is unknown.
 std::size_t columns();
-// Writes text as it is. A failure shows nowhere.
-void write(std::string_view text);
-// "q750: " and a message, on a line of its own.
-void say(const std::string& message);
 
-}  // namespace console
+// Writes text to standard error. Errors are ignored: there is nowhere left to report them.
+void writeErrors(std::string_view text);
+// Writes "q750: ", a message and a line feed to standard error, as above.
+void log(const std::string& message);
 
-}  // namespace frontend
+// Writes text to standard output, unbuffered. Throws OutputError.
+void print(const std::string& text);
+
+}  // namespace frontend::console

@@ -5,20 +5,21 @@
 #include <algorithm>
 #include <array>
 
+#include "Bed.h"
 #include "CancelSignals.h"
 #include "CommandError.h"
 #include "Console.h"
 #include "Examination.h"
 #include "ScanPlan.h"
 #include "ScannerName.h"
-#include "StandardOutput.h"
 #include "SupervisedScan.h"
 #include "VirtualOptions.h"
 
 namespace frontend {
 namespace {
 
-// What makes the system give users access to the scanner when it is plugged in.
+// Where the rule that grants users access to the scanner may be installed: by an administrator or by a
+// package.
 constexpr const char* deviceRules[] = {
     "/etc/udev/hwdb.d/20-sane-quenvar.hwdb",
     "/usr/lib/udev/hwdb.d/20-sane-quenvar.hwdb",
@@ -30,7 +31,7 @@ bool deviceRuleInstalled() {
                      [](const char* path) { return access(path, R_OK) == 0; });
 }
 
-ScanOutcome scanToNowhere(const ScanRequest& request, Cancellation& cancellation) {
+ScanOutcome testScan(const ScanRequest& request, Cancellation& cancellation) {
   SupervisedScan scan(request);
   const Cancellation::Aim aim(cancellation, scan);
   std::array<std::uint8_t, 4096> buffer;
@@ -44,23 +45,24 @@ ScanOutcome scanToNowhere(const ScanRequest& request, Cancellation& cancellation
 
 void runDoctor(const DoctorOptions& options) {
   ScanRequest request;
-  request.settings = {75, ColorMode::gray, {0, 0, 16, 16}};
+  request.settings = {bedResolutions.front(), ColorMode::gray, {0, 0, 16, 16}};
   request.timeout = timeoutOf(options.timeout);
   request.virtualScanner = checkedOptions(options.virtualScanner);
   if (!options.device.empty() && !parseScannerName(options.device))
-    throw CommandError(ExitCode::noDevice, "--device " + options.device + ": that is no name of a scanner.");
+    throw CommandError(ExitCode::noDevice,
+                       "--device " + options.device + ": this is not the name of a scanner. See q750 list.");
 
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
-  Examination examination({scannersThere, findWorker, deviceRuleInstalled,
+  Examination examination({takeInventory, findWorker, deviceRuleInstalled,
                            [&](const std::string& scanner) {
                              request.scanner = scanner;
-                             return scanToNowhere(request, cancellation);
+                             return testScan(request, cancellation);
                            },
-                           [](const Finding& finding) { show(lineOf(finding)); }});
+                           [](const Finding& finding) { console::print(lineOf(finding)); }});
   const ExitCode code = examination.run(options.device);
-  if (code == ExitCode::cancelled) throw CommandError(code, "The examination was cancelled.");
-  if (code != ExitCode::good) throw CommandError(code, "Something needs your attention, see above.");
+  if (code == ExitCode::cancelled) throw CommandError(code, "The check was cancelled.");
+  if (code != ExitCode::good) throw CommandError(code, "At least one finding needs attention, see above.");
 }
 
 }  // namespace frontend

@@ -4,8 +4,8 @@
 
 namespace frontend {
 
-// Looks at all that scanning needs and says on standard output what is well and what to do. Throws
-// CommandError with the exit code of the first thing that asks for attention.
+// "q750 doctor": checks what scanning depends on and prints a line for each finding on standard output.
+// Throws CommandError with the exit code of the first finding that needs attention.
 void runDoctor(const DoctorOptions& options);
 
 }  // namespace frontend

@@ -1,11 +1,11 @@
 #include "Examination.h"
 
+#include "ScannerName.h"
+
 namespace frontend {
 namespace {
 
 using Level = Finding::Level;
-
-constexpr char virtualName[] = "virtual";
 
 }  // namespace
 
@@ -17,88 +17,89 @@ std::string lineOf(const Finding& finding) {
 }
 
 ExitCode Examination::run(const std::string& device) {
-  const bool canScan = lookAtWorker();
-  lookAtRule();
-  for (const std::string& scanner : lookForScanners(device)) {
-    if (canScan) trial(scanner);
+  const bool canScan = checkWorker();
+  checkDeviceRule();
+  for (const std::string& scanner : findUsableScanners(device)) {
+    if (canScan) checkScan(scanner);
     if (code_ == ExitCode::cancelled) break;
   }
   return code_;
 }
 
-void Examination::tell(Level level, const std::string& text, ExitCode code) {
+void Examination::report(Level level, const std::string& text, ExitCode code) {
   if (code_ == ExitCode::good || code == ExitCode::cancelled) code_ = code;
-  means_.tell({level, text, code});
+  dependencies_.report({level, text, code});
 }
 
-bool Examination::lookAtWorker() {
-  const std::string worker = means_.worker();
+bool Examination::checkWorker() {
+  const std::string worker = dependencies_.worker();
   if (worker.empty()) {
-    tell(Level::attention,
-         "The program q750-worker, which does the scanning, was not found. Install the package quenvar-q750 "
-         "again.",
-         ExitCode::ioError);
+    report(Level::attention, "The worker program q750-worker is missing. Reinstall the package quenvar-q750.",
+           ExitCode::ioError);
     return false;
   }
-  tell(Level::ok, "The program that scans is in place: " + worker);
+  report(Level::ok, "The worker program is installed: " + worker);
   return true;
 }
 
-void Examination::lookAtRule() {
-  if (means_.deviceRuleInstalled()) {
-    tell(Level::ok, "The system knows the scanner and lets its users have it.");
+void Examination::checkDeviceRule() {
+  if (dependencies_.deviceRuleInstalled()) {
+    report(Level::ok, "The rule that grants users access to the scanner is installed.");
   } else {
-    tell(Level::note,
-         "The system has no rule that lets its users have the scanner: only root may use one on the USB. "
-         "Install the package quenvar-q750 and plug the scanner in again.");
+    report(Level::note,
+           "The rule that grants users access to the scanner is not installed: only root may use a scanner "
+           "on the "
+           "USB. Install the package quenvar-q750 and plug the scanner in again.");
   }
 }
 
-std::vector<std::string> Examination::lookForScanners(const std::string& device) {
-  const ScannersThere there = means_.scanners();
-  if (!there.problem.empty()) tell(Level::attention, there.problem, ExitCode::ioError);
+std::vector<std::string> Examination::findUsableScanners(const std::string& device) {
+  const ScannerInventory inventory = dependencies_.inventory();
+  if (!inventory.problem.empty()) report(Level::attention, inventory.problem, ExitCode::ioError);
+  const bool anyReal = device.empty() || device == firstUsbScannerName;
   std::vector<std::string> usable;
   bool found = false;
-  for (const ScannerEntry& scanner : there.entries) {
-    const bool wanted = device.empty() ? !scanner.isVirtual
-                                       : device == scanner.name || (device == "usb" && !scanner.isVirtual);
-    if (!wanted) continue;
+  for (const ScannerEntry& scanner : inventory.scanners) {
+    if (anyReal ? scanner.isVirtual : scanner.name != device) continue;
     found = true;
-    if (scanner.isVirtual || lookAtAccess(scanner)) usable.push_back(scanner.name);
+    if (scanner.isVirtual || checkAccess(scanner)) usable.push_back(scanner.name);
   }
   if (found) return usable;
-  const bool any = device.empty() || device == "usb";
-  tell(Level::attention,
-       any ? "No Quenvar Q750 is plugged in. Check its cable and its power; dmesg tells whether the system "
-             "sees it."
-           : "There is no scanner " + device + ". q750 list shows those that are there.",
-       ExitCode::noDevice);
-  if (device.empty()) usable.emplace_back(virtualName);
+  report(Level::attention,
+         anyReal
+             ? "No Quenvar Q750 is connected. Check its cable and its power; dmesg shows whether the system "
+               "detects it."
+             : "There is no scanner " + device + ". See q750 list for the available ones.",
+         ExitCode::noDevice);
+  // A test scan that works shows that only the scanner is missing.
+  if (device.empty()) usable.emplace_back(virtualScannerName);
   return usable;
 }
 
-bool Examination::lookAtAccess(const ScannerEntry& scanner) {
+bool Examination::checkAccess(const ScannerEntry& scanner) {
   if (scanner.accessible) {
-    tell(Level::ok, scanner.name + ": a " + scanner.vendor + " " + scanner.model + ", and you may use it.");
+    report(Level::ok, scanner.name + ": a " + scanner.vendor + " " + scanner.model + " that you may use.");
   } else {
-    tell(Level::attention, scanner.name + ": " + scanner.hint, ExitCode::accessDenied);
+    report(Level::attention, scanner.name + ": " + scanner.hint, ExitCode::accessDenied);
   }
   return scanner.accessible;
 }
 
-void Examination::trial(const std::string& scanner) {
-  const ScanOutcome first = means_.tryScan(scanner);
-  if (first.good()) return tell(Level::ok, scanner + ": it scanned a few pixels; its pipes answer.");
-  const bool mayHelp = first.status == ScanStatus::timedOut || first.status == ScanStatus::badData ||
-                       first.status == ScanStatus::ioError;
-  // An attempt that fails leaves the pipes cleared: what only was wedged works now.
-  if (mayHelp && means_.tryScan(scanner).good()) {
-    return tell(Level::note, scanner +
-                                 ": its pipes were wedged by an earlier scan and are cleared now; it "
-                                 "scanned a few pixels. (Before that: " +
-                                 first.sentence + ")");
+void Examination::checkScan(const std::string& scanner) {
+  const ScanOutcome first = dependencies_.testScan(scanner);
+  if (first.good()) return report(Level::ok, scanner + ": the test scan succeeded.");
+  // A failed scan clears the pipes, so a scanner that an earlier scan left in disorder works at the second
+  // attempt.
+  const bool mayRecover = first.status == ScanStatus::timedOut || first.status == ScanStatus::badData ||
+                          first.status == ScanStatus::ioError;
+  if (mayRecover && dependencies_.testScan(scanner).good()) {
+    return report(Level::note,
+                  scanner +
+                      ": its pipes were blocked by an earlier scan; they are cleared now, and the test "
+                      "scan succeeded. (The first attempt failed: " +
+                      first.sentence + ")");
   }
-  tell(Level::attention, scanner + ": " + first.sentence, exitCodeFor(first.status));
+  report(Level::attention, scanner + ": " + first.sentence, exitCodeFor(first.status));
 }
 
 }  // namespace frontend

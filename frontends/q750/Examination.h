@@ -3,53 +3,55 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ExitCode.h"
 #include "ScanOutcome.h"
-#include "Scanners.h"
+#include "ScannerInventory.h"
 
 namespace frontend {
 
-// One thing that was looked at.
+// The result of one check.
 struct Finding {
   enum class Level : std::uint8_t { ok, note, attention };
 
   Level level;
   std::string text;
-  ExitCode code = ExitCode::good;  // of what asks for attention
+  ExitCode code = ExitCode::good;  // of a finding that needs attention
 };
 
-// "ok         ..." and so on, a line.
+// The finding as a line: "ok         " and its text.
 std::string lineOf(const Finding& finding);
 
-// Looks at what scanning needs, in an order in which the first attention is the one to begin with. Each
-// finding is handed out as soon as it is known. Knows nothing of the system: `Means` does.
+// Checks what scanning depends on, most fundamental first, so that the first finding that needs attention is
+// the one to begin with. Reports each finding as soon as it is known. Reaches the system through its
+// dependencies only.
 class Examination {
  public:
-  struct Means {
-    std::function<ScannersThere()> scanners;
-    std::function<std::string()> worker;        // the path of the program that scans; empty for none
-    std::function<bool()> deviceRuleInstalled;  // whether the system gives users access to the scanner
-    std::function<ScanOutcome(const std::string& scanner)> tryScan;  // a few pixels
-    std::function<void(const Finding&)> tell;
+  struct Dependencies {
+    std::function<ScannerInventory()> inventory;
+    std::function<std::string()> worker;        // the path of the worker program; empty if it is missing
+    std::function<bool()> deviceRuleInstalled;  // whether the system grants its users access to the scanner
+    std::function<ScanOutcome(const std::string& scanner)> testScan;  // of a few pixels; blocks
+    std::function<void(const Finding&)> report;
   };
 
-  explicit Examination(Means means) : means_(std::move(means)) {}
+  explicit Examination(Dependencies dependencies) : dependencies_(std::move(dependencies)) {}
 
-  // `device` is the name of the one scanner to look at, or empty for all. The exit code is that of the first
-  // attention.
+  // Checks the scanner of this name, or all if it is empty. Returns the exit code of the first finding that
+  // needs attention, or that of a cancel. Once per object.
   ExitCode run(const std::string& device);
 
  private:
-  void tell(Finding::Level level, const std::string& text, ExitCode code = ExitCode::good);
-  bool lookAtWorker();
-  void lookAtRule();
-  std::vector<std::string> lookForScanners(const std::string& device);
-  bool lookAtAccess(const ScannerEntry& scanner);
-  void trial(const std::string& scanner);
+  void report(Finding::Level level, const std::string& text, ExitCode code = ExitCode::good);
+  bool checkWorker();
+  void checkDeviceRule();
+  std::vector<std::string> findUsableScanners(const std::string& device);
+  bool checkAccess(const ScannerEntry& scanner);
+  void checkScan(const std::string& scanner);
 
-  Means means_;
+  Dependencies dependencies_;
   ExitCode code_ = ExitCode::good;
 };
 

@@ -1,13 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "ScanOutcome.h"
 
 namespace frontend {
 
-// What the program returns to its caller. Scripts rely on these: a number never changes its meaning.
+// The exit codes of the program. Scripts rely on them: a number never changes its meaning.
 enum class ExitCode : std::uint8_t {
   good = 0,
   usage = 1,
@@ -23,12 +26,20 @@ enum class ExitCode : std::uint8_t {
   cancelled = 130,  // 128 + SIGINT, as shells report a program that Ctrl-C ended
 };
 
-ExitCode exitCodeFor(ScanStatus status);
+struct ExitCodeDescription {
+  ExitCode code;
+  std::optional<ScanStatus> status;  // the outcome of a scan that it reports, if it does
+  std::string_view name;             // one word for programs, "timed-out"; never changes its meaning either
+  std::string_view meaning;          // a clause
+};
 
-// One word for programs, "timed-out". Never changes its meaning either.
+// Every exit code there is, in ascending order.
+std::span<const ExitCodeDescription> exitCodes();
+
+ExitCode exitCodeFor(ScanStatus status);
 std::string nameOf(ExitCode code);
 
-// One line for each code, for the help.
+// A line for each code, for the help.
 std::string exitCodeTable();
 
 }  // namespace frontend

@@ -1,16 +1,15 @@
 #include "ListCommand.h"
 
 #include "Console.h"
-#include "Scanners.h"
-#include "StandardOutput.h"
+#include "ScannerInventory.h"
 
 namespace frontend {
 
 void runList(const ListOptions& options) {
-  const ScannersThere there = scannersThere();
-  if (options.json) return show(scannersAsJson(there));
-  show(scannerTable(there.entries));
-  if (!there.problem.empty()) console::say(there.problem);
+  const ScannerInventory inventory = takeInventory();
+  if (options.json) return console::print(inventoryAsJson(inventory));
+  console::print(scannerTable(inventory.scanners));
+  if (!inventory.problem.empty()) console::log(inventory.problem);
 }
 
 }  // namespace frontend

@@ -4,7 +4,8 @@
 
 namespace frontend {
 
-// Shows the scanners there are on standard output, and on standard error what is wrong with the USB.
+// "q750 list": prints the scanners there are on standard output, and why real ones cannot be found on
+// standard error (in JSON as a member). Throws OutputError.
 void runList(const ListOptions& options);
 
 }  // namespace frontend

@@ -16,12 +16,12 @@
 namespace frontend {
 namespace {
 
-// Standard output, kept for the pictures alone: what anyone else in the process prints there goes to standard
-// error, and no other process inherits it.
+// Reserves standard output for pictures: whatever libraries print there goes to standard error instead, and
+// no other process inherits the descriptor.
 int takeStandardOutput() {
   if (isatty(STDOUT_FILENO) == 1) {
     throw UsageError(
-        "A picture is nothing for a terminal. Send it to a file or a program: q750 scan -o - > page.pnm");
+        "Standard output is a terminal. Redirect it to a file or a program: q750 scan -o - > page.pnm");
   }
   const int descriptor = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   if (descriptor < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
@@ -40,7 +40,7 @@ struct PageOutput::File {
   std::unique_ptr<OutputFile> onDisk;
   ByteSink sink;
   std::unique_ptr<PictureWriter> writer;
-  std::vector<std::uint8_t> row;  // one that is not whole yet
+  std::vector<std::uint8_t> row;  // the first bytes of a row that is incomplete
   std::size_t rowBytes = 0;
 };
 
@@ -78,16 +78,16 @@ void PageOutput::beginPage(std::uint32_t page, const PictureLayout& layout) {
   file_->row.clear();
   file_->row.reserve(layout.rowBytes());
   file_->writer->beginPage(layout);
-  complainUnlessGood();
+  throwIfFailed();
 }
 
 void PageOutput::write(const std::uint8_t* bytes, std::size_t count) {
   std::vector<std::uint8_t>& row = file_->row;
   while (count > 0) {
     const std::size_t taken = std::min(count, file_->rowBytes - row.size());
-    const bool whole = taken == file_->rowBytes;
-    if (!whole) row.insert(row.end(), bytes, bytes + taken);
-    if (whole) file_->writer->writeRow(bytes);
+    const bool complete = taken == file_->rowBytes;  // the usual case: no copy
+    if (complete) file_->writer->writeRow(bytes);
+    if (!complete) row.insert(row.end(), bytes, bytes + taken);
     if (row.size() == file_->rowBytes) {
       file_->writer->writeRow(row.data());
       row.clear();
@@ -95,12 +95,12 @@ void PageOutput::write(const std::uint8_t* bytes, std::size_t count) {
     bytes += taken;
     count -= taken;
   }
-  complainUnlessGood();
+  throwIfFailed();
 }
 
 void PageOutput::endPage() {
   file_->writer->endPage();
-  complainUnlessGood();
+  throwIfFailed();
   inPage_ = false;
   ++pagesInFile_;
   if (plan_.filePerPage) close();
@@ -119,18 +119,18 @@ void PageOutput::finish() {
 
 void PageOutput::close() {
   file_->writer->finish();
-  complainUnlessGood();
+  throwIfFailed();
   if (file_->onDisk) file_->onDisk->commit();
   file_.reset();
 }
 
-void PageOutput::complainUnlessGood() const {
+void PageOutput::throwIfFailed() const {
   ByteSink& sink = file_->sink;
   if (sink.good()) return;
   if (sink.cancelled()) throw CommandError(ExitCode::cancelled, outcome::cancelled().sentence);
-  const std::string why = name() + ": the picture could not be written: " + sink.failure() + ".";
+  const std::string why = name() + ": cannot write the picture: " + sink.failure() + ".";
   throw OutputError(
-      plan_.toStandardOutput ? why : why + " Free some space or choose another place, then scan again.");
+      plan_.toStandardOutput ? why : why + " Free some space or choose another folder, then scan again.");
 }
 
 }  // namespace frontend

@@ -11,34 +11,36 @@
 
 namespace frontend {
 
-// Where the pages of one command go: one file for all, a file for each, or standard output. A file appears
-// under its name only when it is whole. Failures are CommandErrors: output where something cannot be written,
-// cancelled once a cancel was requested; nothing is left of a file that was not finished.
+// Writes the pages of one command to one file, to a file each, or to standard output. Decides nothing: the
+// plan does. Files appear under their names only when they are complete; an incomplete one leaves no trace.
+// Blocks like the file system. Throws OutputError for what cannot be written, and CommandError once a cancel
+// is requested. One thread.
 class PageOutput {
  public:
-  // Nothing is opened yet. The cancellation outlives the object.
+  // Opens nothing but standard output. Borrows both, which must outlive the object. Throws UsageError if
+  // pictures would go to a terminal.
   PageOutput(const ScanPlan& plan, const Cancellation& cancellation);
   ~PageOutput();
   PageOutput(const PageOutput&) = delete;
   PageOutput& operator=(const PageOutput&) = delete;
 
-  // Finds out whether the page, counted from 1, could be written. Leaves no trace.
+  // Throws if the page, counted from 1, could not be written. Leaves no trace.
   void check(std::uint32_t page) const;
 
   void beginPage(std::uint32_t page, const PictureLayout& layout);
-  // Bytes of its rows, cut anywhere.
+  // The next bytes of the page, in pieces of any size.
   void write(const std::uint8_t* bytes, std::size_t count);
-  // All of its rows are written.
+  // After the last byte of the page.
   void endPage();
-  // The page that was begun, if one was, does not become whole. What then is finished are the pages before
-  // it, if there are any in the same file.
+  // Drops the current page, if there is one: finish() then completes the file with the pages before it, if it
+  // has any.
   void abandonPage();
-  // After the last page, if there was one.
+  // Completes the last file. Harmless if there is none.
   void finish();
 
-  // How many pages of the latest file are whole.
+  // The number of complete pages in the latest file.
   std::uint32_t pagesInFile() const { return pagesInFile_; }
-  // The name of the latest file for people.
+  // The name of the latest file, or "standard output".
   std::string name() const;
 
  private:
@@ -46,11 +48,11 @@ class PageOutput {
   std::string pathOf(std::uint32_t page) const;
   void open(std::uint32_t page);
   void close();
-  void complainUnlessGood() const;
+  void throwIfFailed() const;
 
   const ScanPlan& plan_;
   const Cancellation& cancellation_;
-  int standardOutput_ = -1;  // a descriptor of our own
+  int standardOutput_ = -1;  // a duplicate that we own
   std::string path_;
   std::unique_ptr<File> file_;
   std::uint32_t pagesInFile_ = 0;

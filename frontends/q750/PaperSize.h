@@ -1,16 +1,29 @@
 #pragma once
 
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "Area.h"
 
 namespace frontend {
 
-// The part of the glass that a sheet of this name covers: upright in the top left corner. In any case of
-// letters. Throws UsageError for a name that is not known.
+// A paper size by its name.
+struct PaperSize {
+  std::string_view name;
+  double width;
+  double height;
+  LengthUnit unit;
+};
+
+// Every size there is.
+std::span<const PaperSize> paperSizes();
+
+// The part of the bed that a sheet of this size covers, upright in the top left corner. The case of the name
+// does not matter. Throws UsageError for an unknown name.
 AreaRequest areaOfPaper(const std::string& name);
 
-// The names and sizes of all papers, for the help.
+// A line for each paper, for the help: name and size.
 std::string paperHelp();
 
 }  // namespace frontend

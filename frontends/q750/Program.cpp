@@ -13,16 +13,15 @@
 #include "OutputError.h"
 #include "ScanCommand.h"
 #include "ScanReport.h"
-#include "StandardOutput.h"
 #include "VirtualCommand.h"
 
 namespace frontend {
 namespace {
 
-void run(const CommandLine& commandLine) {
+void runCommand(const CommandLine& commandLine) {
   switch (commandLine.command) {
-    case CommandLine::Command::show:
-      return show(commandLine.text);
+    case CommandLine::Command::print:
+      return console::print(commandLine.text);
     case CommandLine::Command::list:
       return runList(commandLine.list);
     case CommandLine::Command::scan:
@@ -34,42 +33,48 @@ void run(const CommandLine& commandLine) {
   }
 }
 
-// Does the work and tells failures by the function, which takes a code and a message.
-template <typename Tell>
-int toldBy(const Tell& tell, const std::function<void()>& work) {
+using ErrorReport = void (*)(ExitCode code, const std::string& message);
+
+void logError(ExitCode /*code*/, const std::string& message) {
+  console::log(message);
+}
+
+void logErrorAsJson(ExitCode code, const std::string& message) {
+  console::writeErrors(errorAsJson(code, message));
+}
+
+// The one place where exceptions end and become an exit code.
+ExitCode run(const std::function<void()>& work, ErrorReport report) {
+  const auto fail = [report](ExitCode code, const std::string& message) {
+    report(code, message);
+    return code;
+  };
   try {
     work();
-    return static_cast<int>(ExitCode::good);
+    return ExitCode::good;
   } catch (const CommandError& error) {
-    return tell(error.code(), error.what());
+    return fail(error.code(), error.what());
   } catch (const OutputError& error) {
-    return tell(ExitCode::output, error.what());
+    return fail(ExitCode::output, error.what());
   } catch (const std::bad_alloc&) {
-    return tell(ExitCode::noMemory, outcome::noMemory().sentence);
+    return fail(ExitCode::noMemory, outcome::noMemory().sentence);
   } catch (const std::exception& error) {
-    return tell(ExitCode::ioError, std::string("Something unexpected went wrong: ") + error.what());
+    return fail(ExitCode::ioError, std::string("Unexpected error: ") + error.what());
   }
-}
-
-int sayFailure(ExitCode code, const std::string& message) {
-  console::say(message);
-  return static_cast<int>(code);
-}
-
-int printFailure(ExitCode code, const std::string& message) {
-  console::write(errorAsJson(code, message));
-  return static_cast<int>(code);
 }
 
 }  // namespace
 
 int runProgram(int argc, const char* const* argv) {
-  console::fillGaps();
+  console::reserveDescriptors();
   CommandLine commandLine;
-  const int code = toldBy(sayFailure, [&] { commandLine = parseCommandLine(argc, argv); });
-  if (code != static_cast<int>(ExitCode::good)) return code;
-  const bool json = commandLine.command == CommandLine::Command::scan && commandLine.scan.progress == "json";
-  return toldBy(json ? printFailure : sayFailure, [&] { run(commandLine); });
+  ExitCode code = run([&] { commandLine = parseCommandLine(argc, argv); }, logError);
+  if (code == ExitCode::good) {
+    const bool json =
+        commandLine.command == CommandLine::Command::scan && commandLine.scan.progress == "json";
+    code = run([&] { runCommand(commandLine); }, json ? logErrorAsJson : logError);
+  }
+  return static_cast<int>(code);
 }
 
 }  // namespace frontend

@@ -2,8 +2,8 @@
 
 namespace frontend {
 
-// The whole program: reads the command line, does what it says, tells failures on standard error. Returns the
-// exit code (ExitCode.h). Does not throw.
+// The whole program: parses the command line, runs the command and reports errors on standard error. Returns
+// the exit code (ExitCode.h). Never throws.
 int runProgram(int argc, const char* const* argv);
 
 }  // namespace frontend

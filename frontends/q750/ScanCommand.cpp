@@ -8,11 +8,11 @@
 #include "CancelSignals.h"
 #include "CommandError.h"
 #include "Console.h"
-#include "NextPage.h"
+#include "PageAnswer.h"
 #include "PageOutput.h"
 #include "ScanPlan.h"
 #include "ScanReport.h"
-#include "Scanners.h"
+#include "ScannerInventory.h"
 #include "SupervisedScan.h"
 #include "VirtualOptions.h"
 
@@ -21,7 +21,8 @@ namespace {
 
 constexpr std::size_t bufferSize = 256 * 1024;
 
-// The pages of one command, one after another.
+// Scans the pages of one command. The first page is checked before anything is printed or the scanner is
+// touched.
 class Pages {
  public:
   // A readable `cancelDescriptor` ends the wait for the user's answer.
@@ -39,7 +40,7 @@ class Pages {
       if (page > 1 && !wanted(page)) break;
       const ScanOutcome outcome = scan(page);
       report_.pageEnds();
-      if (!outcome.good()) giveUp(page, outcome);
+      if (!outcome.good()) fail(page, outcome);
       if (plan_.filePerPage) report_.saved(output_.name(), layout_, 1);
     }
     output_.finish();
@@ -50,12 +51,12 @@ class Pages {
   bool wanted(std::uint32_t page) {
     output_.check(page);
     report_.prompt(page);
-    switch (readAnswer(STDIN_FILENO, cancelDescriptor_)) {
-      case NextPage::scan:
+    switch (readPageAnswer(STDIN_FILENO, cancelDescriptor_)) {
+      case PageAnswer::scan:
         return true;
-      case NextPage::finish:
+      case PageAnswer::finish:
         return false;
-      case NextPage::cancel:
+      case PageAnswer::cancel:
         break;
     }
     throw CommandError(ExitCode::cancelled, outcome::cancelled().sentence);
@@ -85,14 +86,14 @@ class Pages {
     }
   }
 
-  // What went wrong, and what became of the pages before.
-  [[noreturn]] void giveUp(std::uint32_t page, const ScanOutcome& outcome) {
+  // Saves the pages before the one that failed, and throws the error.
+  [[noreturn]] void fail(std::uint32_t page, const ScanOutcome& outcome) {
     const ExitCode code = exitCodeFor(outcome.status);
     if (page == 1 || outcome.status == ScanStatus::cancelled) throw CommandError(code, outcome.sentence);
     output_.abandonPage();
     output_.finish();
     const std::string before =
-        page == 2 ? " The page before it is saved." : " The pages before it are saved.";
+        page == 2 ? " The page before it was saved." : " The pages before it were saved.";
     throw CommandError(code, "Page " + std::to_string(page) + ": " + outcome.sentence + before);
   }
 
@@ -108,12 +109,12 @@ class Pages {
 
 void runScan(const ScanOptions& options) {
   ScanReport report(progressStyle(options, console::isTerminal()), options.quiet, console::columns(),
-                    console::write, [] { return std::chrono::steady_clock::now(); });
+                    console::writeErrors, [] { return std::chrono::steady_clock::now(); });
   ScanPlan plan = planScan(options);
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
   Pages pages(plan, report, cancellation, signals.descriptor());
-  plan.request.scanner = chooseScanner(options.device, anyGiven(options.virtualScanner), scannersThere());
+  plan.request.scanner = chooseScanner(options.device, anyUsed(options.virtualScanner), takeInventory());
   report.scannerChosen(plan.request.scanner);
   for (const std::string& note : plan.notes) report.note(note);
   pages.scanAll();

@@ -4,9 +4,9 @@
 
 namespace frontend {
 
-// Scans one page or several into files or to standard output, telling progress and what is noteworthy on
-// standard error. Throws CommandError for every way in which not all of them come about. What a failure
-// leaves are the pages before it; a cancel leaves only files that were finished before.
+// "q750 scan": scans pages to files or standard output, and reports on standard error. Throws CommandError
+// and OutputError unless every page was scanned and saved. After an error the pages before it are saved;
+// after a cancel only the files that were complete by then remain.
 void runScan(const ScanOptions& options);
 
 }  // namespace frontend

@@ -12,23 +12,23 @@
 
 namespace frontend {
 
-// What a scan is to do, everything decided but the scanner.
+// Everything that "q750 scan" is to do, decided from its options before any device is touched.
 struct ScanPlan {
-  ScanRequest request;  // `scanner` is empty
+  ScanRequest request;  // without `scanner`, which is chosen later
   std::string output;
   PictureFormat format = PictureFormat::tiff;
   PictureSettings pictureSettings;
   std::uint32_t pages = 1;
   bool toStandardOutput = false;
   bool filePerPage = false;
-  std::vector<std::string> notes;  // what the user should know about how it differs from what was asked for
+  std::vector<std::string> notes;  // sentences for the user: where the picture differs from the request
 };
 
-// Decides. Touches no device, and no file but the virtual scanner's paper. Throws UsageError for values that
-// cannot be.
+// Checks and interprets the options. Opens no device, and no file but the virtual scanner's paper. Throws
+// UsageError for values that are wrong or contradict each other.
 ScanPlan planScan(const ScanOptions& options);
 
-// "2.5" seconds: 0.1 to 86400. Throws UsageError for anything else.
+// The value of --timeout. Throws UsageError for anything that is out of the range of ScanLimits.h.
 std::chrono::milliseconds timeoutOf(const std::string& timeout);
 
 }  // namespace frontend

@@ -7,7 +7,6 @@
 #include "CancelSignals.h"
 #include "CommandError.h"
 #include "Console.h"
-#include "StandardOutput.h"
 #include "UsbipFormat.h"
 #include "UsbipServer.h"
 #include "VirtualOptions.h"
@@ -19,20 +18,21 @@ namespace {
 using virtualscanner::ListenAddress;
 using virtualscanner::UsbipServer;
 
-[[noreturn]] void complain(const std::string& address, int error) {
+[[noreturn]] void throwListenError(const std::string& address, int error) {
   const std::string where = "--listen " + address + ": ";
   switch (error) {
     case EADDRNOTAVAIL:
     case EAFNOSUPPORT:
-      throw UsageError(where + "this machine has no such address. Try 127.0.0.1:3240.");
+      throw UsageError(where + "this machine has no such address. Try " + defaultListenAddress() + ".");
     case EADDRINUSE:
-      throw CommandError(ExitCode::busy, where +
-                                             "another program listens there. End it, or choose another port; "
-                                             "with port 0 a free one is taken.");
+      throw CommandError(ExitCode::busy,
+                         where +
+                             "in use by another program. Stop that program, or choose another "
+                             "port; port 0 selects a free one.");
     case EACCES:
     case EPERM:
       throw CommandError(ExitCode::accessDenied,
-                         where + "you may not listen there. Choose a port above 1023.");
+                         where + "you may not listen on this port. Choose a port above 1023.");
     default:
       throw CommandError(ExitCode::ioError, where + std::generic_category().message(error) + ".");
   }
@@ -42,26 +42,26 @@ std::unique_ptr<UsbipServer> listen(virtualscanner::VirtualScanner& scanner, con
   const auto address = virtualscanner::parseListenAddress(text);
   if (!address) {
     throw UsageError("--listen " + text +
-                     ": that is no address. Write ADDRESS:PORT, as in 127.0.0.1:3240 or [::1]:3240.");
+                     ": not an address. Use ADDRESS:PORT, as in 127.0.0.1:3240 or [::1]:3240.");
   }
   try {
-    return std::make_unique<UsbipServer>(scanner, *address, console::say);
+    return std::make_unique<UsbipServer>(scanner, *address, console::log);
   } catch (const std::system_error& error) {
-    complain(text, error.code().value());
+    throwListenError(text, error.code().value());
   }
 }
 
 }  // namespace
 
 std::string attachText(const ListenAddress& address) {
-  // Clients cannot connect to the address that stands for all of a machine's.
-  const bool everywhere = address.host == "0.0.0.0" || address.host == "::";
+  // Nobody can connect to a wildcard address: the user has to insert one of the machine's own.
+  const bool anyAddress = address.host == "0.0.0.0" || address.host == "::";
   const std::string port = address.port == virtualscanner::usbip::defaultPort
                                ? ""
                                : "--tcp-port " + std::to_string(address.port) + " ";
-  return "A virtual Q750 listens on " + textOf(address) + "; to attach it, as root:\n" +
+  return "A virtual Q750 is listening on " + textOf(address) + ". To attach it, run as root:\n" +
          "  modprobe vhci-hcd\n" +  //
-         "  usbip " + port + "attach -r " + (everywhere ? "HOST" : address.host) + " -b " +
+         "  usbip " + port + "attach -r " + (anyAddress ? "HOST" : address.host) + " -b " +
          virtualscanner::usbip::deviceBusId + "\n";
 }
 
@@ -70,7 +70,7 @@ void runVirtual(const ServeOptions& options) {
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
   const auto server = listen(*scanner, options.listen);
-  show(attachText(server->address()));
+  console::print(attachText(server->address()));
   server->run(signals.descriptor());
 }
 

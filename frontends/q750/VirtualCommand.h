@@ -7,11 +7,12 @@
 
 namespace frontend {
 
-// Offers a virtual scanner over USB/IP until a signal ends it. Throws CommandError: usage for an address that
-// cannot be, busy for one in use, accessDenied where the user may not listen there.
+// "q750 virtual": offers a virtual scanner over USB/IP and blocks until a signal stops it. Throws
+// CommandError: usage for an invalid address, busy for one in use, accessDenied for one on which this user
+// may not listen.
 void runVirtual(const ServeOptions& options);
 
-// Where it listens, and how a user attaches the scanner.
+// Where the server listens, and the commands that attach the scanner.
 std::string attachText(const virtualscanner::ListenAddress& address);
 
 }  // namespace frontend

@@ -5,6 +5,7 @@
 #include "CommandError.h"
 #include "Fault.h"
 #include "Paper.h"
+#include "ScanLimits.h"
 #include "VirtualScanner.h"
 
 namespace frontend {
@@ -12,19 +13,18 @@ namespace {
 
 constexpr std::size_t faultColumn = 26;  // in the help
 
-// With the point of time as the model writes it.
-std::string modelText(std::string fault) {
+std::string inModelSyntax(std::string fault) {
   std::replace(fault.begin(), fault.end(), ':', '@');
   return fault;
 }
 
 virtualscanner::Fault faultNamed(const std::string& given) {
-  if (const auto fault = virtualscanner::parseFault(modelText(given))) return *fault;
+  if (const auto fault = virtualscanner::parseFault(inModelSyntax(given))) return *fault;
   std::string names;
   for (const auto& known : virtualscanner::faultTable())
     names += (names.empty() ? "" : ", ") + std::string(known.name);
-  throw UsageError("--virtual-fault " + given +
-                   ": there is no such fault. Write NAME or NAME:N with one of: " + names + ".");
+  throw UsageError("--virtual-fault " + given + ": unknown fault. Use NAME or NAME:N with one of: " + names +
+                   ".");
 }
 
 }  // namespace
@@ -32,16 +32,20 @@ virtualscanner::Fault faultNamed(const std::string& given) {
 VirtualScannerOptions checkedOptions(const VirtualScannerOptions& options) {
   makeVirtualScanner(options);
   VirtualScannerOptions checked = options;
-  for (std::string& fault : checked.faults) fault = modelText(fault);
+  for (std::string& fault : checked.faults) fault = inModelSyntax(fault);
   return checked;
 }
 
-bool anyGiven(const VirtualScannerOptions& options) {
+bool anyUsed(const VirtualScannerOptions& options) {
   return !options.paper.empty() || !options.faults.empty() || options.packetSize != 0 || options.realTime ||
          options.warmUpMs != 0 || options.bytesPerSecond != 0;
 }
 
 std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const VirtualScannerOptions& options) {
+  if (options.faults.size() > limits::mostVirtualFaults) {
+    throw UsageError("--virtual-fault: too many faults. Give at most " +
+                     std::to_string(limits::mostVirtualFaults) + ".");
+  }
   virtualscanner::ScannerOptions scannerOptions;
   for (const std::string& fault : options.faults) scannerOptions.faults.push_back(faultNamed(fault));
   if (options.packetSize > 0) scannerOptions.packetPayload = options.packetSize;

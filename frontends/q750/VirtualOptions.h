@@ -11,18 +11,18 @@ class VirtualScanner;
 
 namespace frontend {
 
-// Faults as the command line names them, "stall:7", become such as the model names them, "stall@7", and all
-// options are checked, so that nothing else begins with wrong ones. Throws UsageError for an unknown fault
-// and for a paper that cannot be read.
+// Checks all options and translates the faults from the syntax of the command line, "stall:7", to that of the
+// virtual scanner, "stall@7". Reads the paper, whose errors would otherwise appear in the worker. Throws
+// UsageError for an unknown fault, for too many of them, and for a paper that cannot be read.
 VirtualScannerOptions checkedOptions(const VirtualScannerOptions& options);
 
-// Whether one of them is given.
-bool anyGiven(const VirtualScannerOptions& options);
+// Whether any of the options is used.
+bool anyUsed(const VirtualScannerOptions& options);
 
-// A virtual scanner with these options, but for those of time. Throws UsageError as above.
+// Creates a virtual scanner with these options, except those about time. Throws UsageError as above.
 std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const VirtualScannerOptions& options);
 
-// The faults that the virtual scanner knows, for the help: name, default position and effect.
+// A line for each fault of the virtual scanner, for the help: name, default position and effect.
 std::string faultHelp();
 
 }  // namespace frontend

@@ -126,7 +126,7 @@ TEST(CommandLine, ListensOnlyForThisMachineUnlessToldOtherwise) {
 
 TEST(CommandLine, ShowsTheVersion) {
   EXPECT_EQ(parse({"--version"}).text, std::string("q750 ") + version + "\n");
-  EXPECT_EQ(parse({"--version"}).command, CommandLine::Command::show);
+  EXPECT_EQ(parse({"--version"}).command, CommandLine::Command::print);
 }
 
 TEST(CommandLine, ShowsHelp) {

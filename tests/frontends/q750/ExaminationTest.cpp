@@ -13,8 +13,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr char workerLine[] = "ok         The program that scans is in place: /usr/libexec/q750-worker\n";
-constexpr char ruleLine[] = "ok         The system knows the scanner and lets its users have it.\n";
+constexpr char workerLine[] = "ok         The worker program is installed: /usr/libexec/q750-worker\n";
+constexpr char ruleLine[] = "ok         The rule that grants users access to the scanner is installed.\n";
 
 // A system in which all is well, to be spoilt.
 class ExaminingASystem : public testing::Test {
@@ -22,7 +22,7 @@ class ExaminingASystem : public testing::Test {
   ExitCode examine(const std::string& device = "") {
     lines.clear();
     tried.clear();
-    Examination examination({[this] { return there; }, [this] { return worker; }, [this] { return rule; },
+    Examination examination({[this] { return inventory; }, [this] { return worker; }, [this] { return rule; },
                              [this](const std::string& name) {
                                tried.push_back(name);
                                const ScanOutcome outcome = outcomes.front();
@@ -35,7 +35,7 @@ class ExaminingASystem : public testing::Test {
 
   ScannerEntry scanner{"usb:1-2", "Quenvar", "Q750", "flatbed scanner", false, true, ""};
   ScannerEntry simulated{"virtual", "Quenvar", "Q750", "flatbed scanner", true, true, ""};
-  ScannersThere there{{scanner, simulated}, ""};
+  ScannerInventory inventory{{scanner, simulated}, ""};
   std::string worker = "/usr/libexec/q750-worker";
   bool rule = true;
   std::vector<ScanOutcome> outcomes{outcome::good()};
@@ -46,8 +46,8 @@ class ExaminingASystem : public testing::Test {
 TEST_F(ExaminingASystem, FindsThatAllIsWell) {
   EXPECT_EQ(examine(), ExitCode::good);
   EXPECT_THAT(lines,
-              ElementsAre(workerLine, ruleLine, "ok         usb:1-2: a Quenvar Q750, and you may use it.\n",
-                          "ok         usb:1-2: it scanned a few pixels; its pipes answer.\n"));
+              ElementsAre(workerLine, ruleLine, "ok         usb:1-2: a Quenvar Q750 that you may use.\n",
+                          "ok         usb:1-2: the test scan succeeded.\n"));
   EXPECT_THAT(tried, ElementsAre("usb:1-2"));
 }
 
@@ -57,33 +57,33 @@ TEST_F(ExaminingASystem, LooksAtTheScannerThatIsNamed) {
   EXPECT_EQ(examine("usb"), ExitCode::good);
   EXPECT_THAT(tried, ElementsAre("usb:1-2"));
   EXPECT_EQ(examine("usb:1-9"), ExitCode::noDevice);
-  EXPECT_EQ(lines.back(), "attention  There is no scanner usb:1-9. q750 list shows those that are there.\n");
+  EXPECT_EQ(lines.back(), "attention  There is no scanner usb:1-9. See q750 list for the available ones.\n");
 }
 
 TEST_F(ExaminingASystem, MissesTheWorker) {
   worker = "";
   EXPECT_EQ(examine(), ExitCode::ioError);
-  EXPECT_THAT(lines[0],
-              StartsWith("attention  The program q750-worker, which does the scanning, was not found."));
+  EXPECT_THAT(lines[0], StartsWith("attention  The worker program q750-worker is missing."));
   EXPECT_THAT(tried, ElementsAre());
 }
 
 TEST_F(ExaminingASystem, NotesThatNoRuleIsInstalled) {
   rule = false;
   EXPECT_EQ(examine(), ExitCode::good);
-  EXPECT_THAT(lines[1], StartsWith("note       The system has no rule"));
+  EXPECT_THAT(lines[1],
+              StartsWith("note       The rule that grants users access to the scanner is not installed"));
   EXPECT_THAT(lines[1], HasSubstr("Install the package quenvar-q750 and"));
 }
 
 TEST_F(ExaminingASystem, TriesTheVirtualScannerWhereNoneIsPluggedIn) {
-  there.entries = {simulated};
+  inventory.scanners = {simulated};
   EXPECT_EQ(examine(), ExitCode::noDevice);
-  EXPECT_THAT(lines[2], StartsWith("attention  No Quenvar Q750 is plugged in."));
-  EXPECT_EQ(lines[3], "ok         virtual: it scanned a few pixels; its pipes answer.\n");
+  EXPECT_THAT(lines[2], StartsWith("attention  No Quenvar Q750 is connected."));
+  EXPECT_EQ(lines[3], "ok         virtual: the test scan succeeded.\n");
 }
 
 TEST_F(ExaminingASystem, TellsWhatIsWrongWithTheUsb) {
-  there = {{simulated}, "There is no USB."};
+  inventory = {{simulated}, "There is no USB."};
   EXPECT_EQ(examine(), ExitCode::ioError);
   EXPECT_EQ(lines[2], "attention  There is no USB.\n");
 }
@@ -91,7 +91,7 @@ TEST_F(ExaminingASystem, TellsWhatIsWrongWithTheUsb) {
 TEST_F(ExaminingASystem, DoesNotTryAScannerThatTheUserMayNotUse) {
   scanner.accessible = false;
   scanner.hint = "Join the group.";
-  there.entries = {scanner, simulated};
+  inventory.scanners = {scanner, simulated};
   EXPECT_EQ(examine(), ExitCode::accessDenied);
   EXPECT_EQ(lines.back(), "attention  usb:1-2: Join the group.\n");
   EXPECT_THAT(tried, ElementsAre());
@@ -100,8 +100,9 @@ TEST_F(ExaminingASystem, DoesNotTryAScannerThatTheUserMayNotUse) {
 TEST_F(ExaminingASystem, ClearsAWedgedPipe) {
   outcomes = {outcome::garbledStream(), outcome::good()};
   EXPECT_EQ(examine(), ExitCode::good);
-  EXPECT_THAT(lines.back(),
-              StartsWith("note       usb:1-2: its pipes were wedged by an earlier scan and are cleared now"));
+  EXPECT_THAT(
+      lines.back(),
+      StartsWith("note       usb:1-2: its pipes were blocked by an earlier scan; they are cleared now"));
   EXPECT_THAT(tried, ElementsAre("usb:1-2", "usb:1-2"));
 }
 
@@ -116,14 +117,14 @@ TEST_F(ExaminingASystem, TellsWhyAScanFails) {
 
 TEST_F(ExaminingASystem, ReturnsTheCodeOfTheFirstAttention) {
   worker = "";
-  there.entries = {};
+  inventory.scanners = {};
   EXPECT_EQ(examine(), ExitCode::ioError);
 }
 
 TEST_F(ExaminingASystem, StopsForACancel) {
   ScannerEntry second = scanner;
   second.name = "usb:1-3";
-  there.entries = {scanner, second};
+  inventory.scanners = {scanner, second};
   outcomes = {outcome::cancelled()};
   EXPECT_EQ(examine(), ExitCode::cancelled);
   EXPECT_THAT(tried, ElementsAre("usb:1-2"));

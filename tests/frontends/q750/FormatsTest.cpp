@@ -155,8 +155,8 @@ TEST_F(Papers, ReachPastTheGlassWithANote) {
   const ProgramResult result = scan({"-o", folder / "page.png", "-r", "75", "-m", "gray", "-p", "Legal"});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.errors,
-              HasSubstr("q750: The paper is larger than the glass: scanning the part that lies on "
-                        "it, 637 x 876 pixels.\n"));
+              HasSubstr("q750: The paper is larger than the scan bed: scanning the part inside it, "
+                        "637 x 876 pixels.\n"));
 }
 
 }  // namespace

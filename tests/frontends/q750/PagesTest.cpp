@@ -114,7 +114,7 @@ TEST_F(FailingSecondPage, LeavesTheFirstOne) {
     const ProgramResult result = scanTo(folder / name);
     EXPECT_NE(result.exitCode, 0);
     EXPECT_THAT(result.errors, testing::StartsWith("q750: Page 2: "));
-    EXPECT_THAT(result.errors, EndsWith(" The page before it is saved.\n"));
+    EXPECT_THAT(result.errors, EndsWith(" The page before it was saved.\n"));
   }
   EXPECT_THAT(folder.names(), ElementsAre("a.pdf", "b.tiff", "c-1.png"));
   EXPECT_EQ(pagesOf(folder / "a.pdf"), "1");

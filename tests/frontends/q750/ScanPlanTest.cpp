@@ -49,10 +49,11 @@ TEST(ScanPlan, ReducesColourToWhatTheScannerDeliversAndSaysSo) {
     const ScanPlan plan = planScan(options);
     EXPECT_EQ(plan.request.settings.resolution, 300U);
     EXPECT_EQ(plan.request.settings.area, (PixelArea{0, 0, 100, 50}));
-    EXPECT_THAT(plan.notes,
-                ElementsAre("The scanner delivers colour at 300 dots per inch at most: scanning at that "
-                            "instead of " +
-                            std::string(resolution) + ". Use --mode gray for more."));
+    EXPECT_THAT(
+        plan.notes,
+        ElementsAre("The scanner's highest resolution in colour is 300 dots per inch: scanning at that "
+                    "instead of " +
+                    std::string(resolution) + ". Use --mode gray for more."));
   }
 }
 
@@ -68,8 +69,8 @@ TEST(ScanPlan, TellsOfAnAreaThatReachesPastTheGlass) {
   ScanOptions options = optionsFor("page.tiff");
   options.area = "0x0+210x297mm";
   EXPECT_THAT(planScan(options).notes,
-              ElementsAre("The area reaches past the glass: scanning the part that lies on "
-                          "it, 2480 x 3507 pixels."));
+              ElementsAre("The area extends beyond the scan bed: scanning the part inside it, "
+                          "2480 x 3507 pixels."));
 }
 
 TEST(ScanPlan, RefusesValuesThatCannotBe) {
@@ -78,55 +79,56 @@ TEST(ScanPlan, RefusesValuesThatCannotBe) {
     const char* complaint;
   } cases[] = {
       {[](ScanOptions& o) { o.resolution = "100"; },
-       "--resolution 100: the scanner cannot do that. Choose 75, 150, 200, 300, 400 or 600 dots per inch."},
-      {[](ScanOptions& o) { o.resolution = "300dpi"; }, "--resolution 300dpi: the scanner cannot do that."},
-      {[](ScanOptions& o) { o.resolution = "-300"; }, "--resolution -300: the scanner cannot do that."},
-      {[](ScanOptions& o) { o.resolution = ""; }, "the scanner cannot do that."},
+       "--resolution 100: not supported by the scanner. Choose 75, 150, 200, 300, 400 or 600 dots per inch."},
+      {[](ScanOptions& o) { o.resolution = "300dpi"; }, "--resolution 300dpi: not supported by the scanner."},
+      {[](ScanOptions& o) { o.resolution = "-300"; }, "--resolution -300: not supported by the scanner."},
+      {[](ScanOptions& o) { o.resolution = ""; }, "not supported by the scanner."},
       {[](ScanOptions& o) { o.mode = "sepia"; },
-       "--mode sepia: there is no such mode. Choose color, gray or lineart."},
+       "--mode sepia: unknown mode. Choose color, gray or lineart."},
       {[](ScanOptions& o) { o.format = "gif"; },
-       "--format gif: there is no such format. Choose tiff, png, jpeg, pnm or pdf."},
+       "--format gif: unknown format. Choose tiff, png, jpeg, pnm or pdf."},
       {[](ScanOptions& o) { o.area = "all"; }, "--area all: "},
       {[](ScanOptions& o) { o.output = ""; }, "--output: the name is empty."},
-      {[](ScanOptions& o) { o.output = "page"; }, "page: the name does not tell the picture's format."},
-      {[](ScanOptions& o) { o.output = "a.png/page"; }, "the name does not tell the picture's format."},
-      {[](ScanOptions& o) { o.output = ".png"; }, "the name does not tell the picture's format."},
-      {[](ScanOptions& o) { o.output = "page.gif"; }, "the name does not tell the picture's format."},
+      {[](ScanOptions& o) { o.output = "page"; },
+       "page: the extension is not that of a picture format. Add --format tiff, png, jpeg, pnm or pdf, or "},
+      {[](ScanOptions& o) { o.output = "a.png/page"; }, "the extension is not that of a picture format."},
+      {[](ScanOptions& o) { o.output = ".png"; }, "the extension is not that of a picture format."},
+      {[](ScanOptions& o) { o.output = "page.gif"; }, "the extension is not that of a picture format."},
       {[](ScanOptions& o) { o.output = "page.pgm"; },
        "page.pgm: a .pgm file holds grey. Name it .ppm, or scan with --mode gray."},
       {[](ScanOptions& o) { o.output = "page.ppm", o.mode = "gray"; }, "page.ppm: a .ppm file holds colour."},
       {[](ScanOptions& o) { o.output = "-", o.format = "tiff"; },
-       "A TIFF cannot be written to standard output."},
+       "TIFF cannot be written to standard output. Choose --format png, jpeg, pnm or pdf, or a file."},
       {[](ScanOptions& o) { o.output = "page.pbm"; },
        "page.pbm: a .pbm file holds black and white. Name it .ppm, or scan with --mode lineart."},
       {[](ScanOptions& o) { o.output = "page.pgm", o.mode = "lineart"; },
        "page.pgm: a .pgm file holds grey. Name it .pbm, or scan with --mode gray."},
       {[](ScanOptions& o) { o.threshold = "50%"; },
-       "--threshold is for black and white. Add --mode lineart, or leave it out."},
+       "--threshold applies to --mode lineart only. Add that mode, or leave --threshold out."},
       {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "256"; },
-       "--threshold 256: write a grey of 0 to 255, or 0% to 100%, for example 50%."},
+       "--threshold 256: expected a grey level from 0 to 255, or 0% to 100%, for example 50%."},
       {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "101%"; }, "--threshold 101%: "},
       {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "nan%"; }, "--threshold nan%: "},
       {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "%"; }, "--threshold %: "},
       {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "-1"; }, "--threshold -1: "},
-      {[](ScanOptions& o) { o.quality = "90"; }, "--quality is for JPEG and PDF."},
+      {[](ScanOptions& o) { o.quality = "90"; }, "--quality applies to JPEG and PDF only."},
       {[](ScanOptions& o) { o.quality = "lossless", o.format = "jpeg"; },
-       "--quality lossless: write a number from 1 to 100."},
+       "--quality lossless: expected a number from 1 to 100."},
       {[](ScanOptions& o) { o.quality = "0", o.format = "pdf"; },
-       "--quality 0: write a number from 1 to 100, or lossless."},
+       "--quality 0: expected a number from 1 to 100, or lossless."},
       {[](ScanOptions& o) { o.quality = "101", o.format = "jpeg"; }, "--quality 101: "},
-      {[](ScanOptions& o) { o.paper = "a3"; }, "--paper a3: there is no such paper. Choose one of a4, a5, "},
+      {[](ScanOptions& o) { o.paper = "a3"; }, "--paper a3: unknown paper. Choose a4, a5, "},
       {[](ScanOptions& o) { o.paper = "a4", o.area = "0x0+1x1in"; },
-       "--area and --paper both say what to scan. Give one of them."},
+       "--area and --paper exclude each other. Give one of them."},
       {[](ScanOptions& o) { o.timeout = "0"; },
-       "--timeout 0: write seconds from 0.1 to 86400, for example 30."},
+       "--timeout 0: expected seconds from 0.1 to 86400, for example 30."},
       {[](ScanOptions& o) { o.timeout = "nan"; }, "--timeout nan: "},
       {[](ScanOptions& o) { o.timeout = "1e9"; }, "--timeout 1e9: "},
       {[](ScanOptions& o) { o.timeout = "5s"; }, "--timeout 5s: "},
       {[](ScanOptions& o) { o.output = "-", o.format = "png", o.pages = 2; },
-       "Standard output takes one picture of this format."},
+       "Several pages of PNG or JPEG cannot be written to standard output."},
       {[](ScanOptions& o) { o.virtualScanner.faults = {"fire"}; },
-       "--virtual-fault fire: there is no such fault. Write NAME or NAME:N with one of: stall, time-out, "},
+       "--virtual-fault fire: unknown fault. Use NAME or NAME:N with one of: stall, time-out, "},
       {[](ScanOptions& o) { o.virtualScanner.paper = "/nonexistent.png"; },
        "--virtual-paper: /nonexistent.png"},
   };
@@ -191,7 +193,7 @@ TEST(ScanPlan, SaysThatAJpegOfBlackAndWhiteIsGrey) {
   ScanOptions options = optionsFor("page.jpg");
   options.mode = "lineart";
   EXPECT_THAT(planScan(options).notes,
-              ElementsAre("A JPEG knows no black and white: the picture is saved as grey."));
+              ElementsAre("JPEG cannot store bilevel images: the picture is saved as grey."));
 }
 
 TEST(ScanPlan, PlacesPapersInTheCorner) {
@@ -216,7 +218,7 @@ TEST(ScanPlan, TellsOfAPaperThatIsLargerThanTheGlass) {
   options.paper = "legal";
   EXPECT_EQ(planScan(options).request.settings.area, wholeBed(300));
   EXPECT_THAT(planScan(options).notes,
-              ElementsAre("The paper is larger than the glass: scanning the part that lies on it, "
+              ElementsAre("The paper is larger than the scan bed: scanning the part inside it, "
                           "2550 x 3507 pixels."));
 }
 

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "CommandError.h"
-#include "Scanners.h"
+#include "ScannerInventory.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ TEST(ScannerTable, SaysWhatToDo) {
 }
 
 TEST(ScannersAsJson, ArePartOfAnObject) {
-  EXPECT_EQ(scannersAsJson({{forbidden("usb:2-1"), simulated()}, "no \"USB\"\n\xff"}),
+  EXPECT_EQ(inventoryAsJson({{forbidden("usb:2-1"), simulated()}, "no \"USB\"\n\xff"}),
             R"({
   "scanners": [
     {
@@ -54,7 +54,7 @@ TEST(ScannersAsJson, ArePartOfAnObject) {
   "problem": "no \"USB\"\n\ufffd"
 }
 )");
-  EXPECT_EQ(scannersAsJson({{}, ""}), "{\n  \"scanners\": [],\n  \"problem\": \"\"\n}\n");
+  EXPECT_EQ(inventoryAsJson({{}, ""}), "{\n  \"scanners\": [],\n  \"problem\": \"\"\n}\n");
 }
 
 struct Choice {
@@ -101,14 +101,14 @@ TEST(ChoosingAScanner, ComplainsWhereItCannot) {
       {{"usb:1-2", false, {forbidden("usb:1-2")}}, ExitCode::accessDenied, "usb:1-2: Join the group."},
       {{"usb:1-9", false, {real("usb:1-2"), simulated()}},
        ExitCode::noDevice,
-       "--device usb:1-9: there is no such scanner. These are there:\nusb:1-2  Quenvar Q750\nvirtual  "
+       "--device usb:1-9: no such scanner. Available scanners:\nusb:1-2  Quenvar Q750\nvirtual  "
        "Quenvar "
        "Q750 (virtual)\nChoose one of them."},
-      {{"usb", false, {simulated()}}, ExitCode::noDevice, "--device usb: there is no such scanner."},
-      {{"flatbed", false, {simulated()}}, ExitCode::noDevice, "--device flatbed: there is no such scanner."},
+      {{"usb", false, {simulated()}}, ExitCode::noDevice, "--device usb: no such scanner."},
+      {{"flatbed", false, {simulated()}}, ExitCode::noDevice, "--device flatbed: no such scanner."},
       {{"usb:1-2", true, {real("usb:1-2")}},
        ExitCode::usage,
-       "--device usb:1-2: the options that begin with --virtual"},
+       "--device usb:1-2: options that begin with --virtual"},
   };
   for (const auto& one : cases) {
     try {
@@ -125,7 +125,7 @@ TEST(ChoosingAScanner, TellsWhatIsWrongWithTheUsb) {
     chooseScanner("usb", false, {{simulated()}, "no USB here"});
     FAIL();
   } catch (const CommandError& error) {
-    EXPECT_THAT(error.what(), HasSubstr("there is no such scanner (no USB here)."));
+    EXPECT_THAT(error.what(), HasSubstr("no such scanner (no USB here)."));
   }
 }
 

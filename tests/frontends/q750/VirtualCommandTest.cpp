@@ -22,13 +22,13 @@ using testing::StartsWith;
 
 TEST(AttachText, NamesTheAddressAndTheTwoCommands) {
   EXPECT_EQ(frontend::attachText({"127.0.0.1", 3240}),
-            "A virtual Q750 listens on 127.0.0.1:3240; to attach it, as root:\n"
+            "A virtual Q750 is listening on 127.0.0.1:3240. To attach it, run as root:\n"
             "  modprobe vhci-hcd\n"
             "  usbip attach -r 127.0.0.1 -b 1-1\n");
 }
 
 TEST(AttachText, NamesAPortThatIsNotTheUsualOne) {
-  EXPECT_THAT(frontend::attachText({"::1", 40000}), HasSubstr(" listens on [::1]:40000; "));
+  EXPECT_THAT(frontend::attachText({"::1", 40000}), HasSubstr(" is listening on [::1]:40000. "));
   EXPECT_THAT(frontend::attachText({"::1", 40000}),
               HasSubstr("  usbip --tcp-port 40000 attach -r ::1 -b 1-1\n"));
 }
@@ -151,12 +151,12 @@ TEST(VirtualProgramFailing, TellsWhyItCannotListen) {
     int exitCode;
     std::string message;
   } cases[] = {
-      {{"--listen", "3240"}, 1, "q750: --listen 3240: that is no address. Write ADDRESS:PORT, as in 127.0."},
-      {{"--listen", "::1:3240"}, 1, "q750: --listen ::1:3240: that is no address."},
+      {{"--listen", "3240"}, 1, "q750: --listen 3240: not an address. Use ADDRESS:PORT, as in 127.0."},
+      {{"--listen", "::1:3240"}, 1, "q750: --listen ::1:3240: not an address."},
       {{"--listen", "192.0.2.1:0"}, 1, "q750: --listen 192.0.2.1:0: this machine has no such address."},
-      {{"--listen", taken.address()}, 3, "q750: --listen " + taken.address() + ": another program listens"},
+      {{"--listen", taken.address()}, 3, "q750: --listen " + taken.address() + ": in use by another program"},
       {{"--virtual-paper", "/nonexistent.png"}, 1, "q750: --virtual-paper: /nonexistent.png"},
-      {{"--virtual-fault", "fire"}, 1, "q750: --virtual-fault fire: there is no such fault."},
+      {{"--virtual-fault", "fire"}, 1, "q750: --virtual-fault fire: unknown fault."},
   };
   for (const auto& one : cases) {
     std::vector<std::string> arguments{"virtual"};
@@ -186,7 +186,7 @@ TEST(VirtualProgramFailing, TellsThatAPortIsNotForThisUser) {
   const ProgramResult result = runProgram({"virtual", "--listen", "127.0.0.1:1"}, giveUpRightToAnyPort);
   EXPECT_EQ(result.exitCode, 4) << result.errors;
   EXPECT_EQ(result.errors,
-            "q750: --listen 127.0.0.1:1: you may not listen there. Choose a port above 1023.\n");
+            "q750: --listen 127.0.0.1:1: you may not listen on this port. Choose a port above 1023.\n");
 }
 
 }  // namespace

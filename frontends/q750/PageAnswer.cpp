@@ -1,4 +1,4 @@
-#include "NextPage.h"
+#include "PageAnswer.h"
 
 #include <poll.h>
 #include <unistd.h>
@@ -20,18 +20,19 @@ bool awaitInput(int input, int cancelled) {
 
 }  // namespace
 
-NextPage readAnswer(int input, int cancelled) {
+PageAnswer readPageAnswer(int input, int cancelled) {
   char first = '\0';
   for (;;) {
-    if (!awaitInput(input, cancelled)) return NextPage::cancel;
+    if (!awaitInput(input, cancelled)) return PageAnswer::cancel;
+    // Byte by byte: what follows the line belongs to the next prompt, or to another program.
     char character = '\0';
     const ssize_t count = read(input, &character, 1);
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-    if (count <= 0) return NextPage::finish;
+    if (count <= 0) return PageAnswer::finish;
     if (character == '\n') break;
     if (first == '\0') first = character;
   }
-  return first == 'q' || first == 'Q' ? NextPage::finish : NextPage::scan;
+  return first == 'q' || first == 'Q' ? PageAnswer::finish : PageAnswer::scan;
 }
 
 }  // namespace frontend

@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "CancelSignals.h"
-#include "NextPage.h"
+#include "PageAnswer.h"
 
 namespace {
 
 using namespace frontend;
-using enum NextPage;
+using enum PageAnswer;
 
 // A user's keyboard.
 class Answers : public testing::Test {
@@ -31,7 +31,7 @@ class Answers : public testing::Test {
     ends_[1] = -1;
   }
   int cancelled() const { return signals_.descriptor(); }
-  NextPage answer() { return readAnswer(ends_[0], cancelled()); }
+  PageAnswer answer() { return readPageAnswer(ends_[0], cancelled()); }
 
  private:
   // Who runs the test may ignore the signal, which then would stay so.
@@ -43,7 +43,7 @@ class Answers : public testing::Test {
 
 TEST_F(Answers, ScanOrFinishLineByLine) {
   type("\nq\nyes\n Q\nQuit\n");
-  std::vector<NextPage> answers;
+  std::vector<PageAnswer> answers;
   for (int i = 0; i < 5; ++i) answers.push_back(answer());
   EXPECT_EQ(answers, (std::vector{scan, finish, scan, scan, finish}));
 }
@@ -53,7 +53,7 @@ TEST_F(Answers, FinishWhereTheyEnd) {
   hangUp();
   EXPECT_EQ(answer(), scan);
   EXPECT_EQ(answer(), finish);
-  EXPECT_EQ(readAnswer(100000, cancelled()), finish) << "nothing is open there";
+  EXPECT_EQ(readPageAnswer(100000, cancelled()), finish) << "nothing is open there";
 }
 
 TEST_F(Answers, FinishWhereTheyEndInALine) {
@@ -65,7 +65,7 @@ TEST_F(Answers, FinishWhereTheyEndInALine) {
 TEST_F(Answers, AreNotAwaitedAfterACancel) {
   type("\n");
   std::raise(SIGINT);
-  EXPECT_EQ(answer(), NextPage::cancel);
+  EXPECT_EQ(answer(), PageAnswer::cancel);
 }
 
 TEST_F(Answers, EndWithASignalThatComesMeanwhile) {
@@ -74,7 +74,7 @@ TEST_F(Answers, EndWithASignalThatComesMeanwhile) {
     type("q");  // no whole line: it goes on waiting
     pthread_kill(waiting, SIGINT);
   });
-  EXPECT_EQ(answer(), NextPage::cancel);
+  EXPECT_EQ(answer(), PageAnswer::cancel);
 }
 
 }  // namespace

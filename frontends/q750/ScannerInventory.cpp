@@ -1,0 +1,105 @@
+#include "ScannerInventory.h"
+
+#include <algorithm>
+
+#include "CommandError.h"
+#include "JsonObject.h"
+#include "ScannerName.h"
+
+namespace frontend {
+namespace {
+
+[[noreturn]] void throwNotFound(const std::string& requested, const ScannerInventory& inventory) {
+  const std::string problem = inventory.problem.empty() ? "" : " (" + inventory.problem + ")";
+  throw CommandError(ExitCode::noDevice, "--device " + requested + ": no such scanner" + problem +
+                                             ". Available scanners:\n" + scannerTable(inventory.scanners) +
+                                             "Choose one of them.");
+}
+
+// Before the worker tries: it could report only that the system denied the access, not what to do about it.
+void requireAccess(const ScannerEntry& scanner) {
+  if (!scanner.accessible) throw CommandError(ExitCode::accessDenied, scanner.name + ": " + scanner.hint);
+}
+
+std::vector<ScannerEntry> realScanners(const ScannerInventory& inventory) {
+  std::vector<ScannerEntry> real;
+  std::copy_if(inventory.scanners.begin(), inventory.scanners.end(), std::back_inserter(real),
+               [](const ScannerEntry& scanner) { return !scanner.isVirtual; });
+  return real;
+}
+
+void checkNamed(const std::string& requested, bool virtualOptionsUsed, const ScannerInventory& inventory) {
+  const auto name = parseScannerName(requested);
+  if (!name) throwNotFound(requested, inventory);
+  if (name->isVirtual) return;
+  if (virtualOptionsUsed) {
+    throw UsageError(
+        "--device " + requested +
+        ": options that begin with --virtual apply to the virtual scanner only. Leave them out, or "
+        "choose --device virtual.");
+  }
+  const std::vector<ScannerEntry> real = realScanners(inventory);
+  if (!name->location) {
+    if (real.empty()) throwNotFound(requested, inventory);
+    // Of several, the worker takes the first that opens.
+    if (real.size() == 1) requireAccess(real.front());
+    return;
+  }
+  const auto scanner = std::find_if(
+      real.begin(), real.end(), [&requested](const ScannerEntry& entry) { return entry.name == requested; });
+  if (scanner == real.end()) throwNotFound(requested, inventory);
+  requireAccess(*scanner);
+}
+
+}  // namespace
+
+ScannerInventory takeInventory() {
+  ScannerInventory inventory;
+  inventory.scanners = listScanners(true, &inventory.problem);
+  return inventory;
+}
+
+std::string scannerTable(const std::vector<ScannerEntry>& scanners) {
+  std::size_t widest = 0;
+  for (const ScannerEntry& scanner : scanners) widest = std::max(widest, scanner.name.size());
+  std::string table;
+  for (const ScannerEntry& scanner : scanners) {
+    table += scanner.name + std::string(widest - scanner.name.size() + 2, ' ') + scanner.vendor + " " +
+             scanner.model + (scanner.isVirtual ? " (virtual)" : "") + "\n";
+    if (!scanner.hint.empty()) table += "  " + scanner.hint + "\n";
+  }
+  return table;
+}
+
+std::string inventoryAsJson(const ScannerInventory& inventory) {
+  std::vector<JsonObject> scanners;
+  for (const ScannerEntry& scanner : inventory.scanners) {
+    scanners.emplace_back()
+        .text("name", scanner.name)
+        .text("vendor", scanner.vendor)
+        .text("model", scanner.model)
+        .text("type", scanner.type)
+        .boolean("virtual", scanner.isVirtual)
+        .boolean("accessible", scanner.accessible)
+        .text("hint", scanner.hint);
+  }
+  return JsonObject().array("scanners", scanners).text("problem", inventory.problem).document();
+}
+
+std::string chooseScanner(const std::string& requested, bool virtualOptionsUsed,
+                          const ScannerInventory& inventory) {
+  if (!requested.empty()) {
+    checkNamed(requested, virtualOptionsUsed, inventory);
+    return requested;
+  }
+  const std::vector<ScannerEntry> real = realScanners(inventory);
+  if (virtualOptionsUsed || real.empty()) return std::string(virtualScannerName);
+  if (real.size() > 1) {
+    throw UsageError("There are several scanners:\n" + scannerTable(real) +
+                     "Choose one of them with --device NAME.");
+  }
+  requireAccess(real.front());
+  return real.front().name;
+}
+
+}  // namespace frontend
