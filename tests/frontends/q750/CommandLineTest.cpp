@@ -1,17 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "CommandError.h"
 #include "CommandLine.h"
 #include "Golden.h"
-#include "PaperSize.h"
 #include "Version.h"
-#include "VirtualOptions.h"
 
 namespace {
 
@@ -166,62 +162,6 @@ TEST(CommandLine, ComplainsAndTellsWhereHelpIs) {
       {{"list", "all"}, "The following argument was not expected: all. Try q750 list --help."},
   };
   for (const auto& one : cases) EXPECT_THAT(complaintAbout(one.arguments), HasSubstr(one.complaint));
-}
-
-// What the manual page says, without its markup of hyphens.
-std::string manualPage() {
-  std::string text = contentOf(Q750_MANUAL_PAGE);
-  text.erase(std::remove(text.begin(), text.end(), '\\'), text.end());
-  return text;
-}
-
-// The first word of every line that begins with a blank.
-std::vector<std::string> entriesOf(const std::string& table) {
-  std::vector<std::string> entries;
-  std::istringstream lines(table);
-  for (std::string line; std::getline(lines, line);) {
-    std::string word;
-    std::istringstream words(line);
-    if (line.starts_with(' ') && words >> word) entries.push_back(word);
-  }
-  return entries;
-}
-
-TEST(ManualPage, NamesEveryOptionOfTheHelp) {
-  const std::string page = manualPage();
-  std::string help = parse({"--help"}).text;
-  for (const char* command : {"list", "scan", "doctor", "virtual"}) help += parse({command, "--help"}).text;
-  int found = 0;
-  for (std::size_t at = help.find("--"); at != std::string::npos; at = help.find("--", at + 1), ++found) {
-    const std::size_t end = help.find_first_not_of("abcdefghijklmnopqrstuvwxyz-", at);
-    const std::string option = help.substr(at, end - at);
-    EXPECT_NE(page.find(option), std::string::npos) << option;
-  }
-  EXPECT_GT(found, 35);
-}
-
-TEST(ManualPage, NamesEveryFaultWithItsUsualPosition) {
-  const std::string page = manualPage();
-  const std::vector<std::string> faults = entriesOf(faultHelp());
-  EXPECT_GT(faults.size(), 9U);
-  for (const std::string& fault : faults) EXPECT_THAT(page, HasSubstr(".B " + fault + "\n"));
-}
-
-TEST(ManualPage, NamesEveryPaper) {
-  const std::string page = manualPage();
-  const std::vector<std::string> papers = entriesOf(paperHelp());
-  EXPECT_GT(papers.size(), 9U);
-  for (const std::string& paper : papers) EXPECT_THAT(page, HasSubstr(".B " + paper + "\n"));
-}
-
-TEST(ManualPage, NamesEveryExitCode) {
-  const std::string page = manualPage();
-  const std::vector<std::string> codes = entriesOf(exitCodeTable());
-  EXPECT_EQ(codes.size(), 12U);
-  for (const std::string& code : codes) {
-    EXPECT_THAT(page, HasSubstr(".B " + code + "\n"));
-    EXPECT_THAT(page, HasSubstr(nameOf(static_cast<ExitCode>(std::stoi(code))))) << code;
-  }
 }
 
 TEST(ExitCode, IsAnotherOneForEachStatus) {
