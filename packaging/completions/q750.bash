@@ -1,6 +1,7 @@
 # Completion of the q750 command for bash. It needs nothing but bash itself.
 
-# The word that is being completed, and those before it: bash cuts words at the colon, which scanners' names have.
+# Sets current to the word that is being completed and words to those before it. COMP_WORDS does not serve: bash splits
+# it at colons, which the names of scanners contain.
 _q750_words() {
   words=() current=''
   local line=${COMP_LINE:0:COMP_POINT}
@@ -13,7 +14,8 @@ _q750_words() {
   fi
 }
 
-# Offers what of the list (one a line) begins with the current word, without what bash keeps of it by itself.
+# Offers those lines of its input that begin with the current word, without the part up to the last colon, which bash
+# keeps.
 _q750_offer() {
   local kept='' choice
   if [[ $current == *:* && $COMP_WORDBREAKS == *:* ]]; then kept=${current%"${current##*:}"}; fi
@@ -39,7 +41,7 @@ _q750_faults() {
     truncated-image wrong-header silence
 }
 
-# The values of an option; fails for an option without.
+# Offers the values of an option. Fails for a flag.
 _q750_values() {
   case $1 in
     -o | --output | --virtual-paper) _q750_files ;;

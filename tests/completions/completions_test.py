@@ -18,7 +18,7 @@ def run(*arguments, **more):
 
 
 def complete(line, folder=None):
-    """What bash offers at the end of the line; the command's first word is replaced by the program."""
+    """What bash offers at the end of a line that begins with the program."""
     script = f"""
       source {FOLDER}/q750.bash
       COMP_LINE={PROGRAM}$1; COMP_POINT=${{#COMP_LINE}}
@@ -29,9 +29,21 @@ def complete(line, folder=None):
 
 
 def options_of(command):
-    """The long options that the help of a command names, but for what its examples say."""
+    """The long options that a command takes, as its help lists them."""
     text = run(PROGRAM, *command, "--help")
     return set(re.findall(r"^  (?:-\w,)?(--[a-z-]+)", text, re.MULTILINE))
+
+
+def description_of(option):
+    """What the help of a scan says about an option."""
+    text = run(PROGRAM, "scan", "--help")
+    return re.search(rf"^  (?:-\w,)?{option} .*?(?=^  -|^$)", text, re.MULTILINE | re.DOTALL)[0]
+
+
+def choices_of(option):
+    """The choices that the help of a scan lists for an option as "a, b or c"."""
+    listed = re.search(r"([\w.]+(?:, [\w.]+)+) or ([\w.]+)", description_of(option))
+    return listed[1].split(", ") + [listed[2]]
 
 
 class Bash(unittest.TestCase):
@@ -51,6 +63,16 @@ class Bash(unittest.TestCase):
         self.assertEqual(complete(" scan -o a.png --format "), ["tiff", "png", "jpeg", "pnm", "pdf"])
         self.assertEqual(complete(" scan --progress j"), ["json"])
         self.assertEqual(complete(" scan --timeout "), [])
+
+    def test_completes_exactly_the_choices_of_the_help(self):
+        for option in ("--mode", "--resolution", "--format", "--progress"):
+            self.assertEqual(complete(f" scan {option} "), choices_of(option), option)
+
+    def test_suggests_only_qualities_that_there_are(self):
+        least, most = map(int, re.search(r"(\d+) to (\d+), or lossless", description_of("--quality")).groups())
+        suggested = complete(" scan --quality ")
+        self.assertEqual(suggested.pop(), "lossless")
+        self.assertTrue(all(least <= int(quality) <= most for quality in suggested), suggested)
 
     def test_completes_the_papers_and_faults_that_there_are(self):
         text = run(PROGRAM, "scan", "--help")
@@ -80,7 +102,7 @@ class Bash(unittest.TestCase):
             self.assertEqual(complete(" scan -o a", folder), ["a page.png"])
 
 
-# A zsh as at a terminal, in which the tab key only tells what would be offered: every choice on a line, then "end".
+# An interactive zsh in which the tab key writes what would be offered to a file: every choice on a line, then "end".
 ZSH_SETTINGS = r"""
 fpath=($COMPLETIONS $fpath)
 autoload -Uz compinit && compinit -u -D
@@ -92,9 +114,9 @@ compadd() {
   fi
   builtin compadd "$@"
 }
-tell-choices() { : > $OFFERED; zle complete-word; BUFFER=; print end >> $OFFERED }
-zle -N tell-choices
-bindkey '^I' tell-choices
+write-choices() { : > $OFFERED; zle complete-word; BUFFER=; print end >> $OFFERED }
+zle -N write-choices
+bindkey '^I' write-choices
 """
 
 
@@ -124,7 +146,7 @@ class Zsh(unittest.TestCase):
         while not (self.offered.exists() and self.offered.read_text().endswith("end\n")):
             self.assertLess(time.monotonic(), deadline)
             if select.select([self.terminal], [], [], 0.02)[0]:
-                os.read(self.terminal, 65536)  # what a terminal would show
+                os.read(self.terminal, 65536)  # the echo, which would block zsh
         return [choice for choice in self.offered.read_text().splitlines()[:-1] if choice]
 
     def test_completes_the_commands(self):
@@ -136,7 +158,8 @@ class Zsh(unittest.TestCase):
             self.assertEqual(set(self.complete(f" {command} --")), options_of([command]), command)
 
     def test_completes_the_same_values_as_bash(self):
-        for option in ("--mode", "--resolution", "--format", "--progress", "--paper", "--virtual-fault", "--device"):
+        for option in ("--mode", "--resolution", "--format", "--progress", "--paper", "--virtual-fault", "--quality",
+                       "--device"):
             choices = self.complete(f" scan {option} ")
             self.assertEqual(choices, complete(f" scan {option} "), option)
             self.assertTrue(choices, option)
