@@ -8,12 +8,11 @@
 
 #include "UsbStack.h"
 
-// A scanner that costs nothing: one interface with the three bulk pipes, canned replies, and a job stream
-// that lies ready in memory and is copied out as fast as it is asked for. For measuring what the library
-// adds.
+// A scanner that costs nothing: one interface with the three bulk pipes, canned replies, and a job stream in
+// memory that is copied out as fast as it is read. For measuring what the library adds. One thread.
 class InstantDevice final : public platform::UsbStack, platform::PlugInInterface, platform::UsbInterface {
  public:
-  // `stream` is the whole job stream, packets and all; it is handed out once per rewind().
+  // `stream` is the whole job stream, packets and all; it is sent once per rewind().
   explicit InstantDevice(std::string stream) : stream_(std::move(stream)) {}
 
   void rewind() { position_ = 0; }

@@ -10,7 +10,7 @@ namespace {
 
 thread_local std::uint64_t count = 0;
 
-// The function of this name behind the one of this program.
+// The C library's function of this name, which the one below hides.
 template <typename Function>
 Function* next(const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));

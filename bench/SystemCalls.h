@@ -2,8 +2,7 @@
 
 #include <cstdint>
 
-// Counts what the calling thread asks of the system through the C library: ioctl, poll, read, write and
-// timerfd_settime, which is everything that libusb uses once a device is open, but for the locks that nobody
-// else holds. Each thread counts for itself. What the emulation of usbfs does in place of an ioctl does not
-// count: a real one is one call.
+// The system calls that the calling thread has made through the C library so far: ioctl, poll, read, write
+// and timerfd_settime, which are all that libusb uses once a device is open, apart from uncontended locks.
+// What the emulation of usbfs does in place of an ioctl does not count: a real one is one call.
 std::uint64_t systemCalls();

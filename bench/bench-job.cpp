@@ -1,6 +1,6 @@
-// The whole scan job on a device that costs nothing, beside a floor that does the same unavoidable work: copy
-// the stream in blocks into one growing buffer, copy the raster once, write the dump once, write the TIFF
-// once.
+// The whole scan job on a device that costs nothing, compared with a floor that does the same unavoidable
+// work: copy the stream in blocks into one growing buffer, copy the raster once, write the dump once, write
+// the TIFF once.
 #include <benchmark/benchmark.h>
 #include <sys/wait.h>
 #include <tiffio.h>
@@ -125,7 +125,7 @@ double statusKiB(const std::string& name) {
 }
 
 // Peak memory that one job adds to a process that already holds the stream, as a multiple of the image;
-// measured in a child process, so that nothing that earlier runs kept counts.
+// measured in a child process, so that memory kept by earlier runs does not count.
 double peakMemoryInImages(std::int64_t megabytes) {
   int ends[2];
   if (pipe(ends) != 0) std::abort();

@@ -1,4 +1,4 @@
-// Cutting a stream into packets, in chunks of 102400 bytes, beside copying the same bytes once.
+// Cutting a stream into packets, in chunks of 102400 bytes, compared with copying the same bytes once.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Base64 and hexadecimal text, beside copying the same bytes.
+// Base64 and hexadecimal text, compared with copying the same bytes.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>

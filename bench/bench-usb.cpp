@@ -1,6 +1,6 @@
-// The libusb stack on an emulated usbfs, beside a bare loop of libusb_bulk_transfer() over the same bytes:
-// how fast a page is read, how many calls of the system that takes, and what it costs to wait for a device
-// that says nothing. All share the emulation and its cost, which runs on a thread of its own.
+// The libusb stack on an emulated usbfs, compared with a bare loop of libusb_bulk_transfer() over the same
+// bytes: how fast a page is read, how many system calls that takes, and what it costs to wait for a silent
+// device. All share the emulation and its cost; it runs on a thread of its own.
 #include <benchmark/benchmark.h>
 #include <libusb.h>
 #include <sys/resource.h>
@@ -24,7 +24,7 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using std::chrono::steady_clock;
 using virtualscanner::VirtualScanner;
 
 constexpr std::uint32_t readSize = 102400;  // of the driver's reads of the data pipe
@@ -32,7 +32,7 @@ constexpr std::uint32_t noDataMs = 5000, completionMs = 20000;
 constexpr std::uint32_t silenceMs = 5000;
 constexpr std::size_t rounds = 31;
 constexpr std::uint8_t dataPipe = 3;
-constexpr unsigned char dataEndpoint = 0x88;
+using virtualscanner::dataEndpoint;
 constexpr virtualscanner::PageRequest wholePage{300, true, 0, 0, 2550, 3500};  // 27 MB
 
 void require(bool done, const char* what) {
@@ -54,7 +54,7 @@ class Bus {
     static Bus bus;
     return bus;
   }
-  // The device has a page to send; its bytes.
+  // Makes the device send a page; returns the bytes of its stream.
   std::size_t startPage() {
     usbfs_.withScanner(
         [](VirtualScanner& scanner) { require(DeviceHost(scanner).startJob(wholePage), "starting a page"); });
@@ -77,7 +77,7 @@ class Bus {
   std::size_t streamSize_ = 0;
 };
 
-// Both answer how many bytes a read brought.
+// Both return the number of bytes that a read moved.
 class StackReader {
  public:
   StackReader() { require(interface_ && interface_->open() == platform::kIOReturnSuccess, "opening"); }
@@ -133,13 +133,13 @@ Measured readPage() {
   const std::size_t size = Bus::get().startPage();
   Reader reader;
   const std::uint64_t callsBefore = systemCalls();
-  const auto start = Clock::now();
+  const auto start = steady_clock::now();
   for (std::size_t moved = 0; moved < size;) {
     const std::size_t count = reader.read(buffer.data());
     require(count > 0, "reading up to the end");
     moved += count;
   }
-  const std::chrono::duration<double> time = Clock::now() - start;
+  const std::chrono::duration<double> time = steady_clock::now() - start;
   const auto calls = static_cast<double>(systemCalls() - callsBefore);
   Bus::get().endPage();
   return {static_cast<double>(size) / time.count(), calls / (static_cast<double>(size) / 1e6)};
@@ -191,7 +191,7 @@ double processorTime() {
 
 void BM_Silence(benchmark::State& state) {
   std::vector<std::uint8_t> buffer(readSize);
-  Bus::get();  // comes before the first to use it
+  Bus::get();  // first: whoever uses the bus must go before it
   StackReader reader;
   for (auto _ : state) {
     std::uint32_t size = readSize;

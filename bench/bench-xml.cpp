@@ -1,4 +1,4 @@
-// Writing and reading messages, beside bare expat over the same bytes with handlers that do nothing.
+// Writing and reading messages, compared with bare expat over the same bytes with handlers that do nothing.
 #include <benchmark/benchmark.h>
 #include <expat.h>
 

@@ -23,7 +23,7 @@ constexpr std::uint8_t outPipe = 1, replyPipe = 2, dataPipe = 3;
 constexpr usb::SetupPacket readConfiguration{usb::fromDevice, usb::getConfiguration, 0, 0, 1};
 constexpr usb::SetupPacket vendorRequest{/*to the device, of its vendor*/ 0x40, 1, 0, 0, 0};
 
-// What every USB stack has to do, whatever stands behind it.
+// What every USB stack has to do, whatever is behind it.
 class UsbContract : public testing::TestWithParam<WorldKind> {
  protected:
   UsbContract() { use({}); }
@@ -34,7 +34,7 @@ class UsbContract : public testing::TestWithParam<WorldKind> {
   }
   void use(const ScannerOptions& options) {
     interface_.reset();
-    world_.reset();  // first: there is one of a kind
+    world_.reset();  // first: only one emulated usbfs may exist at a time
     world_ = GetParam().make(options);
   }
   StackUser user() { return StackUser(world_->stack()); }
@@ -56,7 +56,7 @@ class UsbContract : public testing::TestWithParam<WorldKind> {
     return interface_->writePipeTO(pipe, bytes.data(), static_cast<std::uint32_t>(bytes.size()), noDataMs,
                                    60000);
   }
-  // What every operation but open() and close() answers, by its name.
+  // The status of every operation but open() and close(), by its name.
   std::map<std::string, IOReturn> everyOperation() {
     std::uint8_t count = 99;
     PipeProperties properties{PipeDirection::in, 77, TransferType::interrupt, 88, 99};
@@ -87,7 +87,7 @@ class UsbContract : public testing::TestWithParam<WorldKind> {
 const auto nameOfWorld = [](const auto& kind) { return std::string(kind.param.name); };
 INSTANTIATE_TEST_SUITE_P(Over, UsbContract, testing::ValuesIn(allWorlds()), nameOfWorld);
 
-// Where more than a script answers.
+// The stacks with a device model behind them.
 class UsbDeviceContract : public UsbContract {};
 INSTANTIATE_TEST_SUITE_P(Over, UsbDeviceContract, testing::ValuesIn(worldsWithADevice()), nameOfWorld);
 
@@ -269,7 +269,7 @@ TEST_P(UsbContract, WritesEveryByte) {
   open();
   const auto packet = exitCall();
   EXPECT_EQ(write(outPipe, packet), kIOReturnSuccess);
-  EXPECT_TRUE(world_->heard(packet));
+  EXPECT_TRUE(world_->received(packet));
 }
 
 TEST_P(UsbContract, StallsAPipeUntilBothItsEndsAreCleared) {
@@ -295,7 +295,7 @@ TEST_P(UsbContract, StallsWritesToo) {
   EXPECT_EQ(write(outPipe, packet), kIOUSBPipeStalled);
   EXPECT_EQ(interface_->clearPipeStallBothEnds(outPipe), kIOReturnSuccess);
   EXPECT_EQ(write(outPipe, packet), kIOReturnSuccess);
-  EXPECT_TRUE(world_->heard(packet));
+  EXPECT_TRUE(world_->received(packet));
 }
 
 TEST_P(UsbContract, ClearsAndAbortsPipesWithNothingToClearOrAbort) {
@@ -329,7 +329,7 @@ TEST_P(UsbContract, WorksAfterPluggingInAgainWhileTheOldInterfaceIsOpenStill) {
   open();
   const auto packet = exitCall();
   EXPECT_EQ(write(outPipe, packet), kIOReturnSuccess);
-  EXPECT_TRUE(world_->heard(packet));
+  EXPECT_TRUE(world_->received(packet));
   EXPECT_EQ(old->close(), kIOReturnNoDevice);
   EXPECT_EQ(interface_->abortPipe(dataPipe), kIOReturnSuccess) << "none of the new one's business";
 }
@@ -441,7 +441,7 @@ TEST_P(UsbDeviceContract, TimesAWriteOutThatTheDeviceTakesInPart) {
   const auto packet = exitCall();
   EXPECT_EQ(write(outPipe, packet, 20), kIOUSBTransactionTimeout);
   EXPECT_EQ(write(outPipe, packet, 20), kIOReturnSuccess);
-  EXPECT_TRUE(world_->heard(packet));
+  EXPECT_TRUE(world_->received(packet));
 }
 
 TEST_P(UsbDeviceContract, LosesTheDeviceAmidATransfer) {

@@ -10,23 +10,27 @@
 #include "ScannerOptions.h"
 #include "UsbStack.h"
 
-// A USB stack with one Q750 plugged in, whatever it is made of: what a test of any stack needs of the world
-// around it. Pipe 1 takes requests, pipe 2 gives replies, pipe 3 gives the data of a page.
+// A USB stack with one Q750 plugged in, and the control over the device that the tests of any stack need.
+// Pipe 1 takes requests, pipe 2 returns replies, pipe 3 the data of a page. Each owns its stack and device;
+// one thread. No function fails but by a failed expectation, and none blocks for longer than the stack takes
+// to notice.
 class World {
  public:
   virtual ~World() = default;
 
+  // The stack under test, which lives as long as the world.
   virtual platform::UsbStack& stack() = 0;
-  // From the next transfer on, the data pipe has these bytes to give, which it answers: a page's worth, in
-  // transfers as the options have it.
+  // Makes the device stream a page on the data pipe, in transfers as the options say, and returns the bytes
+  // of the stream.
   virtual std::vector<std::uint8_t> startStream() = 0;
-  // The next transfer, on this pipe, meets a halted one.
+  // Halts this pipe at the next transfer, which is to be on it.
   virtual void haltNext(std::uint8_t pipe) = 0;
+  // Unplugs the device, or plugs it in again as a newly powered one.
   virtual void unplug() = 0;
   virtual void plugIn() = 0;
-  // Whether the device took just this call.
-  virtual bool heard(const std::vector<std::uint8_t>& packet) = 0;
-  // Whether the host left something with the stack that it should have given back.
+  // Whether this packet is the one call that the device received.
+  virtual bool received(const std::vector<std::uint8_t>& packet) = 0;
+  // Whether the host gave everything back to the stack.
   virtual bool isTidy() = 0;
 };
 
@@ -39,8 +43,8 @@ inline void PrintTo(const WorldKind& kind, std::ostream* out) {
   *out << kind.name;
 }
 std::vector<WorldKind> allWorlds();
-// Those in which a device really answers, rather than a script.
+// Those with a device model rather than a script behind the stack.
 std::vector<WorldKind> worldsWithADevice();
 
-// The one call that the tests write: the bytes of system.exitHostUSBSendMode.
+// The one call that the tests write: the packet of system.exitHostUSBSendMode.
 std::vector<std::uint8_t> exitCall();

@@ -51,7 +51,7 @@ class ScriptedWorld final : public World {
   void haltNext(std::uint8_t pipe) override { usb_.haltPipe(pipe); }
   void unplug() override { usb_.unplug(); }
   void plugIn() override { usb_.plugIn(); }
-  bool heard(const std::vector<std::uint8_t>& packet) override {
+  bool received(const std::vector<std::uint8_t>& packet) override {
     return !usb_.transfers().empty() &&
            usb_.transfers().back().bytes == std::string(packet.begin(), packet.end());
   }
@@ -73,7 +73,7 @@ class ScriptedWorld final : public World {
   fakes::ScriptedUsbStack usb_;
 };
 
-bool tookExitCall(const CallLog& calls) {
+bool receivedExitCall(const CallLog& calls) {
   return *calls == std::vector<std::string>{"system.exitHostUSBSendMode"};
 }
 
@@ -89,7 +89,7 @@ class VirtualWorld : public World {
   void haltNext(std::uint8_t /*pipe*/) override { scanner_.setFaults({{FaultKind::stall, 1}}); }
   void unplug() override { scanner_.unplug(); }
   void plugIn() override { scanner_.plugIn(); }
-  bool heard(const std::vector<std::uint8_t>& /*packet*/) override { return tookExitCall(calls_); }
+  bool received(const std::vector<std::uint8_t>& /*packet*/) override { return receivedExitCall(calls_); }
   bool isTidy() override { return usb_.unreleased().total() == 0; }
 
  private:
@@ -133,9 +133,9 @@ class LibusbWorld final : public World {
   }
   void unplug() override { usbfs_.unplug(); }
   void plugIn() override { usbfs_.plugIn(); }
-  bool heard(const std::vector<std::uint8_t>& /*packet*/) override {
+  bool received(const std::vector<std::uint8_t>& /*packet*/) override {
     bool took = false;
-    usbfs_.withScanner([&](VirtualScanner&) { took = tookExitCall(calls_); });
+    usbfs_.withScanner([&](VirtualScanner&) { took = receivedExitCall(calls_); });
     return took;
   }
   bool isTidy() override { return usbfs_.requestsInFlight() == 0; }

@@ -15,11 +15,11 @@
 class CommaLocale {
  public:
   CommaLocale() : before_(std::setlocale(LC_ALL, nullptr)) {
-    // The tool may be one of another machine, which emulates this one.
+    // Of the emulated machine, where one is: the tool may be a native program of the host.
     const std::string order = std::endian::native == std::endian::big ? "--big-endian" : "--little-endian";
     const std::string make =
         "localedef --no-archive -c -i de_DE -f UTF-8 " + order + " " + folder_ / "de_DE.UTF-8";
-    // The tool's result tells of mere warnings too; holds() tells what counts.
+    // Not the tool's exit status, which reports mere warnings too: holds() reports whether it worked.
     static_cast<void>(std::system((make + " >/dev/null 2>&1").c_str()));
     setenv("LOCPATH", (folder_ / "").c_str(), 1);
     holds_ = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr &&

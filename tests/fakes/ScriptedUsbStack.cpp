@@ -88,8 +88,8 @@ struct ScriptedUsbStack::Service {
   const void* holder = nullptr;  // the object that has it open
 };
 
-// What interfaces and devices have in common: they are opened once at a time, and die with their
-// plugging-in.
+// What interfaces and devices have in common: one object at a time has them open, and an unplugging ends
+// their use.
 class ScriptedUsbStack::Object {
  public:
   Object(const Object&) = delete;
@@ -508,7 +508,7 @@ IOReturn ScriptedUsbStack::read(std::uint8_t pipe, void* buffer, std::uint32_t c
 IOReturn ScriptedUsbStack::answerRead(std::uint8_t pipe, std::uint32_t capacity, std::string* bytes,
                                       std::uint32_t* reported) {
   auto& queue = reads_[pipe];
-  int& timeouts = timeoutsInARow_[pipe];
+  int& timeouts = consecutiveTimeouts_[pipe];
   if (queue.empty())
     return ++timeouts < timeoutsUntilGone ? platform::kIOUSBTransactionTimeout : platform::kIOReturnNoDevice;
   timeouts = 0;

@@ -21,8 +21,7 @@ platform::PipeProperties bulkIn(std::uint8_t endpointNumber, std::uint16_t maxPa
 // call fail, and keeps account of what was obtained and not given back. It knows nothing of scanners.
 // Time-outs pass at once, so that there is never a transfer to abort.
 //
-//   // Pipes 1, 2 and 3; the next read of pipe 2 gets these bytes, the one after it stalls, and writes to
-// pipe 1 fail.
+//   // Pipes 1, 2 and 3. A read of pipe 2 gets "reply", the next one stalls, and a write to pipe 1 fails.
 //   ScriptedUsbStack usb;
 //   usb.addInterface({bulkOut(2), bulkIn(11), bulkIn(8)});
 //   usb.queueRead(2, "reply");
@@ -67,7 +66,7 @@ class ScriptedUsbStack final : public platform::UsbStack {
   // Transfers on the pipe are kIOUSBPipeStalled until both of its ends are cleared.
   void haltPipe(std::uint8_t pipe) { halted_.insert(pipe); }
 
-  // Everything that was added goes, or comes back. What was obtained before is dead.
+  // Removes everything that was added, or brings it back. Objects obtained before the unplugging stay dead.
   void unplug();
   void plugIn() { pluggedIn_ = true; }
 
@@ -140,7 +139,7 @@ class ScriptedUsbStack final : public platform::UsbStack {
   platform::ServiceKind iteratedKind_ = platform::ServiceKind::usbInterface;
   std::size_t iteratorPosition_ = 0;
   std::map<std::uint8_t, std::deque<ReadAnswer>> reads_;
-  std::map<std::uint8_t, int> timeoutsInARow_;
+  std::map<std::uint8_t, int> consecutiveTimeouts_;
   std::set<std::uint8_t> halted_;
   bool pluggedIn_ = true;
   int connection_ = 1;

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-// A folder of its own for one test, removed with all that is in it:
+// A folder for one test, removed at the end with everything in it:
 //
 //   TemporaryFolder folder;
 //   write(folder / "page.tiff");
@@ -34,7 +34,7 @@ class TemporaryFolder {
   const std::filesystem::path& path() const { return path_; }
   std::string operator/(const std::string& name) const { return (path_ / name).string(); }
 
-  // Everything in the folder, in order.
+  // The names of everything in the folder, sorted.
   std::vector<std::string> names() const {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(path_))
@@ -56,7 +56,7 @@ inline void writeContent(const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
 }
 
-// The permission bits of the file itself, a link not followed.
+// The permission bits of the file itself; a link is not followed.
 inline unsigned modeOf(const std::string& path) {
   struct stat status {};
   return lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;

@@ -4,8 +4,8 @@
 
 #include "Exceptions.h"
 
-// Runs the action and gives "Class: message" of what it throws, with the exact class, or "nothing". The
-// message of a plain Exception is not readable.
+// Runs the action and returns "Class: message" of what it throws, with the exact class, or "nothing". A plain
+// Exception has no readable message.
 template <typename Action>
 std::string thrown(Action action) {
   try {

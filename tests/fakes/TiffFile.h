@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-// What a TIFF file says, as the TIFF library reads it back: every tag that is set, in words, and the pixels
-// row after row. Pages count from 0.
+// A TIFF file as the TIFF library reads it back: every tag that is set, as text, and the pixels row by row.
+// Pages count from 0.
 struct TiffFile {
   std::string tags;
   std::vector<std::uint8_t> pixels;
@@ -34,7 +34,7 @@ struct TiffFile {
   }
 
  private:
-  // Without the first line, which tells where in the file the tags stand.
+  // Without the first line, which is the offset of the tags in the file.
   static std::string describe(TIFF* tiff) {
     char* text = nullptr;
     std::size_t length = 0;

@@ -86,7 +86,7 @@ void UsbipClient::send(const Bytes& bytes) {
   std::size_t sent = 0;
   while (sent < bytes.size()) {
     const ssize_t count = ::send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-    if (count < 0) return;  // the server closed; what it said before is still to be read
+    if (count < 0) return;  // the server closed; what it sent before can still be read
     sent += static_cast<std::size_t>(count);
   }
 }

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-// A USB/IP client over a loopback connection, as small as it can be and written from the protocol's
-// documentation alone:
+// A minimal USB/IP client over a loopback connection, written from the protocol's documentation and not from
+// the server's code:
 //
 //   UsbipClient client(server.address().port);
 //   ASSERT_EQ(client.import("1-1"), 0);
@@ -24,13 +24,13 @@ class UsbipClient {
   UsbipClient& operator=(const UsbipClient&) = delete;
 
   void send(const Bytes& bytes);
-  // Waits for so many bytes; fewer where the server closed the connection before.
+  // Waits for this many bytes; returns fewer if the server closes the connection first.
   Bytes receive(std::size_t count);
-  // Whether the server closed the connection and nothing more came.
+  // Waits for the next byte. Whether the server closed the connection instead.
   bool isAtEnd() { return receive(1).empty(); }
   void close();
 
-  // The status of the reply; nothing where none came.
+  // Returns the status of the reply, or nothing if the server closed the connection.
   std::optional<std::uint32_t> import(const std::string& busId);
 
   struct Reply {
@@ -40,12 +40,12 @@ class UsbipClient {
     Bytes bytes;  // of a submit that reads
     std::size_t moved = 0;
   };
-  // Reads or writes, as the address tells.
+  // A read of `capacity` bytes or a write; the address has the direction.
   void submit(std::uint32_t sequenceNumber, std::uint8_t address, std::uint32_t capacity);
   void submit(std::uint32_t sequenceNumber, std::uint8_t address, const Bytes& bytes);
   void submitControlRead(std::uint32_t sequenceNumber, const Bytes& setup, std::uint32_t capacity);
   void unlink(std::uint32_t sequenceNumber, std::uint32_t target);
-  // Waits for the next one.
+  // Waits for the next reply.
   Reply reply();
 
  private:
@@ -53,7 +53,7 @@ class UsbipClient {
   std::vector<std::uint32_t> reading_;  // the sequence numbers of submits that read
 };
 
-// The bytes of a submit without what goes out, and of an unlink.
+// The bytes of a submit command without its outgoing data, and of an unlink command.
 UsbipClient::Bytes usbipSubmit(std::uint32_t sequenceNumber, std::uint8_t address, std::uint32_t length,
                                const UsbipClient::Bytes& setup = UsbipClient::Bytes(8));
 UsbipClient::Bytes usbipUnlink(std::uint32_t sequenceNumber, std::uint32_t target);

@@ -82,7 +82,8 @@ std::string hexOf(const std::vector<std::uint8_t>& bytes) {
   return text;
 }
 
-// The device node: a pipe that libusb polls for room. It is full while nothing can be reaped.
+// The device node. libusb polls it for writing; a plain file would always be ready and make it spin, so the
+// node is a pipe, full while nothing can be reaped.
 class Signal {
  public:
   void open(const std::string& path) {
@@ -113,7 +114,7 @@ class Signal {
   bool full_ = false;
 };
 
-// A request that the host handed in, in the host's own memory.
+// A request that the host submitted, in the host's own memory.
 struct HeldRequest {
   IoctlData request;  // usbdevfs_urb
   IoctlData buffer;
@@ -161,7 +162,7 @@ struct EmulatedUsbfs::Impl {
   static gboolean handle(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
   bool answer(UMockdevIoctlClient* client);
   int claim(UMockdevIoctlClient* client);
-  void tellCapabilities(UMockdevIoctlClient* client);
+  void reportCapabilities(UMockdevIoctlClient* client);
   void submit(UMockdevIoctlClient* client);
   void reap(UMockdevIoctlClient* client);
   void discard(UMockdevIoctlClient* client);
@@ -183,7 +184,7 @@ struct EmulatedUsbfs::Impl {
   std::uint8_t setting = 0;
   Failing failing;
   std::deque<WireReply> done;  // and not reaped
-  std::function<void(virtualscanner::VirtualScanner&)> uponTakeBack;
+  std::function<void(virtualscanner::VirtualScanner&)> uponCancel;
   Statistics statistics;
   std::map<std::uint64_t, HeldRequest> held;  // by their address in the host's memory
 };
@@ -219,7 +220,8 @@ void EmulatedUsbfs::Impl::addDevice() {
   gchar* root = umockdev_testbed_get_root_dir(testbed.get());
   signal.open(root + node);
   if (options.forbidden) {
-    chmod(root, 0777);  // the emulation's own ways stay open: to the node, and for news of the bus
+    chmod(root,
+          0777);  // what the emulation itself needs stays open: its socket for the node, and hotplug events
     chmod((std::string(root) + "/ioctl/_default").c_str(), 0777);
     chmod((root + node).c_str(), 0);
   }
@@ -236,7 +238,7 @@ void EmulatedUsbfs::Impl::removeDevice() {
     removed = true;
     pluggedIn = false;
     update();
-    // The kernel, too, takes the node away before it tells anybody. The emulation would leave it.
+    // The kernel, too, removes the node before it announces the removal. The emulation would leave the node.
     removeNode();
   }
   umockdev_testbed_uevent(testbed.get(), sysPath, "remove");
@@ -255,7 +257,7 @@ void EmulatedUsbfs::Impl::update() {
     claimant = nullptr;
   }
   while (auto reply = wired.nextReply()) done.push_back(std::move(*reply));
-  // A device that is gone stays ready, so that the host looks and finds it gone.
+  // A device that is gone stays ready, so that the host asks and learns that it is gone.
   signal.set(!done.empty() || gone());
   changed.notify_all();
 }
@@ -285,14 +287,14 @@ bool EmulatedUsbfs::Impl::answer(UMockdevIoctlClient* client) {
   if (gone() || umockdev_ioctl_client_get_devnode(client) != nodeOf(1, number)) return complete(-1, ENODEV);
   switch (request) {
     case USBDEVFS_GET_CAPABILITIES:
-      tellCapabilities(client);
+      reportCapabilities(client);
       return true;
     case USBDEVFS_CLAIMINTERFACE:
       return completeWith(claim(client));
     case USBDEVFS_RELEASEINTERFACE:
       if (claimant != client) return complete(-1, EINVAL);
       claimant = nullptr;
-      // As the kernel does it.
+      // The kernel does so too.
       if (setting != 0) wired.setInterface(0);
       setting = 0;
       return complete(0, 0);
@@ -393,8 +395,8 @@ void EmulatedUsbfs::Impl::discard(UMockdevIoctlClient* client) {
   gulong address = 0;
   std::memcpy(&address, argument->data, sizeof address);
   bool known = false;
-  if (uponTakeBack && held.contains(address)) {
-    std::exchange(uponTakeBack, nullptr)(wired.scanner());
+  if (uponCancel && held.contains(address)) {
+    std::exchange(uponCancel, nullptr)(wired.scanner());
     wired.resume();
     known = true;
   }
@@ -409,7 +411,7 @@ int EmulatedUsbfs::Impl::claim(UMockdevIoctlClient* client) {
   return 0;
 }
 
-void EmulatedUsbfs::Impl::tellCapabilities(UMockdevIoctlClient* client) {
+void EmulatedUsbfs::Impl::reportCapabilities(UMockdevIoctlClient* client) {
   std::uint32_t capabilities =
       USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
   if (options.largeRequests)
@@ -482,9 +484,9 @@ void EmulatedUsbfs::fade(int requests) {
   impl_->failing = {requests, -EPROTO, true};
 }
 
-void EmulatedUsbfs::beforeNextTakeBack(std::function<void(virtualscanner::VirtualScanner&)> work) {
+void EmulatedUsbfs::beforeNextCancel(std::function<void(virtualscanner::VirtualScanner&)> work) {
   const std::lock_guard lock(impl_->mutex);
-  impl_->uponTakeBack = std::move(work);
+  impl_->uponCancel = std::move(work);
 }
 
 EmulatedUsbfs::Statistics EmulatedUsbfs::statistics() const {

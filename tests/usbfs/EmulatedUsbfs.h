@@ -7,22 +7,23 @@
 
 #include "VirtualScanner.h"
 
-// The files through which Linux shows one virtual Q750 to programs: a device below /sys and a node below
-// /dev/bus/usb whose requests a VirtualScanner answers, for this process and those that it starts under
-// umockdev-wrapper. While one lives, the process sees no other USB device.
+// An emulation of the files through which Linux gives programs access to one virtual Q750: a device below
+// /sys and a node below /dev/bus/usb whose requests a VirtualScanner performs, for this process and those
+// that it starts under umockdev-wrapper. While it exists, the process sees no other USB device.
 //
 //   EmulatedUsbfs usbfs(scanner, {});
 //   platform::LibusbStack stack;   // must go first
 //
-// Requests are answered on a thread of the emulation; the scanner must not be touched meanwhile but through
-// withScanner(). One at a time in a process.
+// Requests are performed on the emulation's own thread, so the scanner, which stays the caller's, may be used
+// through withScanner() only. Any thread may call the functions below. One object at a time in a process. A
+// failure of the emulation itself fails the test.
 class EmulatedUsbfs {
  public:
   struct Options {
     bool largeRequests = true;  // whether the kernel takes requests of any size
     bool kernelDriver = false;  // whether a kernel driver holds the interface
     bool inUse = false;         // whether another program does
-    bool forbidden = false;     // whether nobody may open the node but who may do everything
+    bool forbidden = false;     // whether only a privileged user may open the node
   };
 
   EmulatedUsbfs(virtualscanner::VirtualScanner& scanner, Options options);
@@ -30,27 +31,27 @@ class EmulatedUsbfs {
   EmulatedUsbfs(const EmulatedUsbfs&) = delete;
   EmulatedUsbfs& operator=(const EmulatedUsbfs&) = delete;
 
-  // While a request is under way or none is.
+  // Also while a request is under way, which then ends.
   void unplug();
-  // Under another number on the bus, as a kernel does it.
+  // Plugs it in again, under another number on the bus, as a kernel does.
   void plugIn();
-  // Does something to the scanner, and lets what waits for it go on.
+  // Runs `work` on the scanner, and then lets requests continue that waited for it.
   void withScanner(const std::function<void(virtualscanner::VirtualScanner&)>& work);
 
   // Blocks until the host waits for the end of its n-th bulk request, or a later one.
   void awaitRequest(std::uint64_t nth = 1);
-  // As if the system had one more device; it cannot be used.
+  // Adds a device to the system that can be listed and not used.
   void addNeighbour(int bus, const std::string& portPath, std::uint16_t vendor, std::uint16_t product);
-  // Takes the node of the device away and leaves the device, as a container may show it. For good.
+  // Removes the node of the device for good and leaves the device itself, as in some containers.
   void hideNode();
   // The next requests, control ones included, end with this status (a negative error number) and do not reach
   // the device.
   void failNext(int requests, int status);
-  // They end as on a device just pulled out, and then the system has noticed.
+  // The next requests end as those of a device that was just pulled out; after them, the system has noticed.
   void fade(int requests);
-  // Happens at the very moment at which the host takes its next request back: one that ends thereby counts as
-  // taken back all the same, as a kernel may have it.
-  void beforeNextTakeBack(std::function<void(virtualscanner::VirtualScanner&)> work);
+  // Runs `work` at the very moment at which the host cancels its next request: one that ends by it counts as
+  // cancelled all the same, which may happen with a kernel.
+  void beforeNextCancel(std::function<void(virtualscanner::VirtualScanner&)> work);
 
   // Requests for bulk transfers so far, and their largest.
   struct Statistics {
@@ -59,7 +60,7 @@ class EmulatedUsbfs {
     std::uint64_t calls = 0;  // all ioctls
   };
   Statistics statistics() const;
-  // Requests that the host has handed in and neither reaped nor taken back.
+  // Requests that the host has submitted and neither reaped nor cancelled.
   std::size_t requestsInFlight() const;
 
  private:

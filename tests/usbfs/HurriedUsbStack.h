@@ -4,10 +4,10 @@
 
 #include "ForwardingUsbStack.h"
 
-// Another stack whose time passes faster: every transfer's time-outs are divided before they reach it, and
-// everything else is passed on. For drivers whose time-outs are fixed and long.
+// A stack over another one that divides every transfer's time-outs and passes everything else on. For drivers
+// whose time-outs are fixed and long.
 //
-// It owns what it hands out: what its user drops without release goes with it.
+// Ownership and threads as for ForwardingUsbStack.
 class HurriedUsbStack final : public platform::ForwardingUsbStack {
  public:
   HurriedUsbStack(platform::UsbStack& stack, std::uint32_t divisor)

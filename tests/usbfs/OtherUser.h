@@ -4,8 +4,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-// The calling thread of a process of root is somebody without rights while this lives; other threads stay
-// root. In a process of anybody else nothing changes.
+// While this lives, the calling thread of a process of root is an unprivileged user; other threads stay root.
+// Does nothing in a process of any other user.
 class OtherUser {
  public:
   OtherUser() {
@@ -20,7 +20,7 @@ class OtherUser {
  private:
   static constexpr uid_t nobody = 65534;
 
-  // The system's call, not the C library's, which would change every thread.
+  // The system call, not the C library's function, which would change every thread.
   static void become(uid_t user) { EXPECT_EQ(syscall(SYS_setresuid, user, user, 0), 0); }
 
   const bool isRoot_ = geteuid() == 0;

@@ -104,7 +104,7 @@ TEST_F(UsbfsRegistry, RefusesNumbersThatItDidNotHandOut) {
 TEST_F(UsbfsRegistry, GoesWithWhatNobodyReleased) {
   plugIn();
   EXPECT_NE(StackUser(*stack_).service(ServiceKind::usbInterface), 0U);
-  stack_.reset();  // the leak checker tells
+  stack_.reset();  // the leak checker notices what is left
 }
 
 TEST_F(UsbfsRegistry, LeavesAnInterfaceAloneThatAKernelDriverHolds) {

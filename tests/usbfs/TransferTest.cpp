@@ -16,7 +16,7 @@ using virtualscanner::VirtualScanner;
 using virtualscanner::ZeroLengthPackets;
 
 constexpr PageRequest kibibyte{75, false, 0, 0, 956, 1};   // a stream of two whole packets
-constexpr PageRequest someBytes{75, false, 0, 0, 400, 1};  // and one of less than one
+constexpr PageRequest someBytes{75, false, 0, 0, 400, 1};  // a stream shorter than a packet
 constexpr PageRequest page{75, true, 0, 0, 637, 300};
 constexpr std::uint32_t readSize = 102400;  // of the driver's reads of the data pipe
 
@@ -40,7 +40,7 @@ class UsbfsTransfers : public UsbfsHost, public testing::WithParamInterface<bool
     plugIn({.largeRequests = GetParam()}, kind);
     open();
   }
-  // Does something on another thread while the work waits for the end of a request.
+  // Runs `other` on another thread while `work` waits for the end of a request.
   void meanwhile(const std::function<void()>& other, const std::function<void()>& work) {
     std::thread thread([this, &other] {
       usbfs_->awaitRequest();
@@ -249,11 +249,11 @@ TEST_P(UsbfsTransfers, OfADeviceJustPulledOutEndAsSoonAsTheSystemHasNoticed) {
   EXPECT_EQ(interface_->close(), kIOReturnNoDevice);
 }
 
-// What comes while a request is being asked back is not lost, and not joined with what comes after it.
+// What arrives while a request is being cancelled is neither lost nor joined with what arrives after it.
 TEST_P(UsbfsTransfers, EndWithAShortPacketThatComesWhileTheyAreAskedBack) {
   const auto stream = startStream(someBytes);
   EXPECT_EQ(readForEver(dataPipe, 512), kIOReturnSuccess);
-  usbfs_->beforeNextTakeBack([](VirtualScanner& scanner) {
+  usbfs_->beforeNextCancel([](VirtualScanner& scanner) {
     EXPECT_EQ(DeviceHost(scanner).call("HostSendJob1.scanJob", "done"), "response 0");
     EXPECT_TRUE(DeviceHost(scanner).startJob(someBytes));
   });
@@ -262,7 +262,7 @@ TEST_P(UsbfsTransfers, EndWithAShortPacketThatComesWhileTheyAreAskedBack) {
 }
 
 TEST_P(UsbfsTransfers, AreFullWithTheLastPacketThatComesWhileTheyAreAskedBack) {
-  usbfs_->beforeNextTakeBack(
+  usbfs_->beforeNextCancel(
       [](VirtualScanner& scanner) { EXPECT_TRUE(DeviceHost(scanner).startJob(kibibyte)); });
   EXPECT_EQ(read(dataPipe, 1024, 30, 0), kIOReturnSuccess);
   EXPECT_EQ(received_.size(), 1024U);
@@ -273,7 +273,7 @@ struct Ending {
   IOReturn expected;
 };
 
-// How a kernel ends a request, and the platform's name for it.
+// How a kernel ends a request, and the platform's status for it.
 class UsbfsEndings : public UsbfsHost, public testing::WithParamInterface<Ending> {};
 
 TEST_P(UsbfsEndings, HaveAStatus) {

@@ -24,7 +24,7 @@
 //   auto bytes = startStream(request);          // what the device will send
 //   EXPECT_EQ(read(dataPipe, 512, 30, 1000), kIOReturnSuccess);
 //
-// At its end, no request may be left with the system and no descriptor of the device open.
+// At the end, expects that the system holds no request and that no descriptor of the device is open.
 class UsbfsHost : public testing::Test {
  protected:
   static constexpr std::uint8_t outPipe = 1, replyPipe = 2, dataPipe = 3;
@@ -53,7 +53,7 @@ class UsbfsHost : public testing::Test {
     usbfs_.reset();
   }
 
-  // Descriptors of the device that this process has open, but for the emulation's own.
+  // Descriptors of the device that this process has open, without the emulation's own.
   static std::size_t openNodes() {
     std::size_t count = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
@@ -64,7 +64,7 @@ class UsbfsHost : public testing::Test {
     return count - 1;
   }
 
-  // Makes the device stream a page; answers the bytes of the stream.
+  // Makes the device stream a page and returns the bytes of the stream.
   std::vector<std::uint8_t> startStream(const virtualscanner::PageRequest& request) {
     virtualscanner::VirtualScanner twin(virtualscanner::Paper::testChart(), scanner_->options());
     twin.setFaults({});
@@ -89,7 +89,7 @@ class UsbfsHost : public testing::Test {
     received_.resize(size);
     return status;
   }
-  // For ever, unless something ends it.
+  // Without a time-out: something else must end it.
   platform::IOReturn readForEver(std::uint8_t pipe, std::uint32_t capacity) {
     return read(pipe, capacity, 0, 0);
   }

@@ -22,7 +22,7 @@ constexpr char device[] = "/sys/bus/usb/devices/1-1";
 constexpr char interface[] = "/sys/bus/usb/devices/1-1:1.0";
 constexpr int highSpeed = 3;
 
-// The kernel tells nobody when it is done, so this looks again and again.
+// The kernel does not announce that it is done, so this polls.
 bool await(const std::function<bool()>& condition) {
   for (int look = 0; look < 2000; ++look) {
     if (condition()) return true;
@@ -31,7 +31,7 @@ bool await(const std::function<bool()>& condition) {
   return false;
 }
 
-// Lines of port, number, state and more; 004 is the state of a port that nothing is plugged into.
+// Each line has port, number, state and more; 004 is the state of a free port.
 bool firstPortIsFree() {
   std::ifstream status(std::string(controller) + "status");
   std::string hub, number, state;

@@ -9,16 +9,16 @@
 #include "OwnedDescriptor.h"
 #include "VirtualScanner.h"
 
-// A virtual scanner plugged into the USB of the running kernel, through its virtual host controller
-// (vhci-hcd), which takes USB/IP from any socket. For machines that exist for this alone, and for root:
+// A virtual scanner plugged into the running kernel's USB, through its virtual host controller (vhci-hcd),
+// which accepts USB/IP on any socket. For root, on machines that exist for this test only:
 //
 //   KernelBus bus(scanner);
 //   bus.plugIn();                  // returns once the kernel has set the device up
 //   platform::LibusbStack stack;
 //   bus.unplug();
 //
-// Requests are answered on a thread of the object's own; the scanner must not be touched while it is plugged
-// in but through withScanner(). One at a time in a machine.
+// Requests are performed on a thread of the object's own, so the scanner, which stays the caller's, may be
+// used through withScanner() only while it is plugged in. One object at a time in a machine.
 class KernelBus {
  public:
   explicit KernelBus(virtualscanner::VirtualScanner& scanner) : scanner_(scanner) {}
@@ -26,10 +26,11 @@ class KernelBus {
   KernelBus(const KernelBus&) = delete;
   KernelBus& operator=(const KernelBus&) = delete;
 
+  // Returns once the kernel has set the device up.
   void plugIn();
-  // Pulls the plug at once, whatever is under way, and returns once the kernel has given the device up.
+  // Cuts the connection at once, whatever is under way, and returns once the kernel has given the device up.
   void unplug();
-  // Only pulls it.
+  // As unplug(), without waiting for the kernel.
   void pull();
 
   void withScanner(const std::function<void(virtualscanner::VirtualScanner&)>& work);

@@ -37,7 +37,7 @@ class Kernel : public testing::Test {
   static constexpr int grey = 2;
   static constexpr int color = 0;
   static constexpr std::uint8_t dataPipe = 3;
-  // A silence of 15 seconds ends after half of one.
+  // A no-data time-out of 15 seconds ends after half a second.
   static constexpr std::uint32_t haste = 30;
 
   Kernel() { platform::useLogSink(&quiet_); }
@@ -47,7 +47,8 @@ class Kernel : public testing::Test {
     platform::useLogSink(nullptr);
   }
 
-  // Without a udev service libusb learns of no device that comes later: every plugging in has its own stack.
+  // Without udev, libusb does not learn of devices that are plugged in later: every plugging-in gets a new
+  // stack.
   void plugIn(ScannerOptions options = {}) {
     takeAway();
     scanner_ = std::make_unique<VirtualScanner>(paper_, std::move(options));
@@ -135,7 +136,7 @@ class Kernel : public testing::Test {
   }
   // Image bytes in whole packets of the first read.
   static constexpr std::size_t firstRead = (102400 - 16) / 1008 * 1000;
-  // Whatever happened: after it was pulled out and plugged in again, everything works in the same process.
+  // Whatever happened before: after an unplugging and plugging-in, everything works in the same process.
   void expectRecovery() {
     dropStack();
     bus_->withScanner([](VirtualScanner& scanner) { scanner.setFaults({}); });
@@ -220,8 +221,7 @@ TEST_F(Kernel, CarriesEveryPixelHoweverTheDeviceCutsItsStream) {
   }
 }
 
-// The stream is one packet to the last byte, and nothing tells its end: the read is asked back with all of
-// it.
+// The stream fills its last packet, and nothing marks its end: the read is cancelled with all of it.
 TEST_F(Kernel, CarriesWhatCameBeforeAReadIsAskedBack) {
   ScannerOptions options;
   options.zeroLengthPackets = ZeroLengthPackets::never;
@@ -309,7 +309,7 @@ TEST_F(Kernel, MeetsSilenceBeforeThePage) {
   expectRaster(page_);
 }
 
-// The library then waits for a page that never comes, until the device is gone.
+// The library then waits for a page that never arrives, until the device is gone.
 TEST_F(Kernel, MeetsWhatLosesTheNameOfTheJob) {
   for (const FaultKind kind : {FaultKind::exceptionReply, FaultKind::shortWrite, FaultKind::splitReply,
                                FaultKind::garbageReply, FaultKind::timeOut}) {

@@ -1,6 +1,6 @@
 #!/bin/busybox sh
-# The virtual scanner on a wire, as people use it: `q750 virtual` offers it, the command that it tells attaches it to
-# this machine's kernel, and q750 scans it there. Runs in the machine of tools/vm-check, whose kernel it talks to.
+# The virtual scanner over USB/IP, as users run it: `q750 virtual` serves it, the command that it prints attaches it to
+# this machine's kernel, and q750 scans with it there. Runs in the virtual machine of tools/vm-check.
 set -eu
 export PATH=/guest:/bin
 cd /tmp
@@ -10,7 +10,7 @@ soon() {
   tries=0
   until "$@"; do
     tries=$((tries + 1))
-    if [ $tries -gt 300 ]; then echo "attach: this did not come true: $*"; exit 1; fi
+    if [ $tries -gt 300 ]; then echo "attach: gave up waiting for: $*"; exit 1; fi
     sleep 0.1
   done
 }
@@ -20,10 +20,10 @@ kernel_sees_none() { ! kernel_sees; }
 lists_it() { q750 list | grep '^usb:'; }
 
 ifconfig lo 127.0.0.1 up
-q750 virtual >told 2>&1 &
+q750 virtual >printed 2>&1 &
 server=$!
 soon listens
-attach=$(sed -n 's/^  \(usbip .*attach .*\)/\1/p' told)
+attach=$(sed -n 's/^  \(usbip .*attach .*\)/\1/p' printed)
 echo "attach: $attach"
 $attach
 soon kernel_sees

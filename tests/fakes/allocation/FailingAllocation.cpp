@@ -6,8 +6,7 @@
 
 namespace {
 
-// Of a thread, so that what an emulation allocates on its own thread counts for nothing. 0 while none is to
-// fail.
+// Per thread, so that allocations of an emulation's own thread do not count. 0 while none is to fail.
 thread_local int untilFailure = 0;
 
 void* allocate(std::size_t size) {
@@ -29,8 +28,8 @@ bool FailingAllocation::happened() const {
   return untilFailure == 0;
 }
 
-// The whole family is replaced: under AddressSanitizer the forms do not rest on each other as they do in the
-// standard library.
+// The whole family is replaced: under AddressSanitizer the forms do not call one another as those of the
+// standard library do.
 void* operator new(std::size_t size) {
   if (void* block = allocate(size)) return block;
   throw std::bad_alloc();

@@ -15,7 +15,7 @@ using platform::DataRef;
 
 constexpr std::size_t chunkSize = 102400;
 
-// What happened to the blocks since it was made.
+// What the blocks have cost since it was made.
 class Cost {
  public:
   std::size_t reserved() const { return ByteBlock::totals().reserved - before_.reserved; }
@@ -83,7 +83,7 @@ TEST(DataCost, NothingStaysReservedAfterTheLastRelease) {
   appendInChunks(*whole, 1000000);
   DataRef rest(Data::suffixOf(*whole, 999999));
   whole.reset();
-  EXPECT_GE(cost.reserved(), 1000000U);  // shared until the last one goes
+  EXPECT_GE(cost.reserved(), 1000000U);  // shared until the last object is released
   rest.reset();
   EXPECT_EQ(cost.reserved(), 0U);
 }

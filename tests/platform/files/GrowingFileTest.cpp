@@ -50,7 +50,7 @@ class GrowingFileTest : public testing::Test {
     for (; count > 0; --count) buffer.text += static_cast<char>('a' + buffer.text.size() % 26);
     return file->update(buffer);
   }
-  // Two of them bring both files that take turns under the name.
+  // Two appends create both files that take turns under the name.
   void expectTheNextUpdatesToBeRight() {
     for (int update = 0; update < 3; ++update) {
       EXPECT_TRUE(grow(10));
@@ -210,7 +210,7 @@ TEST_F(GrowingFileTest, StartsOverForAnotherBuffer) {
   EXPECT_EQ(contentOf(name), "other grown");
   EXPECT_EQ(buffer.references, 1);
   EXPECT_EQ(other.references, 2);
-  file->finish();  // before the other buffer goes
+  file->finish();  // before the other buffer is released
 }
 
 TEST_F(GrowingFileTest, StartsOverForABufferThatShrank) {

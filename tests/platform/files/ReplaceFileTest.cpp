@@ -22,7 +22,7 @@ class ReplaceFile : public testing::Test {
 
   TemporaryFolder folder;
   const std::string name = folder / "dump";
-  // Where a temporary for `name` stands unless the name is taken.
+  // The path of a temporary for `name`, unless that is taken.
   const std::string privateName = folder / (".dump.q750-" + std::to_string(geteuid()));
 };
 
@@ -105,7 +105,7 @@ TEST_F(ReplaceFile, TakesANameAsLongAsTheSystemAllows) {
   EXPECT_EQ(contentOf(longName), "x");
 }
 
-// Lets the file system see another user for as long as it lives. Needs the rights to do so.
+// While it lives, the file system sees another user. For root only.
 class OtherUser {
  public:
   OtherUser() : isOther(seteuid(65534) == 0) {}

@@ -30,7 +30,7 @@ Bitmap rgb(const Bytes& pixels, std::uint32_t width, std::uint32_t height) {
   return {pixels.data(), pixels.size(), width, height, 8, 3, width * 3, platform::kNSDeviceRGBColorSpace};
 }
 
-// With one byte per pixel in each row, of which the first eighth counts.
+// Rows of one byte per pixel, of which only the first eighth is used.
 Bitmap oneBit(const Bytes& pixels, std::uint32_t width, std::uint32_t height) {
   return {pixels.data(), pixels.size(), width, height, 1, 1, width, platform::kNSDeviceBlackColorSpace};
 }

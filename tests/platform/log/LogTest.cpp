@@ -38,7 +38,7 @@ class RecordingSink final : public LogSink {
   std::size_t wanted_;
 };
 
-// Hands out as many pieces as are wanted of it and counts them.
+// Delivers as many pieces as the reader wants and counts them.
 class EndlessLine final : public LogLine {
  public:
   void read(const PieceReader& reader) const override {
@@ -135,7 +135,7 @@ TEST(LogFormat, MayBeReadAgain) {
   EXPECT_EQ(sink.texts[1], sink.texts[0]);
 }
 
-// A reader that fails, seen from the line.
+// A reader that throws.
 class FailingSink final : public LogSink {
  public:
   void line(const LogLine& line) override {

@@ -21,7 +21,7 @@ std::string stampPattern() {
          std::to_string(getpid()) + "\\] ";
 }
 
-// Standard error as a stream of packets while it lives, so that each write can be told from the next.
+// Makes standard error a stream of packets while it lives, so that writes can be distinguished.
 class PacketStandardError {
  public:
   PacketStandardError() : saved_(dup(STDERR_FILENO)) {
@@ -41,7 +41,7 @@ class PacketStandardError {
     close(saved_);
     saved_ = -1;
   }
-  // What was written so far, one element for each write. Gives standard error back first.
+  // What was written so far, one element for each write. Restores standard error first.
   std::vector<std::string> writes() {
     restore();
     std::vector<std::string> all;

@@ -13,7 +13,7 @@ using platform::ServiceKind;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Takes objects out of the stack as a driver does, with no more steps than a test needs.
+// Obtains objects from the stack as a driver does, in no more steps than a test needs.
 class ScriptedStack : public testing::Test {
  protected:
   platform::UsbInterface* interfaceOf(unsigned int number) {

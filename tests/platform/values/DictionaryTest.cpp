@@ -54,7 +54,7 @@ TEST(Dictionary, HoldsDictionariesAndArraysOfThem) {
   EXPECT_EQ(*(*outer.find("list")->array())[1].dictionary()->find("depth")->wholeNumber(), 2);
 }
 
-// "text", "whole", "fraction", "array", "dictionary": all that a value answers to.
+// "text", "whole", "fraction", "array", "dictionary": every kind that the value reports.
 std::string kindsOf(const Value& value) {
   std::string kinds;
   if (value.text() != nullptr) kinds += "text";

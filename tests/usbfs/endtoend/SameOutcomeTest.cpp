@@ -23,7 +23,7 @@ using namespace virtualscanner;
 
 constexpr PageRequest page{75, false, 0, 0, 637, 876};
 
-// What a host can see of a scan, and the device too.
+// What the host and the device can observe of a scan.
 struct Outcome {
   int status = -1;
   bool open = false;
@@ -59,7 +59,7 @@ Outcome scanOnce(const VirtualScanner& scanner, const CallLog& calls, intptr_t h
   return outcome;
 }
 
-// Two scans, the second one after closing, plugging in again where the device went, and opening.
+// Two scans, the second one after closing, plugging the device in again if it is gone, and opening.
 using Outcomes = std::pair<Outcome, Outcome>;
 
 template <typename PlugIn>

@@ -20,7 +20,7 @@ using namespace virtualscanner;
 // The whole bed in colour at 75 dots per inch.
 constexpr std::uint32_t width = 637, height = 876;
 
-// The picture as the example writes it: all rows but the last, since they come with a lead of one.
+// The picture as the example writes it: all rows but the last, since rows are delivered with a lead of one.
 std::string scannedOverVirtualStack() {
   VirtualScanner scanner;
   VirtualUsbStack stack(scanner);
@@ -46,7 +46,7 @@ std::string installedLibraryFolder(const TemporaryFolder& folder) {
   return prefix + "/" + Q750_LIBRARY_FOLDER;
 }
 
-// The library as it is installed, in a program in C, with the time-outs that it has.
+// The library as it is installed, in a program in C, with its own time-outs.
 TEST(Plugin, ScansThroughTheSystemsOwnUsbForAHostThatLoadsIt) {
   VirtualScanner scanner;
   EmulatedUsbfs usbfs(scanner, {});

@@ -91,7 +91,8 @@ TEST_F(ScannerList, SaysWhatToDoInAContainer) {
             "sandbox: give that access to USB devices.");
 }
 
-// Its network of news cannot be set up by somebody who may write nowhere below the emulation.
+// An unprivileged user cannot set up the emulation's hotplug events, since it may write nowhere below the
+// emulation.
 TEST_F(ScannerList, TellsWhyThereIsNoUsbAtAll) {
   if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
   plugIn();
@@ -127,7 +128,7 @@ TEST(ScannerNames, AreNothingElse) {
     EXPECT_EQ(parseScannerName(name), std::nullopt) << name;
 }
 
-// Hubs of today have at most 15 ports, and a system as many buses as fit a byte.
+// Today's hubs have at most 15 ports, and a system has at most as many buses as fit a byte.
 TEST(ScannerNames, StayBelow32Characters) {
   const std::string longest = "usb:255-15.15.15.15.15.15.15";
   EXPECT_TRUE(parseScannerName(longest));

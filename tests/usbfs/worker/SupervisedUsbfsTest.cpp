@@ -127,7 +127,7 @@ TEST_F(SupervisedOverUsb, ACancelAtAnyRequestLeavesNothingStale) {
   }
 }
 
-// As after a host that died in the middle of things: answers and a picture wait to be read, and half a
+// The state that a host leaves when it dies during a scan: replies and a picture wait to be read, and half a
 // request was written.
 TEST_F(SupervisedOverUsb, WhatAnotherHostLeftDoesNoHarm) {
   using virtualscanner::requestEndpoint;
