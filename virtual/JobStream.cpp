@@ -5,16 +5,21 @@
 #include <utility>
 
 #include "PacketFormat.h"
+#include "PacketReader.h"
+#include "ScannerOptions.h"
 
 namespace virtualscanner {
 namespace {
 
 constexpr std::size_t garbageBytes = 64;
+static_assert(ScannerOptions::largestPacketPayload <= wire::PacketReader::largestPayload);
 
 }  // namespace
 
 JobStream::JobStream(PageImage image, std::uint32_t payload, const StreamFaults& faults)
-    : image_(std::move(image)), payload_(std::max<std::uint32_t>(payload, 1)), faults_(faults) {}
+    : image_(std::move(image)),
+      payload_(std::clamp(payload, std::uint32_t{1}, ScannerOptions::largestPacketPayload)),
+      faults_(faults) {}
 
 std::size_t JobStream::read(std::uint8_t* buffer, std::size_t capacity) {
   std::size_t filled = 0;

@@ -19,7 +19,7 @@ struct StreamFaults {
 // Read from front to back; packets are framed as they are read.
 class JobStream {
  public:
-  // `payload` image bytes go into each image packet, at least 1.
+  // `payload` image bytes go into each image packet, see ScannerOptions::packetPayload.
   JobStream(PageImage image, std::uint32_t payload, const StreamFaults& faults);
 
   // Reads up to `capacity` bytes; fewer only at the end.
