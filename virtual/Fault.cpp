@@ -5,33 +5,36 @@
 namespace virtualscanner {
 namespace {
 
+constexpr std::string_view transfers = "transfers, reads and writes together, from 1";
+constexpr std::string_view writes = "writes, from 1";
+constexpr std::string_view calls = "calls, from 1";
+constexpr std::string_view imageBytes = "image bytes sent before, the image's header included";
+constexpr std::string_view wrongHeaders =
+    "kinds of wrong: 1 no comment line, 2 a format that does not exist, 3 an impossible size, 4 no header";
+constexpr std::string_view dataReads = "reads of the data pipe, 0 for all of them";
+
 constexpr FaultDescription table[] = {
-    {FaultKind::stall, "stall", 8, "transfers, reads and writes together, from 1",
+    {FaultKind::stall, "stall", 8, transfers,
      "the transfer moves nothing and its endpoint stays halted until the host clears it"},
-    {FaultKind::timeOut, "time-out", 4, "transfers, reads and writes together, from 1",
+    {FaultKind::timeOut, "time-out", 4, transfers,
      "the transfer moves nothing and runs into its time-out; what was to be read is still there afterwards"},
-    {FaultKind::shortWrite, "short-write", 2, "writes, from 1",
+    {FaultKind::shortWrite, "short-write", 2, writes,
      "the device takes the first half of the bytes and then no more, until the time-out"},
-    {FaultKind::unplug, "unplug", 9, "transfers, reads and writes together, from 1",
+    {FaultKind::unplug, "unplug", 9, transfers,
      "the device is gone before the transfer, until it is plugged in again"},
-    {FaultKind::exceptionReply, "exception-reply", 2, "calls, from 1",
+    {FaultKind::exceptionReply, "exception-reply", 2, calls,
      "the call is not carried out and answered with an exception message"},
-    {FaultKind::splitReply, "split-reply", 2, "calls, from 1",
+    {FaultKind::splitReply, "split-reply", 2, calls,
      "the reply travels in two transfers, so that one read gets only its first half"},
-    {FaultKind::garbageReply, "garbage-reply", 2, "calls, from 1",
+    {FaultKind::garbageReply, "garbage-reply", 2, calls,
      "the call is carried out, and answered with a control packet whose text is no message"},
-    {FaultKind::garbage, "garbage", 100000, "image bytes sent before, the image's header included",
+    {FaultKind::garbage, "garbage", 100000, imageBytes,
      "64 bytes that are no packet follow the image packet in which that byte is sent"},
-    {FaultKind::truncatedImage, "truncated-image", 100000,
-     "image bytes sent before, the image's header included",
+    {FaultKind::truncatedImage, "truncated-image", 100000, imageBytes,
      "the stream stops there for good, in the middle of an image packet or not"},
-    {FaultKind::wrongHeader, "wrong-header", 1,
-     "kinds of wrong: 1 no comment line, 2 a format that does not exist, 3 a size beyond all measure, 4 no "
-     "header "
-     "at all",
-     "the image begins with a wrong header"},
-    {FaultKind::silence, "silence", 3, "reads of the data pipe, 0 for all of them",
-     "so many reads run into their time-out before the first byte of the job stream comes"},
+    {FaultKind::wrongHeader, "wrong-header", 1, wrongHeaders, "the image begins with a wrong header"},
+    {FaultKind::silence, "silence", 3, dataReads,
+     "this many reads time out before the first byte of the job stream arrives"},
 };
 
 }  // namespace
@@ -45,17 +48,21 @@ const FaultDescription& describe(FaultKind kind) {
 }
 
 std::optional<Fault> parseFault(std::string_view text) {
-  const std::size_t at = text.find('@');
+  const std::size_t separator = text.find_first_of(":@");
   for (const FaultDescription& description : table) {
-    if (description.name != text.substr(0, at)) continue;
-    if (at == std::string_view::npos) return Fault{description.kind, description.defaultPosition};
+    if (description.name != text.substr(0, separator)) continue;
+    if (separator == std::string_view::npos) return Fault{description.kind, description.defaultPosition};
     Fault fault{description.kind, 0};
     const char* end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data() + at + 1, end, fault.position);
+    const auto [rest, error] = std::from_chars(text.data() + separator + 1, end, fault.position);
     if (error != std::errc() || rest != end) return std::nullopt;
     return fault;
   }
   return std::nullopt;
+}
+
+std::string textOf(const Fault& fault) {
+  return std::string(describe(fault.kind).name) + ":" + std::to_string(fault.position);
 }
 
 }  // namespace virtualscanner

@@ -13,13 +13,8 @@ namespace {
 
 constexpr std::size_t faultColumn = 26;  // in the help
 
-std::string inModelSyntax(std::string fault) {
-  std::replace(fault.begin(), fault.end(), ':', '@');
-  return fault;
-}
-
 virtualscanner::Fault faultNamed(const std::string& given) {
-  if (const auto fault = virtualscanner::parseFault(inModelSyntax(given))) return *fault;
+  if (const auto fault = virtualscanner::parseFault(given)) return *fault;
   std::string names;
   for (const auto& known : virtualscanner::faultTable())
     names += (names.empty() ? "" : ", ") + std::string(known.name);
@@ -31,9 +26,7 @@ virtualscanner::Fault faultNamed(const std::string& given) {
 
 VirtualScannerOptions checkedOptions(const VirtualScannerOptions& options) {
   makeVirtualScanner(options);
-  VirtualScannerOptions checked = options;
-  for (std::string& fault : checked.faults) fault = inModelSyntax(fault);
-  return checked;
+  return options;
 }
 
 bool anyUsed(const VirtualScannerOptions& options) {
@@ -61,7 +54,7 @@ std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const Virtual
 std::string faultHelp() {
   std::string help;
   for (const auto& fault : virtualscanner::faultTable()) {
-    std::string usage = "  " + std::string(fault.name) + ":" + std::to_string(fault.defaultPosition);
+    std::string usage = "  " + virtualscanner::textOf({fault.kind, fault.defaultPosition});
     usage.resize(std::max(usage.size() + 1, faultColumn), ' ');
     help += usage + std::string(fault.effect) + "\n";
   }

@@ -134,7 +134,7 @@ TEST_F(EndToEndFaults, AJobThatCouldNotBeMadeWaitsUntilTheDeviceIsGone) {
       {{FaultKind::garbageReply, 2}},   {{FaultKind::timeOut, 1}},        {{FaultKind::timeOut, 2}},
       {{FaultKind::timeOut, 3}},        {{FaultKind::timeOut, 4}},        {{FaultKind::timeOut, 5}}};
   for (std::vector<Fault> faults : cases) {
-    SCOPED_TRACE(std::string(describe(faults[0].kind).name) + "@" + std::to_string(faults[0].position));
+    SCOPED_TRACE(textOf(faults[0]));
     faults.push_back({FaultKind::unplug, 20});
     plugInWith(faults);
     testing::internal::CaptureStderr();
@@ -154,7 +154,7 @@ TEST_F(EndToEndFaults, RepliesThatTheJobDoesNotNeedMayFail) {
       {{FaultKind::timeOut, 15}},       {{FaultKind::timeOut, 16}},       {{FaultKind::timeOut, 17}},
       {{FaultKind::stall, 14}},         {{FaultKind::stall, 15}}};
   for (const std::vector<Fault>& faults : cases) {
-    SCOPED_TRACE(std::string(describe(faults[0].kind).name) + "@" + std::to_string(faults[0].position));
+    SCOPED_TRACE(textOf(faults[0]));
     plugInWith(faults);
     testing::internal::CaptureStderr();
     EXPECT_EQ(scan(page), 0);

@@ -27,15 +27,28 @@ TEST(ParseFault, TakesANameWithOrWithoutAPosition) {
   for (const FaultDescription& description : faultTable()) {
     const std::string name(description.name);
     EXPECT_EQ(parseFault(name), (Fault{description.kind, description.defaultPosition}));
-    EXPECT_EQ(parseFault(name + "@4294967295"), (Fault{description.kind, 0xFFFFFFFF}));
-    EXPECT_EQ(parseFault(name + "@0"), (Fault{description.kind, 0}));
+    for (const char* separator : {":", "@"}) {
+      EXPECT_EQ(parseFault(name + separator + "4294967295"), (Fault{description.kind, 0xFFFFFFFF}));
+      EXPECT_EQ(parseFault(name + separator + "0"), (Fault{description.kind, 0}));
+    }
   }
 }
 
-TEST(ParseFault, RefusesEverythingElse) {
-  for (const char* text : {"", "@", "@3", "stal", "stalls", "Stall", "stall@", "stall@x", "stall@1x",
-                           "stall@-1", "stall@ 1", "stall@4294967296", "stall@1@2"}) {
+TEST(ParseFault, RejectsEverythingElse) {
+  for (const char* text :
+       {"",        "@",        "@3",       "stal",     "stalls",           "Stall",     "stall@",
+        "stall@x", "stall@1x", "stall@-1", "stall@ 1", "stall@4294967296", "stall@1@2", ":",
+        ":3",      "stall:",   "stall:x",  "stall:-1", "stall:4294967296", "stall:1:2", "stall:@1",
+        "stall@:1"}) {
     EXPECT_EQ(parseFault(text), std::nullopt) << text;
+  }
+}
+
+TEST(TextOfAFault, IsItsNameAndPositionAsTheyAreRead) {
+  EXPECT_EQ(textOf({FaultKind::shortWrite, 2}), "short-write:2");
+  for (const FaultDescription& description : faultTable()) {
+    const Fault fault{description.kind, 4294967295};
+    EXPECT_EQ(parseFault(textOf(fault)), fault);
   }
 }
 
@@ -45,7 +58,7 @@ FaultPlan planOf(std::vector<Fault> faults) {
   return plan;
 }
 
-TEST(FaultPlan, TellsAFaultOnceAtItsTransfer) {
+TEST(FaultPlan, ReportsAFaultOnceAtItsTransfer) {
   FaultPlan plan = planOf({{FaultKind::stall, 2}, {FaultKind::timeOut, 3}});
   EXPECT_EQ(plan.countTransfer(), std::nullopt);
   EXPECT_EQ(plan.countTransfer(), FaultKind::stall);

@@ -268,7 +268,7 @@ TEST(ScanPlan, HandsTheRestToTheWorker) {
   const ScanPlan plan = planScan(options);
   EXPECT_EQ(plan.request.timeout, std::chrono::milliseconds(1500));
   EXPECT_TRUE(plan.request.verbose);
-  EXPECT_THAT(plan.request.virtualScanner.faults, ElementsAre("stall@7", "unplug"));
+  EXPECT_THAT(plan.request.virtualScanner.faults, ElementsAre("stall:7", "unplug"));
 }
 
 }  // namespace
