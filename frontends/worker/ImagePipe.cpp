@@ -9,6 +9,7 @@ namespace frontend {
 
 ImagePipe::ImagePipe(int descriptor, int wakeUp, const Cancellation& cancel, ThreadActivity& activity)
     : pipe_(descriptor), wakeUp_(wakeUp), cancel_(cancel), activity_(activity) {
+  // A write that blocked could not be ended by a cancel.
   fcntl(descriptor, F_SETFL, O_NONBLOCK);
 }
 
@@ -28,6 +29,7 @@ bool ImagePipe::write(const std::uint8_t* bytes, std::size_t count) {
   return true;
 }
 
+// A front end may take any time to read: meanwhile the scanning thread counts as waiting, not as hung.
 bool ImagePipe::awaitRoom() {
   activity_.beginWaiting();
   pollfd awaited[] = {{pipe_.get(), POLLOUT, 0}, {wakeUp_, POLLIN, 0}};

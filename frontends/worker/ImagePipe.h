@@ -9,18 +9,18 @@
 
 namespace frontend {
 
-// The way of the picture's bytes to the front end. A front end that does not read holds up the scan, which
-// holds up the scanner; nothing is lost.
+// The pipe that carries the rows to the front end. A front end that does not read holds up the scan, which
+// holds up the scanner; nothing is lost. By the scanning thread alone.
 class ImagePipe {
  public:
-  // The descriptor becomes this object's. `wakeUp` becomes readable when `cancel` is requested; both outlive
-  // the object.
+  // Takes the descriptor. `wakeUp` becomes readable when `cancel` is requested; it, the flag and the activity
+  // outlive the object.
   ImagePipe(int descriptor, int wakeUp, const Cancellation& cancel, ThreadActivity& activity);
 
-  // Blocks until the pipe has taken all of them. False where nobody wants them: cancelled, or the reader is
-  // gone.
+  // Blocks until the pipe has taken all of them. False where nobody wants them: the scan is cancelled, or the
+  // reader is gone.
   bool write(const std::uint8_t* bytes, std::size_t count);
-  // The end of the picture, for its reader.
+  // Ends the picture for its reader.
   void close() { pipe_.reset(); }
 
  private:

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -9,119 +8,113 @@
 
 #include "Cancellation.h"
 #include "IOReturn.h"
+#include "JobState.h"
 #include "PacketReader.h"
-#include "PictureHeader.h"
 #include "PictureListener.h"
+#include "PictureProgress.h"
 #include "ScanOutcome.h"
+#include "StreamBounds.h"
+#include "TransferTimes.h"
 
 namespace frontend {
+
+struct MessageSummary;
+
+enum class PipeRole : std::uint8_t { other, out, reply, data };
 
 // Pipe references that the driver has chosen; 0 is none.
 struct JobPipes {
   std::uint8_t out = 0;
   std::uint8_t reply = 0;
   std::uint8_t data = 0;
+
+  PipeRole roleOf(std::uint8_t pipe) const;
 };
 
-struct WatchLimits {
-  // How long the scanner may be silent while its answer, or the next piece of the picture, is due. At
-  // least 1.
-  std::uint32_t timeoutMs = 30000;
+// What a watch depends on. What is referred to outlives the watch.
+struct WatchSetup {
+  const Cancellation* cancel =
+      nullptr;                         // looked at before every transfer; null for a job that nobody cancels
+  PictureListener* picture = nullptr;  // gets the rows while they arrive; may be null
+  std::uint32_t timeoutMs = 30000;     // how long the scanner may be silent, at least 1
+  TimeSource now = std::chrono::steady_clock::now;
 };
 
-// Looks at every transfer of one scan job and says when the job cannot come to a good end, since the library
-// itself would go on for ever (silence before the picture, a refused job, a cancel) or deliver something that
-// is no whole picture; and when it has come to a good one, which the library would learn of by waiting. Does
-// no I/O: the stack that it is asked by does. A job is ended early by answering everything with "no device",
-// which is the library's designed way out. One thread.
+// Judges one scan job by its transfers: turns them into the events of JobState.h, ends a job that would never
+// end well by itself (the library waits for ever for a picture that does not begin, ignores refusals and
+// cannot be cancelled), ends a picture at once where the library would wait for a time-out, and returns the
+// verdict on the whole.
+//
+// Does no I/O: the stack that asks it does. A job is ended by answering every further transfer with "no
+// device", which is the library's designed way out. Throws std::bad_alloc alone, after which only
+// noteOutOfMemory() and verdict() make sense. One thread, but for the cancel flag.
 class JobWatch : private wire::PacketReader::Listener {
  public:
-  // `cancel` and `picture` may be null; they outlive the watch.
-  explicit JobWatch(const Cancellation* cancel, WatchLimits limits = {}, PictureListener* picture = nullptr);
+  explicit JobWatch(const WatchSetup& setup);
 
-  // Until the pipes are known, everything passes.
+  // Until the pipes are known, everything passes but after a cancel.
   void watchPipes(const JobPipes& pipes) { pipes_ = pipes; }
   const JobPipes& pipes() const { return pipes_; }
 
-  // Whether the next transfer may go to the device. Where not, it is answered with kIOReturnNoDevice.
-  bool mayRead(std::uint8_t pipe);
-  bool mayWrite(std::uint8_t pipe, const void* bytes, std::uint32_t size);
-  // Whether this pipe has nothing to read any more, since the scanner told the end of its job. The read is
-  // then answered with a time-out, which is how the library finds the end of the picture.
-  bool isExhausted(std::uint8_t pipe);
-  // How long the next transfer may wait for its first byte, of the time that the library would wait.
-  std::uint32_t waitFor(std::uint8_t pipe, std::uint32_t noDataTimeoutMs) const;
-  // How long it may take in all.
-  std::uint32_t completionFor(std::uint8_t pipe, std::uint32_t completionTimeoutMs) const;
-  // Whether a cancel may end the transfer that comes next. The last calls leave the scanner ready.
-  bool mayBeAborted() const { return phase_ != Phase::afterwards; }
+  // Nothing where the next transfer may go to the device; otherwise the status with which the library is
+  // answered instead. Asked once before every transfer.
+  std::optional<platform::IOReturn> beforeRead(std::uint8_t pipe);
+  std::optional<platform::IOReturn> beforeWrite(std::uint8_t pipe, const void* bytes, std::uint32_t size);
+  // The time-outs of the next transfer, of those that the library asks for.
+  TransferTimeouts timeoutsFor(std::uint8_t pipe, const TransferTimeouts& asked) const;
+  // Whether a cancel may abort the next transfer. The last calls leave the scanner ready.
+  bool mayBeAborted() const { return state_ != JobState::leaving; }
 
-  // What the library is to be told of a transfer that went to the device: its own status, or another failure
-  // where the library must get none of the bytes. `waitedMs` is the no-data time-out of the read.
-  platform::IOReturn judgeRead(std::uint8_t pipe, platform::IOReturn status, const void* bytes,
-                               std::uint32_t size, std::uint32_t waitedMs);
-  platform::IOReturn judgeWrite(std::uint8_t pipe, platform::IOReturn status);
-  // Whether the read judged last is to be done again instead of telling the library: it has only waited.
-  bool readAgain() const { return readAgain_; }
-  // Whether the answer read so far stops inside a packet, so that its rest should be read at once: the
-  // library gives each answer one read only.
+  // The status that the library gets for a read that went to the device: its own, or another failure where
+  // the library must get none of the bytes. Nothing where the read has only waited and is to be repeated,
+  // without a word to the library. `waitedMs` is its no-data time-out.
+  std::optional<platform::IOReturn> afterRead(std::uint8_t pipe, platform::IOReturn status, const void* bytes,
+                                              std::uint32_t size, std::uint32_t waitedMs);
+  platform::IOReturn afterWrite(std::uint8_t pipe, platform::IOReturn status);
+  // Whether the answer read so far stops inside a packet, so that its rest is to be read at once: the library
+  // reads each answer once only.
   bool answerIsCut(std::uint8_t pipe) const;
+  // A transfer could not be examined for want of memory. Returns the status that the library gets for it. The
+  // functions above do the same where the stack below found none (kIOReturnNoMemory).
+  platform::IOReturn noteOutOfMemory();
 
-  // Whether the library has taken all that it will take of the picture. The last calls come then.
-  bool pictureIsOver() const { return phase_ == Phase::afterwards; }
-  // Why the job was ended early; nothing if it was not.
-  const std::optional<ScanOutcome>& ended() const { return ended_; }
-  // What to think of a job that ran to its end.
+  JobState state() const { return state_; }
+  // How the job ended: early, or by itself with what has arrived until now.
   ScanOutcome verdict() const;
 
  private:
-  enum class Phase : std::uint8_t { calls, picture, afterwards };
-  using Clock = std::chrono::steady_clock;
-
   void onControlMessage(std::string_view message) override;
   void onImageBytes(const std::uint8_t* bytes, std::size_t count) override;
   void onImagePacketEnd() override;
   void onImageJobEnd() override;
 
-  bool mayGoOn();
-  void endJob(ScanOutcome outcome);
-  void beginPicture();
-  void endPicture();
-  bool isWhole() const;
-  void judgeFailedAnswer(platform::IOReturn status);
-  platform::IOReturn judgeFailedRead(bool data, platform::IOReturn status, std::uint32_t waitedMs);
-  void judgeSilence(bool data, std::uint32_t waitedMs);
-  platform::IOReturn judgeFailedDataRead(platform::IOReturn status);
-  void judgeDataRead(std::uint32_t size);
-  void showRaster(const std::uint8_t* bytes, std::size_t count);
-  ScanOutcome incomplete() const;
+  void raise(JobEvent event);
+  bool cancelRequested() const { return cancel_ != nullptr && cancel_->requested(); }
+  bool endedOrCancelled();
+  platform::IOReturn afterGoodRead(PipeRole role, const void* bytes, std::uint32_t size);
+  std::optional<platform::IOReturn> afterFailedRead(PipeRole role, platform::IOReturn status,
+                                                    std::uint32_t waitedMs);
+  platform::IOReturn afterFailedDataRead(platform::IOReturn status);
+  bool mayKeepWaiting(PipeRole role) const;
+  void noteFailedCall(platform::IOReturn status);
+  JobEvent eventOfFailedDataRead(platform::IOReturn status);
+  JobEvent eventOf(const MessageSummary& answer) const;
+  ScanOutcome outcomeOfEnd() const;
+  ScanOutcome outcomeOfEndedStream() const;
 
   const Cancellation* cancel_;
-  WatchLimits limits_;
-  PictureListener* picture_;
   JobPipes pipes_;
+  JobState state_ = JobState::calling;
+  JobEvent endedBy_{};  // the event that led to the state `over`
+  TransferTimes times_;
+  StreamBounds bounds_;
+  PictureProgress picture_;
   wire::PacketReader packets_{*this};
-  Phase phase_ = Phase::calls;
-  std::optional<ScanOutcome> ended_;
-  Clock::time_point lastCallsEnd_;  // set with the phase afterwards
-
-  std::string request_;             // the method of the call in flight; empty before the first
-  bool answered_ = true;            // it has a whole, readable answer
-  bool unreadableMessage_ = false;  // the latest read brought a message that nobody can read
-
-  bool readAgain_ = false;
-  std::uint32_t silentMs_ = 0;     // since the last byte on the pipe that is read
-  std::uint32_t failedReads_ = 0;  // data reads in a row that failed otherwise than by a time-out
-  std::uint32_t emptyReads_ = 0;
-  std::uint64_t streamBytes_ = 0;
-  platform::IOReturn lastFailure_ = platform::kIOReturnSuccess;  // of a data read
-
-  PictureHeader header_;
-  bool imagePacketCame_ = false;  // a whole one: from now on the library takes a failed read for the end
-  bool jobEnded_ = false;         // the scanner said so
-  bool toldWhole_ = false;
-  std::uint64_t arrived_ = 0;  // raster bytes
-  std::uint64_t whole_ = 0;    // those of them whose packet is whole
+  bool withheld_ = false;  // the library must not get the bytes of the read that is examined
+  std::string request_;    // the method of the latest of the first calls
+  std::string reason_;     // why the scanner refused it
+  platform::IOReturn callFailure_ = platform::kIOReturnSuccess;
+  platform::IOReturn dataFailure_ = platform::kIOReturnSuccess;  // the latest, time-outs aside
 };
 
 }  // namespace frontend

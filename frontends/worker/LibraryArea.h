@@ -15,8 +15,8 @@ struct LibraryArea {
 };
 
 // The edges that the library turns into exactly these pixels. It multiplies left, top and the differences
-// right - left and bottom - top by resolution / 1200.0 and cuts off what follows the point, so that an edge
-// must not fall a hair short of its pixel. Any resolution from 1 to 1200 and any area that fits the glass.
+// right - left and bottom - top by resolution / 1200.0 and truncates the products: an edge that falls a hair
+// short of its pixel would lose it. Any resolution from 1 to 1200 and any area that fits the bed.
 LibraryArea libraryArea(const PixelArea& area, std::uint32_t resolution);
 
 }  // namespace frontend

@@ -1,4 +1,4 @@
-#include "MessageGlance.h"
+#include "MessageSummary.h"
 
 #include <expat.h>
 
@@ -9,16 +9,17 @@
 namespace frontend {
 namespace {
 
+// The rest of a longer name or reason is dropped: it is shown in one sentence.
 constexpr std::size_t longestText = 1000;
 
-struct Glance {
-  MessageGlance seen;
+struct Reading {
+  MessageSummary summary;
   int depth = 0;
-  bool wanted = false;  // the text that comes belongs to the answer
+  bool textBelongs = false;  // to the method or the reason
 };
 
 // By two characters, as the library's reader tells tags apart: what it understands must not be called
-// unreadable.
+// unreadable here.
 MessageKind kindOf(std::string_view tag) {
   if (tag.starts_with("me")) return MessageKind::call;
   if (tag.starts_with("re")) return MessageKind::response;
@@ -35,25 +36,29 @@ bool namesTheMethod(std::string_view tag, const char** attributes) {
 }
 
 void startElement(void* user, const char* name, const char** attributes) {
-  auto& glance = *static_cast<Glance*>(user);
-  ++glance.depth;
-  if (glance.depth == 1) glance.seen.kind = kindOf(name);
-  if (glance.depth != 2) return;
-  glance.seen.hasResult = glance.seen.kind == MessageKind::response;
-  glance.wanted = glance.seen.kind == MessageKind::exception ||
-                  (glance.seen.kind == MessageKind::call && namesTheMethod(name, attributes));
+  auto& reading = *static_cast<Reading*>(user);
+  MessageSummary& summary = reading.summary;
+  ++reading.depth;
+  if (reading.depth == 1) summary.kind = kindOf(name);
+  if (reading.depth != 2) return;
+  summary.hasResult = summary.kind == MessageKind::response;
+  reading.textBelongs = summary.kind == MessageKind::exception ||
+                        (summary.kind == MessageKind::call && namesTheMethod(name, attributes));
 }
 
 void endElement(void* user, const char* /*name*/) {
-  auto& glance = *static_cast<Glance*>(user);
-  if (--glance.depth < 2) glance.wanted = false;
+  auto& reading = *static_cast<Reading*>(user);
+  if (--reading.depth < 2) reading.textBelongs = false;
 }
 
+// The reason of an exception is its own text, or that of an element in it.
 void characterData(void* user, const char* text, int length) {
-  auto& glance = *static_cast<Glance*>(user);
-  std::string& target = glance.seen.kind == MessageKind::call ? glance.seen.method : glance.seen.reason;
-  const bool belongs = glance.wanted || (glance.seen.kind == MessageKind::exception && glance.depth == 1);
-  if (belongs) target.append(text, std::min(static_cast<std::size_t>(length), longestText - target.size()));
+  auto& reading = *static_cast<Reading*>(user);
+  MessageSummary& summary = reading.summary;
+  const bool exception = summary.kind == MessageKind::exception;
+  if (!reading.textBelongs && !(exception && reading.depth == 1)) return;
+  std::string& target = exception ? summary.reason : summary.method;
+  target.append(text, std::min(static_cast<std::size_t>(length), longestText - target.size()));
 }
 
 void trim(std::string& text) {
@@ -64,20 +69,23 @@ void trim(std::string& text) {
 
 }  // namespace
 
-MessageGlance glanceAt(std::string_view message) {
+MessageSummary summarize(std::string_view message) {
   if (message.size() > INT_MAX) return {};
   const std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser(XML_ParserCreate(nullptr),
                                                                             XML_ParserFree);
   if (parser == nullptr) return {};
-  Glance glance;
-  XML_SetUserData(parser.get(), &glance);
+  Reading reading;
+  // Nothing may throw through the parser, which is written in C.
+  reading.summary.method.reserve(longestText);
+  reading.summary.reason.reserve(longestText);
+  XML_SetUserData(parser.get(), &reading);
   XML_SetElementHandler(parser.get(), startElement, endElement);
   XML_SetCharacterDataHandler(parser.get(), characterData);
   const auto length = static_cast<int>(message.size());
   if (XML_Parse(parser.get(), message.data(), length, XML_TRUE) != XML_STATUS_OK) return {};
-  trim(glance.seen.method);
-  trim(glance.seen.reason);
-  return glance.seen;
+  trim(reading.summary.method);
+  trim(reading.summary.reason);
+  return std::move(reading.summary);
 }
 
 }  // namespace frontend

@@ -8,16 +8,16 @@ namespace frontend {
 
 enum class MessageKind : std::uint8_t { unreadable, call, response, exception };
 
-// What a watcher needs to know of a message that passes by: its kind, which method a call names, whether a
-// response carries a result, and what an exception says (which the library's reader drops).
-struct MessageGlance {
+// What decides over a job in one of its messages. The library's own reader drops the reason of an exception.
+struct MessageSummary {
   MessageKind kind = MessageKind::unreadable;
-  std::string method;      // of a call
-  bool hasResult = false;  // of a response
-  std::string reason;      // of an exception; white space at the ends removed, may be empty
+  std::string method;      // that a call names
+  bool hasResult = false;  // whether a response carries one
+  std::string reason;      // of an exception; without white space at its ends, may be empty
 };
 
-// Reads one message. Prints nothing and fails in no way: what is no whole message is unreadable.
-MessageGlance glanceAt(std::string_view message);
+// Reads one message, without its packet header. Prints nothing; a text that is no whole message is
+// unreadable. Throws std::bad_alloc alone. Any thread.
+MessageSummary summarize(std::string_view message);
 
 }  // namespace frontend

@@ -8,10 +8,10 @@ std::optional<ScanOutcome> PictureForwarder::begins(const PictureHeader& header)
   sent.width = header.width();
   sent.height = header.height();
   sent.channels = header.bytesPerPixel();
-  // Front ends have told their users a size already.
+  // Front ends have announced this layout: SANE's parameters and a file's header come before the first row.
   if (sent != expected) return outcome::otherPicture(sent, expected);
   if (request_.threshold) lineart_.emplace(sent.width, *request_.threshold);
-  reports_.tell(sent);
+  reports_.send(sent);
   return std::nullopt;
 }
 
@@ -23,7 +23,7 @@ bool PictureForwarder::raster(const std::uint8_t* bytes, std::size_t count) {
 }
 
 void PictureForwarder::isWhole() {
-  reports_.tell(outcome::good());
+  reports_.send(outcome::good());
   pipe_.close();
 }
 

@@ -11,16 +11,20 @@
 
 namespace frontend {
 
-// Passes a picture on to the front end while it arrives: its layout, its rows in that layout, and, as soon as
-// it is whole, that the scan is good. One thread.
+// Passes a picture on to the front end while it arrives: its layout, its rows in that layout, and a good
+// outcome as soon as it is whole, though the scanner still gets its last calls. The functions are called,
+// block and fail as PictureListener.h says. One thread.
 class PictureForwarder final : public PictureListener {
  public:
-  // All of it outlives the object.
+  // All of them outlive the object.
   PictureForwarder(const ScanRequest& request, ReportChannel& reports, ImagePipe& pipe)
       : request_(request), reports_(reports), pipe_(pipe) {}
 
+  // Refuses a picture of another size or color than the request asked for.
   std::optional<ScanOutcome> begins(const PictureHeader& header) override;
+  // Blocks while the pipe is full. False where the scan is cancelled or the front end gone.
   bool raster(const std::uint8_t* bytes, std::size_t count) override;
+  // Reports the outcome before the pipe ends, so that a front end at its end finds it.
   void isWhole() override;
 
  private:
@@ -28,7 +32,7 @@ class PictureForwarder final : public PictureListener {
   ReportChannel& reports_;
   ImagePipe& pipe_;
   std::optional<LineartPacker> lineart_;
-  std::vector<std::uint8_t> packed_;
+  std::vector<std::uint8_t> packed_;  // kept for its memory alone
 };
 
 }  // namespace frontend

@@ -10,9 +10,9 @@ namespace {
 constexpr std::size_t magicSize = 2;
 constexpr int sizeLine = 3;  // the second line is a comment
 constexpr int maximumLine = 4;
-constexpr std::size_t longestHeader = 4096;  // a comment may be long, but not without end
+constexpr std::size_t longestHeader = 4096;  // a long comment is no error, an endless one is
 
-// The next decimal number of a line; takes it and the blanks before it off the front.
+// Removes the next decimal number of a line, with the blanks before it, from its front.
 std::optional<std::uint32_t> takeNumber(std::string_view& line) {
   line.remove_prefix(std::min(line.find_first_not_of(" \t\r"), line.size()));
   std::uint32_t number = 0;
@@ -30,7 +30,8 @@ std::size_t PictureHeader::feed(const std::uint8_t* bytes, std::size_t count) {
   return state_ == State::wrong ? count : taken;
 }
 
-// Each part is looked at as soon as it is there, so that a wrong header is noticed before much has come.
+// Each part is checked as soon as it is complete: a device that sends something else may never send a line
+// feed.
 void PictureHeader::take(char character) {
   text_ += character;
   if (text_.size() == magicSize) return readMagic();

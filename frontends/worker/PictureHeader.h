@@ -7,16 +7,16 @@
 
 namespace frontend {
 
-// Reads the header of the picture as its bytes pass by, with the line structure that the library's conversion
-// takes for granted: magic, one comment line, "width height", maximum value, each ended by a line feed; then
-// the raster. Accepts binary grey and colour (P5, P6) in sizes that a scan can have. Keeps nothing of the
-// raster.
+// Reads the header of the picture from bytes in pieces of any size, with the line structure that the
+// library's conversion takes for granted: magic, one comment line, "width height", maximum value, each ended
+// by a line feed; then the raster. Accepts binary gray and color (P5, P6) in sizes that a scan can have.
+// Keeps nothing of the raster. Throws std::bad_alloc. One thread.
 class PictureHeader {
  public:
   enum class State : std::uint8_t { incomplete, complete, wrong };
 
-  // How many of these bytes belong to the header; the rest is raster. 0 once it is complete; all once it is
-  // wrong.
+  // Returns how many of these bytes belong to the header; the rest is raster. 0 once it is complete; all of
+  // them once it is wrong.
   std::size_t feed(const std::uint8_t* bytes, std::size_t count);
 
   State state() const { return state_; }
@@ -26,7 +26,7 @@ class PictureHeader {
   std::uint32_t bytesPerPixel() const { return bytesPerPixel_; }
   std::uint64_t rowBytes() const { return std::uint64_t{width_} * bytesPerPixel_; }
   std::uint64_t rasterBytes() const { return rowBytes() * height_; }  // at most largestRaster
-  // Why it is wrong, as a clause; empty unless it is.
+  // What is wrong with it, as a clause; empty unless something is.
   const std::string& complaint() const { return complaint_; }
 
   static constexpr std::uint32_t largestSide = 65535;
@@ -37,7 +37,7 @@ class PictureHeader {
   void readMagic();
   void readSize();
   void readMaximum();
-  // The line whose line feed came just now, without it.
+  // The line that the latest line feed ended, without it.
   std::string_view lastLine() const;
   void complain(const char* why);
 

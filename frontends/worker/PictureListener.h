@@ -9,16 +9,19 @@
 
 namespace frontend {
 
-// Gets a picture while the scanner sends it, on the scanning thread. Must not throw.
+// Gets one picture while the scanner sends it: begins(), raster() until nothing more comes, isWhole() if
+// every row arrived. Called by the scanning thread, inside a transfer: whoever blocks here holds up the
+// scanner. May throw std::bad_alloc, which ends the scan for want of memory, and nothing else.
 class PictureListener {
  public:
-  // The header is whole. An outcome ends the scan with it, before any row is shown.
+  // The header is complete. Returns nothing to receive the rows; an outcome ends the scan with it.
   virtual std::optional<ScanOutcome> begins(const PictureHeader& header) = 0;
-  // The next bytes of the raster, of all rows together never more than the header told. May block. False
-  // where nobody wants them any more: the scan is ended as cancelled.
+  // The next bytes of the raster, at least one, of all rows together no more than the header announced; valid
+  // only during the call. May block. False ends the scan as cancelled: no more rows are wanted.
   virtual bool raster(const std::uint8_t* bytes, std::size_t count) = 0;
-  // Every row has been shown, and the scanner has told that its job is done. What fails from now on does the
-  // picture no harm.
+  // Every row was passed on, and the scanner has ended its job or was silent after the last row; failures
+  // from now on do the picture no harm. Called inside the read that brings the end, or the first one after
+  // the silence: not at all where that one fails.
   virtual void isWhole() = 0;
 
  protected:

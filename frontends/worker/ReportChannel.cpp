@@ -12,27 +12,27 @@
 namespace frontend {
 namespace {
 
-// The front end takes every message at once or is busy for a moment; a few fit without it.
+// Blocks in practice for a moment at most: the connection holds a few messages, and there are two in all.
 void sendWhole(int descriptor, const std::string& message) {
-  while (send(descriptor, message.data(), message.size(), MSG_NOSIGNAL) < 0 && errno == EINTR) {
+  while (::send(descriptor, message.data(), message.size(), MSG_NOSIGNAL) < 0 && errno == EINTR) {
   }
 }
 
 }  // namespace
 
-void ReportChannel::tell(const PictureLayout& layout) {
+void ReportChannel::send(const PictureLayout& layout) {
   if (!over_.load()) sendWhole(descriptor_, layoutMessage(layout));
+}
+
+void ReportChannel::send(const ScanOutcome& outcome) {
+  if (!over_.exchange(true)) sendWhole(descriptor_, outcomeMessage(outcome));
 }
 
 void ReportChannel::sendHeartbeat() {
   int unread = 0;
   if (over_.load() || ioctl(descriptor_, SIOCOUTQ, &unread) != 0 || unread > 0) return;
   const std::string message = heartbeatMessage();
-  send(descriptor_, message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-}
-
-void ReportChannel::tell(const ScanOutcome& outcome) {
-  if (!over_.exchange(true)) sendWhole(descriptor_, outcomeMessage(outcome));
+  ::send(descriptor_, message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
 }  // namespace frontend

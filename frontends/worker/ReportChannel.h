@@ -7,22 +7,24 @@
 
 namespace frontend {
 
-// Tells the front end how its scan goes. The descriptor, a socket for messages, stays the caller's. What
-// cannot be sent is lost: then nobody is there to hear it.
+// The worker's end of its connection to the front end, for what it reports there. Any thread. The descriptor,
+// a socket for messages, stays the caller's. A report that cannot be sent is dropped: its reader is gone, and
+// the worker learns that from the same socket.
 class ReportChannel {
  public:
   explicit ReportChannel(int descriptor) : descriptor_(descriptor) {}
 
-  void tell(const PictureLayout& layout);
-  // Says nothing while the front end has not taken what was told before, so that signs never fill the
+  // Blocks while the front end reads nothing; nothing is sent after an outcome.
+  void send(const PictureLayout& layout);
+  // Only the first outcome is sent, whichever thread it comes from.
+  void send(const ScanOutcome& outcome);
+  // Sends nothing while the front end has not read the report before it, so that heartbeats never fill the
   // connection. Does not block.
   void sendHeartbeat();
-  // Only the first outcome is sent, whichever thread it comes from.
-  void tell(const ScanOutcome& outcome);
 
  private:
   int descriptor_;
-  std::atomic<bool> over_{false};
+  std::atomic<bool> over_{false};  // an outcome was sent
 };
 
 }  // namespace frontend

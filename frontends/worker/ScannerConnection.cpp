@@ -1,4 +1,4 @@
-#include "ScannerAtHand.h"
+#include "ScannerConnection.h"
 
 #include <string>
 #include <utility>
@@ -14,22 +14,22 @@
 namespace frontend {
 namespace {
 
-class RealScanner final : public ScannerAtHand {
+class RealScannerConnection final : public ScannerConnection {
  public:
-  explicit RealScanner(std::optional<std::uint32_t> location)
+  explicit RealScannerConnection(std::optional<std::uint32_t> location)
       : stack_(platform::LibusbStack::configuredIdentity(), location) {}
-  platform::UsbStack& stack() override { return stack_; }
+  platform::UsbStack& stack() noexcept override { return stack_; }
 
  private:
   platform::LibusbStack stack_;
 };
 
-class VirtualOne final : public ScannerAtHand {
+class VirtualScannerConnection final : public ScannerConnection {
  public:
-  VirtualOne(std::shared_ptr<const virtualscanner::Paper> paper, virtualscanner::ScannerOptions options,
-             virtualscanner::PacedUsbStack::Pace pace)
+  VirtualScannerConnection(std::shared_ptr<const virtualscanner::Paper> paper,
+                           virtualscanner::ScannerOptions options, virtualscanner::PacedUsbStack::Pace pace)
       : scanner_(std::move(paper), std::move(options)), paced_(stack_, pace) {}
-  platform::UsbStack& stack() override { return paced_; }
+  platform::UsbStack& stack() noexcept override { return paced_; }
 
  private:
   virtualscanner::VirtualScanner scanner_;
@@ -37,7 +37,8 @@ class VirtualOne final : public ScannerAtHand {
   virtualscanner::PacedUsbStack paced_;
 };
 
-std::variant<std::unique_ptr<ScannerAtHand>, ScanOutcome> virtualOne(const VirtualScannerOptions& wanted) {
+std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> connectToVirtual(
+    const VirtualScannerOptions& wanted) {
   virtualscanner::ScannerOptions options;
   for (const std::string& text : wanted.faults) {
     const auto fault = virtualscanner::parseFault(text);
@@ -48,7 +49,7 @@ std::variant<std::unique_ptr<ScannerAtHand>, ScanOutcome> virtualOne(const Virtu
   try {
     auto paper = wanted.paper.empty() ? virtualscanner::Paper::testChart()
                                       : virtualscanner::Paper::fromFile(wanted.paper);
-    return std::make_unique<VirtualOne>(
+    return std::make_unique<VirtualScannerConnection>(
         std::move(paper), std::move(options),
         virtualscanner::PacedUsbStack::Pace{wanted.realTime, wanted.warmUpMs, wanted.bytesPerSecond});
   } catch (const virtualscanner::PaperError& error) {
@@ -58,11 +59,12 @@ std::variant<std::unique_ptr<ScannerAtHand>, ScanOutcome> virtualOne(const Virtu
 
 }  // namespace
 
-std::variant<std::unique_ptr<ScannerAtHand>, ScanOutcome> ScannerAtHand::named(const ScanRequest& request) {
+std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> ScannerConnection::to(
+    const ScanRequest& request) {
   const auto name = parseScannerName(request.scanner);
   if (!name) return outcome::wrongRequest("There is no scanner of this name. Choose one that is listed.");
-  if (name->isVirtual) return virtualOne(request.virtualScanner);
-  return std::make_unique<RealScanner>(name->location);
+  if (name->isVirtual) return connectToVirtual(request.virtualScanner);
+  return std::make_unique<RealScannerConnection>(name->location);
 }
 
 }  // namespace frontend

@@ -9,16 +9,18 @@
 
 namespace frontend {
 
-// The scanner that a request names, reached through a USB stack of its own, on which any thread may abort a
-// pipe.
-class ScannerAtHand {
+// The way to the scanner that a request names: a USB stack on which that scanner is the only device, real or
+// virtual, and with it what a virtual one consists of. Opens nothing itself. Any thread may abort a pipe of
+// the stack; everything else belongs to one thread.
+class ScannerConnection {
  public:
-  virtual ~ScannerAtHand() = default;
-  virtual platform::UsbStack& stack() = 0;
+  virtual ~ScannerConnection() = default;
+  // Ends with the connection. Never fails and does not block; called by the scanning thread.
+  virtual platform::UsbStack& stack() noexcept = 0;
 
-  // Opens nothing yet. The outcome says why there can be no such scanner: its name, or an option of the
-  // virtual scanner, is wrong.
-  static std::variant<std::unique_ptr<ScannerAtHand>, ScanOutcome> named(const ScanRequest& request);
+  // The outcome explains why there can be no such scanner: its name, or an option of the virtual scanner, is
+  // wrong. May read a picture for the virtual scanner's glass.
+  static std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> to(const ScanRequest& request);
 };
 
 }  // namespace frontend

@@ -6,29 +6,30 @@
 namespace frontend {
 
 // When the scanning thread was last active, for another thread that detects a hang. A thread that waits for
-// somebody else is not idle, however long that takes.
+// the front end is not idle, however long that takes. Lock-free; nothing fails.
 class ThreadActivity {
  public:
-  using Clock = std::chrono::steady_clock;
-
-  ThreadActivity() { show(); }
+  ThreadActivity() { note(); }
   // By the scanning thread.
-  void show() noexcept { latest_.store(now(), std::memory_order_relaxed); }
+  void note() noexcept { latest_.store(now(), std::memory_order_relaxed); }
   void beginWaiting() noexcept { latest_.store(waiting, std::memory_order_relaxed); }
-  void endWaiting() noexcept { show(); }
+  void endWaiting() noexcept { note(); }
 
-  // By any other thread. Zero while the scanning thread waits.
-  std::chrono::milliseconds silence() const noexcept {
-    const Clock::rep latest = latest_.load(std::memory_order_relaxed);
+  // How long the scanning thread has done nothing; zero while it waits. By any thread.
+  std::chrono::milliseconds idleTime() const noexcept {
+    const Ticks latest = latest_.load(std::memory_order_relaxed);
     if (latest == waiting) return std::chrono::milliseconds(0);
-    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::duration(now() - latest));
+    const std::chrono::steady_clock::duration idle(now() - latest);
+    return std::chrono::duration_cast<std::chrono::milliseconds>(idle);
   }
 
  private:
-  static constexpr Clock::rep waiting = -1;
-  static Clock::rep now() noexcept { return Clock::now().time_since_epoch().count(); }
+  using Ticks = std::chrono::steady_clock::rep;
 
-  std::atomic<Clock::rep> latest_;
+  static constexpr Ticks waiting = -1;  // the clock counts from the start of the system
+  static Ticks now() noexcept { return std::chrono::steady_clock::now().time_since_epoch().count(); }
+
+  std::atomic<Ticks> latest_;
 };
 
 }  // namespace frontend

@@ -1,6 +1,7 @@
 #include "VerboseSink.h"
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -15,7 +16,8 @@ constexpr char cutMark[] = "...";
 VerboseSink::VerboseSink(std::size_t columns, Output output)
     : columns_(std::max<std::size_t>(columns, 20)), output_(std::move(output)) {}
 
-void VerboseSink::line(const platform::LogLine& line) {
+// A line for which there is no memory is dropped: the library may log when memory is short.
+void VerboseSink::line(const platform::LogLine& line) try {
   std::string text = prefix;
   line.read([&](std::string_view piece) {
     text += piece.substr(0, columns_ + 1 - std::min(columns_ + 1, text.size()));
@@ -29,6 +31,7 @@ void VerboseSink::line(const platform::LogLine& line) {
   std::replace_if(
       text.begin(), text.end(), [](char character) { return character < ' ' || character > '~'; }, '?');
   output_(text + "\n");
+} catch (const std::bad_alloc&) {
 }
 
 }  // namespace frontend

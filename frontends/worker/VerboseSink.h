@@ -8,13 +8,17 @@
 
 namespace frontend {
 
-// Shows the library's log lines to a curious user, each cut to the width of the screen: only that much of a
-// line is ever formatted. What is no printable ASCII shows as a question mark.
+// Prints the library's log lines for a user who asked for them, each cut to the width of the terminal: only
+// that much of a line is ever formatted, while whole ones hold every byte of the picture. What is no
+// printable ASCII becomes a question mark, since a terminal acts on control characters. On the thread that
+// logs.
 class VerboseSink final : public platform::LogSink {
  public:
   using Output = std::function<void(std::string_view text)>;
 
+  // Lines of at most `columns` characters, 20 at least, each passed to `output` with its line feed.
   VerboseSink(std::size_t columns, Output output);
+  // Prints the beginning of one line; blocks as long as the output does.
   void line(const platform::LogLine& line) override;
 
  private:

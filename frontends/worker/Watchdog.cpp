@@ -1,4 +1,4 @@
-#include "WorkerSupervisor.h"
+#include "Watchdog.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -14,69 +14,76 @@
 namespace frontend {
 namespace {
 
-// Between two attempts to end the transfer under way.
+// Between two attempts to abort the transfer in flight: the first may have come before it began.
 constexpr int pauseBetweenAbortsMs = 20;
 constexpr int hangStatus = 3;
 
-void count(int event) {
+void signalEvent(int event) {
   const std::uint64_t one = 1;
   [[maybe_unused]] const ssize_t written = write(event, &one, sizeof one);
 }
 
 }  // namespace
 
-WorkerSupervisor::WorkerSupervisor(const Parts& parts)
-    : parts_(parts),
+Watchdog::Watchdog(const Dependencies& dependencies)
+    : dependencies_(dependencies),
       cancelled_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       stop_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       thread_([this] { run(); }) {}
 
-WorkerSupervisor::~WorkerSupervisor() {
-  count(stop_.get());
+Watchdog::~Watchdog() {
+  signalEvent(stop_.get());
   thread_.join();
 }
 
-void WorkerSupervisor::run() {
-  for (;;) {
-    const bool cancelled = parts_.cancel.requested();
-    pollfd awaited[] = {{stop_.get(), POLLIN, 0}, {hungUp_ ? -1 : parts_.control, POLLIN, 0}};
-    poll(awaited, 2,
-         cancelled ? pauseBetweenAbortsMs : static_cast<int>(workertimes::heartbeatInterval.count()));
-    if (awaited[0].revents != 0) return;
-    if (awaited[1].revents != 0) listen();
-    if (parts_.cancel.requested()) parts_.transfers.abort();
-    endWhatHangs();
-    parts_.reports.sendHeartbeat();
+void Watchdog::run() {
+  while (awaitEvent()) {
+    if (dependencies_.cancel.requested()) dependencies_.transfers.abort();
+    endHungProcess();
+    dependencies_.reports.sendHeartbeat();
   }
 }
 
-// Whatever comes after the request is a cancel: there is nothing else to say.
-void WorkerSupervisor::listen() {
+// Waits no longer than until the next heartbeat is due. False where the thread is to end.
+bool Watchdog::awaitEvent() {
+  const bool cancelled = dependencies_.cancel.requested();
+  const int waitMs =
+      cancelled ? pauseBetweenAbortsMs : static_cast<int>(workertimes::heartbeatInterval.count());
+  // A connection that hung up stays readable for ever: poll() would never wait again.
+  pollfd awaited[] = {{stop_.get(), POLLIN, 0}, {hungUp_ ? -1 : dependencies_.control, POLLIN, 0}};
+  poll(awaited, 2, waitMs);
+  if (awaited[0].revents != 0) return false;
+  if (awaited[1].revents != 0) readControl();
+  return true;
+}
+
+// Whatever follows the request is a cancel: the protocol has nothing else.
+void Watchdog::readControl() {
   std::array<char, 64> message;
-  const ssize_t received = recv(parts_.control, message.data(), message.size(), MSG_DONTWAIT);
+  const ssize_t received = recv(dependencies_.control, message.data(), message.size(), MSG_DONTWAIT);
   if (received < 0 && (errno == EINTR || errno == EAGAIN)) return;
   hungUp_ = received <= 0;
   requestCancel();
 }
 
-void WorkerSupervisor::requestCancel() {
-  if (parts_.cancel.requested()) return;
-  cancelTime_ = Clock::now();
-  parts_.cancel.request();
-  count(cancelled_.get());
+void Watchdog::requestCancel() {
+  if (cancelTime_) return;
+  cancelTime_ = std::chrono::steady_clock::now();
+  dependencies_.cancel.request();
+  signalEvent(cancelled_.get());
 }
 
-void WorkerSupervisor::endWhatHangs() {
-  const bool cancelled = parts_.cancel.requested();
-  const bool stays = cancelled && Clock::now() - cancelTime_ > workertimes::workerExitTimeout;
-  const std::chrono::milliseconds silence = parts_.activity.silence();
-  const bool hangs = silence > parts_.longestSilence;
-  if (!stays && !hangs) return;
-  if (cancelled) {
-    parts_.reports.tell(outcome::cancelled());
-  } else {
-    parts_.reports.tell(outcome::silent(static_cast<std::uint64_t>(silence.count())));
-  }
+void Watchdog::endHungProcess() {
+  const auto now = std::chrono::steady_clock::now();
+  const std::chrono::milliseconds idle = dependencies_.activity.idleTime();
+  const bool stays = cancelTime_ && now - *cancelTime_ > workertimes::workerExitTimeout;
+  if (!stays && idle <= dependencies_.longestIdleTime) return;
+  endProcess(cancelTime_ ? outcome::cancelled() : outcome::silent(static_cast<std::uint64_t>(idle.count())));
+}
+
+// Without destructors: what hangs may hold any lock, and the system takes the USB device back.
+void Watchdog::endProcess(const ScanOutcome& outcome) {
+  dependencies_.reports.send(outcome);
   _exit(hangStatus);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <thread>
 
 #include "Cancellation.h"
@@ -11,45 +12,51 @@
 
 namespace frontend {
 
-// A thread of the worker that listens to the front end while the library scans. Its cancel, or its end, sets
-// the flag and ends the transfers under way, again and again until the scan is over; a process that does not
-// leave for all that, or whose scanning thread hangs, it ends on the spot. It tells the front end all the
-// while that it is there.
-class WorkerSupervisor {
+// A thread beside the scanning thread of a worker, which makes sure that the process ends whatever the
+// library and the USB stack do. It waits for the front end: a cancel from there, or its end, sets the cancel
+// flag and aborts the transfer in flight, again and again until the scan is over. It ends the process on the
+// spot, with exit status 3, after reporting the outcome, where the process is still there 1.8 s after a
+// cancel, or where the scanning thread has been idle for too long. All the while it sends heartbeats.
+//
+// It does not scan, and takes no part in a scan that goes well.
+class Watchdog {
  public:
-  // Everything outlives the object; `control` is the connection to the front end.
-  struct Parts {
-    int control;
+  // Everything outlives the object.
+  struct Dependencies {
+    int control;  // the connection to the front end
     Cancellation& cancel;
     TransferInFlight& transfers;
     ThreadActivity& activity;
     ReportChannel& reports;
-    std::chrono::milliseconds longestSilence;  // of the scanning thread
+    std::chrono::milliseconds longestIdleTime;  // of the scanning thread
   };
 
-  explicit WorkerSupervisor(const Parts& parts);
-  // Ends the thread.
-  ~WorkerSupervisor();
-  WorkerSupervisor(const WorkerSupervisor&) = delete;
-  WorkerSupervisor& operator=(const WorkerSupervisor&) = delete;
+  // Throws std::system_error where the thread cannot be started.
+  explicit Watchdog(const Dependencies& dependencies);
+  // Ends the thread, after at most one round of it.
+  ~Watchdog();
+  Watchdog(const Watchdog&) = delete;
+  Watchdog& operator=(const Watchdog&) = delete;
 
-  // Becomes readable with the cancel.
+  // Becomes readable with the cancel, for a thread that waits for something else as well.
   int cancelled() const { return cancelled_.get(); }
 
  private:
-  using Clock = std::chrono::steady_clock;
+  using TimePoint = std::chrono::steady_clock::time_point;
 
   void run();
-  void listen();
+  bool awaitEvent();
+  void readControl();
   void requestCancel();
-  void endWhatHangs();
+  void endHungProcess();
+  [[noreturn]] void endProcess(const ScanOutcome& outcome);
 
-  Parts parts_;
+  Dependencies dependencies_;
   platform::OwnedDescriptor cancelled_;  // event counters
   platform::OwnedDescriptor stop_;
-  Clock::time_point cancelTime_;
-  bool hungUp_ = false;
-  std::thread thread_;  // last: it uses all of the above
+  std::optional<TimePoint> cancelTime_;
+  bool hungUp_ = false;  // the front end closed its end
+  std::thread thread_;   // last: it uses all of the above
 };
 
 }  // namespace frontend

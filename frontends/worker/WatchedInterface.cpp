@@ -1,7 +1,6 @@
 #include "WatchedInterface.h"
 
 #include <new>
-#include <utility>
 
 #include "WatchedUsbStack.h"
 
@@ -9,31 +8,33 @@ namespace frontend {
 
 using platform::IOReturn;
 
-// Tells an observer, if there is one, of the transfer that is done while it lives.
+// One transfer on its way to the device, which another thread may abort.
 class WatchedInterface::Transfer {
  public:
-  Transfer(WatchedInterface& interface, std::uint8_t pipe) : observer_(interface.observer_) {
-    if (observer_ != nullptr) observer_->begins(interface.inner(), pipe, interface.watch_.mayBeAborted());
+  Transfer(WatchedInterface& interface, std::uint8_t pipe) : transfers_(interface.transfers_) {
+    if (transfers_ != nullptr) transfers_->begins(interface.inner(), pipe, interface.watch_.mayBeAborted());
   }
   ~Transfer() {
-    if (observer_ != nullptr) observer_->ends();
+    if (transfers_ != nullptr) transfers_->ends();
   }
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
 
  private:
-  TransferObserver* observer_;
+  TransferInFlight* transfers_;
 };
 
 WatchedInterface::WatchedInterface(WatchedUsbStack& stack, platform::UsbInterface& inner, JobWatch& watch,
-                                   TransferObserver* observer)
-    : ForwardingUsbInterface(stack, inner), stack_(stack), watch_(watch), observer_(observer) {}
+                                   TransferInFlight* transfers)
+    : ForwardingUsbInterface(stack, inner), stack_(stack), watch_(watch), transfers_(transfers) {}
 
 WatchedInterface::~WatchedInterface() {
   if (open_) putAway();
   stack_.noteClosed(open_);
 }
 
+// A driver that was answered "no device" gives nothing back, while the device is there in most cases and
+// would start the next job with the rest of this one.
 void WatchedInterface::putAway() {
   const JobPipes& pipes = watch_.pipes();
   for (const std::uint8_t pipe : {pipes.out, pipes.reply, pipes.data}) {
@@ -58,82 +59,73 @@ IOReturn WatchedInterface::close() noexcept {
   return inner().close();
 }
 
-// One read that the library asked for: as long as the scanner only keeps silent within the limits, it is done
-// again.
-IOReturn WatchedInterface::readOnce(std::uint8_t pipe, std::uint8_t* buffer, std::uint32_t* size,
-                                    std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
-  const std::uint32_t capacity = *size;
-  for (;;) {
-    *size = 0;
-    if (!watch_.mayRead(pipe)) return platform::kIOReturnNoDevice;
-    if (watch_.isExhausted(pipe)) return platform::kIOUSBTransactionTimeout;
-    const std::uint32_t wait = watch_.waitFor(pipe, noDataTimeoutMs);
-    *size = capacity;
-    IOReturn status = platform::kIOReturnSuccess;
-    {
-      const Transfer transfer(*this, pipe);
-      status = inner().readPipeTO(pipe, buffer, size, wait, watch_.completionFor(pipe, completionTimeoutMs));
-    }
-    if (status == platform::kIOReturnNoMemory) return status;
-    status = watch_.judgeRead(pipe, status, buffer, *size, wait);
-    if (!watch_.readAgain()) return status;
+IOReturn WatchedInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
+                                      std::uint32_t noDataTimeoutMs,
+                                      std::uint32_t completionTimeoutMs) noexcept {
+  try {
+    return readAll(pipe, static_cast<std::uint8_t*>(buffer), size, {noDataTimeoutMs, completionTimeoutMs});
+  } catch (const std::bad_alloc&) {
+    return watch_.noteOutOfMemory();
   }
 }
 
-IOReturn WatchedInterface::readWhole(std::uint8_t pipe, std::uint8_t* buffer, std::uint32_t* size,
-                                     std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
+// Joins an answer that the scanner sends in pieces. Once there is a piece, the read has succeeded: what fails
+// after it shows in the next one.
+IOReturn WatchedInterface::readAll(std::uint8_t pipe, std::uint8_t* buffer, std::uint32_t* size,
+                                   const TransferTimeouts& asked) {
   const std::uint32_t capacity = *size;
   std::uint32_t total = 0;
   *size = 0;
   for (;;) {
     std::uint32_t moved = capacity - total;
-    const IOReturn told = readOnce(pipe, buffer + total, &moved, noDataTimeoutMs, completionTimeoutMs);
-    const bool passed = told == platform::kIOReturnSuccess;
+    const IOReturn status = readOnce(pipe, buffer + total, &moved, asked);
+    const bool passed = status == platform::kIOReturnSuccess;
     if (passed || total == 0) *size = total + moved;
-    if (!passed && (total == 0 || watch_.ended())) return told;
+    if (!passed && (total == 0 || watch_.state() == JobState::over)) return status;
     total = *size;
     const bool more = passed && moved > 0 && total < capacity && watch_.answerIsCut(pipe);
     if (!more) return platform::kIOReturnSuccess;
   }
 }
 
-template <typename Operation>
-IOReturn WatchedInterface::unlessOutOfMemory(Operation operation) noexcept {
-  if (stack_.outOfMemory_) return platform::kIOReturnNoDevice;
-  IOReturn status = platform::kIOReturnNoMemory;
-  try {
-    status = operation();
-  } catch (const std::bad_alloc&) {
+// Repeats a read that has only waited: the waits are short, so that the end of a picture is noticed soon.
+IOReturn WatchedInterface::readOnce(std::uint8_t pipe, std::uint8_t* buffer, std::uint32_t* size,
+                                    const TransferTimeouts& asked) {
+  const std::uint32_t capacity = *size;
+  for (;;) {
+    *size = 0;
+    if (const auto answer = watch_.beforeRead(pipe)) return *answer;
+    const TransferTimeouts timeouts = watch_.timeoutsFor(pipe, asked);
+    *size = capacity;
+    IOReturn status = platform::kIOReturnSuccess;
+    {
+      const Transfer transfer(*this, pipe);
+      status = inner().readPipeTO(pipe, buffer, size, timeouts.noDataMs, timeouts.completionMs);
+    }
+    if (const auto judged = watch_.afterRead(pipe, status, buffer, *size, timeouts.noDataMs)) return *judged;
   }
-  stack_.outOfMemory_ = status == platform::kIOReturnNoMemory;
-  return status;
-}
-
-IOReturn WatchedInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
-                                      std::uint32_t noDataTimeoutMs,
-                                      std::uint32_t completionTimeoutMs) noexcept {
-  std::uint32_t moved = std::exchange(*size, 0);
-  return unlessOutOfMemory([&] {
-    const IOReturn status =
-        readWhole(pipe, static_cast<std::uint8_t*>(buffer), &moved, noDataTimeoutMs, completionTimeoutMs);
-    *size = moved;
-    return status;
-  });
 }
 
 IOReturn WatchedInterface::writePipeTO(std::uint8_t pipe, const void* buffer, std::uint32_t size,
                                        std::uint32_t noDataTimeoutMs,
                                        std::uint32_t completionTimeoutMs) noexcept {
-  return unlessOutOfMemory([&] {
-    if (!watch_.mayWrite(pipe, buffer, size)) return platform::kIOReturnNoDevice;
-    IOReturn status = platform::kIOReturnSuccess;
-    {
-      const Transfer transfer(*this, pipe);
-      status = inner().writePipeTO(pipe, buffer, size, watch_.waitFor(pipe, noDataTimeoutMs),
-                                   watch_.completionFor(pipe, completionTimeoutMs));
-    }
-    return status == platform::kIOReturnNoMemory ? status : watch_.judgeWrite(pipe, status);
-  });
+  try {
+    return write(pipe, buffer, size, {noDataTimeoutMs, completionTimeoutMs});
+  } catch (const std::bad_alloc&) {
+    return watch_.noteOutOfMemory();
+  }
+}
+
+IOReturn WatchedInterface::write(std::uint8_t pipe, const void* buffer, std::uint32_t size,
+                                 const TransferTimeouts& asked) {
+  if (const auto answer = watch_.beforeWrite(pipe, buffer, size)) return *answer;
+  const TransferTimeouts timeouts = watch_.timeoutsFor(pipe, asked);
+  IOReturn status = platform::kIOReturnSuccess;
+  {
+    const Transfer transfer(*this, pipe);
+    status = inner().writePipeTO(pipe, buffer, size, timeouts.noDataMs, timeouts.completionMs);
+  }
+  return watch_.afterWrite(pipe, status);
 }
 
 }  // namespace frontend

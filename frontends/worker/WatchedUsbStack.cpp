@@ -1,21 +1,25 @@
 #include "WatchedUsbStack.h"
 
+#include <new>
+
 #include "WatchedInterface.h"
 
 namespace frontend {
 
-WatchedUsbStack::WatchedUsbStack(platform::UsbStack& inner, JobWatch& watch, TransferObserver* observer)
-    : ForwardingUsbStack(inner), watch_(watch), observer_(observer) {}
+WatchedUsbStack::WatchedUsbStack(platform::UsbStack& inner, JobWatch& watch, TransferInFlight* transfers)
+    : ForwardingUsbStack(inner), watch_(watch), transfers_(transfers) {}
 
 WatchedUsbStack::~WatchedUsbStack() {
   releaseInterfaces();
 }
 
-std::unique_ptr<platform::ForwardingUsbInterface> WatchedUsbStack::wrap(platform::UsbInterface& interface) {
-  outOfMemory_ = true;  // until it is made: the driver would take a failure for the lack of a scanner
-  auto watched = std::make_unique<WatchedInterface>(*this, interface, watch_, observer_);
-  outOfMemory_ = false;
-  return watched;
+// A driver cannot tell an interface for which there was no memory from one that is not there.
+std::unique_ptr<platform::ForwardingUsbInterface> WatchedUsbStack::wrap(
+    platform::UsbInterface& interface) try {
+  return std::make_unique<WatchedInterface>(*this, interface, watch_, transfers_);
+} catch (const std::bad_alloc&) {
+  openFailure_ = platform::kIOReturnNoMemory;
+  throw;
 }
 
 void WatchedUsbStack::noteOpening(platform::IOReturn status, bool first) {

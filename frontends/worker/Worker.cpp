@@ -10,20 +10,21 @@
 #include <functional>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "ImagePipe.h"
 #include "PictureForwarder.h"
 #include "ScanSession.h"
-#include "ScannerAtHand.h"
+#include "ScannerConnection.h"
 #include "VerboseSink.h"
+#include "Watchdog.h"
 #include "WorkerMessages.h"
-#include "WorkerSupervisor.h"
 #include "WorkerTimes.h"
 
 namespace frontend {
 namespace {
 
-constexpr int notUnderstood = 2;
+constexpr int notUnderstood = 2;  // exit status
 
 std::optional<ScanRequest> receiveRequest(int control) {
   std::array<char, largestWorkerMessage> message;
@@ -39,25 +40,49 @@ std::uint32_t clamped(std::chrono::milliseconds time) {
   return static_cast<std::uint32_t>(std::min<std::int64_t>(time.count(), UINT32_MAX));
 }
 
-// One line of the terminal, but for its last column: some would go to the next line.
-std::size_t columnsOfTheTerminal() {
+// One line of the terminal but for its last column: some terminals wrap a line that fills it.
+std::size_t terminalColumns() {
   constexpr std::size_t usual = 80;
   winsize size{};
   const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
   return (known ? size.ws_col : usual) - 1;
 }
 
-void showOnStandardError(std::string_view text) {
+void writeToStandardError(std::string_view text) {
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
 }
 
-// Tells before it puts the scanner away, which may take a while. When it returns, nothing of USB is left.
+// Reports the outcome before it closes the scanner, which may take a while. When it returns, nothing of USB
+// is left.
 void scan(const ScanRequest& request, const SessionHooks& hooks,
-          const std::function<void(const ScanOutcome&)>& tellTheEnd) {
-  auto found = ScannerAtHand::named(request);
-  if (const auto* why = std::get_if<ScanOutcome>(&found)) return tellTheEnd(*why);
-  ScanSession session(std::get<std::unique_ptr<ScannerAtHand>>(found)->stack(), request.settings, hooks);
-  tellTheEnd(session.run());
+          const std::function<void(const ScanOutcome&)>& report) {
+  auto connection = ScannerConnection::to(request);
+  if (const auto* why = std::get_if<ScanOutcome>(&connection)) return report(*why);
+  auto& scanner = *std::get<std::unique_ptr<ScannerConnection>>(connection);
+  ScanSession session(scanner.stack(), request.settings, hooks);
+  report(session.run());
+}
+
+// Scans with the watchdog at its side, which knows the connection.
+void serve(const ScanRequest& request, int control, platform::OwnedDescriptor image, ReportChannel& reports) {
+  Cancellation cancel;
+  ThreadActivity activity;
+  TransferInFlight transfers(activity);
+  const Watchdog watchdog(
+      {control, cancel, transfers, activity, reports, request.timeout + workertimes::libraryTimeout});
+  ImagePipe pipe(image.release(), watchdog.cancelled(), cancel, activity);
+  PictureForwarder picture(request, reports, pipe);
+  VerboseSink log(terminalColumns(), writeToStandardError);
+  const auto report = [&](const ScanOutcome& outcome) {
+    reports.send(outcome);
+    pipe.close();
+  };
+  try {
+    scan(request, {&picture, &transfers, &cancel, request.verbose ? &log : nullptr, clamped(request.timeout)},
+         report);
+  } catch (const std::bad_alloc&) {
+    report(outcome::noMemory());
+  }
 }
 
 }  // namespace
@@ -67,28 +92,10 @@ int runWorker(int control, int image) {
   platform::OwnedDescriptor imageEnd(image);
   const std::optional<ScanRequest> request = receiveRequest(control);
   if (!request) {
-    reports.tell(outcome::workerGarbled());
+    reports.send(outcome::workerGarbled());
     return notUnderstood;
   }
-  Cancellation cancel;
-  ThreadActivity activity;
-  TransferInFlight transfers(activity);
-  WorkerSupervisor supervisor(
-      {control, cancel, transfers, activity, reports, request->timeout + workertimes::libraryTimeout});
-  ImagePipe pipe(imageEnd.release(), supervisor.cancelled(), cancel, activity);
-  PictureForwarder picture(*request, reports, pipe);
-  VerboseSink log(columnsOfTheTerminal(), showOnStandardError);
-  const auto tellTheEnd = [&](const ScanOutcome& outcome) {
-    reports.tell(outcome);
-    pipe.close();
-  };
-  try {
-    scan(*request,
-         {&picture, &transfers, &cancel, request->verbose ? &log : nullptr, {clamped(request->timeout)}},
-         tellTheEnd);
-  } catch (const std::bad_alloc&) {
-    tellTheEnd(outcome::noMemory());
-  }
+  serve(*request, control, std::move(imageEnd), reports);
   return 0;
 }
 

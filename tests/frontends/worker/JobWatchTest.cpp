@@ -1,11 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "JobWatch.h"
-#include "Packets.h"
+#include "WatchedJobDriver.h"
 
 namespace {
 
@@ -20,75 +20,16 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr JobPipes pipes{1, 2, 3};
-constexpr std::uint32_t readTimeOutMs = 15000;
-const std::string smallHeader = "P5\n#\n4 3\n255\n";
+constexpr std::nullopt_t repeated = std::nullopt;  // a read, without a word to the library
 
-class RecordingListener final : public PictureListener {
- public:
-  std::optional<ScanOutcome> begins(const PictureHeader& header) override {
-    shown.push_back(std::to_string(header.width()) + "x" + std::to_string(header.height()));
-    return refusal;
-  }
-  bool raster(const std::uint8_t* bytes, std::size_t count) override {
-    shown.emplace_back(reinterpret_cast<const char*>(bytes), count);
-    return wanted;
-  }
-  void isWhole() override { shown.emplace_back("whole"); }
-
-  std::optional<ScanOutcome> refusal;
-  bool wanted = true;
-  std::vector<std::string> shown;
-};
-
-class WatchedJob : public testing::Test {
- protected:
-  WatchedJob() { watch.watchPipes(pipes); }
-
-  bool ask(const std::string& method) {
-    const std::string bytes = call(method);
-    return watch.mayWrite(pipes.out, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-  }
-  IOReturn answer(const std::string& bytes) { return read(pipes.reply, bytes); }
-  IOReturn stream(const std::string& bytes) {
-    watch.mayRead(pipes.data);
-    return read(pipes.data, bytes);
-  }
-  IOReturn failStream(IOReturn status) {
-    watch.mayRead(pipes.data);
-    return watch.judgeRead(pipes.data, status, nullptr, 0, readTimeOutMs);
-  }
-  IOReturn failAnswer(IOReturn status) {
-    return watch.judgeRead(pipes.reply, status, nullptr, 0, readTimeOutMs);
-  }
-  void startJob() {
-    ask("enterHostUSBSendMode");
-    answer(response("0"));
-    ask("create");
-    answer(response("job1"));
-    ask("start");
-    answer(response("0"));
-  }
-  ScanStatus status() const { return watch.verdict().status; }
-  std::string sentence() const { return watch.verdict().sentence; }
-
-  Cancellation cancel;
-  RecordingListener picture;
-  JobWatch watch{&cancel, WatchLimits{60000}, &picture};
-
- private:
-  IOReturn read(std::uint8_t pipe, const std::string& bytes) {
-    return watch.judgeRead(pipe, kIOReturnSuccess, bytes.data(), static_cast<std::uint32_t>(bytes.size()),
-                           readTimeOutMs);
-  }
-};
+class WatchedJob : public testing::Test, protected WatchedJobDriver {};
 
 TEST_F(WatchedJob, IsGoodWithAWholePicture) {
   startJob();
   EXPECT_EQ(stream(packet(0xDD, smallHeader + "abcdefghijkl")), kIOReturnSuccess);
   EXPECT_EQ(failStream(kIOUSBTransactionTimeout), kIOUSBTransactionTimeout);
   EXPECT_EQ(status(), ScanStatus::good);
-  EXPECT_FALSE(watch.ended());
+  EXPECT_NE(watch.state(), JobState::over);
 }
 
 TEST_F(WatchedJob, ShowsThePictureAsItComes) {
@@ -108,9 +49,8 @@ TEST_F(WatchedJob, EndsThePictureWithTheEndOfTheJob) {
   EXPECT_EQ(stream(packet(0xDD, smallHeader + "abcdefghijkl") + packet(0xEE) + packet(0xFF)),
             kIOReturnSuccess);
   EXPECT_THAT(picture.shown, ElementsAre("4x3", "abcdefghijkl", "whole"));
-  EXPECT_TRUE(watch.mayRead(pipes.data));
-  EXPECT_FALSE(watch.isExhausted(pipes.reply));
-  EXPECT_TRUE(watch.isExhausted(pipes.data));
+  EXPECT_EQ(watch.beforeRead(pipes.reply), std::nullopt);
+  EXPECT_EQ(watch.beforeRead(pipes.data), kIOUSBTransactionTimeout);
   EXPECT_FALSE(watch.mayBeAborted());
   EXPECT_TRUE(ask("done"));
   EXPECT_EQ(status(), ScanStatus::good);
@@ -119,7 +59,7 @@ TEST_F(WatchedJob, EndsThePictureWithTheEndOfTheJob) {
 TEST_F(WatchedJob, EndsAJobThatBringsNoPictureAtAll) {
   startJob();
   stream(packet(0xAA) + packet(0xFF));
-  EXPECT_FALSE(watch.mayRead(pipes.data));
+  EXPECT_EQ(watch.beforeRead(pipes.data), kIOReturnNoDevice);
   EXPECT_EQ(status(), ScanStatus::badData);
   EXPECT_THAT(sentence(), HasSubstr("without sending a picture"));
 }
@@ -127,7 +67,7 @@ TEST_F(WatchedJob, EndsAJobThatBringsNoPictureAtAll) {
 TEST_F(WatchedJob, IsNotWholeWhereTheJobEndsTooEarly) {
   startJob();
   stream(packet(0xDD, smallHeader + "abcdef") + packet(0xFF));
-  EXPECT_TRUE(watch.isExhausted(pipes.data));
+  EXPECT_EQ(watch.beforeRead(pipes.data), kIOUSBTransactionTimeout);
   EXPECT_THAT(picture.shown, ElementsAre("4x3", "abcdef"));
   EXPECT_THAT(sentence(), HasSubstr("incomplete: 1 of 3 rows arrived"));
 }
@@ -149,40 +89,34 @@ TEST_F(WatchedJob, EndsWhereNobodyTakesTheRows) {
 
 TEST_F(WatchedJob, WaitsNoLongerThanItsPatience) {
   startJob();
-  EXPECT_EQ(watch.waitFor(pipes.reply, 15000), 15000U);
-  EXPECT_EQ(watch.waitFor(pipes.reply, 0), 60000U);
-  EXPECT_EQ(watch.waitFor(pipes.data, 15000), 250U);
-  EXPECT_EQ(watch.completionFor(pipes.data, 60000), 60000U);
-  failAnswer(kIOUSBTransactionTimeout);
-  failAnswer(kIOUSBTransactionTimeout);
-  failAnswer(kIOUSBTransactionTimeout);
-  EXPECT_TRUE(watch.readAgain());
-  EXPECT_EQ(watch.waitFor(pipes.reply, 0), 15000U);
-  failAnswer(kIOUSBTransactionTimeout);
-  EXPECT_FALSE(watch.readAgain());
+  EXPECT_EQ(watch.timeoutsFor(pipes.reply, {15000, 60000}).noDataMs, 15000U);
+  EXPECT_EQ(watch.timeoutsFor(pipes.reply, {0, 60000}).noDataMs, 60000U);
+  EXPECT_EQ(watch.timeoutsFor(pipes.data, {15000, 60000}).noDataMs, 250U);
+  EXPECT_EQ(watch.timeoutsFor(pipes.data, {15000, 60000}).completionMs, 60000U);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(failAnswer(kIOUSBTransactionTimeout), repeated);
+  EXPECT_EQ(watch.timeoutsFor(pipes.reply, {0, 60000}).noDataMs, 15000U);
+  EXPECT_EQ(failAnswer(kIOUSBTransactionTimeout), kIOUSBTransactionTimeout);
 }
 
 TEST_F(WatchedJob, IsOverWhereAWholePictureIsFollowedBySilence) {
   startJob();
   stream(packet(0xDD, smallHeader + "abcdefghijkl"));
-  watch.judgeRead(pipes.data, kIOUSBTransactionTimeout, nullptr, 0, 250);
-  EXPECT_TRUE(watch.readAgain());
-  EXPECT_EQ(watch.judgeRead(pipes.data, kIOUSBTransactionTimeout, nullptr, 0, 750), kIOUSBTransactionTimeout);
-  EXPECT_FALSE(watch.readAgain());
-  EXPECT_FALSE(watch.ended());
+  EXPECT_EQ(failStream(kIOUSBTransactionTimeout, 250), repeated);
+  EXPECT_EQ(failStream(kIOUSBTransactionTimeout, 750), kIOUSBTransactionTimeout);
+  EXPECT_NE(watch.state(), JobState::over);
   EXPECT_FALSE(watch.mayBeAborted());
 }
 
 TEST_F(WatchedJob, LetsEverythingPassOnOtherPipes) {
-  EXPECT_TRUE(watch.mayRead(9));
-  EXPECT_EQ(watch.judgeRead(9, kIOReturnIOError, nullptr, 0, 0), kIOReturnIOError);
-  EXPECT_EQ(watch.judgeWrite(9, kIOReturnIOError), kIOReturnIOError);
-  EXPECT_FALSE(watch.ended());
+  EXPECT_EQ(watch.beforeRead(9), std::nullopt);
+  EXPECT_EQ(watch.afterRead(9, kIOReturnIOError, nullptr, 0, 0), kIOReturnIOError);
+  EXPECT_EQ(watch.afterWrite(9, kIOReturnIOError), kIOReturnIOError);
+  EXPECT_NE(watch.state(), JobState::over);
 }
 
 TEST_F(WatchedJob, EndsWhereThePictureIsSilentBeyondPatience) {
   startJob();
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(failStream(kIOUSBTransactionTimeout), kIOUSBTransactionTimeout);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(failStream(kIOUSBTransactionTimeout), repeated);
   EXPECT_EQ(failStream(kIOUSBTransactionTimeout), kIOReturnNoDevice);
   EXPECT_EQ(status(), ScanStatus::timedOut);
   EXPECT_THAT(sentence(), HasSubstr("nothing for 60 seconds"));
@@ -193,7 +127,7 @@ TEST_F(WatchedJob, CountsSilenceAnewWhenBytesCome) {
   for (int i = 0; i < 3; ++i) failStream(kIOUSBTransactionTimeout);
   stream(packet(0xAA));
   for (int i = 0; i < 3; ++i) failStream(kIOUSBTransactionTimeout);
-  EXPECT_FALSE(watch.ended());
+  EXPECT_NE(watch.state(), JobState::over);
 }
 
 TEST_F(WatchedJob, EndsWhereAStalledPipeWouldBeReadForEver) {
@@ -221,7 +155,7 @@ TEST_F(WatchedJob, EndsWhereTheStreamWouldNeverStop) {
 TEST_F(WatchedJob, TellsHowManyRowsOfAnIncompletePictureArrived) {
   startJob();
   stream(packet(0xDD, smallHeader + "abcdef") + packet(0xFF));
-  watch.isExhausted(pipes.data);
+  watch.beforeRead(pipes.data);
   EXPECT_EQ(status(), ScanStatus::badData);
   EXPECT_THAT(sentence(), HasSubstr("incomplete: 1 of 3 rows arrived"));
 }
@@ -236,7 +170,7 @@ TEST_F(WatchedJob, DoesNotCountAPacketThatIsNotWhole) {
 TEST_F(WatchedJob, TellsThatNoPictureCame) {
   startJob();
   stream(packet(0xDD) + packet(0xFF));
-  EXPECT_TRUE(watch.isExhausted(pipes.data));
+  EXPECT_EQ(watch.beforeRead(pipes.data), kIOUSBTransactionTimeout);
   EXPECT_EQ(status(), ScanStatus::badData);
   EXPECT_THAT(sentence(), HasSubstr("without sending a picture"));
 }
@@ -276,7 +210,7 @@ TEST_F(WatchedJob, EndsWhereCreateOrStartIsRefused) {
   EXPECT_EQ(status(), ScanStatus::refused);
   EXPECT_THAT(sentence(), HasSubstr("It says: \"no paper\"."));
   EXPECT_FALSE(ask("start"));
-  EXPECT_FALSE(watch.mayRead(pipes.data));
+  EXPECT_EQ(watch.beforeRead(pipes.data), kIOReturnNoDevice);
 }
 
 TEST_F(WatchedJob, GoesOnWhereEnterIsRefused) {
@@ -296,7 +230,7 @@ TEST_F(WatchedJob, GoesOnWhereTheLastCallsAreRefused) {
 
 TEST_F(WatchedJob, EndsBeforeACallWhoseAnswerWouldBeTakenForAnothers) {
   ask("enterHostUSBSendMode");
-  EXPECT_EQ(failAnswer(kIOUSBTransactionTimeout), kIOUSBTransactionTimeout);
+  for (int i = 0; i < 4; ++i) failAnswer(kIOUSBTransactionTimeout);
   EXPECT_FALSE(ask("create"));
   EXPECT_EQ(status(), ScanStatus::timedOut);
   EXPECT_THAT(sentence(), HasSubstr("\"enterHostUSBSendMode\""));
@@ -332,13 +266,13 @@ TEST_F(WatchedJob, TellsThatAnAnswerIsCut) {
 
 TEST_F(WatchedJob, EndsWhereATransferOfACallFails) {
   ask("create");
-  EXPECT_EQ(watch.judgeWrite(pipes.out, kIOUSBPipeStalled), kIOUSBPipeStalled);
+  EXPECT_EQ(watch.afterWrite(pipes.out, kIOUSBPipeStalled), kIOUSBPipeStalled);
   EXPECT_EQ(status(), ScanStatus::ioError);
 }
 
 TEST_F(WatchedJob, EndsWhereTheDeviceTakesNoCall) {
   ask("create");
-  watch.judgeWrite(pipes.out, kIOUSBTransactionTimeout);
+  watch.afterWrite(pipes.out, kIOUSBTransactionTimeout);
   EXPECT_EQ(status(), ScanStatus::timedOut);
 }
 
@@ -353,7 +287,7 @@ TEST_F(WatchedJob, KeepsTheFirstReason) {
   ask("create");
   answer(exceptionReply("no paper"));
   cancel.request();
-  watch.mayRead(pipes.data);
+  watch.beforeRead(pipes.data);
   EXPECT_EQ(status(), ScanStatus::refused);
 }
 
@@ -361,14 +295,14 @@ TEST_F(WatchedJob, ForgetsImagePacketsInTheAnswersToTheFirstCalls) {
   ask("start");
   answer(packet(0xDD, smallHeader + "abcdefghijkl") + response("0"));
   stream(packet(0xDD) + packet(0xFF));
-  watch.isExhausted(pipes.data);
+  watch.beforeRead(pipes.data);
   EXPECT_EQ(status(), ScanStatus::badData);
 }
 
 TEST_F(WatchedJob, CountsImagePacketsInTheLastAnswers) {
   startJob();
   stream(packet(0xDD, smallHeader + "abcdefgh") + packet(0xFF));
-  watch.isExhausted(pipes.data);
+  watch.beforeRead(pipes.data);
   ask("done");
   answer(packet(0xDD, "ijkl") + response("0"));
   EXPECT_EQ(status(), ScanStatus::good);
@@ -378,7 +312,7 @@ TEST_F(WatchedJob, CountsImagePacketsInTheLastAnswers) {
 TEST_F(WatchedJob, AnswersACancelBeforeTheNextTransfer) {
   startJob();
   cancel.request();
-  EXPECT_FALSE(watch.mayRead(pipes.data));
+  EXPECT_EQ(watch.beforeRead(pipes.data), kIOReturnNoDevice);
   EXPECT_EQ(status(), ScanStatus::cancelled);
 }
 
@@ -388,7 +322,7 @@ TEST_F(WatchedJob, LetsTheLastCallsPassAfterACancel) {
   failStream(kIOUSBTransactionTimeout);
   cancel.request();
   EXPECT_TRUE(ask("done"));
-  EXPECT_TRUE(watch.mayRead(pipes.reply));
+  EXPECT_EQ(watch.beforeRead(pipes.reply), std::nullopt);
   EXPECT_EQ(status(), ScanStatus::cancelled);
 }
 

@@ -2,75 +2,75 @@
 
 #include <string>
 
-#include "MessageGlance.h"
+#include "MessageSummary.h"
 #include "Packets.h"
 
 namespace {
 
-using frontend::glanceAt;
-using frontend::MessageGlance;
 using frontend::MessageKind;
+using frontend::MessageSummary;
+using frontend::summarize;
 
 std::string payloadOf(const std::string& packet) {
   return packet.substr(wire::packetHeaderSize);
 }
 
-TEST(MessageGlance, NamesTheMethodOfACall) {
-  const MessageGlance glance = glanceAt(payloadOf(call("create")));
-  EXPECT_EQ(glance.kind, MessageKind::call);
-  EXPECT_EQ(glance.method, "create");
+TEST(MessageSummary, NamesTheMethodOfACall) {
+  const MessageSummary summary = summarize(payloadOf(call("create")));
+  EXPECT_EQ(summary.kind, MessageKind::call);
+  EXPECT_EQ(summary.method, "create");
 }
 
-TEST(MessageGlance, IgnoresMethodsDeeperInTheCall) {
-  const MessageGlance glance = glanceAt(
+TEST(MessageSummary, IgnoresMethodsDeeperInTheCall) {
+  const MessageSummary summary = summarize(
       "<method name=\"callMethod\"><arg name=\"method\">start</arg><arg name=\"params\"><MapElem><child "
       "name=\"method\">no</child></MapElem></arg></method>");
-  EXPECT_EQ(glance.method, "start");
+  EXPECT_EQ(summary.method, "start");
 }
 
-TEST(MessageGlance, SeesTheResultOfAResponse) {
-  const MessageGlance glance = glanceAt(payloadOf(response("job1")));
-  EXPECT_EQ(glance.kind, MessageKind::response);
-  EXPECT_TRUE(glance.hasResult);
+TEST(MessageSummary, SeesTheResultOfAResponse) {
+  const MessageSummary summary = summarize(payloadOf(response("job1")));
+  EXPECT_EQ(summary.kind, MessageKind::response);
+  EXPECT_TRUE(summary.hasResult);
 }
 
-TEST(MessageGlance, SeesThatAResponseHasNoResult) {
-  EXPECT_FALSE(glanceAt("<response requestID=\"1\"> </response>").hasResult);
+TEST(MessageSummary, SeesThatAResponseHasNoResult) {
+  EXPECT_FALSE(summarize("<response requestID=\"1\"> </response>").hasResult);
 }
 
-TEST(MessageGlance, TakesTheReasonOfAnExceptionWithoutItsBlanks) {
-  const MessageGlance glance = glanceAt(payloadOf(exceptionReply("\r\n  no paper\r\n")));
-  EXPECT_EQ(glance.kind, MessageKind::exception);
-  EXPECT_EQ(glance.reason, "no paper");
+TEST(MessageSummary, TakesTheReasonOfAnExceptionWithoutItsBlanks) {
+  const MessageSummary summary = summarize(payloadOf(exceptionReply("\r\n  no paper\r\n")));
+  EXPECT_EQ(summary.kind, MessageKind::exception);
+  EXPECT_EQ(summary.reason, "no paper");
 }
 
-TEST(MessageGlance, TakesTheReasonThatStandsInTheExceptionItself) {
-  EXPECT_EQ(glanceAt("<exception requestID=\"1\">lid open</exception>").reason, "lid open");
+TEST(MessageSummary, TakesTheReasonThatStandsInTheExceptionItself) {
+  EXPECT_EQ(summarize("<exception requestID=\"1\">lid open</exception>").reason, "lid open");
 }
 
-TEST(MessageGlance, KnowsTagsByTwoCharactersAsTheLibraryDoes) {
-  EXPECT_EQ(glanceAt("<reply><StringElem>x</StringElem></reply>").kind, MessageKind::response);
+TEST(MessageSummary, KnowsTagsByTwoCharactersAsTheLibraryDoes) {
+  EXPECT_EQ(summarize("<reply><StringElem>x</StringElem></reply>").kind, MessageKind::response);
 }
 
-TEST(MessageGlance, CallsEverythingElseUnreadable) {
+TEST(MessageSummary, CallsEverythingElseUnreadable) {
   const std::string whole = "<response requestID=\"1\"><IntegerElem>0</IntegerElem></response>";
   for (std::size_t length = 0; length < whole.size(); ++length) {
-    EXPECT_EQ(glanceAt(whole.substr(0, length)).kind, MessageKind::unreadable) << length;
+    EXPECT_EQ(summarize(whole.substr(0, length)).kind, MessageKind::unreadable) << length;
   }
   for (const char* text : {"", "hello", "<other/>", "<response>", "\xFF\xFE", "<response/><response/>"}) {
-    EXPECT_EQ(glanceAt(text).kind, MessageKind::unreadable) << text;
+    EXPECT_EQ(summarize(text).kind, MessageKind::unreadable) << text;
   }
 }
 
-TEST(MessageGlance, BoundsTheReason) {
-  EXPECT_EQ(glanceAt("<exception>" + std::string(1000000, 'x') + "</exception>").reason,
+TEST(MessageSummary, BoundsTheReason) {
+  EXPECT_EQ(summarize("<exception>" + std::string(1000000, 'x') + "</exception>").reason,
             std::string(1000, 'x'));
 }
 
-TEST(MessageGlance, PrintsNothing) {
+TEST(MessageSummary, PrintsNothing) {
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
-  glanceAt("<response><Dummy></response>");
+  summarize("<response><Dummy></response>");
   EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
 }
 

@@ -272,11 +272,11 @@ TEST_F(Scanning, DoesNotBeginWhenItIsCancelledAlready) {
 TEST_F(Scanning, CanBeGivenMoreOrLessPatience) {
   inject("silence@9");
   SessionHooks hooks;
-  hooks.limits.timeoutMs = 10 * 250;
+  hooks.timeoutMs = 10 * 250;
   EXPECT_TRUE(scan(smallScan(), hooks).good());
   session.reset();
   inject("silence@9");
-  hooks.limits.timeoutMs = 9 * 250;
+  hooks.timeoutMs = 9 * 250;
   EXPECT_THAT(scan(smallScan(), hooks).sentence, HasSubstr("nothing for 3 seconds"));
 }
 

@@ -15,8 +15,8 @@
 #include "ScanSession.h"
 #include "VirtualScanner.h"
 #include "VirtualUsbStack.h"
+#include "Watchdog.h"
 #include "WorkerMessages.h"
-#include "WorkerSupervisor.h"
 
 namespace {
 
@@ -41,9 +41,9 @@ class SupervisedWorker : public testing::Test {
     reports.emplace(control.get());
   }
 
-  std::unique_ptr<WorkerSupervisor> supervise(std::chrono::milliseconds longestSilence = 60s) {
-    return std::make_unique<WorkerSupervisor>(
-        WorkerSupervisor::Parts{control.get(), cancel, transfers, activity, *reports, longestSilence});
+  std::unique_ptr<Watchdog> watch(std::chrono::milliseconds longestIdleTime = 60s) {
+    return std::make_unique<Watchdog>(
+        Watchdog::Dependencies{control.get(), cancel, transfers, activity, *reports, longestIdleTime});
   }
   void sayCancel() const {
     ASSERT_GT(send(frontEnd.get(), cancelMessage, sizeof cancelMessage - 1, MSG_NOSIGNAL), 0);
@@ -80,7 +80,7 @@ TEST_F(SupervisedWorker, EndsWhereALibraryOrAStackBelowItHangs) {
     HookedUsbStack hooked(stack, [](int transfer) {
       if (transfer == 7) hang();
     });
-    const auto supervisor = supervise(300ms);
+    const auto watchdog = watch(300ms);
     SessionHooks hooks;
     hooks.transfers = &transfers;
     ScanSession(hooked, {75, ColorMode::color, {100, 60, 317, 211}}, hooks).run();
@@ -100,7 +100,7 @@ TEST_F(SupervisedWorker, EndsWhereThePictureIsTakenByNobodyWhoEverReturns) {
     virtualscanner::VirtualScanner scanner;
     virtualscanner::VirtualUsbStack stack(scanner);
     HangingListener listener;
-    const auto supervisor = supervise(300ms);
+    const auto watchdog = watch(300ms);
     SessionHooks hooks;
     hooks.transfers = &transfers;
     hooks.picture = &listener;
@@ -113,7 +113,7 @@ TEST_F(SupervisedWorker, EndsWhereThePictureIsTakenByNobodyWhoEverReturns) {
 TEST_F(SupervisedWorker, EndsWhereACancelIsNotHeeded) {
   sayCancel();
   const auto workThatHangs = [this] {
-    const auto supervisor = supervise();
+    const auto watchdog = watch();
     hang();
   };
   EXPECT_EXIT(workThatHangs(), testing::ExitedWithCode(ofAHang), "");
@@ -125,8 +125,8 @@ TEST_F(SupervisedWorker, StaysWhileItsFrontEndDoesNotRead) {
   int ends[2] = {-1, -1};
   ASSERT_EQ(pipe(ends), 0);
   const OwnedDescriptor reader(ends[0]);
-  const auto supervisor = supervise(800ms);  // less than between two looks
-  ImagePipe image(ends[1], supervisor->cancelled(), cancel, activity);
+  const auto watchdog = watch(800ms);  // less than between two looks
+  ImagePipe image(ends[1], watchdog->cancelled(), cancel, activity);
   std::thread frontEndThread([this] {
     EXPECT_TRUE(hear());
     EXPECT_TRUE(hear());
@@ -141,13 +141,13 @@ TEST_F(SupervisedWorker, StaysWhileItsFrontEndDoesNotRead) {
 TEST_F(SupervisedWorker, IsCancelledByAMessageAndByTheEndOfItsFrontEnd) {
   for (const bool byMessage : {true, false}) {
     Cancellation flag;
-    WorkerSupervisor supervisor({control.get(), flag, transfers, activity, *reports, 60s});
+    const Watchdog watchdog({control.get(), flag, transfers, activity, *reports, 60s});
     if (byMessage) {
       sayCancel();
     } else {
       frontEnd.reset();
     }
-    pollfd awaited{supervisor.cancelled(), POLLIN, 0};
+    pollfd awaited{watchdog.cancelled(), POLLIN, 0};
     EXPECT_EQ(poll(&awaited, 1, 10000), 1);
     EXPECT_TRUE(flag.requested());
   }
@@ -164,11 +164,11 @@ TEST_F(SupervisedWorker, LeavesOneSignOfLifeWhereNobodyListens) {
 }
 
 TEST_F(SupervisedWorker, SaysNothingAfterItsOutcome) {
-  reports->tell(outcome::good());
+  reports->send(outcome::good());
   EXPECT_TRUE(hear(0));
   reports->sendHeartbeat();
-  reports->tell(PictureLayout{1, 1, 1, 8, 75});
-  reports->tell(outcome::cancelled());
+  reports->send(PictureLayout{1, 1, 1, 8, 75});
+  reports->send(outcome::cancelled());
   EXPECT_FALSE(hear(0));
 }
 

@@ -68,7 +68,7 @@ class WatchedStack : public testing::Test {
   }
 
   fakes::ScriptedUsbStack usb;
-  JobWatch watch{nullptr, WatchLimits{250}};
+  JobWatch watch{{.timeoutMs = 250}};
 };
 
 TEST_F(WatchedStack, PassesEveryCallOnWithItsArguments) {

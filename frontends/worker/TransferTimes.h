@@ -1,0 +1,50 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+namespace frontend {
+
+// What time it is. Tests hold one of their own.
+using TimeSource = std::function<std::chrono::steady_clock::time_point()>;
+
+// The two time-outs of a transfer, in milliseconds; 0 is for ever.
+struct TransferTimeouts {
+  std::uint32_t noDataMs;
+  std::uint32_t completionMs;
+};
+
+// How long the transfers of one job may wait, and how long the scanner has been silent. Silence is the sum of
+// the time-outs that passed, not of time: a stack whose time-outs pass at once is as silent as a real one.
+// Waits for nothing itself. One thread.
+class TransferTimes {
+ public:
+  // `timeoutMs`, at least 1, is how long the scanner may be silent.
+  TransferTimes(std::uint32_t timeoutMs, TimeSource now);
+
+  // A byte moved, or another one is due now.
+  void restart() { silentMs_ = 0; }
+  void noteSilence(std::uint32_t waitedMs) { silentMs_ += waitedMs; }
+  std::uint64_t silentMs() const { return silentMs_; }
+  bool timedOut() const { return silentMs_ >= timeoutMs_; }
+  // Whether a scanner that has sent every row has no more to send, though it did not end its job.
+  bool quiet() const;
+  // From now on all transfers together have a short while: nobody needs their answers.
+  void beginLastCalls();
+
+  // The time-outs of the next transfer, of those that the library asks for. None of them is 0.
+  TransferTimeouts forJobStream(const TransferTimeouts& asked) const;
+  TransferTimeouts forCall(const TransferTimeouts& asked) const;
+
+ private:
+  TransferTimeouts within(std::uint64_t noDataMs, const TransferTimeouts& asked) const;
+
+  std::uint32_t timeoutMs_;
+  TimeSource now_;
+  std::uint64_t silentMs_ = 0;
+  std::optional<std::chrono::steady_clock::time_point> lastCallsEnd_;
+};
+
+}  // namespace frontend
