@@ -39,7 +39,7 @@ void useLogSink(LogSink* sink) {
 }
 
 LogSink* chosenLogSink() {
-  return sinkOfTheMoment.load(std::memory_order_acquire);
+  return chosenSink.load(std::memory_order_acquire);
 }
 
 void log(const LogLine& line) {
