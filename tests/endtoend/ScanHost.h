@@ -10,6 +10,7 @@
 
 #include "CScannerDriver.h"
 #include "CallLog.h"
+#include "DriverHandle.h"
 #include "Log.h"
 #include "ScannerInterface.h"
 #include "VirtualScanner.h"
@@ -74,8 +75,7 @@ class ScanHost : public testing::Test {
     return StartScan(handle_);
   }
 
-  // A handle is the address of its driver.
-  const CScannerDriver& driver() const { return *reinterpret_cast<const CScannerDriver*>(handle_); }
+  const CScannerDriver& driver() const { return driverBehind(handle_); }
   std::vector<std::uint8_t> raster() const {
     const ConvertedImage& image = driver().convertedImage();
     return {image.pixels, image.pixels + image.length};

@@ -12,6 +12,7 @@
 #include "CScannerDriver.h"
 #include "CallLog.h"
 #include "DeviceIdentity.h"
+#include "DriverHandle.h"
 #include "HurriedUsbStack.h"
 #include "KernelBus.h"
 #include "LibusbStack.h"
@@ -104,10 +105,7 @@ class Kernel : public testing::Test {
     return StartScan(handle_);
   }
   int scanPage() { return scan(75, grey, wholePage); }
-  // A handle is the address of its driver.
-  const ConvertedImage& image() const {
-    return reinterpret_cast<const CScannerDriver*>(handle_)->convertedImage();
-  }
+  const ConvertedImage& image() const { return driverBehind(handle_).convertedImage(); }
   std::vector<std::uint8_t> raster() const { return {image().pixels, image().pixels + image().length}; }
   void expectRaster(const PageRequest& request) const {
     EXPECT_TRUE(raster() == paintPage(paper_, request)) << "the raster is the page";

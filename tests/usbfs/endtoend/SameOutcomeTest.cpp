@@ -9,6 +9,7 @@
 
 #include "CScannerDriver.h"
 #include "CallLog.h"
+#include "DriverHandle.h"
 #include "EmulatedUsbfs.h"
 #include "HurriedUsbStack.h"
 #include "LibusbStack.h"
@@ -47,7 +48,7 @@ Outcome scanOnce(const VirtualScanner& scanner, const CallLog& calls, intptr_t h
   EXPECT_EQ(SetScanParameterEx(handle, 75, 75, 2, 0, 0, 10200, 14028), 1);
   Outcome outcome;
   outcome.status = StartScan(handle);
-  const auto& driver = *reinterpret_cast<const CScannerDriver*>(handle);
+  const CScannerDriver& driver = driverBehind(handle);
   const ConvertedImage& image = driver.convertedImage();
   outcome.open = driver.deviceOpen();
   outcome.width = image.rowWidthPixels;
