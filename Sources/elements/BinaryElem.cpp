@@ -24,18 +24,6 @@ BinaryElem::~BinaryElem() {
   std::free(data);
 }
 
-std::string BinaryElem::stringValue() {
-  throw NotSupportedException();
-}
-
-int BinaryElem::intValue() {
-  throw NotSupportedException();
-}
-
-bool BinaryElem::booleanValue() {
-  throw NotSupportedException();
-}
-
 unsigned char* BinaryElem::binaryValue() {
   return data;
 }
@@ -50,6 +38,18 @@ std::string BinaryElem::toString() {
 
 Element* BinaryElem::externalize(Element* /*context*/) {
   return new BinaryElem(data, length);
+}
+
+std::string BinaryElem::stringValue() {
+  throw NotSupportedException();
+}
+
+int BinaryElem::intValue() {
+  throw NotSupportedException();
+}
+
+bool BinaryElem::booleanValue() {
+  throw NotSupportedException();
 }
 
 void BinaryElem::accept(ElementVisitor* visitor) {

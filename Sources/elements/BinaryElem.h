@@ -4,8 +4,8 @@
 
 #include "DataElem.h"
 
-/// A run of bytes in a block of malloc, which the element owns and frees. Has no scalar value
-/// (NotSupportedException) and no clone() of its own: a container that holds one cannot be cloned.
+/// A run of bytes in a block of malloc, which the element owns and frees. It has no clone() of its own:
+/// clone() returns the element itself, so a container that is its parent cannot be cloned.
 class BinaryElem : public DataElem {
  public:
   /// "BinaryElem", for instanceOf().
@@ -13,10 +13,19 @@ class BinaryElem : public DataElem {
 
   /// Copies. Null data, or a failed allocation, gives a null buffer of length 0.
   BinaryElem(const unsigned char* data, unsigned int length);
-  /// Adopts a block of malloc; null data gives length 0. The last argument only tells the two forms apart.
+  /// Adopts a block of malloc; null data gives length 0. The flag is ignored: it only selects this form.
   BinaryElem(unsigned char* data, unsigned int length, bool adopt);
   /// Frees the block.
   ~BinaryElem() override;
+
+  /// The element's own block; null when there are no bytes.
+  unsigned char* binaryValue() override;
+  /// In bytes.
+  unsigned int binaryLength() override;
+  /// "BinaryElem".
+  std::string toString() override;
+  /// A new element with its own copy of the bytes.
+  Element* externalize(Element* context) override;
 
   /// @{
   /// Throws NotSupportedException.
@@ -25,14 +34,7 @@ class BinaryElem : public DataElem {
   bool booleanValue() override;
   /// @}
 
-  /// Stays the element's; null when there are no bytes.
-  unsigned char* binaryValue() override;
-  /// In bytes.
-  unsigned int binaryLength() override;
-  /// "BinaryElem".
-  std::string toString() override;
-  /// A new element with its own copy of the bytes.
-  Element* externalize(Element* context) override;
+  /// Calls visitorAtBinaryElem().
   void accept(ElementVisitor* visitor) override;
   bool instanceOf(std::string typeName) override;
 

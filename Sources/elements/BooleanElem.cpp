@@ -13,20 +13,20 @@ BooleanElem::BooleanElem(std::string text) : BooleanElem(meansTrue(std::move(tex
 
 BooleanElem::BooleanElem(const char* text) : BooleanElem(std::string(text)) {}
 
-std::string BooleanElem::stringValue() {
-  return value == 1 ? "true" : "false";
-}
-
-int BooleanElem::intValue() {
-  return static_cast<int>(value);
-}
-
 bool BooleanElem::booleanValue() {
   return value != 0;
 }
 
+std::string BooleanElem::stringValue() {
+  return value == 1 ? "true" : "false";
+}
+
 std::string BooleanElem::toString() {
   return DataElem::toString() + ": " + stringValue();
+}
+
+int BooleanElem::intValue() {
+  return static_cast<int>(value);
 }
 
 Element* BooleanElem::clone() {

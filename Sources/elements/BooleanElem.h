@@ -5,7 +5,7 @@
 
 #include "DataElem.h"
 
-/// True or false, held as the word 1 or 0.
+/// True or false, stored as the word 1 or 0.
 class BooleanElem : public DataElem {
  public:
   /// "BooleanElem", for instanceOf().
@@ -13,22 +13,27 @@ class BooleanElem : public DataElem {
 
   using DataElem::clone;
 
-  /// Of the value itself.
+  /// The value itself.
   explicit BooleanElem(bool value);
   /// True for "true", "yes" and "y" in any case, false for any other text.
   explicit BooleanElem(std::string text);
   /// Without this overload a literal would choose `bool` and always be true.
   explicit BooleanElem(const char* text);
 
+  /// The value itself.
+  bool booleanValue() override;
   /// "true" or "false".
   std::string stringValue() override;
-  /// 1 or 0.
-  int intValue() override;
-  bool booleanValue() override;
   /// ": " and the text.
   std::string toString() override;
+  /// 1 or 0.
+  int intValue() override;
+  /// @{
+  /// A new BooleanElem with the value.
   Element* clone() override;
   Element* externalize(Element* context) override;
+  /// @}
+  /// Calls visitorAtBooleanElem().
   void accept(ElementVisitor* visitor) override;
   bool instanceOf(std::string typeName) override;
 

@@ -28,6 +28,11 @@ Element* CompositeElem::getEnclosure() {
   return enclosure;
 }
 
+std::string CompositeElem::toString() {
+  const std::string enclosureName = enclosure == nullptr ? "" : enclosure->getFullName();
+  return Element::toString() + "  <" + enclosureName + ">";
+}
+
 Element* CompositeElem::getChildRaw(const std::string& childName) {
   try {
     return MapElem::getChildRaw(childName);
@@ -67,11 +72,6 @@ bool CompositeElem::setterAccepts(const std::string& childName, Element* child) 
   auto* const args = new ListElem;
   args->add(child);
   return setter->eval(this, args)->booleanValue();
-}
-
-std::string CompositeElem::toString() {
-  const std::string enclosureName = enclosure == nullptr ? "" : enclosure->getFullName();
-  return Element::toString() + "  <" + enclosureName + ">";
 }
 
 // Stays allocated if a child refuses: by then it may hold children of the original, which it would delete.

@@ -8,10 +8,11 @@
 /// A map with an enclosure, another element in which names are looked up that the map itself does not hold:
 /// an object and its class. Assignments to a member x go through the setter "_set_x", if one is found, which
 /// may refuse them. Counting, removal and deletion see the own entries only; the enclosure is neither owned
-/// nor copied. A chain of enclosures must not lead back to its beginning.
+/// nor copied. A chain of enclosures must not lead back to its beginning: a look-up would never end.
 class CompositeElem : public MapElem {
  public:
-  /// Walks the own entries, then the children of the enclosure. hasNext is what moves on into the enclosure.
+  /// Walks the own entries, then the children of the enclosure. Only hasNext() moves on into the enclosure:
+  /// call it before each step.
   class ElementIteratorImpl final : public ElementIterator {
    public:
     /// Before the first own entry. The owner and its enclosure must outlive the walk.
@@ -45,22 +46,26 @@ class CompositeElem : public MapElem {
   Element* setEnclosure(Element* newEnclosure);
   /// Null where there is none.
   Element* getEnclosure();
+  /// Two blanks and the full name of the enclosure, or nothing, between "<" and ">".
+  std::string toString() override;
 
-  /// The own entry, else what the enclosure finds; NoSuchElementException with the last failure's message.
+  /// The own entry, else what the enclosure finds. Any failure of the enclosure's look-up is thrown as
+  /// NoSuchElementException with its message.
   Element* getChildRaw(const std::string& childName) override;
-  /// With `chain` the enclosure's children follow: a name held at several levels comes once for each.
+  /// With `chain` the enclosure's children follow: a name held at several levels is yielded once for each.
   ElementIterator* iterator(bool chain) override;
   /// @{
-  /// Like the map's, unless a setter refuses: then nothing is stored, null comes back and the child stays the
-  /// caller's. What the setter throws comes out.
+  /// As in a map, unless a setter refuses: then nothing is stored, null is returned and the caller keeps the
+  /// child. What the setter throws is passed on.
   Element* addChild(const std::string& childName, Element* child) override;
   Element* setChild(std::string childName, Element* child) override;
   /// @}
-  /// Two blanks and the full name of the enclosure, or nothing, between "<" and ">".
-  std::string toString() override;
-  /// The copy shares the enclosure. The children are copied through addChild, setters included.
+
+  /// The copy has the same enclosure. Its children are added through addChild(), setters included; otherwise
+  /// as in a map.
   Element* clone() override;
   Element* clone(Element* target) override;
+  /// Calls visitorAtCompositeElem().
   void accept(ElementVisitor* visitor) override;
   bool instanceOf(std::string typeName) override;
 

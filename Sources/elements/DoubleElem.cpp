@@ -15,6 +15,10 @@ std::string DoubleElem::stringValue() {
   return fToString(roundedToFloat(value));
 }
 
+std::string DoubleElem::toString() {
+  return DataElem::toString() + ": " + stringValue();
+}
+
 int DoubleElem::intValue() {
   return saturatedToInt32(value);
 }
@@ -23,8 +27,8 @@ bool DoubleElem::booleanValue() {
   return value != 0.0;
 }
 
-std::string DoubleElem::toString() {
-  return DataElem::toString() + ": " + stringValue();
+double DoubleElem::doubleValue() {
+  return value;
 }
 
 Element* DoubleElem::clone() {
@@ -41,8 +45,4 @@ void DoubleElem::accept(ElementVisitor* visitor) {
 
 bool DoubleElem::instanceOf(std::string typeName) {
   return typeName == _type || DataElem::instanceOf(std::move(typeName));
-}
-
-double DoubleElem::doubleValue() {
-  return value;
 }

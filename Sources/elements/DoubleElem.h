@@ -4,7 +4,7 @@
 
 #include "DataElem.h"
 
-/// A double. Its text carries single precision only; its int is truncated and saturates (NaN gives INT_MIN).
+/// A double. Its text has single precision only; its int is truncated and saturates (NaN gives INT_MIN).
 class DoubleElem : public DataElem {
  public:
   /// "DoubleElem", for instanceOf().
@@ -17,18 +17,22 @@ class DoubleElem : public DataElem {
 
   /// What fToString() makes of the value rounded to single precision: "inf" or "-inf" beyond its range.
   std::string stringValue() override;
+  /// ": " and the text.
+  std::string toString() override;
   /// Truncated toward zero, saturating at both ends.
   int intValue() override;
   /// False for 0 alone; NaN is true.
   bool booleanValue() override;
-  /// ": " and the text.
-  std::string toString() override;
-  Element* clone() override;
-  Element* externalize(Element* context) override;
-  void accept(ElementVisitor* visitor) override;
-  bool instanceOf(std::string typeName) override;
   /// The value in full precision.
   double doubleValue();
+  /// @{
+  /// A new DoubleElem with the value in full precision.
+  Element* clone() override;
+  Element* externalize(Element* context) override;
+  /// @}
+  /// Calls visitorAtDoubleElem().
+  void accept(ElementVisitor* visitor) override;
+  bool instanceOf(std::string typeName) override;
 
  private:
   double value;

@@ -9,16 +9,16 @@ const std::string IntegerElem::_type = "IntegerElem";
 
 IntegerElem::IntegerElem(int number) : value(number) {}
 
-std::string IntegerElem::stringValue() {
-  return iToString(value);
-}
-
 int IntegerElem::intValue() {
   return value;
 }
 
 bool IntegerElem::booleanValue() {
   return value != 0;
+}
+
+std::string IntegerElem::stringValue() {
+  return iToString(value);
 }
 
 std::string IntegerElem::toString() {

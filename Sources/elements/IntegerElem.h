@@ -16,15 +16,20 @@ class IntegerElem : public DataElem {
   /// Any value of the type.
   explicit IntegerElem(int value);
 
-  /// Decimal.
-  std::string stringValue() override;
+  /// The value itself.
   int intValue() override;
   /// False for 0 alone.
   bool booleanValue() override;
+  /// Decimal.
+  std::string stringValue() override;
   /// ": " and the text.
   std::string toString() override;
+  /// @{
+  /// A new IntegerElem with the value.
   Element* clone() override;
   Element* externalize(Element* context) override;
+  /// @}
+  /// Calls visitorAtIntegerElem().
   void accept(ElementVisitor* visitor) override;
   bool instanceOf(std::string typeName) override;
 

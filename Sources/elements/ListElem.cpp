@@ -30,8 +30,30 @@ ListElem::~ListElem() {
     delete first->second;
 }
 
-Element* ListElem::getChildRaw(const std::string& childName) {
-  return getChildRaw(indexOf(childName));
+// Leaves out added(): the element stays without name and parent until a neighbour's move renames it.
+ListElem* ListElem::add(Element* element) {
+  children[keyOf(getNumChildren())] = element;
+  return this;
+}
+
+ListElem* ListElem::add(std::string text) {
+  return add(new StringElem(std::move(text)));
+}
+
+ListElem* ListElem::add(char* text) {
+  return add(std::string(text));
+}
+
+ListElem* ListElem::add(const char* text) {
+  return add(std::string(text));
+}
+
+ListElem* ListElem::add(int value) {
+  return add(new IntegerElem(value));
+}
+
+ListElem* ListElem::add(bool value) {
+  return add(new BooleanElem(value));
 }
 
 Element* ListElem::getChildRaw(unsigned int index) {
@@ -40,14 +62,6 @@ Element* ListElem::getChildRaw(unsigned int index) {
     if (entry != children.end()) return entry->second;
   }
   throw NoSuchElementException(ulToString(index));
-}
-
-ElementIterator* ListElem::iterator(bool /*chain*/) {
-  return new ListIterator(this);
-}
-
-Element* ListElem::addChild(const std::string& childName, Element* child) {
-  return addChild(indexOf(childName), child);
 }
 
 Element* ListElem::addChild(unsigned int index, Element* child) {
@@ -59,20 +73,12 @@ Element* ListElem::addChild(unsigned int index, Element* child) {
   return nullptr;
 }
 
-Element* ListElem::setChild(std::string childName, Element* child) {
-  return setChild(indexOf(childName), child);
-}
-
 Element* ListElem::setChild(unsigned int index, Element* child) {
   Element* const previous = ListElem::getChildRaw(index);
   children[keyOf(index)] = child;
   previous->removed(this);
   child->added(ulToString(index), this);
   return previous;
-}
-
-Element* ListElem::removeChild(const std::string& childName) {
-  return removeChild(indexOf(childName));
 }
 
 Element* ListElem::removeChild(unsigned int index) {
@@ -83,6 +89,22 @@ Element* ListElem::removeChild(unsigned int index) {
   return child;
 }
 
+Element* ListElem::getChildRaw(const std::string& childName) {
+  return getChildRaw(indexOf(childName));
+}
+
+Element* ListElem::addChild(const std::string& childName, Element* child) {
+  return addChild(indexOf(childName), child);
+}
+
+Element* ListElem::setChild(std::string childName, Element* child) {
+  return setChild(indexOf(childName), child);
+}
+
+Element* ListElem::removeChild(const std::string& childName) {
+  return removeChild(indexOf(childName));
+}
+
 void ListElem::removeChildren() {
   const std::unique_ptr<ElementIterator> walk(iterator(true));
   while (walk->hasNext()) walk->next()->removed(this);
@@ -91,6 +113,10 @@ void ListElem::removeChildren() {
 
 unsigned int ListElem::getNumChildren() {
   return static_cast<unsigned int>(children.size());
+}
+
+ElementIterator* ListElem::iterator(bool /*chain*/) {
+  return new ListIterator(this);
 }
 
 // Stays allocated if a child refuses: by then it may hold children of the original, which it would delete.
@@ -126,32 +152,6 @@ bool ListElem::instanceOf(std::string typeName) {
   return typeName == _type || NonterminalElem::instanceOf(std::move(typeName));
 }
 
-// Leaves out added(): the element stays without name and parent until a neighbour's move renames it.
-ListElem* ListElem::add(Element* element) {
-  children[keyOf(getNumChildren())] = element;
-  return this;
-}
-
-ListElem* ListElem::add(std::string text) {
-  return add(new StringElem(std::move(text)));
-}
-
-ListElem* ListElem::add(char* text) {
-  return add(std::string(text));
-}
-
-ListElem* ListElem::add(const char* text) {
-  return add(std::string(text));
-}
-
-ListElem* ListElem::add(int value) {
-  return add(new IntegerElem(value));
-}
-
-ListElem* ListElem::add(bool value) {
-  return add(new BooleanElem(value));
-}
-
 std::string* ListElem::childrenToString() {
   auto text = std::make_unique<std::string>("<List");
   for (const auto& [index, child] : children) *text += " " + child->toString();
@@ -183,6 +183,15 @@ bool ListElem::ListIterator::hasNext() {
   return index < list->getNumChildren();
 }
 
+unsigned int ListElem::ListIterator::nextIndex() {
+  if (!hasNext()) throw NoSuchElementException("OutofRange");
+  return index;
+}
+
+std::string ListElem::ListIterator::nextName() {
+  return ulToString(nextIndex());
+}
+
 Element* ListElem::ListIterator::next() {
   Element* const child = list->getChildRaw(nextIndex());
   ++index;
@@ -193,13 +202,4 @@ Element* ListElem::ListIterator::next(ListElem* args) {
   Element* const child = list->getChild(nextIndex(), args);
   ++index;
   return child;
-}
-
-std::string ListElem::ListIterator::nextName() {
-  return ulToString(nextIndex());
-}
-
-unsigned int ListElem::ListIterator::nextIndex() {
-  if (!hasNext()) throw NoSuchElementException("OutofRange");
-  return index;
 }

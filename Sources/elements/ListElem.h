@@ -7,20 +7,24 @@
 #include "ElementIterator.h"
 #include "NonterminalElem.h"
 
-/// Children by position 0..n-1, each named by its position in decimal. Owns them; deletes what it still holds
-/// when it goes. Copies as deep as the children's own clone().
+/// Children by position 0..n-1, each named by its position in decimal. Owns its children and deletes those
+/// that it still holds when it is destroyed. A position that holds no child throws NoSuchElementException
+/// with the index in decimal as its message.
 class ListElem : public NonterminalElem {
  public:
-  /// Walks the positions in order.
+  /// Walks the positions in order. Past the end every operation but hasNext() throws
+  /// NoSuchElementException("OutofRange").
   class ListIterator final : public ElementIterator {
    public:
     /// Before the first child. The list must outlive the walk.
     explicit ListIterator(ListElem* list);
     bool hasNext() override;
-    Element* next() override;
-    Element* next(ListElem* args) override;
-    std::string nextName() override;
     unsigned int nextIndex() override;
+    /// The position in decimal, which need not be the child's own name.
+    std::string nextName() override;
+    Element* next() override;
+    /// Does not advance if the evaluation throws.
+    Element* next(ListElem* args) override;
 
    private:
     ListElem* list;
@@ -36,33 +40,8 @@ class ListElem : public NonterminalElem {
 
   /// An empty list.
   ListElem() = default;
-  /// Deletes the children.
+  /// Deletes the children, in order.
   ~ListElem() override;
-
-  /// The name forms, this one and those below, read the name as a decimal number: text that is none means
-  /// position 0.
-  Element* getChildRaw(const std::string& childName) override;
-  /// Out of range: NoSuchElementException with the index in decimal, here and in setChild and removeChild.
-  Element* getChildRaw(unsigned int index) override;
-  ElementIterator* iterator(bool chain) override;
-  Element* addChild(const std::string& childName, Element* child) override;
-  /// Inserts at 0..n and renames what moves up; returns null. Past n: IndexOutOfBoundsException.
-  Element* addChild(unsigned int index, Element* child) override;
-  Element* setChild(std::string childName, Element* child) override;
-  /// A child that has a parent already is stored all the same before "Element already added" comes out, and
-  /// the one that it replaced is then the caller's to find.
-  Element* setChild(unsigned int index, Element* child) override;
-  Element* removeChild(const std::string& childName) override;
-  /// Renames what moves down.
-  Element* removeChild(unsigned int index) override;
-  void removeChildren() override;
-  unsigned int getNumChildren() override;
-  Element* clone() override;
-  /// Adds clones of the children to the target list; null when the target is no list.
-  Element* clone(Element* target) override;
-  Element* externalize(Element* context) override;
-  void accept(ElementVisitor* visitor) override;
-  bool instanceOf(std::string typeName) override;
 
   /// @{
   /// Append and return the list, which owns the element, or the new one made of the value. The element gets
@@ -75,6 +54,42 @@ class ListElem : public NonterminalElem {
   ListElem* add(int value);
   ListElem* add(bool value);
   /// @}
+
+  Element* getChildRaw(unsigned int index) override;
+  /// Inserts at 0..n, renames the children that move up and returns null. Throws IndexOutOfBoundsException
+  /// past n.
+  Element* addChild(unsigned int index, Element* child) override;
+  /// Returns the child that it replaces, detached. A new child that has a parent is stored all the same
+  /// before ObjectStoreException("Element already added") is thrown; the replaced one is then lost to the
+  /// caller.
+  Element* setChild(unsigned int index, Element* child) override;
+  /// Renames the children that move down.
+  Element* removeChild(unsigned int index) override;
+
+  /// @{
+  /// Read the name as a decimal number, text that is none as 0, and call the form above.
+  Element* getChildRaw(const std::string& childName) override;
+  Element* addChild(const std::string& childName, Element* child) override;
+  Element* setChild(std::string childName, Element* child) override;
+  Element* removeChild(const std::string& childName) override;
+  /// @}
+
+  void removeChildren() override;
+  unsigned int getNumChildren() override;
+  /// A ListIterator, whatever the flag.
+  ElementIterator* iterator(bool chain) override;
+
+  /// A list of clones. A child whose clone() is the child itself is shared with the copy if it has no parent;
+  /// else ObjectStoreException("Element already added") is thrown and the list is what it was.
+  Element* clone() override;
+  /// Inserts clones of the children in front of those of the target and returns it; null for a target that is
+  /// no list, which is only detached. A failure leaves in the target what it got.
+  Element* clone(Element* target) override;
+  /// A list of the externalized children, evaluated in the context of this list.
+  Element* externalize(Element* context) override;
+  /// Calls visitorAtListElem().
+  void accept(ElementVisitor* visitor) override;
+  bool instanceOf(std::string typeName) override;
 
   /// `"<List"`, a blank and the description of each child, `">"`. The caller deletes the string.
   std::string* childrenToString();

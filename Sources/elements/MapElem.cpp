@@ -31,21 +31,9 @@ Element* MapElem::getChildRaw(const std::string& childName) {
   return entry->second;
 }
 
-Element* MapElem::getChildRaw(unsigned int index) {
-  return getChildRaw(nameOf(index));
-}
-
-ElementIterator* MapElem::iterator(bool /*chain*/) {
-  return new ElementIteratorImpl(this);
-}
-
 Element* MapElem::addChild(const std::string& childName, Element* child) {
   child->added(childName, this);
   return std::exchange(children[childName], child);
-}
-
-Element* MapElem::addChild(unsigned int index, Element* child) {
-  return addChild(nameOf(index), child);
 }
 
 Element* MapElem::setChild(std::string childName, Element* child) {
@@ -54,10 +42,6 @@ Element* MapElem::setChild(std::string childName, Element* child) {
   children[childName] = child;
   child->added(std::move(childName), this);
   return previous;
-}
-
-Element* MapElem::setChild(unsigned int index, Element* child) {
-  return setChild(nameOf(index), child);
 }
 
 Element* MapElem::removeChild(const std::string& childName) {
@@ -69,8 +53,28 @@ Element* MapElem::removeChild(const std::string& childName) {
   return child;
 }
 
+Element* MapElem::getChildRaw(unsigned int index) {
+  return getChildRaw(nameOf(index));
+}
+
+Element* MapElem::addChild(unsigned int index, Element* child) {
+  return addChild(nameOf(index), child);
+}
+
+Element* MapElem::setChild(unsigned int index, Element* child) {
+  return setChild(nameOf(index), child);
+}
+
 Element* MapElem::removeChild(unsigned int index) {
   return removeChild(nameOf(index));
+}
+
+ElementIterator* MapElem::iterator(bool /*chain*/) {
+  return new ElementIteratorImpl(this);
+}
+
+unsigned int MapElem::getNumChildren() {
+  return static_cast<unsigned int>(children.size());
 }
 
 void MapElem::removeChildren() {
@@ -79,8 +83,12 @@ void MapElem::removeChildren() {
   children.clear();
 }
 
-unsigned int MapElem::getNumChildren() {
-  return static_cast<unsigned int>(children.size());
+void MapElem::accept(ElementVisitor* visitor) {
+  visitor->visitorAtMapElem(this);
+}
+
+bool MapElem::instanceOf(std::string typeName) {
+  return typeName == _type || NonterminalElem::instanceOf(std::move(typeName));
 }
 
 // Stays allocated if a child refuses: by then it may hold children of the original, which it would delete.
@@ -91,13 +99,13 @@ Element* MapElem::clone() {
 // A child without a clone of its own (binary, alias, operation) is added itself: the copy becomes its parent
 // if it had none, as children of ListElem::add(), and its addition throws if it had one.
 Element* MapElem::clone(Element* target) {
-  auto* const map = dynamic_cast<MapElem*>(target);
   NonterminalElem::clone(target);
-  if (map == nullptr) return target;
-  const std::unique_ptr<ElementIterator> walk(iterator(false));
-  while (walk->hasNext()) {
-    const std::string childName = walk->nextName();
-    map->addChild(childName, walk->next()->clone());
+  if (auto* const map = dynamic_cast<MapElem*>(target)) {
+    const std::unique_ptr<ElementIterator> walk(iterator(false));
+    while (walk->hasNext()) {
+      const std::string childName = walk->nextName();
+      map->addChild(childName, walk->next()->clone());
+    }
   }
   return target;
 }
@@ -115,14 +123,6 @@ Element* MapElem::externalize(Element* /*context*/) {
   return copy.release();
 }
 
-void MapElem::accept(ElementVisitor* visitor) {
-  visitor->visitorAtMapElem(this);
-}
-
-bool MapElem::instanceOf(std::string typeName) {
-  return typeName == _type || NonterminalElem::instanceOf(std::move(typeName));
-}
-
 std::string* MapElem::childrenToString() {
   auto text = std::make_unique<std::string>("<Map");
   for (const auto& [childName, child] : children) *text += "(" + childName + " " + child->toString() + ")";
@@ -137,6 +137,15 @@ bool MapElem::ElementIteratorImpl::hasNext() {
   return position != map->children.cend();
 }
 
+std::string MapElem::ElementIteratorImpl::nextName() {
+  if (!hasNext()) throw NoSuchElementException("MapElem::ElementIteratorImpl.nextName");
+  return position->first;
+}
+
+unsigned int MapElem::ElementIteratorImpl::nextIndex() {
+  return static_cast<unsigned int>(StringToi(nextName()));
+}
+
 Element* MapElem::ElementIteratorImpl::next() {
   if (!hasNext()) throw NoSuchElementException("MapElem::ElementIteratorImpl.next");
   Element* const child = map->getChildRaw(position->first);
@@ -149,13 +158,4 @@ Element* MapElem::ElementIteratorImpl::next(ListElem* args) {
   Element* const child = map->getChild(position->first, args);
   ++position;
   return child;
-}
-
-std::string MapElem::ElementIteratorImpl::nextName() {
-  if (!hasNext()) throw NoSuchElementException("MapElem::ElementIteratorImpl.nextName");
-  return position->first;
-}
-
-unsigned int MapElem::ElementIteratorImpl::nextIndex() {
-  return static_cast<unsigned int>(StringToi(nextName()));
 }

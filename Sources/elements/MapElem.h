@@ -6,22 +6,24 @@
 #include "ElementIterator.h"
 #include "NonterminalElem.h"
 
-/// Children by name, in byte-wise order of the names. Owns them; deletes what it still holds when it goes.
-/// Copies as deep as the children's own clone(). A name that begins with "_" is private: externalize leaves
-/// it out.
+/// Children by name, in byte-wise order of the names. Owns its children and deletes those that it still holds
+/// when it is destroyed. A name that begins with "_" is private: externalize() leaves it out. A missing name
+/// throws NoSuchElementException.
 class MapElem : public NonterminalElem {
  public:
-  /// Walks the entries in order of their names. Looks each child up by its name, so that an override applies.
+  /// Walks the entries in order of their names. Looks each child up by its name, so that an override of
+  /// getChildRaw() applies. Past the end every operation but hasNext() throws NoSuchElementException.
   class ElementIteratorImpl final : public ElementIterator {
    public:
     /// Before the first entry. The map must outlive the walk.
     explicit ElementIteratorImpl(MapElem* map);
     bool hasNext() override;
-    Element* next() override;
-    Element* next(ListElem* args) override;
     std::string nextName() override;
-    /// The name read by StringToi, whose ValueConversionException comes out.
+    /// The name read by StringToi(): throws ValueConversionException for one that is no number.
     unsigned int nextIndex() override;
+    Element* next() override;
+    /// Does not advance if the evaluation throws.
+    Element* next(ListElem* args) override;
 
    private:
     MapElem* map;
@@ -37,31 +39,42 @@ class MapElem : public NonterminalElem {
 
   /// An empty map.
   MapElem() = default;
-  /// Deletes the children.
+  /// Deletes the children, in order of their names.
   ~MapElem() override;
 
   Element* getChildRaw(const std::string& childName) override;
-  /// The index forms, this one and those below, write the index in decimal and call the name form.
-  Element* getChildRaw(unsigned int index) override;
-  ElementIterator* iterator(bool chain) override;
   /// Returns the element that held the name before, or null. That one is neither detached nor deleted: it
-  /// keeps its name and its link to this map and is the caller's from then on.
+  /// keeps its name and its link to this map, and the caller owns it from then on.
   Element* addChild(const std::string& childName, Element* child) override;
-  Element* addChild(unsigned int index, Element* child) override;
-  /// The name must be there: else NoSuchElementException. A child that has a parent already is stored all the
-  /// same before "Element already added" comes out.
+  /// Returns the child that it replaces, detached. A new child that has a parent is stored all the same
+  /// before ObjectStoreException("Element already added") is thrown.
   Element* setChild(std::string childName, Element* child) override;
-  Element* setChild(unsigned int index, Element* child) override;
   Element* removeChild(const std::string& childName) override;
+
+  /// @{
+  /// Write the index in decimal and call the form above, overrides included.
+  Element* getChildRaw(unsigned int index) override;
+  Element* addChild(unsigned int index, Element* child) override;
+  Element* setChild(unsigned int index, Element* child) override;
   Element* removeChild(unsigned int index) override;
-  void removeChildren() override;
+  /// @}
+
+  /// An ElementIteratorImpl, whatever the flag.
+  ElementIterator* iterator(bool chain) override;
   unsigned int getNumChildren() override;
-  Element* clone() override;
-  /// Adds clones of the children to the target if it is a map; returns the target.
-  Element* clone(Element* target) override;
-  Element* externalize(Element* context) override;
+  void removeChildren() override;
+
+  /// Calls visitorAtMapElem().
   void accept(ElementVisitor* visitor) override;
   bool instanceOf(std::string typeName) override;
+  /// A map of clones. A child whose clone() is the child itself has this map as its parent, so it cannot be
+  /// added to the copy: ObjectStoreException("Element already added") is thrown and the map is what it was.
+  Element* clone() override;
+  /// Adds clones of the children to the target if it is a map, and returns the target, detached. A failure
+  /// leaves in the target what it got.
+  Element* clone(Element* target) override;
+  /// A map of the externalized children, evaluated in the context of this map, without the private names.
+  Element* externalize(Element* context) override;
 
   /// `"<Map"`, "(name description)" for each entry, `">"`. The caller deletes the string.
   std::string* childrenToString();

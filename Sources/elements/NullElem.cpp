@@ -11,10 +11,6 @@ std::string NullElem::stringValue() {
   return {};
 }
 
-int NullElem::intValue() {
-  throw NotSupportedException();
-}
-
 bool NullElem::booleanValue() {
   return false;
 }
@@ -37,4 +33,8 @@ void NullElem::accept(ElementVisitor* visitor) {
 
 bool NullElem::instanceOf(std::string typeName) {
   return typeName == _type || DataElem::instanceOf(std::move(typeName));
+}
+
+int NullElem::intValue() {
+  throw NotSupportedException();
 }

@@ -4,7 +4,7 @@
 
 #include "DataElem.h"
 
-/// No value: the empty text and false; asked for an int it throws NotSupportedException.
+/// No value: the empty text and false.
 class NullElem : public DataElem {
  public:
   /// "NullElem", for instanceOf().
@@ -17,14 +17,18 @@ class NullElem : public DataElem {
 
   /// Empty.
   std::string stringValue() override;
-  /// Throws NotSupportedException.
-  int intValue() override;
   /// False.
   bool booleanValue() override;
   /// ":NULL".
   std::string toString() override;
+  /// @{
+  /// A new NullElem.
   Element* clone() override;
   Element* externalize(Element* context) override;
+  /// @}
+  /// Calls visitorAtNullElem().
   void accept(ElementVisitor* visitor) override;
   bool instanceOf(std::string typeName) override;
+  /// Throws NotSupportedException: no value is not zero.
+  int intValue() override;
 };

@@ -18,6 +18,10 @@ std::string StringElem::stringValue() {
   return value;
 }
 
+std::string StringElem::toString() {
+  return DataElem::toString() + ": " + value;
+}
+
 int StringElem::intValue() {
   try {
     return StringToi(value);
@@ -31,10 +35,6 @@ int StringElem::intValue() {
 
 bool StringElem::booleanValue() {
   return meansTrue(value);
-}
-
-std::string StringElem::toString() {
-  return DataElem::toString() + ": " + value;
 }
 
 Element* StringElem::clone() {

@@ -4,7 +4,8 @@
 
 #include "DataElem.h"
 
-/// A text with the name of its encoding, which is only carried along ("" when none was given).
+/// A text with the name of its encoding, which is only stored ("" when none was given): nothing converts the
+/// text.
 class StringElem : public DataElem {
  public:
   /// "StringElem", for instanceOf().
@@ -20,15 +21,19 @@ class StringElem : public DataElem {
 
   /// The text as it was given.
   std::string stringValue() override;
-  /// What StringToi reads; else 1 for "true", "y", "yes" and 0 for "false", "n", "no" in any case; else
-  /// ValueConversionException.
-  int intValue() override;
-  /// True for "true", "y" and "yes" in any case; false for all else, numbers included.
-  bool booleanValue() override;
   /// ": " and the text.
   std::string toString() override;
+  /// What StringToi() reads; else 1 for "true", "y", "yes" and 0 for "false", "n", "no" in any case; else
+  /// throws ValueConversionException.
+  int intValue() override;
+  /// True for "true", "y" and "yes" in any case; false for all other text, numbers included.
+  bool booleanValue() override;
+  /// @{
+  /// A new StringElem with the text and the name of its encoding.
   Element* clone() override;
   Element* externalize(Element* context) override;
+  /// @}
+  /// Calls visitorAtStringElem().
   void accept(ElementVisitor* visitor) override;
   bool instanceOf(std::string typeName) override;
   /// The name of the encoding as it was given.

@@ -29,8 +29,20 @@ Element* TerminalElem::getChildRaw(unsigned int index) {
   refuse("getChild(" + decimal(index) + "int)");
 }
 
-ElementIterator* TerminalElem::iterator(bool /*chain*/) {
-  throw NotSupportedException();
+Element* TerminalElem::removeChild(const std::string& childName) {
+  refuse("removeChild(" + childName + ")");
+}
+
+Element* TerminalElem::removeChild(unsigned int index) {
+  refuse("removeChild(" + decimal(index) + ")");
+}
+
+void TerminalElem::removeChildren() {
+  refuse("removeChildren()");
+}
+
+unsigned int TerminalElem::getNumChildren() {
+  refuse("getNumChildren()");
 }
 
 Element* TerminalElem::addChild(const std::string& childName, Element* child) {
@@ -49,20 +61,8 @@ Element* TerminalElem::setChild(unsigned int index, Element* child) {
   refuse("setChild(" + child->getName() + "," + decimal(index) + ")");
 }
 
-Element* TerminalElem::removeChild(const std::string& childName) {
-  refuse("removeChild(" + childName + ")");
-}
-
-Element* TerminalElem::removeChild(unsigned int index) {
-  refuse("removeChild(" + decimal(index) + ")");
-}
-
-void TerminalElem::removeChildren() {
-  refuse("removeChildren()");
-}
-
-unsigned int TerminalElem::getNumChildren() {
-  refuse("getNumChildren()");
+ElementIterator* TerminalElem::iterator(bool /*chain*/) {
+  throw NotSupportedException();
 }
 
 bool TerminalElem::instanceOf(std::string typeName) {

@@ -5,7 +5,7 @@
 #include "Element.h"
 
 /// A leaf: refuses every child operation with NotSupportedException, whose message names the operation, its
-/// arguments and the element. A refused child is neither taken nor deleted.
+/// arguments and the element.
 class TerminalElem : public Element {
  public:
   /// "TerminalElem", for instanceOf().
@@ -17,16 +17,21 @@ class TerminalElem : public Element {
 
   Element* getChildRaw(const std::string& childName) override;
   Element* getChildRaw(unsigned int index) override;
-  /// The message is the default one.
-  ElementIterator* iterator(bool chain) override;
-  Element* addChild(const std::string& childName, Element* child) override;
-  Element* addChild(unsigned int index, Element* child) override;
-  Element* setChild(std::string childName, Element* child) override;
-  Element* setChild(unsigned int index, Element* child) override;
   Element* removeChild(const std::string& childName) override;
   Element* removeChild(unsigned int index) override;
   void removeChildren() override;
   unsigned int getNumChildren() override;
+
+  /// @{
+  /// The refused child is neither taken nor deleted.
+  Element* addChild(const std::string& childName, Element* child) override;
+  Element* addChild(unsigned int index, Element* child) override;
+  Element* setChild(std::string childName, Element* child) override;
+  Element* setChild(unsigned int index, Element* child) override;
+  /// @}
+
+  /// The one refusal with the default message.
+  ElementIterator* iterator(bool chain) override;
   bool instanceOf(std::string typeName) override;
 
  private:
