@@ -15,12 +15,12 @@ class Exception {
   explicit Exception(std::string message);
 
  protected:
-  /// What went wrong. The texts are part of each operation's contract.
+  /// What went wrong. The texts are part of the contract of each operation.
   std::string message;
 };
 
-/// The base of every failure of the element model; also the form in which a failed remote call travels in a
-/// reply.
+/// The base of every failure of the element model; also the form in which a failed remote call travels
+/// in a reply.
 class ObjectStoreException : public Exception {
  public:
   using Exception::Exception;

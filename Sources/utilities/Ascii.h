@@ -2,8 +2,8 @@
 
 #include <string>
 
-// Character classes and case of the ASCII range, whatever the locale. A byte from 0x80 up belongs to no
-// class.
+// Character classes and case of the ASCII range, whatever the locale: <cctype> would let the host's locale
+// decide what a message means. A byte from 0x80 up belongs to no class. Pure functions, any thread.
 namespace ascii {
 
 constexpr bool isDigit(char c) {
@@ -28,6 +28,7 @@ constexpr char toLower(char c) {
   return isUpper(c) ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+// Copies in which the letters have the other case; all other bytes stay.
 std::string lowered(std::string text);
 std::string uppered(std::string text);
 

@@ -85,6 +85,7 @@ class Decoder {
     if (++inGroup_ == 4) finishGroup();
   }
 
+  // An "=" counts wherever it is in the group: "QQ=A" gives two bytes.
   void finishGroup() {
     for (int left = 3 - padding_; left > 0 && written_ < capacity_; --left) {
       output_[written_++] = static_cast<unsigned char>(accumulator_ >> 16 & 0xFF);
@@ -92,7 +93,7 @@ class Decoder {
     }
     inGroup_ = 0;
     accumulator_ = 0;
-    ended_ = padding_ != 0;
+    ended_ = padding_ != 0;  // What follows a padded group is not part of the text.
   }
 
   unsigned char* output_;

@@ -16,6 +16,7 @@ locale_t makePlainLocale() {
 }  // namespace
 
 double readDouble(const char* text) {
+  // Never freed: a parser that runs while the process exits still needs it.
   static const locale_t plain = makePlainLocale();
   return strtod_l(text, nullptr, plain);
 }

@@ -8,7 +8,8 @@
 
 namespace {
 
-// A character outside the hex digits gets whatever the two rules make of it, cut to a byte.
+// Two rules and no validation: a digit is its code - 48, anything else its upper-case code - 55. Hosts may
+// rely on what that makes of a foreign character, so it is kept, cut to a byte.
 constexpr std::array<unsigned char, 256> makeNibbleTable() {
   std::array<unsigned char, 256> table{};
   for (int code = 0; code < 256; ++code) {
@@ -25,6 +26,7 @@ constexpr auto nibbles = makeNibbleTable();
 }  // namespace
 
 unsigned char* ahtom(const char* hexText, unsigned char* output) {
+  // From the end, so that the odd digit of a text is its first.
   const auto* const text = reinterpret_cast<const unsigned char*>(hexText);
   std::size_t left = std::strlen(hexText);
   unsigned char* out = output + (left + 1) / 2;

@@ -14,6 +14,7 @@ int digitValue(char c) {
   return noDigit;
 }
 
+// "0x" alone is the number 0 followed by text, as for strtol.
 bool startsHexadecimal(const char* text) {
   return text[0] == '0' && ascii::toLower(text[1]) == 'x' && digitValue(text[2]) < 16;
 }
@@ -39,6 +40,7 @@ std::int32_t readInteger(const char* text, int base, const char** end) {
   }
   if (base == 0) base = *position == '0' ? 8 : 10;
 
+  // Digits past this bound are skipped: they cannot change a result that saturates, and could overflow.
   constexpr std::int64_t pastEveryResult = std::int64_t{1} << 32;
   std::int64_t magnitude = 0;
   const char* const digits = position;

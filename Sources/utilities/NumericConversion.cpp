@@ -13,6 +13,7 @@ constexpr double twoToThe32 = 4294967296.0;
 std::int32_t saturatedToInt32(double value) {
   using Limits = std::numeric_limits<std::int32_t>;
   if (value >= twoToThe31) return Limits::max();
+  // Everything above -2^31 - 1 truncates to a value of the type.
   if (value > -twoToThe31 - 1.0) return static_cast<std::int32_t>(value);
   return Limits::min();  // NaN too: it compares with nothing.
 }

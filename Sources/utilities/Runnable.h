@@ -3,20 +3,22 @@
 #include <cstdint>
 
 /// Work for a thread of its own, which owns the object from a successful start() on and deletes it when run()
-/// returns. So it has to be made with new, and its starter lets go of it. Knows no way to wait for the end or
-/// to stop the work.
+/// returns. So it has to be made with new, and whoever started it must not use it any more. There is no way
+/// to wait for the end of the work or to stop it.
 class Runnable {
  public:
+  /// Runs on the new thread once the work is done.
   virtual ~Runnable() = default;
 
-  /// The work. What it returns is dropped. An exception that leaves it ends the process, as in any thread.
+  /// The work, called once on the new thread; the base does nothing and returns 0. The result is ignored. An
+  /// exception that leaves it ends the process, as in any thread.
   virtual std::int32_t run();
 
-  /// Runs the object on a new detached thread. Returns what pthread_create returns: 0, or an error number;
-  /// then there is no thread and the object stays the caller's. After 0 it is not the caller's any more: it
-  /// may be gone before this returns.
+  /// Runs the object on a new detached thread. Returns 0, or the error number of pthread_create(): then there
+  /// is no thread and the caller keeps the object. After 0 the thread owns it and may have deleted it before
+  /// this returns.
   int start();
 };
 
-/// The entry of that thread: runs the object, deletes it, returns 0.
+/// The body of that thread: runs the object, deletes it and returns null.
 void* runfunction(Runnable* runnable);

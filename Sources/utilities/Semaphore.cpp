@@ -1,4 +1,4 @@
-// In angle brackets: the header passes on to the next one on the search path, so it has to be found there.
+// In angle brackets: #include_next goes on from the folder where the search path found this header.
 #include <Semaphore.h>
 
 Semaphore::Semaphore(int value) : initialValue(value) {
@@ -9,7 +9,8 @@ Semaphore::~Semaphore() {
   sem_destroy(&semaphore);
 }
 
-// The two loops never give up: on a semaphore that could not be made they spin for ever.
+// The two loops never give up, so that EINTR never looks like a signal() to the caller. The price: on a
+// semaphore that could not be made they spin for ever.
 
 int Semaphore::wait() {
   while (sem_wait(&semaphore) != 0) {

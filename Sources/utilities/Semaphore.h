@@ -1,5 +1,6 @@
-// On a file system that does not tell upper from lower case, <semaphore.h> may lead here. So every inclusion
-// passes on to the system's header, also from C, and only what follows stands under a guard. No pragma once.
+// On a file system that ignores case, <semaphore.h> may find this file. So every inclusion passes on
+// to the system's header, also from C, and the guard covers only what follows: #pragma once would skip
+// the system's header.
 #include_next <semaphore.h>
 
 #if defined(__cplusplus) && !defined(QUENVAR_Q750_SEMAPHORE_CLASS)
@@ -7,11 +8,11 @@
 
 #include <cstdint>
 
-/// A counting semaphore for the threads of one process; any number of them may use it at once. Neither names
-/// nor shares it with other processes, and knows no time limit. Nothing throws.
+/// A counting semaphore for the threads of one process; any number of them may use it at once. It has no
+/// name, is not shared with other processes and has no time-out. Nothing throws.
 class Semaphore {
  public:
-  /// `value` is the count to begin with, 0 to SEM_VALUE_MAX. Another makes a semaphore that is none: its
+  /// `value` is the initial count, 0 to SEM_VALUE_MAX. With any other the system's semaphore is not made, and
   /// wait() never returns.
   explicit Semaphore(int value);
   Semaphore(const Semaphore&) = delete;
@@ -19,11 +20,11 @@ class Semaphore {
   /// No thread may be waiting.
   ~Semaphore();
 
-  /// Takes one off the count; waits while it is 0. Tries again without limit whatever goes wrong, be it an
+  /// Decrements the count; blocks while it is 0. Retries without limit after any failure, such as an
   /// interruption by a signal. Returns 0.
   int wait();
-  /// Adds one to the count and lets one waiting thread go on. Tries again without limit whatever goes wrong,
-  /// be it a count at its highest. Returns 0.
+  /// Increments the count and wakes one waiting thread. Retries without limit after any failure, such as a
+  /// count at its maximum. Returns 0.
   int signal();
 
   /// The object itself.

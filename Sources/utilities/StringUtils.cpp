@@ -17,7 +17,7 @@ struct Prefix {
   int base;
 };
 
-// Tested in this order. "0o" never matches, since "0" comes first: "0o17" is bad text.
+// Tested in this order. "0o" never matches, since "0" is tested first: "0o17" is bad text.
 constexpr std::array<Prefix, 3> prefixes = {{{"#", 16}, {"0", 0}, {"0o", 8}}};
 
 }  // namespace
@@ -30,6 +30,7 @@ std::string ulToString(std::uint32_t value) {
   return std::to_string(value);
 }
 
+// Not printf: the host's locale would choose the character before the decimals.
 std::string fToString(float value) {
   std::array<char, 64> buffer{};  // The largest float takes 46 characters.
   char* const end = buffer.data() + buffer.size();

@@ -34,6 +34,7 @@ std::string URLDecodeString(std::string text) {
     if (text[i] == '%') {
       char hex[3] = {};
       for (std::size_t digit = 0; digit < 2 && i + 1 < text.size(); ++digit) hex[digit] = text[++i];
+      // A digit that is missing stays NUL, which shortens the hex text: "%4" at the end is the byte 4.
       unsigned char byte = 0;
       ahtom(hex, &byte);
       decoded += static_cast<char>(byte);
