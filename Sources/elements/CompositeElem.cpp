@@ -10,7 +10,7 @@ const std::string CompositeElem::_type = "CompositeElem";
 
 namespace {
 
-// Reads the message of a failure of any class of the family.
+// Reads the message of any exception of the family: only ObjectStoreException has a getter.
 struct Failure : Exception {
   explicit Failure(const Exception& failure) : Exception(failure) {}
   using Exception::message;
@@ -59,8 +59,8 @@ Element* CompositeElem::setChild(std::string childName, Element* child) {
   return setterAccepts(childName, child) ? MapElem::setChild(std::move(childName), child) : nullptr;
 }
 
-// True, too, when there is no setter. Only a failed look-up means that; a failure inside the setter comes
-// out.
+// True also if there is no setter. Only a failed look-up means that; an exception of the setter
+// itself passes through.
 bool CompositeElem::setterAccepts(const std::string& childName, Element* child) {
   Element* setter = nullptr;
   try {
@@ -68,7 +68,7 @@ bool CompositeElem::setterAccepts(const std::string& childName, Element* child) 
   } catch (const NoSuchElementException&) {
     return true;
   }
-  // Stays allocated: its destructor would delete the child.
+  // Stays allocated by design: its destructor would delete the child.
   auto* const args = new ListElem;
   args->add(child);
   return setter->eval(this, args)->booleanValue();
@@ -114,7 +114,7 @@ unsigned int CompositeElem::ElementIteratorImpl::nextIndex() {
   return current->nextIndex();
 }
 
-// The last iterator is kept when no enclosure is left, so that every later step fails as it does.
+// The last iterator stays when no enclosure is left, so that every later step fails as in that container.
 bool CompositeElem::ElementIteratorImpl::nextIterator() {
   if (enclosure == nullptr) return false;
   current.reset(enclosure->iterator());

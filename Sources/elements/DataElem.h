@@ -10,8 +10,9 @@ class DataElem : public TerminalElem {
   /// "DataElem", for instanceOf().
   static const std::string _type;
 
+  /// Returns the element itself.
   Element* eval(Element* context, ListElem* args) override;
-  /// The element itself, no copy; every concrete class overrides it.
+  /// Returns the element itself, no copy: every concrete class overrides it.
   Element* externalize(Element* context) override;
   bool instanceOf(std::string typeName) override;
 };

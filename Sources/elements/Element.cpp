@@ -38,8 +38,8 @@ void Element::added(std::string newName, Element* newParent) {
   parent = newParent;
 }
 
-// A detached element takes a null parent as its own: removed(nullptr) clears the name that changeName gave
-// it.
+// Null is the parent of a detached element, so that removed(nullptr) clears the name that
+// changeName() gave it.
 void Element::removed(Element* oldParent) {
   if (oldParent != parent) return;
   name.clear();
@@ -124,7 +124,8 @@ bool Element::hasChild(const std::string& childName) {
   }
 }
 
-// Every ancestor counts, the topmost with an empty name too: a child x of an unnamed map is ".x".
+// Every ancestor counts, also a topmost one with an empty name: a child x of an unnamed map is ".x". The
+// virtual getName() and getParent() make the full name of an alias that of its target.
 std::string Element::getFullName() {
   std::string fullName = getName();
   for (Element* ancestor = getParent(); ancestor != nullptr; ancestor = ancestor->getParent()) {
@@ -147,7 +148,7 @@ void Element::print(std::string indent, std::string elementName, Element* elemen
     std::puts("MAX NUMBER OF LEVEL REACHED!\r");
     return;
   }
-  // Keeps cycles through aliases out of the dump.
+  // Aliases may lead back to an ancestor.
   if (dynamic_cast<AliasElem*>(element) != nullptr) return;
   // A leaf refuses: its exception ends the dump.
   const std::unique_ptr<ElementIterator> children(element->iterator(true));

@@ -10,10 +10,10 @@ class ListElem;
 /// container that holds it, and one interface for leaves (TerminalElem), containers (NonterminalElem) and
 /// stand-ins (AliasElem). Not copyable; clone() and externalize() make copies where a class has them.
 ///
-/// One thread at a time, no locks. A container owns the children it holds; a detached element belongs to
-/// whoever has the pointer. Deleting a child that is still held leaves its container with a dangling pointer:
-/// remove it first. Failures are exceptions of Exceptions.h, thrown by value. Children and arguments are
-/// never null unless said.
+/// One thread at a time per tree, no locks; nothing blocks. A container owns the children it holds; a
+/// detached element belongs to whoever has the pointer. Deleting a child that is still held leaves its
+/// container with a dangling pointer: remove it first. Failures are exceptions of Exceptions.h, thrown by
+/// value. Children and arguments are never null unless stated.
 class Element {
  public:
   /// The name of the class, "Element": what instanceOf() compares with. Set by static initialisation.
@@ -22,13 +22,13 @@ class Element {
   Element(const Element&) = delete;
   Element& operator=(const Element&) = delete;
 
-  // The order of the virtual operations is fixed; every class keeps it.
+  // The order of the virtual operations is part of the binary interface.
 
   /// Leaves the container that holds the element, if any, with a dangling pointer.
   virtual ~Element();
 
-  /// The element that stands for this one in `context`: itself, unless a class says otherwise. `args` may be
-  /// null.
+  /// The element that represents this one in `context`: itself, unless a class states otherwise. `args` may
+  /// be null. Called by getChild() with the container as context.
   virtual Element* eval(Element* context, ListElem* args);
 
   /// @{
@@ -37,29 +37,29 @@ class Element {
   virtual Element* getChildRaw(unsigned int index) = 0;
   /// @}
 
-  /// A new iterator, which the caller deletes. `chain` asks a CompositeElem to go on into its enclosure.
+  /// A new iterator, which the caller deletes. `chain` makes a CompositeElem continue into its enclosure.
   virtual ElementIterator* iterator(bool chain) = 0;
 
   /// @{
-  /// Takes the child over. Returns what the class says, null where it says nothing. Throws
+  /// Takes ownership of the child. Returns null, unless a class states otherwise. Throws
   /// ObjectStoreException("Element already added") for a child that has a parent.
   virtual Element* addChild(const std::string& name, Element* child) = 0;
   virtual Element* addChild(unsigned int index, Element* child) = 0;
   /// @}
 
   /// @{
-  /// Takes the child over and returns the one that it replaces, which is the caller's from then on.
+  /// Takes ownership of the child and returns the one that it replaces, which the caller then owns.
   virtual Element* setChild(std::string name, Element* child) = 0;
   virtual Element* setChild(unsigned int index, Element* child) = 0;
   /// @}
 
   /// @{
-  /// Detaches the child and returns it; it is the caller's from then on. Throws NoSuchElementException.
+  /// Detaches the child and returns it; the caller then owns it. Throws NoSuchElementException.
   virtual Element* removeChild(const std::string& name) = 0;
   virtual Element* removeChild(unsigned int index) = 0;
   /// @}
 
-  /// Detaches all children without deleting them: the caller must hold them elsewhere.
+  /// Detaches all children without deleting them: the caller must have pointers to them.
   virtual void removeChildren() = 0;
   /// How many children the element itself holds.
   virtual unsigned int getNumChildren() = 0;
@@ -80,13 +80,13 @@ class Element {
   virtual unsigned int binaryLength();
   /// @}
 
-  /// The description that the tree dump prints after the name; empty unless a class has one.
+  /// The description that print() writes after the name; empty unless a class has one.
   virtual std::string toString();
 
-  /// Called by the container that takes the element in. Throws ObjectStoreException("Element already added")
-  /// and changes nothing when the element has a parent.
+  /// Called by the container that adds the element. Throws ObjectStoreException("Element already added") and
+  /// changes nothing when the element has a parent.
   virtual void added(std::string name, Element* parent);
-  /// Called by the container that lets the element go. Ignored when `parent` is not the element's parent.
+  /// Called by the container that removes the element. Ignored when `parent` is not the element's parent.
   virtual void removed(Element* parent);
 
   /// The name under which the container holds the element; empty while it is detached.
@@ -107,7 +107,7 @@ class Element {
   virtual bool instanceOf(std::string typeName);
 
   /// @{
-  /// The child evaluated with this element as context. `args` may be null, as where it is left out. Throws
+  /// The child evaluated with this element as context. `args` may be null, as in the forms without it. Throws
   /// NoSuchElementException, and what the evaluation throws.
   Element* getChild(const std::string& name);
   Element* getChild(unsigned int index);
@@ -129,20 +129,20 @@ class Element {
 
   /// @{
   /// Whether getChildRaw() finds the child. False only for NoSuchElementException; any other exception of the
-  /// lookup comes out.
+  /// look-up passes through.
   bool hasChild(unsigned int index);
   bool hasChild(const std::string& name);
   /// @}
 
-  /// The names of all ancestors and of the element, joined by "."; a detached element gives its own name.
+  /// The names of all ancestors and of the element, joined by "."; of a detached element its own name.
   std::string getFullName();
-  /// Overwrites the name alone; the container does not learn of it.
+  /// Overwrites the name only: a container still holds the element under the old one.
   void changeName(std::string newName);
 
   /// @{
-  /// Dumps the tree to standard output, at most 26 levels (or `levels` and one more), each three blanks
-  /// further in. Ends with NotSupportedException at the first leaf that it meets above that limit, after the
-  /// leaf's own line. The longer form dumps `element`, under `name`, not the element that it is called on.
+  /// Dumps the tree to standard output, at most 26 levels (or `levels` and one more), each indented by three
+  /// blanks more. Ends with NotSupportedException at the first leaf above that limit, after the leaf's own
+  /// line. The longer form dumps `element`, under `name`, not the element that it is called on.
   void print(std::string title);
   void print(std::string indent, std::string name, Element* element, int levels);
   /// @}

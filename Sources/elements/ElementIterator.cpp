@@ -7,6 +7,7 @@ void* ElementIterator::operator new(std::size_t size) {
 }
 
 void ElementIterator::operator delete(ElementIterator* iterator, std::destroying_delete_t) {
+  // The only implementation here that owns something: the iterator that it drains.
   if (auto* const chained = dynamic_cast<CompositeElem::ElementIteratorImpl*>(iterator)) {
     chained->~ElementIteratorImpl();
   }

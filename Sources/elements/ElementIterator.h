@@ -9,10 +9,11 @@
 class Element;
 class ListElem;
 
-/// Walks the children of one element. Allocated with `new` by Element::iterator; whoever asked for it deletes
-/// it, through this interface, best by holding it in a std::unique_ptr (a bare delete draws
-/// -Wdelete-non-virtual-dtor, which does not see the operator below). Changing the container during the walk
-/// is not supported. Every operation but hasNext throws NoSuchElementException past the end.
+/// Walks the children of one element. Allocated with `new` by Element::iterator(); the caller of that
+/// deletes it through this interface, best by holding it in a std::unique_ptr (a bare delete causes
+/// -Wdelete-non-virtual-dtor, which ignores the operator below). Changing the container during the walk
+/// is not supported. Every operation but hasNext() throws NoSuchElementException past the end. One thread
+/// at a time.
 ///
 /// There is no virtual destructor: the virtual table holds the five operations and nothing else. The
 /// destroying operator delete makes deletion through the interface well defined all the same. It runs no
@@ -20,22 +21,23 @@ class ListElem;
 /// must own nothing.
 class ElementIterator {
  public:
-  /// Whether another child remains. A chained walk moves on into the enclosure here.
+  /// Whether another child remains. A chained walk continues into the enclosure here.
   virtual bool hasNext() = 0;
-  /// The next child as it is held, not evaluated; then advances.
+  /// Returns the next child as its container holds it, not evaluated, and advances.
   virtual Element* next() = 0;
-  /// The next child evaluated with these arguments; then advances.
+  /// Returns the next child evaluated with these arguments, which may be null, and advances. Throws what the
+  /// evaluation throws.
   virtual Element* next(ListElem* args) = 0;
 
   /// @{
-  /// Name and position of the child that next() would give, without advancing.
+  /// Name and position of the child that next() would return, without advancing.
   virtual std::string nextName() = 0;
   virtual unsigned int nextIndex() = 0;
   /// @}
 
-  /// From the library's allocator, whichever unit asks.
+  /// Uses the library's allocator, in whichever unit the iterator is created.
   static void* operator new(std::size_t size);
-  /// Ends any iterator through this interface.
+  /// Deletes any iterator through this interface.
   static void operator delete(ElementIterator* iterator, std::destroying_delete_t);
   /// Only for a constructor that throws.
   static void operator delete(void* memory);

@@ -12,16 +12,18 @@ class ObjectStoreException;
 class PersistentElem;
 class StringElem;
 
-/// Receives an element as its concrete class (double dispatch through Element::accept). Borrows what it is
-/// given. Aliases, operations and lazily evaluated elements dispatch to nothing. No virtual destructor of its
-/// own: a visitor that is deleted through a base adds one after these operations.
+/// Receives an element as its concrete class (double dispatch through Element::accept()). Borrows its
+/// argument. Aliases, operations and lazily evaluated elements dispatch to nothing. No virtual destructor of
+/// its own: a visitor that is deleted through a base adds one after these operations, whose order is part of
+/// the binary interface.
 class ElementVisitor {
  public:
   /// Reserved: the class is declared only, and no element dispatches here.
   virtual void visitorAtPersistentElem(PersistentElem* element) = 0;
 
   /// @{
-  /// Called by accept() of an object of this very class. The object stays whose it was and is not kept.
+  /// Called by accept() of an object of exactly this class. The visitor does not keep the object. What it
+  /// throws passes through accept().
   virtual void visitorAtCompositeElem(CompositeElem* element) = 0;
   virtual void visitorAtMapElem(MapElem* element) = 0;
   virtual void visitorAtListElem(ListElem* element) = 0;

@@ -11,6 +11,6 @@ class LazyEvalElem : public OperationElem {
   explicit LazyEvalElem(ListElem* args);
   /// @}
 
-  /// What the function gives for `context`, externalized in the same context.
+  /// The result of the function for `context`, externalized in the same context.
   Element* externalize(Element* context) override;
 };

@@ -15,6 +15,7 @@ const std::string ListElem::_type = "ListElem";
 
 namespace {
 
+// As atoi() reads it. A negative number becomes a position past every end.
 unsigned int indexOf(const std::string& childName) {
   return static_cast<unsigned int>(readInteger(childName.c_str(), 10, nullptr));
 }
@@ -30,7 +31,8 @@ ListElem::~ListElem() {
     delete first->second;
 }
 
-// Leaves out added(): the element stays without name and parent until a neighbour's move renames it.
+// The fast append skips added(): the element stays without name and parent until a neighbour's
+// move renames it.
 ListElem* ListElem::add(Element* element) {
   children[keyOf(getNumChildren())] = element;
   return this;
@@ -75,6 +77,7 @@ Element* ListElem::addChild(unsigned int index, Element* child) {
 
 Element* ListElem::setChild(unsigned int index, Element* child) {
   Element* const previous = ListElem::getChildRaw(index);
+  // Stored before added() may throw: the list then holds a child that another container holds as well.
   children[keyOf(index)] = child;
   previous->removed(this);
   child->added(ulToString(index), this);
@@ -105,6 +108,7 @@ Element* ListElem::removeChild(const std::string& childName) {
   return removeChild(indexOf(childName));
 }
 
+// Through the iterator, so that an override of it applies.
 void ListElem::removeChildren() {
   const std::unique_ptr<ElementIterator> walk(iterator(true));
   while (walk->hasNext()) walk->next()->removed(this);

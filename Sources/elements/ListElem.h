@@ -59,9 +59,9 @@ class ListElem : public NonterminalElem {
   /// Inserts at 0..n, renames the children that move up and returns null. Throws IndexOutOfBoundsException
   /// past n.
   Element* addChild(unsigned int index, Element* child) override;
-  /// Returns the child that it replaces, detached. A new child that has a parent is stored all the same
-  /// before ObjectStoreException("Element already added") is thrown; the replaced one is then lost to the
-  /// caller.
+  /// Returns the child that it replaces, detached. A new child that has a parent is stored all the
+  /// same before ObjectStoreException("Element already added") is thrown; the replaced one is then
+  /// lost to the caller.
   Element* setChild(unsigned int index, Element* child) override;
   /// Renames the children that move down.
   Element* removeChild(unsigned int index) override;
@@ -79,8 +79,10 @@ class ListElem : public NonterminalElem {
   /// A ListIterator, whatever the flag.
   ElementIterator* iterator(bool chain) override;
 
-  /// A list of clones. A child whose clone() is the child itself is shared with the copy if it has no parent;
-  /// else ObjectStoreException("Element already added") is thrown and the list is what it was.
+  /// A list of clones. A child whose clone() is the child itself (binary, alias, operation) is shared if it
+  /// has no parent: the copy becomes its parent. If it has one, ObjectStoreException("Element already added")
+  /// is thrown; the copy stays allocated with the children that it shares, and this list still holds all of
+  /// its own.
   Element* clone() override;
   /// Inserts clones of the children in front of those of the target and returns it; null for a target that is
   /// no list, which is only detached. A failure leaves in the target what it got.

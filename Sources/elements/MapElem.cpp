@@ -32,11 +32,14 @@ Element* MapElem::getChildRaw(const std::string& childName) {
 }
 
 Element* MapElem::addChild(const std::string& childName, Element* child) {
+  // The child that had the name is not detached: the caller gets it with its name and parent.
   child->added(childName, this);
   return std::exchange(children[childName], child);
 }
 
 Element* MapElem::setChild(std::string childName, Element* child) {
+  // The virtual look-up: in a composite it may find a child of the enclosure, which ignores removed()
+  // of this map.
   Element* const previous = getChildRaw(childName);
   previous->removed(this);
   children[childName] = child;
@@ -110,7 +113,7 @@ Element* MapElem::clone(Element* target) {
   return target;
 }
 
-// The first entry of a name wins: in a chained walk that is the most specific.
+// The first entry of a name wins: in a composite's chained walk that is the most specific one.
 Element* MapElem::externalize(Element* /*context*/) {
   auto copy = std::make_unique<MapElem>();
   const std::unique_ptr<ElementIterator> walk(iterator(true));

@@ -67,8 +67,9 @@ class MapElem : public NonterminalElem {
   /// Calls visitorAtMapElem().
   void accept(ElementVisitor* visitor) override;
   bool instanceOf(std::string typeName) override;
-  /// A map of clones. A child whose clone() is the child itself has this map as its parent, so it cannot be
-  /// added to the copy: ObjectStoreException("Element already added") is thrown and the map is what it was.
+  /// A map of clones. A child whose clone() is the child itself (binary, alias, operation) has a parent
+  /// already: ObjectStoreException("Element already added") is thrown; the copy stays allocated, and this map
+  /// still holds all of its children.
   Element* clone() override;
   /// Adds clones of the children to the target if it is a map, and returns the target, detached. A failure
   /// leaves in the target what it got.

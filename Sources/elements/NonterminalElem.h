@@ -5,7 +5,7 @@
 #include "Element.h"
 
 /// A container: refuses the scalar values with NotSupportedException, whose message names the value and the
-/// element. How children are held is the concrete class's.
+/// element. The concrete class stores the children.
 class NonterminalElem : public Element {
  public:
   /// "NonterminalElem", for instanceOf().
@@ -16,6 +16,7 @@ class NonterminalElem : public Element {
   std::string stringValue() override;
   int intValue() override;
   bool booleanValue() override;
+  /// Only detaches the target and returns it: the concrete class copies the children.
   Element* clone(Element* target) override;
   bool instanceOf(std::string typeName) override;
 };

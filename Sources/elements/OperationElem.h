@@ -4,24 +4,24 @@
 
 #include "TerminalElem.h"
 
-/// A native function that runs when the element is evaluated: a method of an object. Has no value of its own
-/// and cannot be externalized (NotSupportedException). It has no class name either: instanceOf answers for
-/// TerminalElem.
+/// A native function that runs when the element is evaluated: a method of an object. Has no value of its
+/// own and cannot be externalized (NotSupportedException). It has no class name either: instanceOf() is
+/// that of TerminalElem.
 class OperationElem : public TerminalElem {
  public:
-  /// Gets the context and the arguments (which may be null) of eval, not the operation.
+  /// Called with the context and the arguments (which may be null) of eval(), not with the operation.
   using Function = Element* (*)(Element* context, ListElem* args);
 
   /// @{
-  /// Without a function: evaluation throws ObjectStoreException("Null function Pointer"). The list is
-  /// ignored.
+  /// Without a function: evaluation throws ObjectStoreException("Null function Pointer"). The
+  /// list is ignored.
   OperationElem() = default;
   explicit OperationElem(ListElem* args);
   /// @}
-  /// Null is no function.
+  /// Null is the same as no function.
   explicit OperationElem(Function function);
 
-  /// What the function returns. Whose that is the function and its caller settle.
+  /// Runs the function and returns its result, whose owner is a matter between the function and the caller.
   Element* eval(Element* context, ListElem* args) override;
   /// @{
   /// Throws NotSupportedException.
@@ -32,6 +32,6 @@ class OperationElem : public TerminalElem {
   /// @}
 
  protected:
-  /// What eval() runs; null until it is given.
+  /// The function that eval() runs, or null.
   Function function = nullptr;
 };

@@ -4,8 +4,8 @@
 
 #include "DataElem.h"
 
-/// A text with the name of its encoding, which is only stored ("" when none was given): nothing converts the
-/// text.
+/// A text with the name of its encoding, which is only stored ("" when none was given): nothing
+/// converts the text.
 class StringElem : public DataElem {
  public:
   /// "StringElem", for instanceOf().

@@ -9,7 +9,7 @@ const std::string TerminalElem::_type = "TerminalElem";
 
 namespace {
 
-// Written as a signed number, like every index in a message of a leaf.
+// Signed, as iToString() writes it: an index of 2^32 - 1 reads -1 in the messages.
 std::string decimal(unsigned int index) {
   return iToString(static_cast<int>(index));
 }
