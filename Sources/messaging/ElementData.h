@@ -5,14 +5,13 @@
 
 class Element;
 
-// What XMLSAXParser keeps for one open tag. A plain record: deleting it does not delete the element.
+// The state of XMLSAXParser for one open tag. A plain record: deleting it does not delete the element.
 struct ElementData {
   int type = 0;
   // All character data that arrived while this tag was the innermost, blanks between tags included.
   std::string text;
-  // The container or message map that the tag stands for; for "arg" and "child" the value that arrived
-  // inside.
+  // The container or message map of the tag; for "arg" and "child" the value inside, once it has ended.
   Element* element = nullptr;
-  // Kept for messages, "arg" and "child" only.
+  // Stored for messages, "arg" and "child" only.
   std::map<std::string, std::string> attributes;
 };

@@ -19,9 +19,9 @@ constexpr int defaultDepth = 25;
 
 }  // namespace
 
-// Constant-initialised: no initialiser may run here after an operation that came before this unit's turn, and
-// undo what that has set up. Not every compiler does so with the strings; their turn repeats the
-// constructor's texts at worst.
+// Constant-initialised: an initialiser that runs here after the first operation, called for a static object
+// of an earlier unit, would undo what that operation has initialised. Not every compiler initialises strings
+// so; at worst theirs repeats the texts of the constructor.
 constinit MapElem* ObjectStore::_root = nullptr;
 constinit MapElem* ObjectStore::_sys = nullptr;
 constinit MapElem* ObjectStore::_class = nullptr;
@@ -39,6 +39,7 @@ ObjectStore::ObjectStore() {
   _class = new MapElem;
   _globals = new MapElem;
   _rules = new MapElem;
+  // In place: before this unit's own initialisation the strings may not be objects yet.
   new (&_classLocation) std::string(classLocation);
   new (&_globalsLocation) std::string(globalsLocation);
 
@@ -55,20 +56,20 @@ ObjectStore::SetUp::SetUp() {
 
 namespace {
 
-// One of the maps. The operations reach all of them through this, because an operation may be called for a
-// static object of a unit that does not include the header and comes before all that do.
+// One of the maps. Every operation gets them through this function, because it may be called for a static
+// object of a unit that does not include the header and is initialised before all that do.
 MapElem* ready(MapElem*& map) {
   const ObjectStore::SetUp first;
   return map;
 }
 
-// A method without a result gives null, and a path may lead on from there.
+// A method without a result returns null, and a path may continue from there.
 Element* rawChild(Element* container, const std::string& name) {
   if (container == nullptr) throw NoSuchElementException("getChildRaw:" + name + "not found");
   return container->getChildRaw(name);
 }
 
-// The last element of a path and what it was found in.
+// The last element of a path and its container.
 struct Place {
   Element* container;
   Element* element;
@@ -92,6 +93,8 @@ Element* enclosureOf(Element* element) {
   return composite == nullptr ? nullptr : composite->getEnclosure();
 }
 
+// From the class that holds the method, not from that of the object: else a method inherited over two levels
+// would find itself again.
 Element* superMethod(Element* currentMethod, const std::string& method) {
   try {
     return rawChild(enclosureOf(currentMethod->getParent()), method);
@@ -159,7 +162,7 @@ Element* ObjectStore::instantiate(Element* cls, ListElem* args) {
   try {
     callMethod(object.get(), "instantiate", args);
   } catch (...) {
-    // By now it belongs to the container that the method has put it into.
+    // The method has put it into a container, which owns it now.
     if (object->getParent() != nullptr) static_cast<void>(object.release());
     throw;
   }
@@ -171,7 +174,7 @@ Element* ObjectStore::instantiate(const std::string& className, ListElem* args) 
 }
 
 bool ObjectStore::instanceOf(Element* object, Element* cls) {
-  std::set<Element*> seen;
+  std::set<Element*> seen;  // ends the walk of a chain that leads back into itself
   for (Element* met = object; met != nullptr && seen.insert(met).second; met = enclosureOf(met)) {
     if (met == cls) return true;
   }
@@ -185,7 +188,7 @@ bool ObjectStore::instanceOf(Element* object, const std::string& className) {
 void ObjectStore::changeClass(Element* object, std::string className) {
   auto* const composite = dynamic_cast<CompositeElem*>(object);
   CompositeElem* const cls = classNamed(className);
-  // A class moved below itself would look up its missing members for ever.
+  // In a class that encloses itself the look-up of a missing member would never end.
   const bool canMove = composite != nullptr && cls != nullptr && instanceOf(cls, composite->getEnclosure()) &&
                        !instanceOf(cls, composite);
   if (!canMove) throw ClassCastException("Cannot change class to " + className);
@@ -207,7 +210,7 @@ Element* ObjectStore::getAttribute(const std::string& objectPath, const std::str
 void ObjectStore::setAttribute(Element* object, const std::string& name, Element* value) {
   if (object == nullptr) throw NoSuchElementException("No object to hold the attribute " + name);
   Element* const previous = object->addChild(name, value);
-  // The value itself comes back when it stands under the name already without knowing its container.
+  // The value itself is returned if it is under the name already without having the object as its parent.
   if (previous != value) delete previous;
 }
 
@@ -220,7 +223,7 @@ void ObjectStore::setAttribute(const std::string& objectPath, const std::string&
 }
 
 Element* ObjectStore::createElement(Element* base, const std::string& path) {
-  // getChild at each name evaluates it in its container without arguments: that is this walk.
+  // getChild() at each name evaluates the child in its container without arguments, which is this walk.
   return evalElement(base, path, nullptr);
 }
 

@@ -17,31 +17,31 @@ class MapElem;
 ///
 /// A path is names joined by "."; it is split at every ".", so that an empty path is one empty name. Each
 /// element on the way but the last is evaluated, with its container as context and no arguments, before the
-/// walk goes on from the result: aliases and operations may stand in the middle. Objects and rules are named
+/// walk continues from the result: aliases and operations may be in the middle. Objects and rules are named
 /// by paths; names of classes, methods and attributes are one segment. An argument list may be null and stays
-/// the caller's; other pointers are never null unless said.
+/// the caller's; other pointers are never null unless stated.
 ///
-/// Ownership: what is in the tree is owned by its container. A result that stands in the tree stays the
-/// tree's; the result of an operation element is whoever's its function says.
+/// Ownership: a container owns its children. A result that is in the tree stays the tree's; the function of
+/// an operation element determines who owns its result.
 ///
 /// Failures are exceptions of Exceptions.h: those of the element operations, NoSuchElementException for a
-/// missing name and whatever a running method throws come out unchanged unless said. An evaluation that gives
-/// null has no children and no attributes: looking one up there is NoSuchElementException too.
+/// missing name and whatever a running method throws pass through unchanged unless stated. An evaluation that
+/// returns null has no children and no attributes: looking one up there throws NoSuchElementException too.
 ///
 /// No locks: whoever uses the store from several threads serialises the calls. It can be used from the
-/// construction of the first static object to the destruction of the last one, and is never torn down.
+/// construction of the first static object to the destruction of the last one, and is never destroyed.
 class ObjectStore {
  public:
-  /// Sets up the members and builds the tree, unless that has happened already: every instance is the same
-  /// store.
+  /// Initialises the members and builds the tree, unless that has happened already: every instance is the
+  /// same store.
   ObjectStore();
   ObjectStore(const ObjectStore&) = delete;
   ObjectStore& operator=(const ObjectStore&) = delete;
 
   /// @name The tree
-  /// The maps that the tree consists of, each made once in this order. They must stay where they are:
-  /// replacing or removing one leaves the operations with a dangling pointer. No operation uses `_rules`,
-  /// which is not in the tree, nor the two paths.
+  /// The maps of the tree, each allocated once, in this order. They must stay in place: replacing or removing
+  /// one leaves the operations with a dangling pointer. No operation uses `_rules`, which is not in the tree,
+  /// nor the two paths.
   /// @{
 
   /// Named "root"; holds the next three, `_class` below `_sys`.
@@ -64,8 +64,8 @@ class ObjectStore {
   static Element* getRoot();
 
   /// @name Looking up
-  /// The last element of the path from `base`, or from the root, as it is held: not evaluated, still its
-  /// container's.
+  /// The last element of the path from `base`, or from the root, as its container holds it: not evaluated,
+  /// not detached.
   /// @{
 
   /// From `base`.
@@ -75,14 +75,14 @@ class ObjectStore {
   /// @}
 
   /// The last element of the path from `base`, evaluated with its container as context and these arguments;
-  /// may be null where its function gives null.
+  /// may be null where its function returns null.
   static Element* evalElement(Element* base, const std::string& path, ListElem* args);
 
   /// The element of this path below "globals", evaluated without arguments.
   static Element* getObject(const std::string& path);
 
-  /// Evaluates the element of this path below "globals" with these arguments: any element there can be a
-  /// rule.
+  /// Evaluates the element of this path below "globals" with these arguments: any element there can
+  /// be a rule.
   static Element* callRule(const std::string& ruleName, ListElem* args);
 
   /// @name Calling methods
@@ -92,7 +92,7 @@ class ObjectStore {
 
   /// Of this object.
   static Element* callMethod(Element* object, const std::string& method, ListElem* args);
-  /// Of the object that getObject gives for the path.
+  /// Of the object that getObject() returns for the path.
   static Element* callMethod(const std::string& objectPath, const std::string& method, ListElem* args);
   /// Named by its full path below "globals", and run with its container as context.
   static Element* callMethod(const std::string& path, ListElem* args);
@@ -100,9 +100,9 @@ class ObjectStore {
 
   /// @name Calling inherited methods
   /// The same with a method that the superclass of the class holding `currentMethod` has, by default the one
-  /// of the same name. Throws NoSuchElementException when there is no such method: the current one stands in
-  /// no class, the class has no superclass, or the look-up there fails in any way. What the running method
-  /// throws comes out unchanged.
+  /// of the same name. Throws NoSuchElementException if there is no such method: the current one is in no
+  /// class, the class has no superclass, or the look-up there fails in any way. What the running method
+  /// throws passes through unchanged.
   /// @{
 
   /// Of any name.
@@ -115,7 +115,7 @@ class ObjectStore {
   /// @name Making objects
   /// A new CompositeElem with the class as enclosure, after its method "instantiate" has run with these
   /// arguments. It is the caller's, unless that method has put it into a container. The result of the method
-  /// is discarded, not deleted: it may stand in the tree. When there is no such method or it throws, the new
+  /// is discarded, not deleted: it may be in the tree. If there is no such method or it throws, the new
   /// object is deleted, unless it is in a container by then.
   /// @{
 
@@ -126,19 +126,19 @@ class ObjectStore {
   /// @}
 
   /// @name Classes of objects
-  /// Whether a class is met on the way from the object, which counts, through the enclosures. Compares
-  /// identities. False at the end of the chain or, should it lead back into itself, after one round.
+  /// Whether a class is the object itself or one of its enclosures, their enclosures included. Compares
+  /// identities. A chain that leads back into itself is followed once.
   /// @{
 
-  /// Whether this class is met.
+  /// With this class.
   static bool instanceOf(Element* object, Element* cls);
-  /// Whether the class of this name is met. Throws NoSuchElementException when there is none.
+  /// With the class of this name. Throws NoSuchElementException if there is none.
   static bool instanceOf(Element* object, const std::string& className);
   /// @}
 
   /// Moves the object to this class, which must be its present class or derived from it. Otherwise, for a
   /// missing class, a class or an object that is no CompositeElem, an object without enclosure, or a class
-  /// that would come to enclose itself, throws ClassCastException and changes nothing.
+  /// that would enclose itself, throws ClassCastException and changes nothing.
   static void changeClass(Element* object, std::string className);
 
   /// @name Reading attributes
@@ -149,28 +149,28 @@ class ObjectStore {
   static Element* getAttribute(Element* object, const std::string& name);
   /// Of "globals".
   static Element* getAttribute(const std::string& name);
-  /// Of the object that getObject gives for the path.
+  /// Of the object that getObject() returns for the path.
   static Element* getAttribute(const std::string& objectPath, const std::string& name);
   /// @}
 
   /// @name Writing attributes
   /// Adds the value to the object, or to "globals", under this name; the object owns it from then on. The
   /// element that held the name before is deleted: nobody may keep a pointer to it. A value that a setter of
-  /// the object refuses is not stored, nothing is deleted, and the value stays the caller's. A value that
-  /// stands in a container already, even under this very name, throws ObjectStoreException("Element already
-  /// added"), and nothing changes.
+  /// the object refuses is not stored, nothing is deleted, and the value stays the caller's. A value that is
+  /// in a container already, even under this very name, throws ObjectStoreException("Element already added"),
+  /// and nothing changes.
   /// @{
 
   /// Of this object.
   static void setAttribute(Element* object, const std::string& name, Element* value);
   /// Of "globals".
   static void setAttribute(const std::string& name, Element* value);
-  /// Of the object that getObject gives for the path.
+  /// Of the object that getObject() returns for the path.
   static void setAttribute(const std::string& objectPath, const std::string& name, Element* value);
   /// @}
 
-  /// The last element of the path from `base`, got by getChild at each name and so evaluated. Creates
-  /// nothing: a missing name is NoSuchElementException.
+  /// The last element of the path from `base`, evaluated like the others on the way. Despite its name it
+  /// creates nothing: a missing name throws NoSuchElementException.
   static Element* createElement(Element* base, const std::string& path);
 
   /// The path of the object below "globals". Throws NotSupportedException for an element outside.
@@ -179,19 +179,19 @@ class ObjectStore {
   /// @name Printing
   /// Dumps the tree below an element to standard output: for each element a line of the prefix, a blank, the
   /// name, " : ", toString() and CR LF, with the prefix of children longer by three blanks. Aliases are not
-  /// descended into, and enclosures are not shown. Ends with NotSupportedException at the first leaf that it
-  /// meets above the last level, after the leaf's own line.
+  /// descended into, and enclosures are not printed. Ends with NotSupportedException at the first leaf above
+  /// the last level, after the leaf's own line.
   /// @{
 
   /// The whole tree, 25 levels below the root.
   static void print(std::string prefix);
-  /// 25 levels below the element, which is shown under this name.
+  /// 25 levels below the element, which is printed under this name.
   static void print(std::string prefix, std::string name, Element* element);
   /// `depth` levels below the element; none for 0 and below.
   static void print(std::string prefix, std::string name, Element* element, int depth);
   /// @}
 
-  /// Sets the store up for a unit that includes this header, before the static objects of that unit.
+  /// Initialises the store for a unit that includes this header, before the static objects of that unit.
   class SetUp {
    public:
     /// Constructs the global instance, unless that has happened already.
@@ -202,5 +202,5 @@ class ObjectStore {
 /// The one object store of the process.
 extern class ObjectStore ObjectStore;
 
-/// Makes the store ready for the static objects of the unit that includes this.
+/// Initialises the store before the static objects of the unit that includes this.
 static const ObjectStore::SetUp objectStoreSetUp;

@@ -23,14 +23,15 @@
 
 namespace {
 
-// No message nests deeper; containers are decoded, and elements deleted, recursively.
+// No message nests deeper. Containers are decoded, and elements deleted, recursively: more levels could
+// exhaust the stack.
 constexpr int deepestNesting = 1000;
 
 bool isElement(const xmlNode* node) {
   return node != nullptr && node->type == XML_ELEMENT_NODE;
 }
 
-// Other nodes have something else in the place of children and attributes: a short text, for one.
+// Other nodes store something else in the place of children and attributes: a short text, for one.
 const xmlNode* childrenOf(const xmlNode* node) {
   return isElement(node) ? node->children : nullptr;
 }
@@ -60,7 +61,7 @@ bool holdsText(const xmlNode* node, const char* text) {
 }
 
 using Value = std::unique_ptr<Element>;
-// What a tag becomes; null for nothing. `level` is the number of containers around it.
+// Creates the element of a tag; null for none. `level` is the number of containers around the tag.
 using Reader = Value (*)(const xmlNode* tag, int level);
 
 Value held(const xmlNode* node, int level);
@@ -81,7 +82,7 @@ Value list(const xmlNode* tag, int level) {
   return made;
 }
 
-// Puts a value under a key. One that held the key before is nobody's from then on and goes.
+// Adds a value under a key and deletes the one that held the key before, which nobody owns any more.
 void put(Element& container, const std::string& key, Value value) {
   const Value previous(container.addChild(key, value.get()));
   static_cast<void>(value.release());
@@ -106,7 +107,7 @@ Value composite(const xmlNode* tag, int level) {
   refuseTooDeep(level);
   auto made = std::make_unique<CompositeElem>(ObjectStore.getElement(valueOf(firstAttributeOf(tag))));
   addEntries(tag, level, [&](const std::string& key, Value value) {
-    // Not freed when a setter refuses it or fails: the argument list that it was handed in stays, too.
+    // Not freed when a setter refuses it or fails: the argument list that holds it stays allocated, too.
     if (made->hasChild("_set_" + key)) {
       const Value previous(made->addChild(key, value.release()));
     } else {
@@ -124,7 +125,7 @@ Value wholeInteger(const xmlNode* tag, int /*level*/) {
   return std::make_unique<IntegerElem>(StringToi(textOf(tag)));
 }
 
-// atoi, saturating.
+// As atoi(), which takes leading digits and never fails, but saturating.
 Value leadingInteger(const xmlNode* tag, int /*level*/) {
   return std::make_unique<IntegerElem>(readInteger(textOf(tag).c_str(), 10, nullptr));
 }
@@ -149,7 +150,7 @@ Value nothing(const xmlNode* /*tag*/, int /*level*/) {
   return nullptr;
 }
 
-// The columns differ on purpose: what a tag means depends on where it stands.
+// The columns differ on purpose: the meaning of a tag depends on its place.
 struct Tag {
   const char* name;
   Reader alone;

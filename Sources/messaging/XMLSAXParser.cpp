@@ -27,7 +27,8 @@
 
 namespace {
 
-// No message nests deeper; the elements of a tree are deleted recursively.
+// No message nests deeper. The elements of a tree are deleted recursively: more levels could
+// exhaust the stack.
 constexpr std::size_t deepestNesting = 1000;
 
 enum TagType : int {
@@ -48,6 +49,7 @@ enum TagType : int {
   binaryTag = 14,
 };
 
+// In the order of comparison, which the first two characters decide: "message" is read as "method".
 constexpr std::array<std::pair<const char*, TagType>, 14> tagTypes = {{
     {"ListElem", listTag},
     {"MapElem", mapTag},
@@ -74,7 +76,7 @@ std::string attributeOf(const ElementData& record, const char* name) {
   return found == record.attributes.end() ? std::string() : found->second;
 }
 
-// Puts a value under a name. One that held the name before is nobody's from then on and goes.
+// Adds a value under a name and deletes the one that held the name before, which nobody owns any more.
 void put(Element& container, const std::string& name, std::unique_ptr<Element> value) {
   const std::unique_ptr<Element> previous(container.addChild(name, value.get()));
   static_cast<void>(value.release());
@@ -84,12 +86,12 @@ void putText(Element& container, const std::string& name, std::string text) {
   put(container, name, std::make_unique<StringElem>(std::move(text)));
 }
 
-// A function of its own, so that a leak checker can tell these maps, which may stay unfreed by design.
+// A function of its own, so that a leak checker can recognise these maps, which may stay allocated by design.
 Element* newRootMap() {
   return new MapElem;
 }
 
-// What stands for a tag while it is open; null for tags that only deliver a value at their end.
+// The element of a tag while it is open; null for tags that only deliver a value at their end.
 std::unique_ptr<Element> elementFor(int type) {
   if (isRoot(type)) return std::unique_ptr<Element>(newRootMap());
   if (type == listTag) return std::make_unique<ListElem>();
@@ -115,7 +117,7 @@ std::unique_ptr<Element> binaryOf(const std::string& text) {
   return std::make_unique<BinaryElem>(scratch.data(), static_cast<unsigned int>(count));
 }
 
-// What the tag that ended delivers to the tag around it; null for nothing. Takes the record's element over.
+// The value that the tag that ended delivers to the tag around it, or null. Takes the record's element.
 std::unique_ptr<Element> valueOf(ElementData& record, int type) {
   std::unique_ptr<Element> held(std::exchange(record.element, nullptr));
   switch (type) {
@@ -143,7 +145,7 @@ std::unique_ptr<Element> valueOf(ElementData& record, int type) {
   }
 }
 
-// Hands the value to the tag around it; where it finds no place it goes.
+// Passes the value to the tag around it, and deletes it if there is no place for it.
 void attach(ElementData& parent, const std::string& name, std::unique_ptr<Element> value) {
   switch (parent.type) {
     case methodTag:
@@ -159,7 +161,7 @@ void attach(ElementData& parent, const std::string& name, std::unique_ptr<Elemen
       delete std::exchange(parent.element, value.release());
       break;
     case listTag:
-      // The fast append: an entry of a list that was read has neither name nor parent.
+      // The fast append, by design: an entry of a list that was read has neither name nor parent.
       static_cast<ListElem*>(parent.element)->add(value.get());
       static_cast<void>(value.release());
       break;
@@ -189,7 +191,7 @@ int XMLSAXParser::parseMessage(char* text, int length) {
 
   stopped = false;
   expat = owner.get();
-  // Never declared complete: a message that is cut short is no error.
+  // Never declared complete (XML_FALSE): a message that is cut short is no error.
   const XML_Status status = XML_Parse(expat, text, length, XML_FALSE);
   expat = nullptr;
   if (failure != nullptr) std::rethrow_exception(std::exchange(failure, nullptr));
@@ -229,6 +231,7 @@ void XMLSAXParser::openTag(const char* name, const char** attributes) {
   ElementData& record = *owner.release();
   record.type = type;
   record.element = element.release();
+  // No other tag has an attribute that is read: the encoding of a string is not.
   if (isRoot(type) || type == argTag || type == childTag) addAttributes(record.attributes, attributes);
 }
 
@@ -239,7 +242,7 @@ void XMLSAXParser::closeTag(const char* name) {
   stack.pop_back();
 
   if (isRoot(type)) {
-    // Never attached, wherever it stood: a "message" inside an exception is read as a method and dropped.
+    // Never attached, wherever it was: a "message" inside an exception is read as a method and dropped.
     std::unique_ptr<Element> message(std::exchange(record->element, nullptr));
     if (message == nullptr) return;
     describeRoot(*message, *record, type);
@@ -269,6 +272,7 @@ void XMLSAXParser::guarded(Step step) {
     step();
   } catch (...) {
     if (expat == nullptr) throw;
+    // Expat is C: an exception must not unwind through it.
     failure = std::current_exception();
     stop();
   }

@@ -6,22 +6,22 @@
 #include <string>
 
 /// @file
-/// The reader of XML messages, and what it hands to expat.
+/// The reader of XML messages, and its handlers for expat.
 
 class Element;
 struct ElementData;
 struct XML_ParserStruct;
 
-/// Reads one XML message into a MapElem that describes it. Each entry is a string, but for "result" and the
-/// arguments, which are what the message holds:
+/// Reads one XML message into a MapElem that describes it. Each entry is a string, except "result" and the
+/// arguments, which are the elements of the message:
 ///
 /// - method: the arguments under their names, "messageType" = "method", "systemRule" = its name, "requestID"
 /// - response: "result" = the element inside, "messageType" = "response", "requestID"
 /// - exception: "messageType" = "exception", "requestID"; the text of the fault is dropped
 ///
-/// Tags are known by their first two characters; unknown ones are told on standard output and dropped with
-/// what they hold, as are composites and values in places where none belongs. Not a validating reader, and
-/// not for documents that arrive in pieces. One parser for one message, one thread at a time.
+/// Tags are identified by their first two characters; unknown ones are reported on standard output and
+/// dropped with their contents, as are composites and values in places where none belongs. Not a validating
+/// reader, and not for documents that arrive in pieces. One parser for one message, one thread at a time.
 ///
 /// Entity expansion is bounded by expat's own protection, and by nothing else.
 class XMLSAXParser {
@@ -30,7 +30,7 @@ class XMLSAXParser {
   XMLSAXParser();
   XMLSAXParser(const XMLSAXParser&) = delete;
   XMLSAXParser& operator=(const XMLSAXParser&) = delete;
-  /// Deletes what tags that never ended hold. The result stays: it is the caller's.
+  /// Deletes the elements of tags that never ended. The result stays: it is the caller's.
   ~XMLSAXParser();
 
   /// Reads exactly `length` bytes, which are not changed. Returns 0 also for a message that is cut short,
@@ -42,8 +42,8 @@ class XMLSAXParser {
   /// The map of the last message root that ended, or null. The caller deletes it, once.
   Element* getResult();
 
-  /// The type code of a tag name, 0 for an unknown one. Compares the first two characters only,
-  /// case-sensitive.
+  /// The type code of a tag name, 0 for an unknown one. Compares the first two
+  /// characters only, case-sensitive.
   static int getElementType(const char* name);
   /// Copies name and value pairs, ended by a null, into the map; the last of equal names wins. Returns 0.
   static int addAttributes(std::map<std::string, std::string>& attributes, const char** pairs);
@@ -65,13 +65,13 @@ class XMLSAXParser {
   // Set while expat runs.
   XML_ParserStruct* expat = nullptr;
   bool stopped = false;
-  // What parseMessage throws once expat has returned.
+  // Thrown by parseMessage() once expat has returned.
   std::exception_ptr failure;
 };
 
 /// @{
-/// What expat calls; `parser` is the XMLSAXParser. Nothing is thrown through expat: a failure stops the parse
-/// and comes out of parseMessage. Called outside parseMessage they throw.
+/// The handlers that expat calls; `parser` is the XMLSAXParser. Nothing is thrown through expat: a failure
+/// stops the parse and is thrown by parseMessage(). Called outside parseMessage() they throw.
 void SAXstartElement(void* parser, const char* name, const char** attributes);
 void SAXendElement(void* parser, const char* name);
 void SAXcharData(void* parser, const char* text, int length);

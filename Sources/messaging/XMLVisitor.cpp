@@ -35,7 +35,8 @@ constexpr int eventCode = 10;
 struct Method {
   const char* name;
   std::array<const char*, 4> arguments;
-  // How many arguments the head writes whole; with `open` the next one waits for the visited element.
+  // How many arguments the head writes completely; with `open` the next one is left open for
+  // the visited element.
   std::size_t complete;
   bool open;
 };
@@ -72,7 +73,8 @@ std::string argumentTag(const char* name) {
   return std::string("<arg name=\"") + name + "\">";
 }
 
-// Six decimals, no exponent, always a point: what "%f" gives in the "C" locale.
+// Six decimals, no exponent, always a point: what printf's "%f" writes in the "C" locale, whatever
+// the host's is.
 std::string fixedText(double value) {
   // A sign, 309 digits, the point, six digits.
   std::array<char, 320> digits;
@@ -103,7 +105,7 @@ XMLVisitor::XMLVisitor(int type, int requestID, std::string arg1, std::string ar
   }
   if (method.open) writeTag(argumentTag(method.arguments[method.complete]), true);
   if (type == callRuleCode) text += arg2;
-  // Only an event indents what stands in its open argument.
+  // Only an event indents the contents of its open argument.
   if (type == eventCode) depth = 2;
 }
 
@@ -127,9 +129,10 @@ void XMLVisitor::visitorAtCompositeElem(CompositeElem* element) {
   const std::string enclosureName = enclosure == nullptr ? std::string() : enclosure->getFullName();
   writeTag("<CompositeElem  enclosure=\"" + enclosureName + "\">", true);
   ++depth;
+  // Without the enclosure's entries: the reader finds them through its name.
   const std::unique_ptr<ElementIterator> children(element->iterator(false));
   writeNamedChildren(*children);
-  // The depth is not lowered: the closing tag and the rest of the message stand one level deeper.
+  // The depth is not lowered, by design: the closing tag and the rest of the message are one level deeper.
   writeTag("</CompositeElem>", true);
 }
 
@@ -206,6 +209,7 @@ int XMLVisitor::createMemoryDump(char** out, unsigned int* length) {
   if (text.size() > std::numeric_limits<unsigned int>::max()) {
     throw std::length_error("XMLVisitor: the message is too long");
   }
+  // malloc: the caller may be C.
   auto* copy = static_cast<char*>(std::malloc(text.size()));
   if (copy == nullptr) throw std::bad_alloc();
   std::memcpy(copy, text.data(), text.size());
