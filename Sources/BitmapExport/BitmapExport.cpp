@@ -11,7 +11,7 @@ namespace {
 
 using platform::noErr;
 
-// Rows and columns are counted with 16 bits and a sign.
+// Bounds of an off-screen image are signed 16-bit numbers.
 constexpr std::int32_t largestSize = 32767;
 
 constexpr std::int32_t noImage = -1;
@@ -46,19 +46,17 @@ bool isInRange(const CMBitmap& bitmap) {
          (bitmap.space != bitmapSpaceOneBit || bitmap.rowBytes >= packedOneBitRow(bitmap));
 }
 
-// The two bits above the lower 14 of a row length are flags, unless a row is too long to be counted without
-// them.
+// The two bits above the lower 14 of a row length are flags, unless a row is too long for 14 bits.
 std::size_t strideOf(std::uint32_t rowBytes, std::size_t needed) {
   const std::uint32_t withoutFlags = rowBytes & 0x3FFF;
   return withoutFlags >= needed ? withoutFlags : rowBytes;
 }
 
-void stageColour(const unsigned char* source, const CMBitmap& bitmap, std::uint8_t* base,
-                 std::size_t stride) {
+void stageColor(const unsigned char* source, const CMBitmap& bitmap, std::uint8_t* base, std::size_t stride) {
   for (std::int32_t row = 0; row < bitmap.height; ++row) {
     std::uint8_t* to = base + static_cast<std::size_t>(row) * stride;
     for (std::int32_t column = 0; column < bitmap.width; ++column, source += 3, to += 4) {
-      to[0] = 0;
+      to[0] = 0;  // the unused first byte of a 32-bit pixel
       std::memcpy(to + 1, source, 3);
     }
   }
@@ -73,7 +71,7 @@ void stageRows(const unsigned char* source, std::size_t sourceStride, std::size_
 void stage(const unsigned char* source, const CMBitmap& bitmap, std::uint8_t* base, std::uint32_t rowBytes) {
   const auto width = static_cast<std::size_t>(bitmap.width);
   if (bitmap.space == bitmapSpaceRGB24) {
-    stageColour(source, bitmap, base, rowBytes);
+    stageColor(source, bitmap, base, rowBytes);
   } else if (bitmap.space == bitmapSpaceGrey8) {
     stageRows(source, width, width, bitmap.height, base, strideOf(rowBytes, width));
   } else {
@@ -83,7 +81,7 @@ void stage(const unsigned char* source, const CMBitmap& bitmap, std::uint8_t* ba
   }
 }
 
-// One conversion: what it takes from the toolkit goes back on every way out, but for the export component.
+// One conversion: releases on every path what it takes from the toolkit, except the export component.
 class Conversion {
  public:
   explicit Conversion(platform::ImageToolkit& toolkit)
@@ -96,7 +94,7 @@ class Conversion {
     if (image_ != nullptr) toolkit_.disposeGWorld(image_);
   }
 
-  // Makes the off-screen image and copies the pixels into it.
+  // Allocates the off-screen image and copies the pixels into it.
   std::int32_t stageImage(const unsigned char* pixels, const CMBitmap& bitmap, const Layout& layout) {
     const platform::Rect bounds{.top = 0,
                                 .left = 0,
@@ -118,7 +116,8 @@ class Conversion {
     toolkit_.setPort(image_);
     component_ = toolkit_.openADefaultComponent(platform::kGraphicsExporterType, platform::kTIFFFileType);
     if (component_ == nullptr) return opening;
-    // From here on a failure leaves the component open for good: only a conversion that succeeds closes it.
+    // From here on a failure leaves the component open for good, by design: only a conversion that succeeds
+    // closes it.
     if (component_->setInputGWorld(image_) != noErr) return input;
     if (component_->setDepth(exportDepth) != noErr) return depth;
     if (component_->setOutputHandle(exported_) != noErr) return output;
@@ -127,7 +126,8 @@ class Conversion {
     return component_->doExport() == noErr ? 0 : exporting;
   }
 
-  // Replaces the caller's block by one with the exported file.
+  // Replaces the caller's block by one with the exported file. The old one is freed first: it is lost if
+  // there is no memory for the new one.
   std::int32_t handOver(unsigned char** tiff, std::uint32_t* length) {
     std::free(*tiff);
     *tiff = nullptr;

@@ -48,21 +48,21 @@ typedef struct CMBitmap {
 /// Settings of a scan. Its content is not known here.
 typedef struct ScanningParamBlock ScanningParamBlock;
 
-/// Turns a bitmap into a TIFF file in memory: big-endian, uncompressed, with the two resolutions (dots per
+/// Converts a bitmap to a TIFF file in memory: big-endian, uncompressed, with the two resolutions (dots per
 /// inch). A resolution above 32767 counts as 32768; the file has none if either is 0. Grey and 1-bit images
-/// keep their bytes, and the file says which value is black: as in the rasters that the library hands out, 0
-/// in grey and 1 in 1-bit images.
+/// keep their bytes, and the file records which value is black: 0 in grey and 1 in 1-bit images, as in the
+/// rasters of this library.
 ///
-/// `*tiff` is null or a block of malloc(). On success it is freed and replaced by a new block, the caller's
-/// to be freed with free(), and `*length` is the size of the new block in bytes. `parameters` is ignored.
+/// `*tiff` is null or a block of malloc(). On success it is freed and replaced by a new block, which the
+/// caller frees with free(), and `*length` is the size of the new block in bytes. `parameters` is ignored.
 ///
 /// Results; `*tiff` and `*length` stay as they were on all but the first two:
 ///
 /// - 0: success
-/// - -108: the new block could not be had; `*tiff` is null, the old block being freed, `*length` unchanged
-/// - -108 or another negative number: the off-screen image could not be made, with this error
-/// - -1: no image was made: width or height out of range, 1-bit rows too short, or no reason given
-/// - -50: another colour space code; or one of the four addresses is null, and nothing was done at all
+/// - -108: no memory for the new block; `*tiff` is null, the old block being freed, `*length` unchanged
+/// - -108 or another negative number: the off-screen image could not be created, with this error
+/// - -1: no image was created: width or height out of range, 1-bit rows too short, or no reason given
+/// - -50: another colour space code; or one of the four addresses is null, and nothing was done
 /// - 1: the export component could not be opened
 /// - 2: it rejected the image
 /// - 3: it rejected the depth
@@ -70,24 +70,22 @@ typedef struct ScanningParamBlock ScanningParamBlock;
 /// - 5: it rejected the resolution
 /// - 6: the export failed, for instance for lack of memory
 ///
-/// After the results 2 to 6, and after a block that could not be had, the export component stays open for
-/// good: a small block of memory each time.
+/// After the results 2 to 6, and where there was no memory for the new block, the export component stays open
+/// for good: a small block of memory each time.
 int32_t ConvertCMBitmapToTIFF(const unsigned char* pixels, const CMBitmap* bitmap, unsigned char** tiff,
                               uint32_t* length, ScanningParamBlock* parameters, uint32_t horizontalResolution,
                               uint32_t verticalResolution);
 
-/// Reads the number that a capability dictionary stands for as an integer. The text under "type" tells which
-/// one that is: for "TWON_ONEVALUE" the one under "value"; for "TWON_ENUMERATION" the element of the array
-/// under "value" whose index, from 0, is the number under "current". Returns 0, or -1 with `*number`
-/// untouched: another type or none, an index out of range, a number that is missing or is none, a null
-/// address.
+/// Reads the number in a capability dictionary as an integer. The text under "type" selects it:
+/// "TWON_ONEVALUE" the number under "value"; "TWON_ENUMERATION" the element of the array under "value" whose
+/// index, from 0, is the number under "current". Returns 0, or -1 with `*number` untouched: another type or
+/// none, an index out of range, an entry that is missing or no number, a null address.
 ///
-/// A fraction is cut off, of an index too; what is out of range becomes the nearest number that there is, NaN
-/// the smallest.
+/// A fraction is truncated, also that of an index; a number out of range becomes the nearest integer,
+/// NaN the smallest.
 int32_t GetIntFromDict(const CapabilityDictionary* dictionary, int32_t* number);
 
-/// The same, read as a float: the nearest one; for a finite number that is out of range the largest of its
-/// sign.
+/// The same, read as a float: the nearest one; for a finite number out of range the largest of its sign.
 int32_t GetFloatFromDict(const CapabilityDictionary* dictionary, float* number);
 
 #ifdef __cplusplus

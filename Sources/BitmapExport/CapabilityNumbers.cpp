@@ -32,12 +32,13 @@ const Value* currentOf(const Dictionary& enumeration) {
   const Value* value = enumeration.find("value");
   if (!isNumber(current) || value == nullptr || value->array() == nullptr) return nullptr;
   const Array& choices = *value->array();
+  // Out of range is possible: the dictionary is the host's.
   const std::int32_t index = int32Of(*current);
   if (index < 0 || static_cast<std::size_t>(index) >= choices.size()) return nullptr;
   return &choices[static_cast<std::size_t>(index)];
 }
 
-// The number that the dictionary stands for, or null.
+// The number that the type of the dictionary selects, or null.
 const Value* numberIn(const Dictionary* dictionary) {
   if (dictionary == nullptr) return nullptr;
   const Value* type = dictionary->find("type");

@@ -14,10 +14,10 @@ extern "C" {
 #endif
 
 /**
- * Writes one line to the system log, formatted in the manner of printf. At most 2039 bytes of the text are
- * logged, the rest is cut off; what cannot be formatted is logged as an empty line. The text is not
- * interpreted again: a percent sign in it stands for itself. The line goes to standard error with time stamp,
- * program name and process id. Any thread; nothing is kept of the arguments, nothing is thrown.
+ * Writes one line to the system log, formatted as by printf. At most 2039 bytes of the text are logged, the
+ * rest is cut off; a text that cannot be formatted is logged as an empty line. The text is not interpreted
+ * again: a percent sign in it is an ordinary character. The log writes the line to standard error with time
+ * stamp, program name and process id. Any thread; keeps none of the arguments and throws nothing.
  */
 void BridgeNSLog(const char* format, ...) Q750_PRINTF_LIKE;
 

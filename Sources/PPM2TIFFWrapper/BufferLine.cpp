@@ -8,11 +8,11 @@
 namespace {
 
 constexpr std::size_t groupSize = 4;
-constexpr std::size_t groupsPerPiece = 256;
+constexpr std::size_t groupsPerPiece = 256;  // a piece fits on the stack
 constexpr std::size_t bytesPerPiece = groupSize * groupsPerPiece;
 using Text = std::array<char, bytesPerPiece * 2 + groupsPerPiece>;
 
-// Every group but the buffer's first is led by a blank.
+// A blank precedes every group but the first of the buffer.
 std::string_view describe(const std::uint8_t* bytes, std::size_t begin, std::size_t end, Text* text) {
   constexpr char digits[] = "0123456789abcdef";
   std::size_t used = 0;

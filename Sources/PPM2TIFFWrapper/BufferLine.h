@@ -4,12 +4,13 @@
 #include "Log.h"
 
 // The log line that shows a whole data buffer the way the platform describes one: "Buffer: <01020304 0506>",
-// "Buffer: (null)" for none. Made piece by piece while it is read, so that it costs no memory of the buffer's
-// size, and nothing at all if nobody reads it. Borrows the buffer.
+// "Buffer: (null)" for none. Formatted piece by piece while it is read, so that it needs no memory of the
+// buffer's size, and costs nothing if nobody reads it. Borrows the buffer.
 class BufferLine final : public platform::LogLine {
  public:
   explicit BufferLine(const platform::Data* data) : data_(data) {}
 
+  // Passes the line to the reader in pieces of at most a few kilobytes, until the reader returns false.
   void read(const PieceReader& reader) const override;
 
  private:

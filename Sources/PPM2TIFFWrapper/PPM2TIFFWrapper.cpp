@@ -28,7 +28,7 @@ std::string_view textOf(const platform::Data* data) {
   return {reinterpret_cast<const char*>(data->bytes()), data->length()};
 }
 
-// One line of a text and where its line feed stands: at the end of the text if there is none.
+// One line of a text and the position of its line feed: the end of the text if there is none.
 struct Line {
   std::string_view text;  // the line feed included
   std::size_t lineFeed;
@@ -46,7 +46,7 @@ void scanInto(IntegerScanner& scanner, std::uint32_t* target) {
     *target = static_cast<std::uint32_t>(*value);
 }
 
-// The log shows integers as signed 32-bit ones, whatever they stand for.
+// The log prints every number as a signed 32-bit one.
 int shown(std::size_t value) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
 }
@@ -79,7 +79,7 @@ void writeScanFile(std::uint32_t width, std::uint32_t height, RasterView raster,
                                 .samplesPerPixel = static_cast<std::uint32_t>(sppFromFormat(format)),
                                 .bytesPerRow = bytesPerRowOf(width, format),
                                 .colorSpaceName = colorSpaceName};
-  // Whether the file could be written is never told: the raster is what the host gets.
+  // A failure is not reported: the host gets the raster, the file is for diagnosis.
   static_cast<void>(platform::writeTIFF(bitmap, conversionEnvironment().tiffPath));
 }
 
@@ -108,7 +108,8 @@ void parsePPM(platform::Data* data, std::uint32_t* width, std::uint32_t* height,
               int* format, int* maxValue) {
   const std::string_view text = textOf(data);
   const Line line1 = lineFrom(text, 0);
-  // The second line is never read, but it must be there: without it the sizes are skipped in its stead.
+  // The second line is the device's comment. It is never read, but must be there: without it the sizes are
+  // skipped instead.
   const Line line2 = lineFrom(text, line1.next);
   const Line line3 = lineFrom(text, line2.next);
 
@@ -139,7 +140,7 @@ int createTIFF(std::uint32_t width, std::uint32_t height, RasterView raster, int
                unsigned char** rasterCopy, std::uint32_t* rasterLength) {
   writeScanFile(width, height, raster, format);
 
-  // The earlier block goes first, so that two rasters never stand side by side.
+  // The earlier block is freed first, so that there are never two rasters in memory.
   std::free(*rasterCopy);
   *rasterCopy = nullptr;
   // 1-bit rasters too have one byte per pixel here, eight times what they need: hosts count on the length.
@@ -168,6 +169,7 @@ std::int32_t ConvertPPMToTIFF(platform::Data* data, unsigned char** rasterCopy, 
   *samplesPerPixel = static_cast<std::uint32_t>(sppFromFormat(format));
   platform::log("ConvertPPMToTIFF()");
   const int result = createTIFF(*width, *height, raster, format, maxValue, rasterCopy, rasterLength);
-  // Only the lower 16 bits count: a result that is a multiple of 65536 would pass for success.
+  // Only the lower 16 bits count, as of the platform's error codes: a result that is a multiple of
+  // 65536 is success.
   return static_cast<std::uint16_t>(result) != 0 ? 1 : 0;
 }

@@ -6,17 +6,16 @@
 #include "Data.h"
 
 /// @file
-/// Turns the picture as the device sends it (a file of the PPM family, its header in fixed lines) into a bare
-/// raster for the host, and leaves a TIFF (TIFF 6.0, uncompressed) of it in the file
-/// "/tmp/scan.tiff". Not a general PPM reader: text and binary
-/// formats are taken alike, nothing is validated. What the data lacks reads as zero. One thread at a time;
-/// nothing throws.
+/// Converts the picture that the device sends (a file of the PPM family, its header in fixed lines) to a bare
+/// raster for the host, and writes a TIFF (TIFF 6.0, uncompressed) of it to the file "/tmp/scan.tiff". Not a
+/// general PPM reader: text and binary formats are treated alike, nothing is validated. Missing data reads as
+/// zero. One thread at a time; nothing throws.
 ///
 /// A format is the digit after "P" in the file's first line: 1 and 4 are 1-bit, 2 and 5 grey, 3 and 6 RGB.
 /// All others are empty: no samples, no bits, no colour space, no raster.
 
-/// The raster inside the PPM data, up to the end of the data: longer or shorter than width and height say.
-/// Valid as long as the data that it points into.
+/// The raster inside the PPM data, up to the end of the data: longer or shorter than width and height
+/// require. Valid as long as the data that it points into.
 using RasterView = std::span<const std::uint8_t>;
 
 /// Samples per pixel: 1 or 3, or 0 for an empty format.
@@ -27,23 +26,23 @@ int bpsFromFormat(int format);
 /// Null for an empty format, and where the system version cannot be read.
 const char* colorSpaceNameFromFormat(int format);
 
-/// Reads the header and logs the whole buffer and what was found in it. `data` may be null: no bytes. A
-/// missing line feed means the end of the data. A number that is missing leaves its target unchanged; one
-/// that is out of the range of an int saturates; a negative one is stored modulo 2^32.
+/// Parses the header and logs the whole buffer and the numbers found. `data` may be null: no bytes. A missing
+/// line feed means the end of the data. A missing number leaves its target unchanged; one out of the range of
+/// an int saturates; a negative one is stored modulo 2^32.
 void parsePPM(platform::Data* data, std::uint32_t* width, std::uint32_t* height, RasterView* raster,
               int* format, int* maxValue);
 
-/// Writes the TIFF, whose failure is not reported, and puts a copy of the raster into a block of its own. An
-/// earlier block under *rasterCopy, which must not hold `raster`, is freed first. The block is the caller's,
-/// to be freed with free(): width x height x samples bytes long, computed modulo 2^32, zero where `raster`
-/// has nothing; never null, even if empty. Returns 0, or -108 if the block cannot be had; *rasterCopy is then
-/// null and *rasterLength unchanged.
+/// Writes the TIFF, whose failure is not reported, and copies the raster to a new block. The earlier
+/// block in *rasterCopy, which must not hold `raster`, is freed first. The caller frees the block with
+/// free(): it is width x height x samples bytes long, computed modulo 2^32, zero past the end of
+/// `raster`; never null, even if empty. Returns 0, or -108 if there is no memory for it; *rasterCopy is
+/// then null and *rasterLength unchanged.
 int createTIFF(std::uint32_t width, std::uint32_t height, RasterView raster, int format, int maxValue,
                unsigned char** rasterCopy, std::uint32_t* rasterLength);
 
 /// The whole conversion: parsePPM(), then createTIFF(). `data` may be null; *rasterCopy as for createTIFF();
-/// *samplesPerPixel is 0 for an empty format. The two resolutions are ignored. Returns 0, or 1 if the block
-/// cannot be had or an address is null (then nothing is done at all).
+/// *samplesPerPixel is 0 for an empty format. The two resolutions are ignored. Returns 0, or 1 if there is no
+/// memory for the raster or an address is null (then nothing is done).
 extern "C" std::int32_t ConvertPPMToTIFF(platform::Data* data, unsigned char** rasterCopy,
                                          std::uint32_t* rasterLength, std::uint32_t xResolution,
                                          std::uint32_t yResolution, std::uint32_t* width,

@@ -6,11 +6,11 @@
 
 #include "Data.h"
 
-// A caller's bytes dressed as a data object for the length of one call: stands on the stack, copies and owns
-// nothing, counts no references and refuses to grow (std::bad_alloc).
+// A view of a caller's bytes as a data object, for the duration of one call: it is on the stack, copies and
+// owns nothing, counts no references and refuses to grow (std::bad_alloc).
 class BorrowedData final : public platform::Data {
  public:
-  // A negative count, or null for bytes, is none.
+  // A negative count, or null for bytes, is taken as no bytes.
   BorrowedData(const void* bytes, std::int32_t count)
       : bytes_(static_cast<const std::uint8_t*>(bytes)),
         length_(bytes == nullptr || count < 0 ? 0 : static_cast<std::size_t>(count)) {}

@@ -30,7 +30,7 @@ void USBScanProtocol::removePacket(const void* packet) {
   } catch (const std::bad_alloc&) {
     throw OutOfMemory();
   }
-  // One reference more than is ever given back: every replacement buffer stays allocated, deliberately.
+  // One reference more than is ever released: every replacement buffer stays allocated, deliberately.
   rest->retain();
   _buffer->release();
   _buffer = rest;
@@ -60,14 +60,14 @@ void USBScanProtocol::doBeginImageJobCallback() {
   if (_callbacks.beginImageJob != nullptr) _callbacks.beginImageJob(_callbacks.info);
 }
 
-// Hosts pass the flag, but no data is ever converted.
+// Callers pass the flag, but no data is ever converted.
 void USBScanProtocol::parseFullPackets([[maybe_unused]] std::int8_t convert) {
   while (_buffer != nullptr && _buffer->length() >= wire::packetHeaderSize) {
     const std::uint8_t* packet = _buffer->bytes();
     const std::uint32_t length = wire::payloadLengthOf(packet);
     // No bound is applied: a length that wraps makes a packet that is complete with its header.
     if (_buffer->length() < wire::packetSize(length)) return;
-    // The header is there whole, so the payload begins at the end of the buffer at the latest.
+    // The header is complete, so the payload begins at the end of the buffer at the latest.
     void* payload = const_cast<std::uint8_t*>(packet + wire::packetHeaderSize);
     dispatch(wire::typeOf(packet), payload, static_cast<int>(length));
     removePacket(packet);
@@ -109,7 +109,7 @@ void USBScanProtocol::receiveData(const Data& chunk, std::int8_t convert) {
 
 void USBScanProtocol::dealloc() {
   if (_buffer == nullptr) return;
-  // What stays allocated is what was received, not the room for more.
+  // A buffer that replaced another one stays allocated: only its spare capacity can be freed here.
   _buffer->trim();
   _buffer->release();
   _buffer = nullptr;
@@ -127,7 +127,8 @@ USBScanProtocol* USBScanProtocol::initWithCallbacks(const USBScanProtocolCallbac
 
 namespace {
 
-// One for the process, like the file: a job starts it with its own buffer and its release ends its turn.
+// One for the process, like the file: dumpData() of a job begins a new file with its buffer, the release of
+// the job's parser ends it.
 platform::GrowingFile& dumpFile() {
   static platform::GrowingFile file("/tmp/vexo-data-dump");
   return file;
@@ -171,7 +172,8 @@ Data* prepControlDataToSend(void* handle, const void* bytes, std::int32_t count)
 
 void releaseUSBScanProtocol(void* handle) {
   if (handle == nullptr) return;
-  // The parser object itself is not freed, deliberately: its handle never points into foreign memory.
+  // The parser object itself is not freed, deliberately: a handle that is used once more finds a parser
+  // without a buffer.
   parserOf(handle)->dealloc();
   try {
     dumpFile().finish();
@@ -180,6 +182,8 @@ void releaseUSBScanProtocol(void* handle) {
   }
 }
 
+// Grows the file by what is new in `data`: rewriting it after each read would cost the square of
+// the image's size.
 void dumpData(Data* data) {
   if (data == nullptr) return;
   try {

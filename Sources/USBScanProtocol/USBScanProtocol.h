@@ -11,11 +11,12 @@
 ///             | type  | reserved  | length, big-endian | payload ... |
 ///     bytes     1       3           4                    length
 
-/// What a parser calls for each packet; any of the functions may be null. `bytes` is the payload inside the
-/// parser's buffer, valid only during the call. `length` is the packet's own 32-bit length taken as signed:
-/// at 0 or below there is nothing to read. `info` comes back as it was given.
+/// The functions that a parser calls for each packet, on the thread of receiveData(); any of them may be
+/// null. `bytes` is the payload inside the parser's buffer, valid only during the call. `length` is the
+/// packet's own 32-bit length taken as signed: at 0 or below there is nothing to read. `info` is passed on as
+/// it was given.
 struct USBScanProtocolCallbacks {
-  /// The caller's own, handed to every function.
+  /// The caller's own, passed to every function.
   void* info;
   /// A job's image is about to begin: packet type 0xAA.
   void (*beginImageJob)(void* info);
@@ -23,7 +24,7 @@ struct USBScanProtocolCallbacks {
   void (*beginImagePage)(void* info);
   /// A message in XML: 0xCC.
   void (*controlData)(void* bytes, int length, void* info);
-  /// Bytes of the picture, as they follow one another: 0xDD.
+  /// The next bytes of the picture: 0xDD.
   void (*imageData)(void* bytes, int length, void* info);
   /// The page is complete: 0xEE.
   void (*endImagePage)(void* info);
@@ -31,31 +32,33 @@ struct USBScanProtocolCallbacks {
   void (*endImageJob)(void* info);
 };
 
-/// Cuts the device's byte stream, delivered in chunks of any size, into packets and hands
-/// each to its callback, in stream order; frames outgoing control data the same way. Does no I/O and knows
-/// neither XML nor images. It trusts that the first byte it ever gets begins a packet, checks no order of
-/// packets and reports nothing: unknown types are dropped, an unfinished packet waits for its rest.
+/// Cuts the device's byte stream, delivered in chunks of any size, into packets and passes each to its
+/// callback, in stream order; frames outgoing control data the same way. Does no I/O and knows neither XML
+/// nor images. It trusts that the first byte of the stream begins a packet, checks no order of packets and
+/// reports nothing: unknown types are dropped, an incomplete packet waits for its rest.
 ///
 /// One thread at a time; callbacks run inside receiveData() and should not feed the parser that calls them
-/// (one that does may see a packet again, but only bytes that are there). An exception that a callback throws
-/// comes out of receiveData() and leaves its packet at the front, to be dispatched again with the next chunk.
+/// (one that does may see a packet again, but never bytes outside the buffer). An exception that a callback
+/// throws passes through receiveData() and leaves its packet at the front, to be dispatched again with the
+/// next chunk.
 ///
-/// A parser is made by initUSBScanProtocol() and let go by releaseUSBScanProtocol(); its memory stays
-/// allocated.
+/// A parser is created by initUSBScanProtocol() and released by releaseUSBScanProtocol(); its
+/// memory stays allocated.
 class USBScanProtocol {
  public:
-  /// Takes no chunk before initWithCallbacks().
+  /// Drops every chunk until initWithCallbacks().
   USBScanProtocol() = default;
   USBScanProtocol(const USBScanProtocol&) = delete;
   USBScanProtocol& operator=(const USBScanProtocol&) = delete;
 
-  /// Where memory of the parser's own runs out; told apart from anything that a callback may throw.
+  /// Thrown where the parser's own memory runs out: not std::bad_alloc, which a callback may throw and which
+  /// must pass.
   struct OutOfMemory {};
 
-  /// A new buffer, owned by the caller, with the payload as one control packet. std::bad_alloc.
+  /// A new buffer, owned by the caller, with the payload as one control packet. Throws std::bad_alloc.
   platform::Data* prepControlDataToSend(const platform::Data& payload);
-  /// Replaces the buffer by what follows the packet at its front. Does nothing if `packet` no longer is
-  /// there. OutOfMemory leaves the buffer as it was.
+  /// Replaces the buffer by the bytes after the packet at its front. Does nothing if `packet` is no longer
+  /// there. Throws OutOfMemory, which leaves the buffer as it was.
   void removePacket(const void* packet);
   /// @{
   /// Calls the function of the record, if it has one.
@@ -66,46 +69,47 @@ class USBScanProtocol {
   void doBeginImagePageCallback();
   void doBeginImageJobCallback();
   /// @}
-  /// Dispatches and removes every packet that is there whole. The flag changes nothing.
+  /// Dispatches and removes every complete packet. The flag changes nothing.
   void parseFullPackets(std::int8_t convert);
-  /// OutOfMemory leaves the buffer as it was. Without a buffer the chunk is dropped.
+  /// Throws OutOfMemory, which leaves the buffer as it was. Without a buffer the chunk is dropped.
   void appendToBuffer(const platform::Data& chunk);
   /// appendToBuffer(), then parseFullPackets().
   void receiveData(const platform::Data& chunk, std::int8_t convert);
-  /// Gives back the buffer of the moment and nothing else. Chunks that still come are dropped.
+  /// Releases the current buffer and nothing else. Later chunks are dropped.
   void dealloc();
-  /// Answers this, or null if no buffer can be made. Null for callbacks is a record of nulls.
+  /// Returns this, or null if there is no memory for a buffer. Null for callbacks is a record of nulls.
   USBScanProtocol* initWithCallbacks(const USBScanProtocolCallbacks* callbacks);
 
  private:
   void dispatch(std::uint8_t type, void* payload, int length);
 
-  // Bytes received and not yet consumed; begins with a packet. Between calls there is at most one,
-  // unfinished.
+  // Bytes received and not yet consumed; begins with a packet. Between calls it holds at
+  // most one, incomplete.
   platform::Data* _buffer = nullptr;
   USBScanProtocolCallbacks _callbacks = {};
 };
 
 /// @name USBScanProtocol as flat functions
-/// A handle is the address of a USBScanProtocol; null as a handle does nothing and gives null. Counts are in
-/// bytes; a negative one, or null for bytes, is none. Nothing is thrown but what a callback throws.
+/// A handle is the address of a USBScanProtocol; with null as a handle they do nothing and return
+/// null. Counts are in bytes; a negative one, or null for bytes, is taken as 0. They throw only what
+/// a callback throws.
 /// @{
 extern "C" {
 
-/// Makes a parser with an empty buffer and a copy of the record. Null if there is no memory for it.
+/// A new parser with an empty buffer and a copy of the record. Null if there is no memory for it.
 void* initUSBScanProtocol(const USBScanProtocolCallbacks* callbacks);
-/// Appends a chunk and dispatches every complete packet; one without bytes does the latter only. A chunk that
-/// there is no memory for is dropped. `convert` changes nothing.
+/// Appends a chunk, which may be empty, and dispatches every complete packet. A chunk that does not fit into
+/// memory is dropped. `convert` changes nothing.
 void receiveData(void* handle, const void* bytes, std::int32_t count, std::int8_t convert);
-/// A new buffer, owned by the caller, with the bytes as one control packet; null if there is no memory for
-/// it.
+/// A new buffer, owned by the caller, with the bytes as one control packet; null if there is no
+/// memory for it.
 platform::Data* prepControlDataToSend(void* handle, const void* bytes, std::int32_t count);
-/// Ends the parser's work and that of dumpData() on the buffer of its job. The handle must not be used any
-/// more.
+/// Ends the parser's work and that of dumpData() on the buffer of its job. The handle must not
+/// be used afterwards.
 void releaseUSBScanProtocol(void* handle);
-/// Makes the file "/tmp/vexo-data-dump" hold exactly the bytes of `data`, replacing it atomically; a failure
-/// shows nowhere. Null does nothing. Keeps a reference to `data` until the next buffer or
-/// releaseUSBScanProtocol().
+/// Makes the file "/tmp/vexo-data-dump" hold exactly the bytes of `data`, replacing it
+/// atomically; a failure is not reported. Null does nothing. Keeps a reference to `data` until
+/// the next buffer or releaseUSBScanProtocol().
 void dumpData(platform::Data* data);
 
 }  // extern "C"
