@@ -16,9 +16,9 @@ namespace {
 constexpr std::size_t smallBufferSize = 256;
 constexpr std::size_t largeBufferSize = 131072;
 
-constexpr int greyColourMode = 2;
+constexpr int greyColorMode = 2;
 constexpr std::uint32_t greyBitDepth = 8;
-constexpr std::uint32_t colourBitDepth = 24;
+constexpr std::uint32_t colorBitDepth = 24;
 
 constexpr std::int16_t resolutionList[] = {75, 150, 200, 300, 400, 600};
 constexpr int fixedStatus = -9900;
@@ -39,7 +39,8 @@ CScannerDriver::~CScannerDriver() {
   abortScan();
 }
 
-// Buffers allocated before one that fails stay.
+// No scan uses these buffers: they are part of what enabling a scanner costs and can fail with. Those
+// allocated before one that fails stay until the driver is disabled.
 bool CScannerDriver::allocateTransferBuffers() {
   transferBuffers_.first.reset(new (std::nothrow) unsigned char[smallBufferSize]);
   if (!transferBuffers_.first) return false;
@@ -64,10 +65,10 @@ int CScannerDriver::abortScan() {
   return 1;
 }
 
-int CScannerDriver::setScanParameter(int xResolution, int yResolution, int colourMode, int left, int top,
+int CScannerDriver::setScanParameter(int xResolution, int yResolution, int colorMode, int left, int top,
                                      int width, int height) {
-  const bool grey = colourMode == greyColourMode;
-  scanArea_ = {xResolution,   yResolution, left, top, width, height, grey ? greyBitDepth : colourBitDepth,
+  const bool grey = colorMode == greyColorMode;
+  scanArea_ = {xResolution,   yResolution, left, top, width, height, grey ? greyBitDepth : colorBitDepth,
                grey ? 0U : 1U};
   convertedImage_.bytesPerPixel = grey ? 1 : 3;
   return 1;
@@ -76,6 +77,7 @@ int CScannerDriver::setScanParameter(int xResolution, int yResolution, int colou
 int CScannerDriver::getScanParameter(unsigned long* width, unsigned long* height) const {
   if (width != nullptr) *width = static_cast<std::uint32_t>(scanArea_.width);
   if (height != nullptr) *height = static_cast<std::uint32_t>(scanArea_.height);
+  // Printed at every call: the line is part of the interface.
   std::printf("CScannerDriver::getScanParameter(%ld, %ld)\n", static_cast<long>(scanArea_.width),
               static_cast<long>(scanArea_.height));
   return 1;
@@ -87,8 +89,8 @@ int CScannerDriver::InitializeScanner() {
 }
 
 int CScannerDriver::GetResolutions() {
-  // An earlier list is replaced without being released, and the last one is never released: each call costs
-  // one.
+  // An earlier list is replaced without being released, since whoever has it may still read it; the last one
+  // is not released either. Each call costs one list.
   resolutions_ = new std::vector<std::int16_t>(std::begin(resolutionList), std::end(resolutionList));
   return 0;
 }
@@ -111,6 +113,7 @@ void CScannerDriver::AddScanData(const char* bytes, int length) noexcept {
 }
 
 int CScannerDriver::startScan() {
+  // Counted again once the conversion has set the bytes per pixel; a job that fails leaves this count.
   imageByteCount_ = scanAreaBytes();
   imageDataLost_ = false;
   try {
@@ -119,7 +122,8 @@ int CScannerDriver::startScan() {
     imageAccumulator_.reset();
     return transferred;
   } catch (...) {
-    // No memory for the job: as if the image could not be converted.
+    // No memory for the job, which hosts see as an image that could not be converted: they know
+    // no other result.
     imageAccumulator_.reset();
     releaseImage();
     return conversionFailed;
@@ -133,12 +137,13 @@ int CScannerDriver::convertImage() {
       image.get(), &convertedImage_.pixels, &convertedImage_.length,
       static_cast<std::uint32_t>(scanArea_.xResolution), static_cast<std::uint32_t>(scanArea_.yResolution),
       &convertedImage_.rowWidthPixels, &convertedImage_.rowCount, &convertedImage_.bytesPerPixel);
+  // A failed conversion has set dimensions, but there are no pixels.
   if (result != 0) releaseImage();
   reading_ = {0, convertedImage_.rowCount};
   return result;
 }
 
-// The bytes per pixel stay: they are also those of the area.
+// The bytes per pixel stay: they also belong to the scan area, and set the row length that is reported.
 void CScannerDriver::releaseImage() {
   std::free(convertedImage_.pixels);
   convertedImage_.pixels = nullptr;
@@ -155,7 +160,7 @@ std::uint32_t CScannerDriver::scanAreaBytes() const {
 
 int CScannerDriver::readImageData(unsigned char* buffer, unsigned long* length, int offset) {
   const std::uint32_t rowBytes = convertedImage_.bytesPerPixel * static_cast<std::uint32_t>(scanArea_.width);
-  if (rowBytes == 0) {
+  if (rowBytes == 0) {  // Nothing to divide by: an area without width, or a stream that was no picture.
     *length = 0;
     return 0;
   }
@@ -175,8 +180,8 @@ int CScannerDriver::readImageData(unsigned char* buffer, unsigned long* length, 
 }
 
 void CScannerDriver::copyRow(unsigned char* destination, std::uint32_t length) const {
-  // Rows come from one copy length past the cursor: hosts are built around this lead. What lies past the
-  // image reads as zero.
+  // Rows are read from one copy length past the cursor: hosts are built around this lead. Bytes past the
+  // image read as zero.
   const std::uint64_t start = reading_.cursor + length;
   const std::uint64_t present =
       start < convertedImage_.length ? std::min<std::uint64_t>(length, convertedImage_.length - start) : 0;

@@ -12,22 +12,24 @@
 #include "ScanArea.h"
 #include "UsbStack.h"
 
-// The driver of one scanner: finds and opens its USB interface, runs scan jobs over its three bulk pipes,
-// keeps the scan area and hands out the image. One of them stands behind each handle of ScannerInterface.h.
-// What a job says and how its packets and pictures are read lies elsewhere (ScanJob, USBScanProtocol,
-// PPM2TIFFWrapper).
+// The driver of one scanner: finds and opens its USB interface, runs scan jobs over its three bulk
+// pipes, stores the scan area and delivers the image. Each handle of ScannerInterface.h is the
+// address of one. It knows neither the messages of a job (ScanJob) nor the formats of packets and
+// pictures (USBScanProtocol, PPM2TIFFWrapper).
 //
-// Takes its device from the platform::usbStack() of the moment of its construction, which must outlive it.
+// Takes its device from the platform::usbStack() that is set during its construction, which must outlive it.
 // One thread at a time, and one scan at a time per process. Failures are results: 1 or 0, or the status of
-// the USB stack unchanged. An allocation that fails comes out of create() and GetResolutions() alone.
+// the USB stack unchanged. Only create() and GetResolutions() throw, std::bad_alloc.
 class CScannerDriver {
  public:
-  // A new driver, which the caller deletes (the exported interface never does).
+  // A new driver, which the caller deletes (the exported interface never does). Blocks while
+  // the device opens.
   static CScannerDriver* create();
 
-  // Opens the device (OpenMyDevice) and allocates the transfer buffers. Whether that worked is deviceOpen().
+  // Opens the device (OpenMyDevice) and allocates the transfer buffers; deviceOpen() reports
+  // whether that worked.
   CScannerDriver();
-  // As abortScan().
+  // As abortScan(). The only virtual operation.
   virtual ~CScannerDriver();
   CScannerDriver(const CScannerDriver&) = delete;
   CScannerDriver& operator=(const CScannerDriver&) = delete;
@@ -37,46 +39,46 @@ class CScannerDriver {
   int abortScan();
 
   // Area in pixels, resolutions in dots per inch; colour mode 2 is grey, anything else colour. Returns 1.
-  int setScanParameter(int xResolution, int yResolution, int colourMode, int left, int top, int width,
+  int setScanParameter(int xResolution, int yResolution, int colorMode, int left, int top, int width,
                        int height);
-  // Hands out the size in pixels, as unsigned 32-bit numbers, and prints it to standard output. Null pointers
+  // Stores the size in pixels, as unsigned 32-bit numbers, and prints it to standard output. Null pointers
   // are skipped. Returns 1.
   int getScanParameter(unsigned long* width, unsigned long* height) const;
 
-  // Runs one scan job to its end. Returns 0, 1 (the image could not be converted or kept in memory) or
-  // kIOReturnNoDevice (no device, or it vanished while the image came; the device-open flag is then cleared).
+  // Runs one scan job to its end. Returns 0, 1 (the image could not be converted or does not fit into memory)
+  // or kIOReturnNoDevice (no device, or it vanished during the image; the device-open flag is then cleared).
   // Blocks for as long as the device is silent before its first image byte.
   int startScan();
 
-  // Copies whole rows to `buffer`, at most *length bytes and no more than remain after `offset` of the bytes
-  // that the scan area makes; *length is then what counts as delivered. Where no row could be copied, one
-  // row's worth counts as delivered and nothing is written. Returns 0.
+  // Copies whole rows to `buffer`: at most *length bytes, and no more than the bytes of the scan area past
+  // `offset`. Sets *length to what counts as delivered: one row where no row could be copied, although
+  // nothing is written then. Never blocks. Returns 0.
   int readImageData(unsigned char* buffer, unsigned long* length, int offset);
 
-  // Appends image bytes to those of the running job; no bytes (or a negative number) still make the
-  // accumulator. Bytes that find no memory make the job fail.
+  // Appends image bytes to those of the running job. A length of 0 or less still creates the accumulator,
+  // which is what ends the wait for the first image byte. The job fails if the bytes do not fit into memory.
   void AddScanData(const char* bytes, int length) noexcept;
 
-  // 0 where an interface is held, or where the search could not even begin (no master port, no matching
-  // dictionary); else -1. Sets or clears the device-open flag, except where there was no master port.
+  // Returns 0 if an interface is held, or if the search could not even begin (no master port, no matching
+  // dictionary); else -1. Sets or clears the device-open flag, except without a master port.
   int OpenMyDevice();
-  // Tries to open the interface of one service and to choose its pipes; holds it if that worked.
+  // Tries to open the interface of one service and to choose its pipes; keeps it if that worked.
   void DealWithInterface(unsigned int service);
-  // Chooses the three pipes of the interface held; gives the interface up where a pipe cannot be examined.
+  // Chooses the three pipes of the interface held; closes and releases it if a pipe cannot be examined.
   void DealWithPipes();
 
-  // Transfers on the out, the reply and the data pipe: at most 15 s without data and 60 s in all;
-  // kIOReturnNoDevice where no interface is held. A read takes the capacity in *length and leaves there how
-  // many bytes came, on every status, never more than the capacity.
+  // Transfers on the out, the reply and the data pipe, with time-outs of 15 s without data and 60 s in all;
+  // kIOReturnNoDevice if no interface is held. A read takes the capacity in *length and sets it to the number
+  // of bytes received, on every status, never more than the capacity.
   platform::IOReturn WritePipeWithBuffer(const char* buffer, unsigned long length);
   platform::IOReturn ReadControlPipeToBuffer(char* buffer, unsigned long* length);
   platform::IOReturn ReadDataPipeToBuffer(char* buffer, unsigned long* length);
 
-  // Clears a halt on the device's and the host's end of a pipe; the first failing step's status, or
-  // kIOReturnNoDevice where no interface is held.
+  // Clears a halt on the device's and the host's end of a pipe. Returns the status of the first step that
+  // fails, or kIOReturnNoDevice if no interface is held.
   platform::IOReturn ClearEndpointStall(unsigned char pipe);
-  // Clears reply, data and out pipe, whatever comes of it. Nothing where no interface is held; so the next
-  // two.
+  // Clears the reply, the data and the out pipe, in this order, and ignores failures. Like the next two it
+  // does nothing if no interface is held.
   void ClearEndpoints();
   void AbortAndResetPipes();
   // Clears the endpoints, then closes and releases the interface.
@@ -84,14 +86,14 @@ class CScannerDriver {
 
   // Back to 600 dpi, 24 bits and the whole page; the bytes per pixel stay. Returns 0.
   int InitializeScanner();
-  // Makes the list of resolutions in dots per inch. Returns 0.
+  // Allocates the list of resolutions in dots per inch. Returns 0.
   int GetResolutions();
-  // Fixed answers: -9900 and 0.
+  // Fixed results: -9900 and 0.
   int GetStatus() const;
   int PushButtonStatus() const;
 
-  // For those who link the driver statically. References and pointers are valid until the next call that
-  // changes what they show.
+  // For programs that link the driver statically. References and pointers are valid until the next call that
+  // changes what they refer to.
   std::uint8_t outPipe() const { return outPipe_; }
   std::uint8_t replyPipe() const { return replyPipe_; }
   std::uint8_t dataPipe() const { return dataPipe_; }
@@ -108,7 +110,7 @@ class CScannerDriver {
   const std::vector<std::int16_t>* resolutions() const { return resolutions_; }
   const ScanArea& scanArea() const { return scanArea_; }
   const ConvertedImage& convertedImage() const { return convertedImage_; }
-  // Bytes that the scan area made when the last job began or ended, modulo 2^32.
+  // Bytes of the scan area when the last job began or ended, modulo 2^32.
   std::uint32_t imageByteCount() const { return imageByteCount_; }
   bool deviceOpen() const { return deviceOpen_ != 0; }
 
@@ -120,10 +122,10 @@ class CScannerDriver {
     std::unique_ptr<unsigned char[]> second;
     std::unique_ptr<unsigned char[]> large;
   };
-  // Where the next readImageData() goes on.
+  // Where the next readImageData() continues.
   struct ReadingState {
     std::uint64_t cursor = 0;    // offset in the pixels
-    std::uint32_t rowsLeft = 0;  // converted rows not yet handed out
+    std::uint32_t rowsLeft = 0;  // converted rows not yet delivered
   };
 
   bool allocateTransferBuffers();
@@ -138,7 +140,7 @@ class CScannerDriver {
   std::uint8_t replyPipe_ = 0;
   std::uint8_t dataPipe_ = 0;
   std::uint8_t endpointCount_ = 0;
-  std::uint32_t controlPacketSize_ = 0;  // of the reply or the out pipe, whichever was seen last
+  std::uint32_t controlPacketSize_ = 0;  // of the reply or the out pipe, whichever has the higher reference
   std::uint32_t dataPacketSize_ = 0;
   TransferBuffers transferBuffers_;
   platform::DataRef imageAccumulator_;  // none between jobs
@@ -154,7 +156,7 @@ class CScannerDriver {
   ConvertedImage convertedImage_;
   ReadingState reading_;
   std::uint32_t imageByteCount_ = 0;
-  bool imageDataLost_ = false;                              // image bytes of the running job found no memory
+  bool imageDataLost_ = false;  // image bytes of the running job did not fit into memory
   [[maybe_unused]] std::uint32_t secondXResolution_ = 600;  // not read by the scan path
   [[maybe_unused]] std::uint32_t secondYResolution_ = 600;
   std::uint8_t deviceOpen_ = 0;

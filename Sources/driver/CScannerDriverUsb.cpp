@@ -11,6 +11,7 @@ using platform::kIOReturnSuccess;
 using platform::PipeDirection;
 using platform::ServiceKind;
 
+// Part of the behaviour: the silence of a data read is how the end of the image is recognised.
 constexpr std::uint32_t noDataTimeoutMs = 15000;
 constexpr std::uint32_t completionTimeoutMs = 60000;
 
@@ -18,7 +19,7 @@ constexpr std::uint8_t requestEndpoint = 2;  // out
 constexpr std::uint8_t replyEndpoint = 11;   // in
 constexpr std::uint8_t dataEndpoint = 8;     // in
 
-// An interface whose first setting shows no endpoints is used with this one, and taken to have this many.
+// An interface without endpoints in its first setting is used with this one, and taken to have this many.
 constexpr std::uint8_t alternateSetting = 1;
 constexpr std::uint8_t alternateEndpointCount = 13;
 
@@ -50,6 +51,7 @@ int CScannerDriver::OpenMyDevice() {
   if (stack.matchingServices(port, *matching, &iterator) == kIOReturnSuccess) {
     // The first interface that opens is taken, whichever device it belongs to.
     while (const platform::IOObject service = stack.iteratorNext(iterator)) {
+      // The service after the one that opened is still fetched, and released, before the search stops.
       const bool enough = interface_ != nullptr;
       if (!enough) DealWithInterface(service);
       stack.objectRelease(service);
@@ -73,7 +75,7 @@ void CScannerDriver::DealWithInterface(unsigned int service) {
   const IOReturn queried = plugIn->queryInterface(&candidate);
   plugIn->release();
   if (queried != kIOReturnSuccess || candidate == nullptr) return;
-  // An interface that does not open is dropped without a release: its object stays allocated.
+  // An interface that does not open is dropped without a release, by design: its object stays allocated.
   if (candidate->open() != kIOReturnSuccess) return;
 
   interface_ = candidate;
@@ -87,7 +89,8 @@ void CScannerDriver::DealWithInterface(unsigned int service) {
       closeAndForgetInterface();
       return;
     }
-    // Whatever the call reported.
+    // Whatever the call reported: every pipe up to this reference is examined, and the first that is missing
+    // gives the interface up.
     endpointCount_ = alternateEndpointCount;
   }
   DealWithPipes();
@@ -137,7 +140,7 @@ IOReturn CScannerDriver::readPipe(std::uint8_t pipe, char* buffer, unsigned long
   if (interface_ == nullptr) return kIOReturnNoDevice;
   std::uint32_t size = capacity;
   const IOReturn status = interface_->readPipeTO(pipe, buffer, &size, noDataTimeoutMs, completionTimeoutMs);
-  // What lies past the buffer is never taken for received, whatever the stack reports.
+  // A stack that reports more than the buffer holds must not make the caller read past it.
   *length = std::min(size, capacity);
   return status;
 }

@@ -9,7 +9,7 @@ struct ConvertedImage {
   std::uint32_t length = 0;         // bytes at `pixels`
   std::uint32_t rowWidthPixels = 0;
   std::uint32_t rowCount = 0;
-  // Serves both sides: the colour mode sets it (1 or 3), the conversion overwrites it with what came (0, 1 or
-  // 3).
+  // Has two writers: the colour mode sets it (1 or 3), the conversion overwrites it with that of the image
+  // (0, 1 or 3).
   std::uint32_t bytesPerPixel = 3;
 };

@@ -12,7 +12,8 @@ namespace {
 using platform::kIOReturnSuccess;
 using platform::ServiceKind;
 
-// Puts the location of a device of this model into *result; answers whether it is one that is not registered.
+// Stores the location of a device of this model in *result, registered or not: a search that finds no other
+// returns the last of them. Returns whether it is not registered.
 bool isUnregisteredModel(platform::UsbDevice& device, unsigned long* result) {
   std::uint16_t vendor = 0;
   if (device.getDeviceVendor(&vendor) != kIOReturnSuccess || vendor != platform::deviceVendorId) return false;

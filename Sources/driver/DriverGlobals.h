@@ -17,15 +17,15 @@ extern "C" {
 #include <stdint.h>
 #endif
 
-/// 0 while image data may still come, 1 once the image of the job is judged complete.
+/// 0 while image data may still arrive, 1 once the image of the job is judged complete.
 extern int32_t endJobPage;
 
 #ifdef __cplusplus
-/// The result of the latest response that a device sent; after "create" the name of the job that it made.
+/// The result of the latest response of a device; after "create" the name of the job that it made.
 extern std::string glJobName;
 
 /// The registry of drivers by the USB location of their device, owning nothing. No code inserts into it: it
-/// is always empty, unless a host that knows the name fills it. A driver is the object behind a handle.
+/// is empty, unless a host that knows the name fills it. A driver is the object whose address is a handle.
 extern std::map<unsigned long, CScannerDriver*> gType1Map;
 }
 #endif

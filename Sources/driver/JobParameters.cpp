@@ -7,9 +7,10 @@
 
 namespace {
 
-constexpr std::int32_t maxColourResolution = 300;  // colour above it is sent as this
+constexpr std::int32_t maxColorResolution = 300;  // colour above it is sent as this
 
-// The area counts as a photo if it ends inside 4 x 6 inches from the origin, measured in 1/600 inch.
+// The device takes the area for a photo if it ends inside 4 x 6 inches from the origin, measured
+// in 1/600 inch.
 constexpr double mediaUnitsPerInch = 600.0;
 constexpr double photoWidth = 2400.0;
 constexpr double photoHeight = 3600.0;
@@ -18,8 +19,8 @@ constexpr std::int32_t pageMedia = 2;
 
 constexpr std::int32_t bilevelContent = 0;
 constexpr std::int32_t greyContent = 1;
-constexpr std::int32_t colourContent = 2;
-constexpr std::int32_t colourBits = 24;
+constexpr std::int32_t colorContent = 2;
+constexpr std::int32_t colorBits = 24;
 constexpr std::int32_t greyBits = 8;
 
 constexpr std::int32_t compression = 4;
@@ -29,13 +30,13 @@ constexpr std::int32_t darkness = 5;
 constexpr std::int32_t contrast = 5;
 constexpr std::int32_t source = 2;
 
-// Wraps at 32 bits.
+// Wraps at 32 bits: edges of areas far outside the bed overflow.
 std::int32_t wrappedSum(std::int32_t a, std::int32_t b) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
 
 std::int32_t mediaSize(const ScanArea& area) {
-  // The horizontal resolution scales both directions.
+  // The horizontal resolution scales both directions: the tree has only one resolution.
   const double scale = mediaUnitsPerInch / static_cast<double>(static_cast<float>(area.xResolution));
   const bool photo = scale * wrappedSum(area.left, area.width) < photoWidth &&
                      scale * wrappedSum(area.top, area.height) < photoHeight;
@@ -71,15 +72,16 @@ void addCorner(MapElem& window, const char* name, std::int32_t x, std::int32_t y
 }  // namespace
 
 JobParameters jobParametersFor(const ScanArea& area) {
-  const bool colour = area.colorFlag != 0;
+  const bool color = area.colorFlag != 0;
   JobParameters parameters{};
   parameters.originalMediaSize = mediaSize(area);
-  const std::int32_t colourless = area.bitDepth == 1 ? bilevelContent : greyContent;
-  parameters.contentType = colour ? colourContent : colourless;
-  parameters.bitDepth = colour ? colourBits : greyBits;
-  const bool reduced = colour && area.xResolution > maxColourResolution;
-  parameters.resolution = reduced ? maxColourResolution : area.xResolution;
+  const std::int32_t withoutColor = area.bitDepth == 1 ? bilevelContent : greyContent;
+  parameters.contentType = color ? colorContent : withoutColor;
+  parameters.bitDepth = color ? colorBits : greyBits;
+  const bool reduced = color && area.xResolution > maxColorResolution;
+  parameters.resolution = reduced ? maxColorResolution : area.xResolution;
 
+  // volatile for the same reason as in scaled().
   const volatile float quotient =
       static_cast<float>(parameters.resolution) / static_cast<float>(area.xResolution);
   const float factor = quotient;

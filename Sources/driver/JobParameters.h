@@ -6,8 +6,8 @@
 #include "MapElem.h"
 #include "ScanArea.h"
 
-// What a job tells the device about the scan: computed from the area that the host set. Fixed values of the
-// parameter tree are not here. The codes are the device's own.
+// The scan as a job describes it to the device, computed from the area that the host set; the fixed values of
+// the parameter tree are not part of it. The codes are the device's own. A plain value.
 struct JobParameters {
   std::int32_t originalMediaSize;
   std::int32_t contentType;
@@ -20,9 +20,10 @@ struct JobParameters {
   std::int32_t windowBottom;
 };
 
-// Defined for every area: what cannot be represented saturates, and a horizontal resolution of 0 makes what
-// dividing by it makes.
+// Defined for every area: values out of range saturate, and a horizontal resolution of 0 divides as
+// floating-point numbers do. Never fails.
 JobParameters jobParametersFor(const ScanArea& area);
 
-// The tree that the calls "enterHostUSBSendMode" and "create" carry. Throws std::bad_alloc.
+// The tree that is the parameter of the calls "enterHostUSBSendMode" and "create",
+// detached. Throws std::bad_alloc.
 std::unique_ptr<MapElem> jobParameterTree(const JobParameters& parameters);

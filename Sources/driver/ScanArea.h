@@ -2,9 +2,8 @@
 
 #include <cstdint>
 
-// What the next scan is asked for; a fresh one is the whole page in colour. Lengths in pixels at the
-// resolution of their direction. A plain value: nothing here is checked, the numbers are as the host gave
-// them.
+// The area and pixel layout of the next scan, by default the whole page in colour. Lengths in pixels at the
+// resolution of their direction. A plain value: nothing is checked, the numbers are those that the host set.
 struct ScanArea {
   std::int32_t xResolution = 600;  // dots per inch
   std::int32_t yResolution = 600;

@@ -29,7 +29,7 @@ using platform::kIOReturnSuccess;
 
 constexpr unsigned long replySize = 512;         // bytes per read of the reply pipe
 constexpr unsigned long imageReadSize = 102400;  // bytes per read of the data pipe
-constexpr unsigned int convertedImageReads = 2;  // reads that pass the convert flag
+constexpr unsigned int convertedImageReads = 2;  // reads with the convert flag, which no parser looks at
 constexpr int requestIdCount = 10000;
 constexpr int callMethod = 5;  // message type of a remote call
 
@@ -47,7 +47,7 @@ struct FreeBlock {
   void operator()(char* block) const { std::free(block); }
 };
 
-// Deletes what a parser read, which is its caller's, however the reading ended.
+// Deletes the result of a parser, which the caller owns, also where reading it throws.
 class ResultOwner {
  public:
   explicit ResultOwner(XMLSAXParser& parser) : parser_(parser) {}
@@ -65,7 +65,7 @@ void takeControlMessage(char* bytes, int length) {
   if (parser.parseMessage(bytes, length) != 0) return;
   Element* message = parser.getResult();
   if (message == nullptr) return;
-  // Of a fault the job learns nothing.
+  // A fault changes nothing: the job goes on as if no reply had arrived.
   if (message->getChild("messageType")->stringValue() != "response") return;
   glJobName = message->getChild("result")->stringValue();
 }
@@ -76,7 +76,7 @@ void _MY_ControlData(void* bytes, int length, void* /*info*/) {
   try {
     takeControlMessage(static_cast<char*>(bytes), length);
   } catch (...) {
-    // No such entry, no text or no memory: as if the message had not come.
+    // No such entry, no text or no memory: as if the message had not arrived.
     return;
   }
 }
@@ -123,7 +123,7 @@ void ScanJob::announceAndStart() {
   static_cast<void>(tree.release());
   call(systemObject, enterMethod, parameters);
 
-  // A list reads a name as a position, and this one as position 0: the kind of job goes in front of the tree.
+  // A list reads a name as a position, and this one as 0: the kind of job is inserted in front of the tree.
   auto kind = std::make_unique<StringElem>(jobKind);
   parameters.addChild(jobKind, kind.get());
   static_cast<void>(kind.release());
@@ -136,11 +136,13 @@ void ScanJob::announceAndStart() {
 
 IOReturn ScanJob::receiveImage() {
   endJobPage = 0;
+  // The replies so far may have created one: only image bytes from now on count.
   driver_.imageAccumulator_.reset();
   std::vector<char> buffer;
   bool convert = true;
   unsigned int reads = 0;
   do {
+    // Cleared for each read: bytes that a stack reports without delivering them read as zero.
     buffer.assign(imageReadSize, 0);
     unsigned long length = imageReadSize;
     const IOReturn status = driver_.ReadDataPipeToBuffer(buffer.data(), &length);
@@ -155,7 +157,7 @@ IOReturn ScanJob::receiveImage() {
       // The silence after the data is the only sign that the image is complete.
       endJobPage = 1;
     }
-    // Silence before the data is waited out, however long it lasts.
+    // Silence before the first image byte is waited out, however long it lasts.
     ++reads;
   } while (endJobPage == 0);
   return kIOReturnSuccess;
@@ -176,7 +178,7 @@ void ScanJob::send(const std::string& object, const char* method, ListElem& para
   const platform::DataRef framed(
       prepControlDataToSend(protocol_, message.get(), static_cast<std::int32_t>(length)));
   if (!framed) throw std::bad_alloc();
-  // Whether the device took it shows in its replies alone.
+  // The status is ignored: only a reply proves that the device took the message.
   driver_.WritePipeWithBuffer(reinterpret_cast<const char*>(framed->bytes()),
                               static_cast<unsigned long>(framed->length()));
 }
@@ -190,5 +192,6 @@ void ScanJob::takeReply() {
 
 void ScanJob::feed(char* bytes, unsigned long length, bool convert) {
   receiveData(protocol_, bytes, static_cast<std::int32_t>(length), convert ? 1 : 0);
+  // The callback could only note the loss, since it must not throw.
   if (driver_.imageDataLost_) throw std::bad_alloc();
 }

@@ -11,14 +11,15 @@
 class CScannerDriver;
 class ListElem;
 
-// What the packet parser calls; `info` is the driver. Nothing is thrown out of them.
+// The callbacks of the packet parser; `info` is the driver. They run on the driver's thread inside
+// receiveData() and never throw.
 //
-// Takes the result of a response over into glJobName. A message that cannot be read, that is no response or
-// whose result has no text changes nothing.
+// Copies the result of a response to glJobName. A message that cannot be read, that is no response or whose
+// result has no text changes nothing.
 void _MY_ControlData(void* bytes, int length, void* info);
 // Appends to the image of the driver.
 void _MY_ImageData(void* bytes, int length, void* info);
-// The framing of jobs and pages has no meaning: these do nothing.
+// These do nothing: the end of the image is recognised by the silence after it, not by its framing.
 void _MY_ImageBeginJob(void* info);
 void _MY_ImageBeginJobPage(void* info);
 void _MY_ImageEndJobPage(void* info);
@@ -35,8 +36,9 @@ class ScanJob {
   ScanJob(const ScanJob&) = delete;
   ScanJob& operator=(const ScanJob&) = delete;
 
-  // kIOReturnSuccess, the image then being in the accumulator, or kIOReturnNoDevice where the device vanished
-  // while it came; every other failure of a transfer is passed over. Throws std::bad_alloc.
+  // Blocks for the whole scan. Returns kIOReturnSuccess once the image is in the accumulator, or
+  // kIOReturnNoDevice if the device vanished during the image; every other failure of a transfer is ignored.
+  // Throws std::bad_alloc.
   platform::IOReturn run();
 
  private:
@@ -50,5 +52,5 @@ class ScanJob {
   CScannerDriver& driver_;
   int requestId_;        // one for all calls of the job
   void* protocol_;       // the packet parser of both in pipes
-  std::string jobName_;  // the device's name for the job; later replies change only the global
+  std::string jobName_;  // the name that "create" returned; later replies change only the global
 };

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int32_t nullHandle = -1;
 constexpr double unitsPerInch = 1200.0;
-// Wider registers would move an edge by a pixel now and then.
+// Wider registers would occasionally move an edge by a pixel.
 static_assert(FLT_EVAL_METHOD == 0 || FLT_EVAL_METHOD == 1,
               "products of doubles have to be doubles: build with -msse2 -mfpmath=sse");
 
@@ -33,6 +33,8 @@ int32_t pixelsFromUnits(uint32_t units, double pixelsPerUnit) {
 
 }  // namespace
 
+// The handle is never 0: a scanner that could not be opened is reported by StartScan, the only call with such
+// a result.
 intptr_t EnableScanner() {
   CScannerDriver* driver = CScannerDriver::create();
   totalBytesRead = 0;
@@ -43,29 +45,31 @@ int32_t DisableScanner(intptr_t handle) {
   return handle == 0 ? nullHandle : driverOf(handle).abortScan();
 }
 
+// A scan runs inside StartScan on the host's thread, where nothing could stop it.
 int32_t AbortScan(intptr_t handle) {
   return handle == 0 ? nullHandle : 0;
 }
 
-int32_t SetScanParameter(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
+int32_t SetScanParameter(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colorMode,
                          double left, double top, double right, double bottom) {
-  return SetScanParameterEx(handle, xResolution, yResolution, colourMode, unitsFromInches(left),
+  return SetScanParameterEx(handle, xResolution, yResolution, colorMode, unitsFromInches(left),
                             unitsFromInches(top), unitsFromInches(right), unitsFromInches(bottom));
 }
 
-int32_t SetScanParameterEx(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
+int32_t SetScanParameterEx(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colorMode,
                            uint32_t left, uint32_t top, uint32_t right, uint32_t bottom) {
-  // The factor comes first: coordinate times resolution over 1200 would round differently.
+  // The factor is computed first: coordinate times resolution over 1200 would round differently. The
+  // differences wrap as unsigned numbers do, so that a right edge left of the left one saturates below.
   const double xFactor = xResolution / unitsPerInch;
   const double yFactor = yResolution / unitsPerInch;
   return driverOf(handle).setScanParameter(
-      xResolution, yResolution, colourMode, pixelsFromUnits(left, xFactor), pixelsFromUnits(top, yFactor),
+      xResolution, yResolution, colorMode, pixelsFromUnits(left, xFactor), pixelsFromUnits(top, yFactor),
       pixelsFromUnits(right - left, xFactor), pixelsFromUnits(bottom - top, yFactor));
 }
 
-int32_t SetScanParameter2006(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
+int32_t SetScanParameter2006(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colorMode,
                              uint32_t left, uint32_t top, uint32_t right, uint32_t bottom) {
-  return SetScanParameterEx(handle, xResolution, yResolution, colourMode, left, top, right, bottom);
+  return SetScanParameterEx(handle, xResolution, yResolution, colorMode, left, top, right, bottom);
 }
 
 int32_t GetScanParameter(intptr_t handle, unsigned long* width, unsigned long* height) {
@@ -84,6 +88,8 @@ int32_t ReadImage(intptr_t handle, unsigned char* buffer, uint32_t size, uint32_
   const int result = driverOf(handle).readImageData(buffer, &length, static_cast<int>(totalBytesRead));
   const auto deliveredNow = static_cast<uint32_t>(length);
   if (delivered != nullptr) *delivered = deliveredNow;
+  // Counts the row that was only reported, too: the host's own count of the bytes read stays the same
+  // as this one.
   totalBytesRead += deliveredNow;
   return result;
 }

@@ -5,13 +5,13 @@
  *
  * Order of calls: EnableScanner or EnableScannerEx; SetScanParameter, SetScanParameterEx or
  * SetScanParameter2006 where the defaults (600 dpi, colour, 8.5 x 11.69 inches) do not fit; GetScanParameter
- * to learn the size in pixels; StartScan; ReadImage until width x height x bytes per pixel have come;
+ * for the size in pixels; StartScan; ReadImage until width x height x bytes per pixel have been delivered;
  * DisableScanner.
  *
  * One thread at a time per handle, one scan at a time per process: the byte counter and the name of the job
  * are shared by all handles. A handle is the address of the driver object, 0 is none; the host only passes it
  * back. It is disabled once and not used afterwards, and its object is never freed. Failures are results; the
- * one exception that can come out is std::bad_alloc from the two enable functions.
+ * only exception is std::bad_alloc, from the two enable functions.
  */
 #pragma once
 
@@ -24,11 +24,11 @@ extern "C" {
 
 /**
  * @def Q750_ANY_ARGUMENTS
- * Parameters of the functions that ignore whatever the host passes: "..." where the language takes it without
- * a named parameter before it (C++, C23), nothing, which leaves them open, in C99 to C17. Such a function
- * reads no argument, and the caller removes what it passed (as on i386, x86-64, ARM and PowerPC), so that a
- * call through either form is the same call. Compilers before GCC 14 and Clang 18 name no C23, but a draft of
- * it; of these GCC 13 and Clang 16 take "..." alone.
+ * Parameters of the functions that ignore whatever the host passes: "..." where the language accepts it
+ * without a named parameter before it (C++, C23), nothing, which leaves them open, in C99 to C17. Such a
+ * function reads no argument, and the caller removes what it passed (as on i386, x86-64, ARM and PowerPC), so
+ * that a call through either form is the same call. Compilers before GCC 14 and Clang 18 report a draft of
+ * C23; of these GCC 13 and Clang 16 accept "..." alone.
  */
 #if defined(__cplusplus)
 #define Q750_ANY_ARGUMENTS ...
@@ -47,8 +47,8 @@ extern "C" {
 extern uint32_t totalBytesRead;
 
 /**
- * Makes a driver, opens the first USB interface that can be opened, and sets totalBytesRead to 0. Returns the
- * handle, never 0. A device that could not be opened shows only in later calls.
+ * Creates a driver, opens the first USB interface that can be opened, and sets totalBytesRead to 0. Returns
+ * the handle, never 0: StartScan reports a device that could not be opened.
  */
 intptr_t EnableScanner(void);
 /** The same as EnableScanner(). Any arguments are ignored. */
@@ -62,50 +62,50 @@ int32_t AbortScan(intptr_t handle);
 
 /**
  * Sets resolution (dots per inch), colour mode (2 is grey with 1 byte per pixel, all else colour with 3) and
- * area of the next scan, with edges in inches from the left and the top. Each edge is cut down to a multiple
+ * area of the next scan, with edges in inches from the left and the top. Each edge is truncated to a multiple
  * of 1/1200 inch; the rest is as in SetScanParameterEx(). The handle is not checked and must not be 0.
  * Returns 1.
  */
-int32_t SetScanParameter(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
+int32_t SetScanParameter(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colorMode,
                          double left, double top, double right, double bottom);
 /**
  * The same with edges in 1/1200 inch. The left and the top edge, the width and the height are converted to
- * pixels at the resolution of their direction and cut down to whole ones, each on its own. What is out of
- * range saturates at 32 bits; a right edge left of the left one makes a huge width.
+ * pixels at the resolution of their direction and truncated, each on its own. Values out of range saturate at
+ * 32 bits; a right edge left of the left one makes a huge width.
  */
-int32_t SetScanParameterEx(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
+int32_t SetScanParameterEx(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colorMode,
                            uint32_t left, uint32_t top, uint32_t right, uint32_t bottom);
 /** The same as SetScanParameterEx(). */
-int32_t SetScanParameter2006(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colourMode,
+int32_t SetScanParameter2006(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colorMode,
                              uint32_t left, uint32_t top, uint32_t right, uint32_t bottom);
 
 /**
  * Stores width and height of the area in pixels, as set and not as received, and prints them on standard
- * output. A null pointer is passed over. The handle is not checked and must not be 0. Returns 1.
+ * output. A null pointer is skipped. The handle is not checked and must not be 0. Returns 1.
  */
 int32_t GetScanParameter(intptr_t handle, unsigned long* width, unsigned long* height);
 
 /**
  * Sets totalBytesRead to 0 and scans: returns when the image is in memory or the job has failed. Returns 0
- * for success, 1 where the image could not be converted or kept in memory, 0xE00002C0 (as a negative number)
- * where the device is not there or vanished, -1 for handle 0. Blocks for as long as the device sends nothing
- * before its first image byte.
+ * for success, 1 if the image could not be converted or does not fit into memory, 0xE00002C0 (as a negative
+ * number) if the device is absent or vanished, -1 for handle 0. Blocks for as long as the device sends
+ * nothing before its first image byte.
  */
 int32_t StartScan(intptr_t handle);
 
 /**
  * Copies whole rows, as many as fit into `size` bytes, to `buffer`, stores what counts as delivered in
  * *delivered and adds it to totalBytesRead. A row is as wide as the area, with the bytes per pixel of the
- * picture that came, and nothing between one row and the next. Rows come with a lead: of a picture as wide as
- * the area, the first row delivered is its second, and the last is zeros. Where no row could be copied, one
- * row's worth is reported although nothing was written: there is no end-of-image result. Returns 0, or -1 for
- * handle 0, *delivered then being untouched.
+ * picture received and no padding. Rows have a lead: of a picture as wide as the area, the first row
+ * delivered is its second, and the last is zeros. If no row could be copied, one row's worth is reported
+ * although nothing was written: there is no end-of-image result. Never blocks. Returns 0, or -1 for handle 0,
+ * which leaves *delivered untouched.
  */
 int32_t ReadImage(intptr_t handle, unsigned char* buffer, uint32_t size, uint32_t* delivered);
 
 /**
  * @name Fixed results
- * They look at neither the device nor their arguments.
+ * They examine neither the device nor their arguments.
  * @{
  */
 /** Returns 1. */
