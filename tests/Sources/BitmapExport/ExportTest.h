@@ -34,7 +34,7 @@ class ExportTest : public testing::Test {
     std::memcpy(tiff, content.data(), content.size());
     length = static_cast<std::uint32_t>(content.size());
   }
-  // From now on no block can be had; refusedBytes tells how many bytes were asked for.
+  // From now on there is no memory for a block; refusedBytes is the size that was requested.
   static void refuseBlocks() {
     exportEnvironment().allocateZeroed = [](std::size_t count, std::size_t size) -> void* {
       refusedBytes = count * size;

@@ -73,12 +73,11 @@ class ExportedTiff : public ExportTest {
     std::uint32_t height = 0;
     TIFFGetField(file.get(), TIFFTAG_IMAGEWIDTH, &width);
     TIFFGetField(file.get(), TIFFTAG_IMAGELENGTH, &height);
-    std::vector<std::uint32_t> colours(std::size_t{width} * height);
-    EXPECT_EQ(TIFFReadRGBAImageOriented(file.get(), width, height, colours.data(), ORIENTATION_TOPLEFT, 1),
-              1);
+    std::vector<std::uint32_t> colors(std::size_t{width} * height);
+    EXPECT_EQ(TIFFReadRGBAImageOriented(file.get(), width, height, colors.data(), ORIENTATION_TOPLEFT, 1), 1);
     Bytes bytes;
-    for (const std::uint32_t colour : colours) {
-      for (const std::uint32_t sample : {TIFFGetR(colour), TIFFGetG(colour), TIFFGetB(colour)})
+    for (const std::uint32_t color : colors) {
+      for (const std::uint32_t sample : {TIFFGetR(color), TIFFGetG(color), TIFFGetB(color)})
         bytes.push_back(static_cast<std::uint8_t>(sample));
     }
     return bytes;

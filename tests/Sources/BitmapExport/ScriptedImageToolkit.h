@@ -12,7 +12,7 @@
 // call fail, and keeps account of what was obtained and not given back. Exports nothing: doExport() puts
 // `exported` into the handle. One image, handle and component at a time.
 //
-//   ScriptedImageToolkit toolkit;                        // is the toolkit in use as long as it lives
+//   ScriptedImageToolkit toolkit;                        // is the toolkit in use during its lifetime
 //   toolkit.failOn("setDepth", platform::paramErr);
 //   ...                                                  // the code under test
 //   EXPECT_THAT(toolkit.calls, ElementsAre("newHandle(0)", "getGWorld()", ...));
@@ -25,14 +25,13 @@ class ScriptedImageToolkit final : public platform::ImageToolkit {
   ScriptedImageToolkit(const ScriptedImageToolkit&) = delete;
   ScriptedImageToolkit& operator=(const ScriptedImageToolkit&) = delete;
 
-  // The operation of this name fails with `error`, or hands out null (lockPixels: answers false) where it has
-  // none.
+  // The operation of this name fails with `error`, or returns null (lockPixels: false) where it has none.
   void failOn(const std::string& operation, platform::OSErr error = platform::paramErr) {
     failures_[operation] = error;
   }
   // newGWorld() succeeds with a null image.
   void makeNoImage() { makesNoImage_ = true; }
-  // Rows are `stride` bytes apart, and getPixRowBytes() answers `value`. Otherwise both are the next multiple
+  // Rows are `stride` bytes apart, and getPixRowBytes() returns `value`. Otherwise both are the next multiple
   // of 4.
   void setRowBytes(std::uint32_t stride, std::uint32_t value) {
     stride_ = stride;
@@ -64,7 +63,7 @@ class ScriptedImageToolkit final : public platform::ImageToolkit {
   class Image;
   class Component;
 
-  // Records the call; answers how it is to end.
+  // Records the call and returns its scripted result.
   platform::OSErr record(const std::string& operation, const std::string& arguments);
   void expect(bool condition, const std::string& what);
 

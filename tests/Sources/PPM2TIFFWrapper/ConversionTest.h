@@ -33,7 +33,7 @@ class ConversionTest : public testing::Test {
     const platform::DataRef data(platform::Data::withBytes(ppm.data(), ppm.size()));
     return convert(data.get());
   }
-  // From now on no raster block can be had; refusedBytes tells how many bytes were asked for.
+  // From now on there is no memory for a raster block; refusedBytes is the size that was requested.
   static void refuseBlocks() {
     conversionEnvironment().allocateZeroed = [](std::size_t count, std::size_t size) -> void* {
       refusedBytes = count * size;

@@ -13,7 +13,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// All integers up to the first place where none stands.
+// All integers up to the first text that is none.
 std::vector<std::int32_t> integersOf(std::string_view text) {
   IntegerScanner scanner(text);
   std::vector<std::int32_t> integers;

@@ -128,7 +128,7 @@ TEST_F(DumpData, IgnoresThatTheFileCannotBeWritten) {
   EXPECT_EQ(contents(dumpPath), "x");
 }
 
-// Every call of one job, with the reads of image data dumped as they come.
+// Every call of one job, with each read of image data dumped.
 TEST_F(DumpData, FollowsAnAccumulatorFedByTheParser) {
   USBScanProtocolCallbacks record{};
   record.info = data.get();

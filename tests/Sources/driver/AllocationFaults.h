@@ -21,7 +21,7 @@ class AllocationFaults {
   // Blocks of operator new that were not given back, in the whole program.
   static long blocksHeld();
 
-  // Whether the allocation to fail has come.
+  // Whether the allocation that is to fail has been requested.
   bool happened() const;
 
  private:

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Gives one control message to the callback and tells what became of the job name, "before" at first.
+// Passes one control message to the callback and returns the job name afterwards, which was "before".
 std::string nameAfter(std::string message, int length) {
   glJobName = "before";
   testing::internal::CaptureStdout();

@@ -28,8 +28,8 @@ std::string greymap(unsigned int width, unsigned int height, const std::string& 
 // n different bytes, none of them zero (repeating after 255).
 std::string countingBytes(std::size_t n, unsigned int first = 1);
 
-// Every byte of every transfer. Printable bytes stand for themselves, "\n" also ends the line, others are
-// \xNN.
+// Every byte of every transfer. Printable bytes stand for themselves, "\n" also ends the line,
+// others are \xNN.
 std::string asText(const std::vector<fakes::ScriptedUsbStack::Transfer>& transfers);
 
 // What the host wrote, packet headers removed.

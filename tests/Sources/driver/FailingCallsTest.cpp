@@ -37,7 +37,7 @@ class FailingCalls : public testing::TestWithParam<IOReturn> {
     return pipes;
   }
 
-  // Opens, scans, reads and closes as a host does; returns what StartScan said.
+  // Opens, scans, reads and closes as a host does; returns the result of StartScan.
   static int runHost(bool* opened) {
     const intptr_t handle = EnableScanner();
     const std::unique_ptr<CScannerDriver> driver(reinterpret_cast<CScannerDriver*>(handle));

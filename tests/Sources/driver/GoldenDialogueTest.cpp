@@ -5,13 +5,13 @@
 #include "DriverFixture.h"
 #include "ScanJob.h"
 
-// Compares whole dialogues, every byte both ways, with golden/*.txt. After a wanted change, write them anew
-// with
+// Compares whole dialogues, every byte both ways, with golden/*.txt. After a wanted change, write
+// them anew with
 //   Q750_UPDATE_GOLDEN=1 driver-tests --gtest_filter='GoldenDialogue.*'
 namespace {
 
 constexpr int grey = 2;
-constexpr int colour = 1;
+constexpr int color = 1;
 
 class GoldenDialogue : public DriverFixture {
  protected:
@@ -55,7 +55,7 @@ class GoldenDialogue : public DriverFixture {
 };
 
 TEST_F(GoldenDialogue, OfAColourJobAt600DotsPerInch) {
-  driver->setScanParameter(600, 600, colour, 101, 203, 2000, 3001);
+  driver->setScanParameter(600, 600, color, 101, 203, 2000, 3001);
   queueReplies("HostSendJob_17");
   usb.queueStatus(dataPipe, platform::kIOUSBTransactionTimeout);
   const std::string picture = pixmap(2, 2, countingBytes(12));

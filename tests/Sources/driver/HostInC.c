@@ -22,14 +22,14 @@ intptr_t enableFromC(void) {
 /* docs/behaviour.md quotes this. */
 uint32_t readPage(intptr_t scanner, unsigned char* page, uint32_t rowBytes, uint32_t rows) {
   const size_t size = (size_t)rowBytes * rows;
-  const size_t band = (size_t)rowBytes * 64; /* at least one row, or nothing would ever come */
+  const size_t band = (size_t)rowBytes * 64; /* at least one row, or none would ever be delivered */
   size_t got = 0;
-  memset(page, 0xFF, size); /* rows that never come stay white */
+  memset(page, 0xFF, size); /* rows that are never delivered stay white */
   while (got < size) {
     const uint32_t room = (uint32_t)(size - got < band ? size - got : band);
     uint32_t delivered = 0;
     if (ReadImage(scanner, page + got, room, &delivered) != 0) return 0;
-    if (delivered == 0 || delivered > room) return 0; /* another kind of picture than was asked for */
+    if (delivered == 0 || delivered > room) return 0; /* not the kind of picture that was requested */
     got += delivered;
   }
   return rows - 1; /* the lead: these are the rows from the second one on, and a last one without a picture */

@@ -66,7 +66,7 @@ TEST(MediaSizeScale, IsTheHorizontalOneInBothDirections) {
 }
 
 struct ResolutionRow {
-  int asked, sentInColour, sentInGrey;
+  int asked, sentInColor, sentInGrey;
 };
 
 TEST(SentResolution, IsLimitedInColourOnly) {
@@ -75,7 +75,7 @@ TEST(SentResolution, IsLimitedInColourOnly) {
         ResolutionRow{600, 300, 600}, ResolutionRow{1200, 300, 1200}, ResolutionRow{0, 0, 0},
         ResolutionRow{-600, -600, -600}}) {
     const ScanArea area = areaAt(row.asked, 0, 0, 100, 100);
-    EXPECT_EQ(jobParametersFor(area).resolution, row.sentInColour) << row.asked;
+    EXPECT_EQ(jobParametersFor(area).resolution, row.sentInColor) << row.asked;
     EXPECT_EQ(jobParametersFor(greyArea(area)).resolution, row.sentInGrey) << row.asked;
   }
 }

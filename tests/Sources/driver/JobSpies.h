@@ -6,7 +6,7 @@
 #include <vector>
 
 // Stands between the driver and the packet parser, the dump file and the conversion (the linker routes the
-// calls through it) and notes what passes. Everything is handed on unless a failure is asked for.
+// calls through it) and records what passes. Everything is passed on unless a failure is requested.
 //
 //   JobSpies spies;
 //   driver->startScan();

@@ -69,7 +69,7 @@ TEST_F(OpenDevice, FindsThePipesByDirectionAndEndpoint) {
   EXPECT_EQ(driver->replyPipe(), 2);
   EXPECT_EQ(driver->outPipe(), 6);
   EXPECT_EQ(driver->dataPacketSize(), 512U);
-  EXPECT_EQ(driver->controlPacketSize(), 64U);  // of endpoint 2, which came after 11
+  EXPECT_EQ(driver->controlPacketSize(), 64U);  // of endpoint 2, the later of the two
 }
 
 TEST_F(OpenDevice, KeepsTheControlPacketSizeOfTheReplyPipeWhereThatComesLater) {

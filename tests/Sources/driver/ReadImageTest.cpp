@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 
 constexpr int grey = 2;
-constexpr int colour = 1;
+constexpr int color = 1;
 constexpr unsigned char untouched = 0xEE;
 
 // Scans pictures of any size into areas of any size and reads them as a host does.
@@ -62,7 +62,7 @@ TEST_F(ReadingAnImage, HandsOutWholeRowsOnly) {
 }
 
 TEST_F(ReadingAnImage, ReportsOneRowsWorthWhereTheRequestIsSmallerThanARow) {
-  setArea(colour, 4, 3);
+  setArea(color, 4, 3);
   scanInto(pixmap(4, 3, countingBytes(36)));
   EXPECT_THAT(read(11), Each(untouched));
   EXPECT_EQ(delivered, 12U);
@@ -95,7 +95,7 @@ TEST_F(ReadingAnImage, CutsASourceRowThatIsLongerThanTheDestinationRow) {
 }
 
 TEST_F(ReadingAnImage, MovesColourRowsByThreeBytesPerPixel) {
-  setArea(colour, 2, 2);
+  setArea(color, 2, 2);
   scanInto(pixmap(2, 2, countingBytes(12)));
   EXPECT_THAT(read(12), ElementsAre(7, 8, 9, 10, 11, 12, 0, 0, 0, 0, 0, 0));
 }
@@ -115,13 +115,13 @@ TEST_F(ReadingAnImage, StopsAtTheBytesThatTheAreaMakes) {
   // Nothing remains by the count, though rows do: none is copied, one is reported.
   EXPECT_THAT(read(6), Each(untouched));
   EXPECT_EQ(delivered, 2U);
-  // Past the count the remainder wraps to a huge one, and the rows come after all.
+  // Past the count the remainder wraps to a huge one, and the rows are delivered after all.
   EXPECT_THAT(read(6), ElementsAre(5, 6, 0, 0, untouched, untouched));
   EXPECT_EQ(delivered, 4U);
 }
 
 TEST_F(ReadingAnImage, UsesTheBytesPerPixelThatTheConversionReported) {
-  setArea(colour, 2, 3);
+  setArea(color, 2, 3);
   scanInto(greymap(2, 3, countingBytes(6)));
   // The byte count (18) was computed with 3 bytes per pixel, the rows are 2 bytes long now.
   EXPECT_EQ(driver->imageByteCount(), 18U);
@@ -164,14 +164,14 @@ TEST_F(ReadingAnImage, ReportsNothingWhereRowsHaveNoBytes) {
   setArea(grey, 0, 3);
   EXPECT_THAT(read(12), Each(untouched));
   EXPECT_EQ(delivered, 0U);
-  setArea(colour, 4, 3);
+  setArea(color, 4, 3);
   scanInto("P9\n#\n4 3\n255\n" + countingBytes(12));  // an empty format: 0 bytes per pixel
   EXPECT_THAT(read(12), Each(untouched));
   EXPECT_EQ(delivered, 0U);
 }
 
 TEST_F(ReadingAnImage, ReportsRowsOfANegativeWidthModulo32Bits) {
-  setArea(colour, -1, 1);
+  setArea(color, -1, 1);
   EXPECT_THAT(read(12), Each(untouched));
   EXPECT_EQ(delivered, 0xFFFFFFFDU);
 }
@@ -185,7 +185,7 @@ TEST_F(ReadingAnImage, BeginsAnewWithTheNextScan) {
 }
 
 TEST_F(ReadingAnImage, KeepsTheWholeRasterForThoseWhoLinkTheDriver) {
-  setArea(colour, 2, 2);
+  setArea(color, 2, 2);
   scanInto(pixmap(2, 2, countingBytes(12)));
   const ConvertedImage& image = driver->convertedImage();
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(image.pixels), image.length), countingBytes(12));

@@ -381,7 +381,7 @@ TEST_F(Job, SurvivesADeviceThatSendsGarbage) {
   usb.queueRead(replyPipe, countingBytes(300));
   usb.queueRead(dataPipe, countingBytes(5000, 7));
   usb.queueRead(dataPipe, countingBytes(5000, 90));
-  // No image data ever comes out of it; the fake's device is gone in the end.
+  // No image data ever arrives; the device of the fake vanishes in the end.
   EXPECT_EQ(driver->startScan(), kIOReturnNoDevice);
 }
 

@@ -11,9 +11,9 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr std::int32_t grey = 2;
-constexpr std::int32_t colour = 1;
+constexpr std::int32_t color = 1;
 
-// Calls as a host does; the object behind the handle, which the interface never frees, goes with the test.
+// Calls as a host does. Deletes the object behind the handle, which the interface never frees.
 class Interface : public DriverFixture {
  protected:
   Interface() {
@@ -170,7 +170,7 @@ TEST_F(Interface, EveryOtherColourModeIsColour) {
 TEST_F(Interface, The2006FormIsTheSame) {
   SetScanParameterEx(handle, 150, 600, grey, 1201, 2399, 10200, 14031);
   const ScanArea first = area();
-  SetScanParameterEx(handle, 75, 75, colour, 0, 0, 1, 1);
+  SetScanParameterEx(handle, 75, 75, color, 0, 0, 1, 1);
   EXPECT_EQ(SetScanParameter2006(handle, 150, 600, grey, 1201, 2399, 10200, 14031), 1);
   const ScanArea& second = area();
   EXPECT_EQ(first.xResolution, second.xResolution);
@@ -191,14 +191,14 @@ struct UnitsRow {
 TEST_F(Interface, PagesInPixelsAtTheUsualResolutions) {
   for (const UnitsRow& row : {UnitsRow{75, 637, 876}, UnitsRow{100, 850, 1169}, UnitsRow{300, 2550, 3507},
                               UnitsRow{600, 5100, 7015}}) {
-    SetScanParameterEx(handle, row.resolution, row.resolution, colour, 0, 0, 10200, 14031);
+    SetScanParameterEx(handle, row.resolution, row.resolution, color, 0, 0, 10200, 14031);
     EXPECT_EQ(area().width, row.widthPixels) << row.resolution;
     EXPECT_EQ(area().height, row.heightPixels) << row.resolution;
   }
 }
 
 TEST_F(Interface, ConvertsEachDirectionAtItsOwnResolution) {
-  SetScanParameterEx(handle, 300, 600, colour, 601, 603, 1801, 2403);
+  SetScanParameterEx(handle, 300, 600, color, 601, 603, 1801, 2403);
   EXPECT_EQ(area().xResolution, 300);
   EXPECT_EQ(area().yResolution, 600);
   EXPECT_EQ(area().left, 150);   // 150.25
@@ -208,7 +208,7 @@ TEST_F(Interface, ConvertsEachDirectionAtItsOwnResolution) {
 }
 
 TEST_F(Interface, TakesAnyUnsignedCoordinate) {
-  SetScanParameterEx(handle, 1200, 600, colour, 0x80000000U, 0x80000000U, 0x80000001U, 0xFFFFFFFFU);
+  SetScanParameterEx(handle, 1200, 600, color, 0x80000000U, 0x80000000U, 0x80000001U, 0xFFFFFFFFU);
   EXPECT_EQ(area().left, INT_MAX);  // 2147483648 pixels saturate
   EXPECT_EQ(area().top, 0x40000000);
   EXPECT_EQ(area().width, 1);
@@ -216,20 +216,20 @@ TEST_F(Interface, TakesAnyUnsignedCoordinate) {
 }
 
 TEST_F(Interface, ARightEdgeLeftOfTheLeftOneIsAHugeWidth) {
-  SetScanParameterEx(handle, 1200, 600, colour, 10, 10, 9, 9);
+  SetScanParameterEx(handle, 1200, 600, color, 10, 10, 9, 9);
   EXPECT_EQ(area().width, INT_MAX);      // 0xFFFFFFFF x 1 saturates
   EXPECT_EQ(area().height, 2147483647);  // 0xFFFFFFFF x 0.5, truncated
-  SetScanParameterEx(handle, 300, 300, colour, 10, 10, 9, 9);
+  SetScanParameterEx(handle, 300, 300, color, 10, 10, 9, 9);
   EXPECT_EQ(area().width, 0x3FFFFFFF);  // small enough not to saturate
 }
 
 TEST_F(Interface, ResolutionsMayBeZeroOrNegative) {
-  SetScanParameterEx(handle, 0, -1200, colour, 100, 100, 200, 300);
+  SetScanParameterEx(handle, 0, -1200, color, 100, 100, 200, 300);
   EXPECT_EQ(area().left, 0);
   EXPECT_EQ(area().top, -100);
   EXPECT_EQ(area().width, 0);
   EXPECT_EQ(area().height, -200);
-  SetScanParameterEx(handle, INT_MIN, 600, colour, 0xFFFFFFFFU, 0, 0, 0);
+  SetScanParameterEx(handle, INT_MIN, 600, color, 0xFFFFFFFFU, 0, 0, 0);
   EXPECT_EQ(area().left, INT_MIN);  // below the signed range
 }
 
@@ -254,22 +254,22 @@ TEST_F(Interface, InchesBecomeUnitsByTruncationAndSaturation) {
       {-1.0, INT_MAX},  // 0xFFFFFB50 units
   };
   for (const InchesRow& row : rows) {
-    SetScanParameter(handle, 1200, 1200, colour, row.inches, 0.0, 0.0, 0.0);
+    SetScanParameter(handle, 1200, 1200, color, row.inches, 0.0, 0.0, 0.0);
     EXPECT_EQ(area().left, row.pixels) << row.inches;
   }
   // At 600 dots per inch half of the units remain visible above the signed range.
-  SetScanParameter(handle, 600, 600, colour, -1.0, nan, 0.0, 0.0);
+  SetScanParameter(handle, 600, 600, color, -1.0, nan, 0.0, 0.0);
   EXPECT_EQ(area().left, 0x7FFFFDA8);  // 0xFFFFFB50 / 2
   EXPECT_EQ(area().top, 0x40000000);   // 0x80000000 / 2
-  SetScanParameter(handle, 600, 600, colour, 1e300, -1e300, 0.0, 0.0);
+  SetScanParameter(handle, 600, 600, color, 1e300, -1e300, 0.0, 0.0);
   EXPECT_EQ(area().left, 0x7FFFFFFF);  // 0xFFFFFFFF / 2
   EXPECT_EQ(area().top, 0x40000000);   // 0x80000000 / 2
-  SetScanParameter(handle, 600, 600, colour, 3579139.41, 0.0, 0.0, 0.0);
+  SetScanParameter(handle, 600, 600, color, 3579139.41, 0.0, 0.0, 0.0);
   EXPECT_EQ(area().left, 0x7FFFFFFE);  // 4294967292 units, as unsigned
 }
 
 TEST_F(Interface, EdgesInInchesReachTheirPlaces) {
-  SetScanParameter(handle, 1200, 1200, colour, 1.0, 2.0, 4.0, 6.0);
+  SetScanParameter(handle, 1200, 1200, color, 1.0, 2.0, 4.0, 6.0);
   EXPECT_EQ(area().left, 1200);
   EXPECT_EQ(area().top, 2400);
   EXPECT_EQ(area().width, 3600);
@@ -277,7 +277,7 @@ TEST_F(Interface, EdgesInInchesReachTheirPlaces) {
 }
 
 TEST_F(Interface, GetScanParameterShowsANegativeSizeAsThe32BitHostDid) {
-  driver->setScanParameter(75, 75, colour, 0, 0, -2, INT_MIN);
+  driver->setScanParameter(75, 75, color, 0, 0, -2, INT_MIN);
   unsigned long width = 0;
   unsigned long height = 0;
   testing::internal::CaptureStdout();

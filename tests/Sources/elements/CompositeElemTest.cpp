@@ -18,7 +18,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// What the last setter saw, and what setters answer.
+// The arguments of the last setter call, and the results that setters return.
 struct Setter {
   static inline int calls;
   static inline Element* context;

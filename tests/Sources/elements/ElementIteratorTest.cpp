@@ -18,7 +18,7 @@ static void deletePlainly(ElementIterator* iterator) {
 
 namespace {
 
-// A sanitized run shows a wrong size, a wrong deallocation or a leak in any of these.
+// A sanitized run reports a wrong size, a wrong deallocation or a leak in any of these.
 class DeletedIterator : public testing::Test {
  protected:
   void SetUp() override {

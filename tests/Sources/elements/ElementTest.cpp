@@ -21,8 +21,8 @@
 
 namespace {
 
-// An element with the base's behaviour and nothing more; its children operations record the form that was
-// called.
+// An element with the base's behaviour and nothing more; its children operations record the form
+// that was called.
 class PlainElem : public Element {
  public:
   using Element::addChild;

@@ -27,8 +27,8 @@
 // What the compiler and the virtual tables show of the element interfaces.
 namespace {
 
-// Every overload can be called on every class: an override hides none of the others, and a literal 0 is an
-// index.
+// Every overload can be called on every class: an override hides none of the others, and a literal 0
+// is an index.
 template <typename T>
 concept HasTheWholeInterface = requires(T& element, Element* child, ListElem* args, std::string name,
                                         unsigned index) {
@@ -87,8 +87,8 @@ TEST(CompositeElem, TakesALiteralZeroForAnIndex) {
   delete child;
 }
 
-// The offset of a virtual operation in the table, as its member pointer holds it. Only distances are
-// compared.
+// The offset of a virtual operation in the table, as its member pointer holds it. Only
+// distances are compared.
 template <typename Operation>
 std::intptr_t slot(Operation operation) {
   static_assert(std::is_member_function_pointer_v<Operation>);

@@ -160,7 +160,7 @@ class Trees {
     roots_.erase(roots_.begin() + static_cast<std::ptrdiff_t>(index));
     return root;
   }
-  // What a container lets go keeps its name if that container is not its parent.
+  // A child that a container releases keeps its name if that container is not its parent.
   void becomesRoot(std::unique_ptr<Node> node) {
     if (node->parent == Node::Parent::holder) {
       node->name.clear();

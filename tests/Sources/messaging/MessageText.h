@@ -22,7 +22,7 @@ inline std::string lines(std::string_view raw) {
   return text;
 }
 
-// The bytes that createMemoryDump hands out.
+// The bytes that createMemoryDump() stores.
 inline std::string dump(XMLVisitor& visitor) {
   char* bytes = nullptr;
   unsigned int length = 0;

@@ -16,7 +16,7 @@
 #include "ObjectStore.h"
 #include "OperationElem.h"
 
-// What the operations of a test were called with, in order, and what they answer, in order, then null.
+// What the operations of a test were called with, in order, and what they return, in order, then null.
 struct Method {
   using Call = std::pair<Element*, ListElem*>;
   static inline std::vector<Call> calls;

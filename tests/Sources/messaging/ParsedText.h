@@ -5,7 +5,7 @@
 
 #include <string>
 
-// A text that libxml2 has parsed, for as long as it lives. Use it like this:
+// A text parsed by libxml2; owns the document. Use it like this:
 //
 //   const ParsedText text("<ListElem><NullElem/></ListElem>");
 //   ASSERT_NE(text.root(), nullptr);  // null: malformed

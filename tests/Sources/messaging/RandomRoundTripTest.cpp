@@ -83,7 +83,7 @@ TEST_F(RandomRoundTrips, BringTheKindOfAFaultBackAndNotItsText) {
   }
 }
 
-// One argument of a call, as each lookup is said to find it.
+// One argument of a call, as each look-up is expected to find it.
 struct Argument {
   std::string name;
   std::string read;
@@ -121,7 +121,7 @@ Argument literalArgument(const char* name, const RandomText& text) {
   return {name, quoted(text.inContent), text.written.empty() ? "nothing" : text.inContent};
 }
 
-// `text` stands in the argument before the element: a callRule has some there.
+// `text` is the text in the argument before the element: a callRule has some.
 Argument openArgument(const Method& method, const std::string& text, const RandomTree& tree) {
   const int level = method.code == 10 ? 2 : 1;
   const std::string before = tree.kind == Kind::unwritten ? "" : lineBreak(level);

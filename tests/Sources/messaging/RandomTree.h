@@ -8,8 +8,8 @@
 
 #include "Element.h"
 
-// Trees and texts that a seed decides, and what the message format says becomes of them on the way through a
-// reader: worked out from the made-up values, never from the library's code. Use it like this:
+// Trees and texts that a seed determines, and what a reader makes of them according to the message format:
+// computed from the generated values, never by the library's code. Use it like this:
 //
 //   Random random(seed);
 //   const RandomTree tree = random.tree();
@@ -24,7 +24,7 @@ struct RandomText {
 };
 
 struct RandomTree {
-  // `unwritten` stands for the elements that call nothing at a visitor: aliases and operations.
+  // `unwritten` is for the elements that visitors skip: aliases and operations.
   enum class Kind { list, map, composite, string, integer, boolean, number, null, binary, unwritten };
   struct Entry;
 
@@ -53,8 +53,8 @@ class Random {
   // 0 to count - 1.
   std::size_t below(std::size_t count) { return engine_() % count; }
   bool chance(std::size_t percent) { return below(100) < percent; }
-  // Of the characters that the format can hold: for content all but "<" and "&", which come as references;
-  // for names without the quotation mark.
+  // Of the characters that the format can hold: for content all but "<" and "&", which are written as
+  // references; for names without the quotation mark.
   RandomText content();
   RandomText name();
   int integer();
@@ -73,7 +73,7 @@ class Random {
 // The tree as elements; composites get their enclosures from the object store.
 std::unique_ptr<Element> built(const RandomTree& tree);
 
-// What XMLSAXParser makes of the tree in a message, as treeOf tells it; none when it is dropped.
+// What XMLSAXParser makes of the tree in a message, as the text of treeOf(); none when it is dropped.
 std::optional<std::string> treeOfRead(const RandomTree& tree);
 // What XMLEncoding makes of it, alone or in a container.
 std::optional<std::string> treeOfDecoded(const RandomTree& tree);

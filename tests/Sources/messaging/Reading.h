@@ -19,13 +19,13 @@ struct Reading {
   std::string standardError;
 };
 
-// Reads with a parser of its own, from a block of exactly the message's size. Exceptions come out.
+// Reads with a parser of its own, from a block of exactly the message's size. Exceptions pass through.
 Reading read(const std::string& message);
 
 // The same without collecting the two streams, for tests that read thousands of messages.
 Reading readUncaptured(const std::string& message);
 
-// The tree that a message with this text reads as; says so when reading fails.
+// The tree that a message with this text reads as, or a text that reports the failure.
 std::string treeRead(const std::string& message);
 
 // The tree as text: {name: value} for a map, the same behind the full name of its enclosure for a composite,

@@ -134,7 +134,7 @@ TEST(XMLEncodingMaps, OfMissingNodesAreEmpty) {
   EXPECT_EQ(treeOf(map.get()), "{}");
 }
 
-// A short text stands in the place of the attributes of a text node.
+// A text node stores a short text in the place of its attributes.
 TEST(XMLEncodingMaps, ReadNoAttributesOfTexts) {
   const ParsedText parsed("<MapElem>short<child name=\"a\"><NullElem/></child>text</MapElem>");
   const std::unique_ptr<MapElem> map(XMLEncoding::parseMapElem(parsed.root()));

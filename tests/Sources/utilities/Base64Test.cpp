@@ -16,7 +16,7 @@ std::string encode(const std::string& bytes) {
                      static_cast<std::int32_t>(bytes.size()));
 }
 
-// What is written, checked not to touch a byte beyond the count that comes back.
+// The bytes written; checks that none beyond the returned count is touched.
 std::string decode(const std::string& text, std::size_t capacity) {
   std::vector<unsigned char> area(capacity + 4, 0xA5);
   const std::int32_t written = Base64ToStr(text.c_str(), area.data(), static_cast<std::int32_t>(capacity));
@@ -105,7 +105,7 @@ TEST(Base64ToStr, FollowsItsRules) {
       {"TWF", 10, ""},
       {"TWFuTWF", 10, "Man"},
       {"TWE=TWFu", 10, "Ma"},               // A padded group ends the text.
-      {"QQ=A", 10, std::string("A\0", 2)},  // "=" counts as padding wherever it stands.
+      {"QQ=A", 10, std::string("A\0", 2)},  // "=" counts as padding wherever it is.
       {"=QQA", 10, std::string("\x01\x04", 2)},
       {"T===", 10, ""},
       {"====TWFu", 10, ""},
