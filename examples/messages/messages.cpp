@@ -1,5 +1,5 @@
 // Writes a remote call as an XML message, reads it back, and keeps an object with its class in the object
-// store. Talks to no scanner.
+// store. Needs no scanner.
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -39,7 +39,7 @@ std::string callMessage(const std::string& object, const std::string& method, El
   XMLVisitor writer(callMethod, requestId, object, method, "");
   arguments.accept(&writer);
 
-  char* bytes = nullptr;  // of malloc, and ours
+  char* bytes = nullptr;  // from malloc, to be freed here
   unsigned int length = 0;
   writer.createMemoryDump(&bytes, &length);
   std::string message(bytes, length);
@@ -47,7 +47,7 @@ std::string callMessage(const std::string& object, const std::string& method, El
   return message;
 }
 
-// What the message says: its kind, its number and its arguments. Null if it cannot be read.
+// The contents of the message: its kind, its number and its arguments. Null if it cannot be read.
 std::unique_ptr<Element> readMessage(std::string message) {
   XMLSAXParser reader;
   if (reader.parseMessage(message.data(), static_cast<int>(message.size())) != 0) return nullptr;
@@ -67,7 +67,7 @@ void printTree(const std::string& name, Element& element, const std::string& ind
   }
 }
 
-// Two methods: functions that are run with the object and the arguments of the call.
+// Two methods: functions that run with the object and the arguments of the call.
 Element* setUpScanner(Element* scanner, ListElem* arguments) {
   scanner->addChild("place", arguments->getChild(0U)->clone());
   return scanner;
@@ -78,8 +78,8 @@ Element* describeScanner(Element* scanner, ListElem* /*arguments*/) {
                         scanner->getChild("resolution")->stringValue() + " dots per inch");
 }
 
-// A class is a composite below "sys.class". Its objects find their methods, and what they have not set
-// themselves, in it.
+// A class is a composite below "sys.class". Its objects inherit its methods and the attributes that they do
+// not set themselves.
 void defineScannerClass() {
   auto scannerClass = std::make_unique<CompositeElem>(nullptr);
   scannerClass->addChild("instantiate", new OperationElem(setUpScanner));

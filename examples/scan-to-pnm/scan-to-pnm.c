@@ -1,11 +1,11 @@
 /*
  * Scans a page with the Quenvar Q750 and writes it as a PNM picture. Loads the library as a plug-in and
- * drives it through the functions of ScannerInterface.h alone.
+ * uses only the functions of ScannerInterface.h.
  *
  *   scan-to-pnm PICTURE [RESOLUTION [color|gray]]
  *
- * Exit codes: 0 done, 1 wrong usage, 2 no scanner, 3 no library, 4 no picture from the scanner, 5 not
- * written.
+ * Exit codes: 0 success, 1 usage error, 2 no scanner, 3 no library, 4 no picture from the scanner, 5 write
+ * error.
  */
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -46,7 +46,7 @@ static int lookUp(void* plugIn, const char* name, void* function) {
     fprintf(stderr, "scan-to-pnm: %s\n", dlerror());
     return 0;
   }
-  /* C has no conversion from an object's address to a function's; POSIX lets their bytes be the same. */
+  /* C cannot convert an object pointer to a function pointer; POSIX guarantees the same representation. */
   memcpy(function, &address, sizeof address);
   return 1;
 }
@@ -78,21 +78,21 @@ static int32_t startScanQuietly(const struct Library* library, intptr_t scanner)
 }
 
 /*
- * Nothing tells the end of the picture but its size. Rows that never came count as delivered without being
- * written, so the buffer has to begin as what they shall look like.
+ * Only its size marks the end of the picture. Rows that were never received count as delivered without being
+ * written, so the buffer has to start with the value that they should have.
  */
 static int readRows(const struct Library* library, intptr_t scanner, struct Picture* picture) {
   const size_t size = picture->rowBytes * picture->height;
   size_t got = 0;
   while (got < size) {
-    const size_t atMost = 64 * picture->rowBytes; /* whole rows come, so room for one is the least */
+    const size_t atMost = 64 * picture->rowBytes; /* whole rows are delivered, so one has to fit */
     const uint32_t room = (uint32_t)(size - got < atMost ? size - got : atMost);
     uint32_t delivered = 0;
     library->ReadImage(scanner, picture->rows + got, room, &delivered);
-    if (delivered == 0 || delivered > room) return 0; /* not the picture that was asked for */
+    if (delivered == 0 || delivered > room) return 0; /* not the picture that was requested */
     got += delivered;
   }
-  /* Rows come with a lead of one: the page's first row is left out, and nothing was received for the last. */
+  /* Rows have a lead of one: the page's first row is skipped, and nothing was received for the last. */
   picture->height -= 1;
   return 1;
 }
@@ -116,7 +116,7 @@ static int fetchPicture(const struct Library* library, intptr_t scanner, struct 
 }
 
 static int scanPage(const struct Library* library, struct Settings settings, struct Picture* picture) {
-  const intptr_t scanner = library->EnableScanner(); /* never 0: a missing scanner shows in StartScan */
+  const intptr_t scanner = library->EnableScanner(); /* never 0: StartScan reports a missing scanner */
   const int32_t mode = settings.color ? 0 : 2;
   int outcome;
   library->SetScanParameter(scanner, settings.resolution, settings.resolution, mode, 0.0, 0.0, 8.5, 11.69);
@@ -139,7 +139,7 @@ static int writePnm(const char* path, const struct Picture* picture) {
   return notWritten;
 }
 
-/* The scanner does not answer a job that it cannot do, and the library would wait for it without end. */
+/* The scanner sends nothing for a job that it does not support, and the library would wait without limit. */
 static int readSettings(int count, char** arguments, struct Settings* settings) {
   const char* const resolution = count > 2 ? arguments[2] : "300";
   const char* const mode = count > 3 ? arguments[3] : "color";
