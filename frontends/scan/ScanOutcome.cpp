@@ -5,12 +5,11 @@
 namespace frontend {
 namespace {
 
-constexpr char powerCycle[] = " Switch the scanner off and on again, then scan again.";
-constexpr char scanAgain[] = " Scan again; if it happens again, switch the scanner off and on.";
+constexpr char powerCycle[] = " Switch the scanner off and on, then scan again.";
+constexpr char scanAgain[] = " Scan again; if the problem persists, switch the scanner off and on.";
 constexpr std::size_t longestReason = 120;
 
-// A device's text on one line of plain ASCII: it may be written to a terminal, which acts on control
-// characters.
+// Text from a device as one line of plain ASCII: a terminal would act on control characters.
 std::string printable(std::string_view text) {
   std::string result;
   for (const char character : text.substr(0, longestReason)) {
@@ -27,9 +26,9 @@ std::string hexadecimal(platform::IOReturn status) {
   return text;
 }
 
-// "637 x 876 pixels, colour".
-std::string inWords(const PictureLayout& layout) {
-  const char* kind = layout.channels == 3 ? "colour" : layout.bitsPerChannel == 1 ? "lineart" : "grey";
+// "637 x 876 pixels, color".
+std::string description(const PictureLayout& layout) {
+  const char* kind = layout.channels == 3 ? "color" : layout.bitsPerChannel == 1 ? "lineart" : "gray";
   return std::to_string(layout.width) + " x " + std::to_string(layout.height) + " pixels, " + kind;
 }
 
@@ -46,19 +45,19 @@ ScanOutcome cancelled() {
 }
 
 ScanOutcome noScanner() {
-  return {ScanStatus::noDevice, "No scanner was found. Plug the scanner in, switch it on and scan again."};
+  return {ScanStatus::noDevice, "No scanner was found. Connect the scanner, switch it on and scan again."};
 }
 
 ScanOutcome wentAway() {
   return {ScanStatus::noDevice,
-          "The scanner went away during the scan. Check its cable and its power, then scan again."};
+          "The scanner was disconnected during the scan. Check its cable and power, then scan again."};
 }
 
 ScanOutcome notThisModel() {
-  return {ScanStatus::noDevice,
-          "The device that was found is no Quenvar Q750: it lacks the scanner's pipes. Unplug other USB "
-          "devices and "
-          "scan again."};
+  return {
+      ScanStatus::noDevice,
+      "The device found is not a Quenvar Q750: it lacks the scanner's pipes. Disconnect other USB devices "
+      "and scan again."};
 }
 
 ScanOutcome busy() {
@@ -67,37 +66,35 @@ ScanOutcome busy() {
 
 ScanOutcome accessDenied() {
   return {ScanStatus::accessDenied,
-          "You are not allowed to use the scanner. Ask the administrator of this computer to give you access "
-          "to it "
-          "(usually by adding you to the group \"scanner\"), then scan again."};
+          "You do not have permission to use the scanner. Ask the administrator of this computer for access "
+          "(usually membership in the group \"scanner\"), then scan again."};
 }
 
 ScanOutcome noAnswer(std::string_view request) {
   return {ScanStatus::timedOut,
-          "The scanner does not answer (request \"" + std::string(request) + "\")." + powerCycle};
+          "The scanner does not respond (request \"" + std::string(request) + "\")." + powerCycle};
 }
 
 ScanOutcome silent(std::uint64_t milliseconds) {
   const std::uint64_t seconds = (milliseconds + 999) / 1000;
-  return {ScanStatus::timedOut, "The scanner took the job and then sent nothing for " +
+  return {ScanStatus::timedOut, "The scanner accepted the job but sent no data for " +
                                     std::to_string(seconds) + (seconds == 1 ? " second." : " seconds.") +
                                     powerCycle};
 }
 
 ScanOutcome refused(std::string_view reason) {
-  const std::string said = reason.empty() ? "" : " It says: \"" + printable(reason) + "\".";
-  return {ScanStatus::refused,
-          "The scanner refused the scan." + said +
-              " Check that it is ready and that no other job is running, then scan again."};
+  const std::string quoted = reason.empty() ? "" : " Its reason: \"" + printable(reason) + "\".";
+  return {ScanStatus::refused, "The scanner refused the scan." + quoted +
+                                   " Check that it is ready and has no other job, then scan again."};
 }
 
 ScanOutcome unreadableAnswer(std::string_view request) {
-  return {ScanStatus::badData, "The scanner's answer cannot be understood (request \"" +
-                                   std::string(request) + "\")." + powerCycle};
+  return {ScanStatus::badData,
+          "The scanner sent an unreadable reply (request \"" + std::string(request) + "\")." + powerCycle};
 }
 
 ScanOutcome garbledStream() {
-  return {ScanStatus::badData, std::string("What the scanner sends is garbled.") + powerCycle};
+  return {ScanStatus::badData, std::string("The scanner's data is garbled.") + powerCycle};
 }
 
 ScanOutcome noPicture() {
@@ -105,8 +102,7 @@ ScanOutcome noPicture() {
 }
 
 ScanOutcome unreadablePicture(std::string_view why) {
-  return {ScanStatus::badData,
-          "The picture that the scanner sends cannot be read: " + std::string(why) + "." + scanAgain};
+  return {ScanStatus::badData, "The scanner's picture cannot be read: " + std::string(why) + "." + scanAgain};
 }
 
 ScanOutcome incompletePicture(std::uint64_t rows, std::uint64_t ofRows) {
@@ -115,39 +111,37 @@ ScanOutcome incompletePicture(std::uint64_t rows, std::uint64_t ofRows) {
 }
 
 ScanOutcome otherPicture(const PictureLayout& sent, const PictureLayout& expected) {
-  return {ScanStatus::badData, "The scanner sends another picture (" + inWords(sent) +
-                                   ") than it was asked for (" + inWords(expected) + ")." + scanAgain};
+  return {ScanStatus::badData, "The scanner sent a different picture (" + description(sent) +
+                                   ") than requested (" + description(expected) + ")." + scanAgain};
 }
 
 ScanOutcome transferFailed(platform::IOReturn status) {
   const std::string stalled = status == platform::kIOUSBPipeStalled ? ", the pipe stalled" : "";
-  return {ScanStatus::ioError, "A transfer from or to the scanner failed (USB status " + hexadecimal(status) +
+  return {ScanStatus::ioError, "A USB transfer to or from the scanner failed (status " + hexadecimal(status) +
                                    stalled +
-                                   "). Check the cable, plug it in without a hub, then scan again."};
+                                   "). Check the cable, connect the scanner without a hub, then scan again."};
 }
 
 ScanOutcome noMemory() {
   return {ScanStatus::noMemory,
           "There is not enough memory for the picture. Close other programs, or scan a smaller area or at a "
-          "lower "
-          "resolution."};
+          "lower resolution."};
 }
 
 ScanOutcome workerMissing(std::string_view path, std::string_view why) {
-  return {ScanStatus::ioError, "The program that scans could not be started (" +
+  return {ScanStatus::ioError, "The scanning program could not be started (" +
                                    (path.empty() ? "q750-worker" : std::string(path)) + ": " +
-                                   std::string(why) + "). Install this software again."};
+                                   std::string(why) + "). Reinstall this software."};
 }
 
 ScanOutcome workerDied(std::string_view how) {
-  return {ScanStatus::ioError, "The program that scans ended before it was done: " + std::string(how) +
-                                   ". Scan again; if it happens again, please report it."};
+  return {ScanStatus::ioError, "The scanning program ended unexpectedly: " + std::string(how) +
+                                   ". Scan again; if the problem persists, please report it."};
 }
 
 ScanOutcome workerGarbled() {
-  return {
-      ScanStatus::ioError,
-      "The parts of this software do not understand each other. Install all of it again, in one version."};
+  return {ScanStatus::ioError,
+          "The parts of this software do not match. Reinstall all of them in the same version."};
 }
 
 ScanOutcome wrongRequest(std::string_view why) {

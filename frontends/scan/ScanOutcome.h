@@ -12,17 +12,17 @@ namespace frontend {
 enum class ScanStatus : std::uint8_t {
   good,
   cancelled,
-  noDevice,      // there is none, or it went away
-  busy,          // another program has it
-  accessDenied,  // the system does not let this user have it
-  timedOut,      // it is there and stays silent
-  badData,       // what it sent is no whole picture
-  ioError,       // a transfer failed
-  refused,       // it answered that it will not scan
+  noDevice,      // there is none, or it was disconnected
+  busy,          // another program uses it
+  accessDenied,  // the system denies this user access
+  timedOut,      // it is connected but does not respond
+  badData,       // it sent no complete picture
+  ioError,       // a transfer failed, or the worker did
+  refused,       // it replied that it will not scan
   noMemory,
 };
 
-// How a scan ended, with one or two sentences for people that say what happened and what to do about it.
+// How a scan ended, with one or two sentences for the user: what happened and what to do about it.
 struct ScanOutcome {
   ScanStatus status;
   std::string sentence;
@@ -30,7 +30,7 @@ struct ScanOutcome {
   bool good() const { return status == ScanStatus::good; }
 };
 
-// Every outcome there is, so that each sentence stands in one place.
+// Every outcome there is, so that each text is written in one place.
 namespace outcome {
 
 ScanOutcome good();
@@ -40,29 +40,30 @@ ScanOutcome wentAway();
 ScanOutcome notThisModel();
 ScanOutcome busy();
 ScanOutcome accessDenied();
-// The scanner did not answer the request named `request` ("create").
+// The scanner did not reply to the request of this name ("create").
 ScanOutcome noAnswer(std::string_view request);
-// No byte of the picture came during `milliseconds`, its begin included.
+// The scanner sent no byte of the picture for this long, whether before the first one or later.
 ScanOutcome silent(std::uint64_t milliseconds);
-// `reason` is what the device said, of any length and content, or empty.
+// `reason` is the device's text, of any length and content, or empty.
 ScanOutcome refused(std::string_view reason);
 ScanOutcome unreadableAnswer(std::string_view request);
 ScanOutcome garbledStream();
 ScanOutcome noPicture();
-// `why` says what is wrong with the header, as a clause ("it has no size").
+// `why` is a clause about the header ("it has no size").
 ScanOutcome unreadablePicture(std::string_view why);
 ScanOutcome incompletePicture(std::uint64_t rows, std::uint64_t ofRows);
-// The header tells another size or colour than was asked for.
+// The header announces another size or color than requested.
 ScanOutcome otherPicture(const PictureLayout& sent, const PictureLayout& expected);
 ScanOutcome transferFailed(platform::IOReturn status);
 ScanOutcome noMemory();
-// The program that scans could not be started; `why` is what the system says.
+// The worker could not be started; `why` is the system's error message. An empty path stands for an unknown
+// one.
 ScanOutcome workerMissing(std::string_view path, std::string_view why);
-// It ended before it said how the scan went. `how` is a clause ("signal 11 ended it").
+// The worker ended without an outcome. `how` is a clause ("it was killed by signal 11").
 ScanOutcome workerDied(std::string_view how);
-// What it says cannot be understood: it belongs to another version, or is broken.
+// The worker's messages are invalid: it is of another version, or broken.
 ScanOutcome workerGarbled();
-// `name` is no scanner's name, or an option of the virtual scanner is wrong; `why` is a sentence.
+// The scanner's name or an option of the virtual scanner is invalid; `why` is a sentence.
 ScanOutcome wrongRequest(std::string_view why);
 
 }  // namespace outcome

@@ -156,7 +156,7 @@ std::optional<std::size_t> SupervisedScan::Impl::takeBytes(std::uint8_t* buffer,
     if (!gaveNoSign()) return ended_ ? std::optional<std::size_t>(0) : std::nullopt;
     giveUp();
   } else if (count > 0) {
-    conclude(outcome::unreadablePicture("it has more rows than its header told"));
+    conclude(outcome::unreadablePicture("it has more rows than its header announced"));
   } else {
     concludeFromTheEnd();
   }
@@ -166,7 +166,7 @@ std::optional<std::size_t> SupervisedScan::Impl::takeBytes(std::uint8_t* buffer,
 // Nothing can be expected of this worker, not even that it leaves.
 void SupervisedScan::Impl::giveUp() {
   worker_.kill();
-  conclude(outcome::workerDied("it gave no sign for too long"));
+  conclude(outcome::workerDied("it stopped responding"));
 }
 
 // Takes what the worker has said so far.
@@ -211,7 +211,7 @@ void SupervisedScan::Impl::concludeFromTheEnd() {
     worker_.awaitEnd(timeToDie);
     if (worker_.neverRan()) return conclude(outcome::workerMissing(program_, "the system could not run it"));
     const std::string how = worker_.howItEnded();
-    return conclude(outcome::workerDied(how.empty() ? "nobody knows how" : how));
+    return conclude(outcome::workerDied(how.empty() ? "for an unknown reason" : how));
   }
   if (told_->good() && !layout_) return conclude(outcome::noPicture());
   if (told_->good() && delivered_ != layout_->bytes()) {

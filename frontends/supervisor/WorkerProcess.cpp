@@ -160,8 +160,8 @@ bool WorkerProcess::neverRan() const {
 
 std::string WorkerProcess::howItEnded() const {
   if (!status_) return {};
-  if (WIFSIGNALED(*status_)) return "signal " + std::to_string(WTERMSIG(*status_)) + " ended it";
-  return "it ended with status " + std::to_string(WEXITSTATUS(*status_));
+  if (WIFSIGNALED(*status_)) return "it was killed by signal " + std::to_string(WTERMSIG(*status_));
+  return "it exited with status " + std::to_string(WEXITSTATUS(*status_));
 }
 
 }  // namespace frontend

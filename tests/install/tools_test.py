@@ -38,8 +38,8 @@ class InstalledTools(unittest.TestCase):
         prefix = self.moved()
         next(prefix.rglob(WORKER)).unlink()
         self.assertEqual(self.scan(prefix, status=7).stderr,
-                         f"q750: The program that scans could not be started ({WORKER}: No such file or directory). "
-                         "Install this software again.\n")
+                         f"q750: The scanning program could not be started ({WORKER}: No such file or directory). "
+                         "Reinstall this software.\n")
         self.assertFalse(self.picture.exists())
 
 

@@ -154,16 +154,17 @@ TEST_F(Program, LeavesTheOldPictureAloneWhenAScanFails) {
     int exitCode;
     const char* message;
   } cases[] = {
-      {"unplug", 2, "q750: The scanner went away during the scan."},
-      {"silence:0", 5, "q750: The scanner took the job and then sent nothing for 30 seconds."},
-      {"short-write", 5, "q750: The scanner does not answer (request \"create\")."},
-      {"truncated-image:100000", 5, "q750: The scanner took the job and then sent nothing for 30 seconds."},
-      {"wrong-header:3", 6, "q750: The picture that the scanner sends cannot be read"},
-      {"garbage", 6, "q750: What the scanner sends is garbled."},
-      {"garbage-reply", 6, "q750: The scanner's answer cannot be understood"},
+      {"unplug", 2, "q750: The scanner was disconnected during the scan."},
+      {"silence:0", 5, "q750: The scanner accepted the job but sent no data for 30 seconds."},
+      {"short-write", 5, "q750: The scanner does not respond (request \"create\")."},
+      {"truncated-image:100000", 5, "q750: The scanner accepted the job but sent no data for 30 seconds."},
+      {"wrong-header:3", 6, "q750: The scanner's picture cannot be read"},
+      {"garbage", 6, "q750: The scanner's data is garbled."},
+      {"garbage-reply", 6, "q750: The scanner sent an unreadable reply"},
       {"stall:4", 7,
-       "q750: A transfer from or to the scanner failed (USB status 0xE000404F, the pipe stalled)."},
-      {"exception-reply", 8, "q750: The scanner refused the scan. It says: \"refused by fault injection\"."},
+       "q750: A USB transfer to or from the scanner failed (status 0xE000404F, the pipe stalled)."},
+      {"exception-reply", 8,
+       "q750: The scanner refused the scan. Its reason: \"refused by fault injection\"."},
   };
   for (const auto& one : cases) {
     const ProgramResult result = scan({"-o", path, "-r", "75", "-q", "--virtual-fault", one.fault});
@@ -255,8 +256,7 @@ TEST_F(Program, GivesUpAScannerThatIsSilentForTooLong) {
   const ProgramResult result = scan({"-o", folder / "page.png", "-r", "75", "-q", "--timeout", "0.3",
                                      "--virtual-fault", "silence:0", "--virtual-real-time"});
   EXPECT_EQ(result.exitCode, 5);
-  EXPECT_THAT(result.errors,
-              StartsWith("q750: The scanner took the job and then sent nothing for 1 second."));
+  EXPECT_THAT(result.errors, StartsWith("q750: The scanner accepted the job but sent no data for 1 second."));
   EXPECT_THAT(folder.names(), IsEmpty());
 }
 
@@ -289,7 +289,7 @@ TEST_F(Program, TellsFailuresAsJsonToo) {
                                         "{\"event\":\"page\",\"page\":1}\n"));
   EXPECT_THAT(result.errors,
               HasSubstr("{\"event\":\"error\",\"status\":\"no-device\",\"exit_code\":2,\"message\":"
-                        "\"The scanner went away"));
+                        "\"The scanner was disconnected"));
   const ProgramResult usage = scan({"-o", folder / "page.gif", "--progress", "json"});
   EXPECT_THAT(usage.errors, StartsWith("{\"event\":\"error\",\"status\":\"usage\",\"exit_code\":1,"));
 }
@@ -307,7 +307,7 @@ TEST_F(Program, SaysWhatIsWrongWithTheVirtualScanner) {
       runProgram({"doctor", "--device", "virtual", "--timeout", "0.2", "--virtual-fault", "silence:0"});
   EXPECT_EQ(result.exitCode, 5);
   EXPECT_THAT(result.output,
-              HasSubstr("attention  virtual: The scanner took the job and then sent nothing for "));
+              HasSubstr("attention  virtual: The scanner accepted the job but sent no data for "));
   EXPECT_EQ(result.errors, "q750: At least one finding needs attention, see above.\n");
 }
 

@@ -344,7 +344,7 @@ TEST_F(SaneScan, SaysWhatFailedWhereTheEnvironmentAsks) {
   readAll();
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "[quenvar] quenvar.conf, line 3 ignored: unknown setting or invalid value: nonsense\n"
-            "[quenvar] The scanner went away during the scan. Check its cable and its power, then scan "
+            "[quenvar] The scanner was disconnected during the scan. Check its cable and power, then scan "
             "again.\n");
 }
 

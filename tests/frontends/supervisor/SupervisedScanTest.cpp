@@ -94,18 +94,18 @@ INSTANTIATE_TEST_SUITE_P(
                     WrongScan{"time-out@4", ScanStatus::good, ""},
                     WrongScan{"time-out@9", ScanStatus::good, ""},
                     WrongScan{"short-write@2", ScanStatus::timedOut, "\"create\""},
-                    WrongScan{"unplug@1", ScanStatus::noDevice, "went away"},
-                    WrongScan{"unplug@8", ScanStatus::noDevice, "went away"},
+                    WrongScan{"unplug@1", ScanStatus::noDevice, "was disconnected"},
+                    WrongScan{"unplug@8", ScanStatus::noDevice, "was disconnected"},
                     WrongScan{"exception-reply@2", ScanStatus::refused, "refused by fault injection"},
                     WrongScan{"split-reply@2", ScanStatus::good, ""},
-                    WrongScan{"garbage-reply@2", ScanStatus::badData, "cannot be understood"},
+                    WrongScan{"garbage-reply@2", ScanStatus::badData, "unreadable reply"},
                     WrongScan{"garbage@100000", ScanStatus::badData, "garbled"},
-                    WrongScan{"truncated-image@0", ScanStatus::timedOut, "sent nothing for 30 seconds"},
-                    WrongScan{"truncated-image@100000", ScanStatus::timedOut, "sent nothing for 30 seconds"},
+                    WrongScan{"truncated-image@0", ScanStatus::timedOut, "sent no data for 30 seconds"},
+                    WrongScan{"truncated-image@100000", ScanStatus::timedOut, "sent no data for 30 seconds"},
                     WrongScan{"wrong-header@1", ScanStatus::badData, "tells no size"},
                     WrongScan{"wrong-header@3", ScanStatus::badData, "impossible size"},
                     WrongScan{"silence@3", ScanStatus::good, ""},
-                    WrongScan{"silence@0", ScanStatus::timedOut, "sent nothing for 30 seconds"}),
+                    WrongScan{"silence@0", ScanStatus::timedOut, "sent no data for 30 seconds"}),
     nameOf);
 
 TEST_F(Supervised, ScannersThatCannotBeAreTold) {
@@ -128,7 +128,7 @@ TEST_F(Supervised, WorkersThatCannotBeStartedAreTold) {
     EXPECT_TRUE(readAll(scan).empty());
     EXPECT_EQ(scan.outcome().status, ScanStatus::ioError);
     EXPECT_THAT(scan.outcome().sentence, HasSubstr("could not be started")) << path;
-    EXPECT_THAT(scan.outcome().sentence, HasSubstr("Install this software again.")) << path;
+    EXPECT_THAT(scan.outcome().sentence, HasSubstr("Reinstall this software.")) << path;
     scan.cancel();
     scan.finish();
     EXPECT_FALSE(scan.workerEndedWell());
@@ -271,7 +271,7 @@ TEST_F(Supervised, AScannerThatWarmsUpTooLongIsTold) {
   SupervisedScan scan(request, worker);
   readAll(scan);
   EXPECT_EQ(scan.outcome().status, ScanStatus::timedOut);
-  EXPECT_THAT(scan.outcome().sentence, HasSubstr("nothing for 1 second."));
+  EXPECT_THAT(scan.outcome().sentence, HasSubstr("no data for 1 second."));
 }
 
 TEST_F(Supervised, ADescriptorIsReadableOnlyWithBytesOrTheEnd) {

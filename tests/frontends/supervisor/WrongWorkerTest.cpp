@@ -30,22 +30,22 @@ TEST_P(WrongWorker, EndsInAnOutcome) {
 
 INSTANTIATE_TEST_SUITE_P(
     Deeds, WrongWorker,
-    testing::Values(
-        WrongScan{"crashes", ScanStatus::ioError, "signal 9 ended it"},
-        WrongScan{"crashes in the middle", ScanStatus::ioError, "signal 11 ended it"},
-        WrongScan{"leaves without a word", ScanStatus::ioError, "it ended with status 7"},
-        WrongScan{"never runs", ScanStatus::ioError,
-                  "fake-worker: the system could not run it). Install this"},
-        WrongScan{"babbles", ScanStatus::ioError, "do not understand each other"},
-        WrongScan{"babbles without end", ScanStatus::ioError, "do not understand each other"},
-        WrongScan{"tells the layout without end", ScanStatus::ioError, ""},
-        WrongScan{"tells another layout", ScanStatus::badData, "318 x 211 pixels, colour) than it was asked"},
-        WrongScan{"sends bytes before the layout", ScanStatus::ioError, "do not understand each other"},
-        WrongScan{"sends too much", ScanStatus::badData, "more rows"},
-        WrongScan{"sends too little", ScanStatus::badData, "incomplete: 210 of 211 rows"},
-        WrongScan{"sends nothing", ScanStatus::badData, "without sending a picture"},
-        WrongScan{"closes early", ScanStatus::ioError, "ended before it was done"},
-        WrongScan{"stays after the end", ScanStatus::good, ""}),
+    testing::Values(WrongScan{"crashes", ScanStatus::ioError, "it was killed by signal 9"},
+                    WrongScan{"crashes in the middle", ScanStatus::ioError, "it was killed by signal 11"},
+                    WrongScan{"leaves without a word", ScanStatus::ioError, "it exited with status 7"},
+                    WrongScan{"never runs", ScanStatus::ioError,
+                              "fake-worker: the system could not run it). Reinstall this"},
+                    WrongScan{"babbles", ScanStatus::ioError, "do not match"},
+                    WrongScan{"babbles without end", ScanStatus::ioError, "do not match"},
+                    WrongScan{"tells the layout without end", ScanStatus::ioError, ""},
+                    WrongScan{"tells another layout", ScanStatus::badData,
+                              "318 x 211 pixels, color) than requested"},
+                    WrongScan{"sends bytes before the layout", ScanStatus::ioError, "do not match"},
+                    WrongScan{"sends too much", ScanStatus::badData, "more rows"},
+                    WrongScan{"sends too little", ScanStatus::badData, "incomplete: 210 of 211 rows"},
+                    WrongScan{"sends nothing", ScanStatus::badData, "without sending a picture"},
+                    WrongScan{"closes early", ScanStatus::ioError, "ended unexpectedly"},
+                    WrongScan{"stays after the end", ScanStatus::good, ""}),
     nameOf);
 
 TEST_F(Supervised, AWorkerThatHeedsNothingIsEnded) {

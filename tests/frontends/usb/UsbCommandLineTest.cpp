@@ -162,7 +162,7 @@ TEST_F(UsbCommandLine, EndsWhenTheScannerIsPulledOut) {
   errors.closeWriter();
   usbfs_->awaitRequest(20);
   usbfs_->unplug();
-  EXPECT_THAT(readAll(errors.reader()), StartsWith("q750: The scanner went away during the scan."));
+  EXPECT_THAT(readAll(errors.reader()), StartsWith("q750: The scanner was disconnected during the scan."));
   EXPECT_EQ(waitFor(process), 2);
   EXPECT_THAT(folder.names(), IsEmpty());
   usbfs_->plugIn();
@@ -234,24 +234,24 @@ INSTANTIATE_TEST_SUITE_P(
     Faults, UsbFaults,
     testing::Values(
         Case{"None", {}, 0, ""},
-        Case{"StallOfTheJob", {{stall, 8}}, 7, "q750: A transfer from or to the scanner failed"},
-        Case{"StallOfARequest", {{stall, 4}}, 7, "q750: A transfer from or to the scanner failed"},
-        Case{"TimeOut", {{timeOut, 4}}, 5, "q750: The scanner does not answer (request \""},
-        Case{"ShortWrite", {{shortWrite, 2}}, 5, "q750: The scanner does not answer (request \"create\")."},
-        Case{"Unplug", {{unplug, 9}}, 2, "q750: The scanner went away during the scan."},
-        Case{"ExceptionReply", {{exceptionReply, 2}}, 8, "q750: The scanner refused the scan. It says: "},
+        Case{"StallOfTheJob", {{stall, 8}}, 7, "q750: A USB transfer to or from the scanner failed"},
+        Case{"StallOfARequest", {{stall, 4}}, 7, "q750: A USB transfer to or from the scanner failed"},
+        Case{"TimeOut", {{timeOut, 4}}, 5, "q750: The scanner does not respond (request \""},
+        Case{"ShortWrite", {{shortWrite, 2}}, 5, "q750: The scanner does not respond (request \"create\")."},
+        Case{"Unplug", {{unplug, 9}}, 2, "q750: The scanner was disconnected during the scan."},
+        Case{"ExceptionReply", {{exceptionReply, 2}}, 8, "q750: The scanner refused the scan. Its reason: "},
         Case{"SplitReply", {{splitReply, 2}}, 0, ""},
-        Case{"GarbageReply", {{garbageReply, 2}}, 6, "q750: The scanner's answer cannot be understood"},
-        Case{"Garbage", {{garbage, 100000}}, 6, "q750: What the scanner sends is garbled."},
+        Case{"GarbageReply", {{garbageReply, 2}}, 6, "q750: The scanner sent an unreadable reply"},
+        Case{"Garbage", {{garbage, 100000}}, 6, "q750: The scanner's data is garbled."},
         Case{"TruncatedImage",
              {{truncatedImage, 100000}},
              5,
-             "q750: The scanner took the job and then sent nothing for 1 second"},
-        Case{"WrongHeader", {{wrongHeader, 3}}, 6, "q750: The picture that the scanner sends cannot be read"},
+             "q750: The scanner accepted the job but sent no data for 1 second"},
+        Case{"WrongHeader", {{wrongHeader, 3}}, 6, "q750: The scanner's picture cannot be read"},
         Case{"Silence",
              {{silence, 0}},
              5,
-             "q750: The scanner took the job and then sent nothing for 1 second"}),
+             "q750: The scanner accepted the job but sent no data for 1 second"}),
     [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace

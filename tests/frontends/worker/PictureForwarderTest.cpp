@@ -99,7 +99,7 @@ TEST_F(Forwarding, RefusesAnotherPictureThanWasAskedFor) {
     const auto refusal = begin(header);
     ASSERT_TRUE(refusal) << header;
     EXPECT_EQ(refusal->status, ScanStatus::badData);
-    EXPECT_THAT(refusal->sentence, HasSubstr("than it was asked"));
+    EXPECT_THAT(refusal->sentence, HasSubstr("than requested"));
     EXPECT_FALSE(told()) << header;
   }
 }

@@ -160,36 +160,36 @@ TEST_F(Scanning, TellsEveryFaultByStatusAndSentence) {
       {"stall@4", ScanStatus::ioError, "the pipe stalled"},
       {"stall@7", ScanStatus::ioError, "the pipe stalled"},
       {"stall@9", ScanStatus::ioError, "the pipe stalled"},
-      {"time-out@1", ScanStatus::timedOut, "does not answer (request \"enterHostUSBSendMode\")"},
+      {"time-out@1", ScanStatus::timedOut, "does not respond (request \"enterHostUSBSendMode\")"},
       {"time-out@4", ScanStatus::good, ""},
       {"time-out@6", ScanStatus::good, ""},
       {"time-out@7", ScanStatus::good, ""},
       {"time-out@9", ScanStatus::good, ""},
-      {"short-write@2", ScanStatus::timedOut, "does not answer (request \"create\")"},
-      {"unplug@1", ScanStatus::noDevice, "went away"},
-      {"unplug@6", ScanStatus::noDevice, "went away"},
-      {"unplug@9", ScanStatus::noDevice, "went away"},
-      {"exception-reply@2", ScanStatus::refused, "It says: \"refused by fault injection\""},
+      {"short-write@2", ScanStatus::timedOut, "does not respond (request \"create\")"},
+      {"unplug@1", ScanStatus::noDevice, "was disconnected"},
+      {"unplug@6", ScanStatus::noDevice, "was disconnected"},
+      {"unplug@9", ScanStatus::noDevice, "was disconnected"},
+      {"exception-reply@2", ScanStatus::refused, "Its reason: \"refused by fault injection\""},
       {"exception-reply@3", ScanStatus::refused, "refused the scan"},
       {"exception-reply@4", ScanStatus::good, ""},
       {"split-reply@1", ScanStatus::good, ""},
       {"split-reply@2", ScanStatus::good, ""},
       {"split-reply@3", ScanStatus::good, ""},
-      {"garbage-reply@2", ScanStatus::badData, "cannot be understood (request \"create\")"},
+      {"garbage-reply@2", ScanStatus::badData, "unreadable reply (request \"create\")"},
       {"garbage-reply@5", ScanStatus::good, ""},
       {"garbage@0", ScanStatus::badData, "garbled"},
       {"garbage@100000", ScanStatus::badData, "garbled"},
-      {"truncated-image@0", ScanStatus::timedOut, "sent nothing for 30 seconds"},
-      {"truncated-image@10", ScanStatus::timedOut, "sent nothing for 30 seconds"},
-      {"truncated-image@100000", ScanStatus::timedOut, "sent nothing for 30 seconds"},
+      {"truncated-image@0", ScanStatus::timedOut, "sent no data for 30 seconds"},
+      {"truncated-image@10", ScanStatus::timedOut, "sent no data for 30 seconds"},
+      {"truncated-image@100000", ScanStatus::timedOut, "sent no data for 30 seconds"},
       {"wrong-header@1", ScanStatus::badData, "cannot be read: its header tells no size"},
       {"wrong-header@2", ScanStatus::badData, "cannot be read: its format is unknown"},
       {"wrong-header@3", ScanStatus::badData, "cannot be read: its header tells an impossible size"},
       {"wrong-header@4", ScanStatus::badData, "cannot be read: it begins with no header"},
       {"silence@3", ScanStatus::good, ""},
       {"silence@119", ScanStatus::good, ""},
-      {"silence@120", ScanStatus::timedOut, "sent nothing for 30 seconds"},
-      {"silence@0", ScanStatus::timedOut, "sent nothing for 30 seconds"},
+      {"silence@120", ScanStatus::timedOut, "sent no data for 30 seconds"},
+      {"silence@0", ScanStatus::timedOut, "sent no data for 30 seconds"},
   };
   for (const FaultCase& one : cases) {
     scanner.plugIn();
@@ -277,7 +277,7 @@ TEST_F(Scanning, CanBeGivenMoreOrLessPatience) {
   session.reset();
   inject("silence@9");
   hooks.timeoutMs = 9 * 250;
-  EXPECT_THAT(scan(smallScan(), hooks).sentence, HasSubstr("nothing for 3 seconds"));
+  EXPECT_THAT(scan(smallScan(), hooks).sentence, HasSubstr("no data for 3 seconds"));
 }
 
 TEST_F(Scanning, WaitsForNothingAfterTheLastByte) {
@@ -348,7 +348,7 @@ TEST(OpeningAScanner, RefusesADeviceWithoutTheThreePipes) {
   usb.addInterface({fakes::bulkOut(2), fakes::bulkIn(11)});
   const ScanOutcome outcome = ScanSession(usb, smallScan(), {}).run();
   EXPECT_EQ(outcome.status, ScanStatus::noDevice);
-  EXPECT_THAT(outcome.sentence, HasSubstr("no Quenvar Q750"));
+  EXPECT_THAT(outcome.sentence, HasSubstr("not a Quenvar Q750"));
 }
 
 TEST(OpeningAScanner, GivesEverythingBackWhicheverCallFails) {

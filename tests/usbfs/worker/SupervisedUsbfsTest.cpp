@@ -89,7 +89,7 @@ TEST_F(SupervisedOverUsb, AScannerThatIsPulledOutIsTold) {
     usbfs.unplug();
     scans::readAll(scan);
     EXPECT_EQ(scan.outcome().status, ScanStatus::noDevice) << scan.outcome().sentence;
-    EXPECT_THAT(scan.outcome().sentence, HasSubstr("went away"));
+    EXPECT_THAT(scan.outcome().sentence, HasSubstr("was disconnected"));
   }
   usbfs.plugIn();
   expectGoodScan();
