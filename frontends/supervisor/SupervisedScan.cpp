@@ -8,24 +8,27 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 #include <variant>
 
 #include "WorkerLink.h"
 #include "WorkerMessages.h"
 #include "WorkerProcess.h"
+#include "WorkerProtocol.h"
 #include "WorkerTimes.h"
 
 namespace frontend {
 namespace {
 
 using std::chrono::milliseconds;
-using Clock = std::chrono::steady_clock;
+using TimePoint = std::chrono::steady_clock::time_point;
+using State = WorkerProtocol::State;
 
 constexpr milliseconds longestTimeout(UINT32_MAX);
-// The clock of the worker's silence is not set for every read.
-constexpr milliseconds silenceInaccuracy(1000);
+// The heartbeat timer is not set for every read.
+constexpr milliseconds heartbeatTimerInaccuracy(1000);
 constexpr int mostMessagesAtOnce = 100;
-// The end of the picture is the end of its process, or has been explained before.
+// The image pipe closes when the worker exits, or after the worker has reported the outcome.
 constexpr milliseconds timeToExplain(200);
 constexpr milliseconds timeToDie(1000);
 
@@ -33,56 +36,58 @@ constexpr milliseconds timeToDie(1000);
 
 // All but cancelled_ and link_.cancel() belongs to the one thread.
 struct SupervisedScan::Impl {
-  Impl(const ScanRequest& request, milliseconds silenceOfTheWorker)
-      : expected_(expectedLayout(request)),
-        longestSilence_(std::clamp(request.timeout, milliseconds(0), longestTimeout) + silenceOfTheWorker) {}
+  Impl(const ScanRequest& request, milliseconds heartbeatTimeout, Now now)
+      : now_(std::move(now)),
+        silenceTimeout_(std::clamp(request.timeout, milliseconds(0), longestTimeout) + heartbeatTimeout),
+        protocol_(expectedLayout(request), [this](const ScanOutcome& outcome) { atEnd(outcome); }) {}
 
   void start(const ScanRequest& request, const std::string& worker);
+  int sendRequest(const ScanRequest& request);
   void cancel() noexcept;
+  bool isIn(State state) const { return protocol_.state() == state; }
+
+  std::optional<PictureLayout> awaitLayout();
   std::optional<std::size_t> take(std::uint8_t* buffer, std::size_t capacity);
   std::optional<std::size_t> takeBytes(std::uint8_t* buffer, std::size_t capacity);
-  bool needsLayout();
-  void listen();
-  void noteSign();
-  bool gaveNoSign();
-  void giveUp();
+  void lookForLayout();
+  bool listen();
   void understand(std::string_view message);
-  void conclude(ScanOutcome outcome);
-  void concludeFromTheEnd();
+  void noteHeartbeat();
+  bool missedHeartbeats();
+  void giveUp();
+  void explain();
+  void examineWorker();
+  void atEnd(const ScanOutcome& outcome);
   void finish();
 
+  const Now now_;
+  const milliseconds silenceTimeout_;
   std::string program_;  // of the worker
-  PictureLayout expected_;
-  milliseconds longestSilence_;
   std::atomic<bool> cancelled_{false};
   WorkerLink link_;
   WorkerProcess worker_;
-  std::optional<PictureLayout> layout_;
-  std::optional<ScanOutcome> told_;  // by the worker
-  bool hungUp_ = false;              // it will tell no more
-  std::uint64_t delivered_ = 0;
-  Clock::time_point latestSign_;
-  bool ended_ = false;
-  ScanOutcome outcome_ = outcome::cancelled();
+  WorkerProtocol protocol_;
+  TimePoint timerStart_;  // of the heartbeat timer
 };
 
 void SupervisedScan::Impl::start(const ScanRequest& request, const std::string& worker) {
   program_ = worker;
   int error = link_.open();
-  if (error == 0) {
-    const std::string message = requestMessage(request);
-    const ssize_t sent =
-        message.size() > largestWorkerMessage
-            ? (errno = EMSGSIZE, -1)
-            : send(link_.control(), message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    error = sent < 0 ? errno : 0;
-  }
+  if (error == 0) error = sendRequest(request);
   if (error == 0 && worker.empty()) error = ENOENT;
   if (error == 0) error = worker_.start(worker, link_.workerControl(), link_.workerImage(), request.verbose);
   link_.closeWorkerEnds();
-  if (error != 0) return conclude(outcome::workerMissing(worker, std::strerror(error)));
-  latestSign_ = Clock::now();
-  link_.expectSign(longestSilence_);
+  if (error != 0) return protocol_.end(outcome::workerMissing(worker, std::strerror(error)));
+  timerStart_ = now_();
+  link_.startHeartbeatTimer(silenceTimeout_);
+}
+
+// Before the worker exists: the message waits for it in the socket. Returns an error number, 0 for success.
+int SupervisedScan::Impl::sendRequest(const ScanRequest& request) {
+  const std::string message = requestMessage(request);
+  if (message.size() > largestWorkerMessage) return EMSGSIZE;
+  const ssize_t sent = send(link_.control(), message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  return sent < 0 ? errno : 0;
 }
 
 void SupervisedScan::Impl::cancel() noexcept {
@@ -90,140 +95,142 @@ void SupervisedScan::Impl::cancel() noexcept {
   link_.cancel();
 }
 
-void SupervisedScan::Impl::conclude(ScanOutcome outcome) {
-  if (ended_) return;
-  ended_ = true;
-  outcome_ = std::move(outcome);
-  // Nobody waits for a scan that is over, but for the last calls of a good one.
-  if (!outcome_.good()) link_.cancel();
-  link_.markEnd();
+void SupervisedScan::Impl::atEnd(const ScanOutcome& outcome) {
+  // A failed scan has nothing left to do. After a good one the worker still makes its final calls to the
+  // scanner.
+  if (!outcome.good()) link_.cancel();
+  link_.signalEnd();
 }
 
-// Nothing where no byte is there yet; 0 at the end.
-std::optional<std::size_t> SupervisedScan::Impl::take(std::uint8_t* buffer, std::size_t capacity) {
-  if (!ended_ && cancelled_.load()) conclude(outcome::cancelled());
-  if (ended_) return 0;
-  if (needsLayout()) return ended_ ? std::optional<std::size_t>(0) : std::nullopt;
-  const auto taken = takeBytes(buffer, capacity);
-  if (taken && *taken > 0) {
-    delivered_ += *taken;
-    noteSign();
+std::optional<PictureLayout> SupervisedScan::Impl::awaitLayout() {
+  while (isIn(State::awaitingLayout)) {
+    if (cancelled_.load()) protocol_.end(outcome::cancelled());
+    lookForLayout();
+    if (isIn(State::explaining)) explain();
+    if (isIn(State::awaitingLayout)) link_.wait(true);
   }
-  return taken;
+  return protocol_.layout();
 }
 
-void SupervisedScan::Impl::noteSign() {
-  const Clock::time_point now = Clock::now();
-  if (now - latestSign_ <= std::min(silenceInaccuracy, longestSilence_ / 10)) return;
-  latestSign_ = now;
-  link_.expectSign(longestSilence_);
+// Nothing if no byte has arrived yet; 0 at the end.
+std::optional<std::size_t> SupervisedScan::Impl::take(std::uint8_t* buffer, std::size_t capacity) {
+  std::optional<std::size_t> taken;
+  if (cancelled_.load()) protocol_.end(outcome::cancelled());
+  if (isIn(State::awaitingLayout)) lookForLayout();
+  if (isIn(State::streaming)) taken = takeBytes(buffer, capacity);
+  if (isIn(State::explaining)) explain();
+  return isIn(State::ended) ? std::optional<std::size_t>(0) : taken;
 }
 
-// A sign that nobody has listened to yet counts.
-bool SupervisedScan::Impl::gaveNoSign() {
-  if (!link_.timeIsUp()) return false;
-  const Clock::time_point before = latestSign_;
+void SupervisedScan::Impl::lookForLayout() {
   listen();
-  return latestSign_ == before;
-}
-
-// Whether bytes cannot be taken yet since nobody knows what they are. The layout is told before them.
-bool SupervisedScan::Impl::needsLayout() {
-  if (layout_) return false;
-  listen();
-  if (layout_ || ended_) return ended_;
   pollfd image{link_.image(), POLLIN, 0};
-  const bool ready = poll(&image, 1, 0) == 1;
-  if (!ready && gaveNoSign()) giveUp();
-  if (!ready) return !layout_ || ended_;
-  if ((image.revents & POLLIN) == 0) return concludeFromTheEnd(), true;
+  if (!isIn(State::awaitingLayout)) return;
+  if (poll(&image, 1, 0) != 1) {
+    if (missedHeartbeats()) giveUp();
+    return;
+  }
+  if ((image.revents & POLLIN) == 0) return protocol_.imageClosed();
+  // The layout is sent before the first byte: it has arrived by now.
   listen();
-  if (!layout_) conclude(outcome::workerGarbled());
-  return !layout_ || ended_;
+  if (isIn(State::awaitingLayout)) protocol_.bytes(1);
 }
 
+// One byte more than the picture has is read too, to notice a worker that sends more.
 std::optional<std::size_t> SupervisedScan::Impl::takeBytes(std::uint8_t* buffer, std::size_t capacity) {
-  const std::uint64_t left = layout_->bytes() - delivered_;
+  const std::uint64_t missing = protocol_.missingBytes();
   std::uint8_t excess = 0;
-  std::uint8_t* room = left > 0 ? buffer : &excess;
-  const auto wanted = static_cast<std::size_t>(left > 0 ? std::min<std::uint64_t>(capacity, left) : 1);
+  std::uint8_t* room = missing > 0 ? buffer : &excess;
+  const auto wanted = static_cast<std::size_t>(missing > 0 ? std::min<std::uint64_t>(capacity, missing) : 1);
   ssize_t count = 0;
   do {
     count = ::read(link_.image(), room, wanted);
   } while (count < 0 && errno == EINTR);
-  if (count > 0 && left > 0) return static_cast<std::size_t>(count);
-  if (count < 0 && errno == EAGAIN) {
-    if (!gaveNoSign()) return ended_ ? std::optional<std::size_t>(0) : std::nullopt;
+  if (count > 0) {
+    protocol_.bytes(static_cast<std::size_t>(count));
+    noteHeartbeat();
+    return static_cast<std::size_t>(count);
+  }
+  if (count == 0 || errno != EAGAIN) {
+    protocol_.imageClosed();
+  } else if (missedHeartbeats()) {
     giveUp();
-  } else if (count > 0) {
-    conclude(outcome::unreadablePicture("it has more rows than its header announced"));
-  } else {
-    concludeFromTheEnd();
   }
-  return 0;
+  return std::nullopt;
 }
 
-// Nothing can be expected of this worker, not even that it leaves.
-void SupervisedScan::Impl::giveUp() {
-  worker_.kill();
-  conclude(outcome::workerDied("it stopped responding"));
-}
-
-// Takes what the worker has said so far.
-void SupervisedScan::Impl::listen() {
+// Takes the messages that have arrived. Returns whether there was one.
+bool SupervisedScan::Impl::listen() {
   std::array<char, largestWorkerMessage> message;
-  for (int left = mostMessagesAtOnce; left > 0 && !hungUp_ && !told_ && !ended_; --left) {
+  bool heard = false;
+  for (int left = mostMessagesAtOnce; left > 0 && protocol_.expectsMessages(); --left) {
+    if (cancelled_.load()) return protocol_.end(outcome::cancelled()), heard;
     const ssize_t count = recv(link_.control(), message.data(), message.size(), MSG_DONTWAIT);
-    // That a worker left without reading everything is told once, before its last messages.
+    // A reset is reported once, before the last messages, if the worker exits without reading everything.
     if (count < 0 && (errno == EINTR || errno == ECONNRESET)) continue;
-    if (count < 0 && errno == EAGAIN) return;
-    hungUp_ = count <= 0;
-    if (count > 0) understand({message.data(), static_cast<std::size_t>(count)});
+    if (count < 0 && errno == EAGAIN) break;
+    heard = heard || count > 0;
+    if (count <= 0) {
+      protocol_.controlClosed();
+    } else {
+      understand({message.data(), static_cast<std::size_t>(count)});
+    }
   }
+  return heard;
 }
 
 void SupervisedScan::Impl::understand(std::string_view message) {
-  auto report = readReport(message);
-  if (!report) return conclude(outcome::workerGarbled());
-  noteSign();
-  if (std::holds_alternative<Heartbeat>(*report)) return;
-  if (auto* outcome = std::get_if<ScanOutcome>(&*report)) {
-    told_ = std::move(*outcome);
-    return;
-  }
-  const auto& layout = std::get<PictureLayout>(*report);
-  if (layout_) return conclude(outcome::workerGarbled());
-  if (layout != expected_) return conclude(outcome::otherPicture(layout, expected_));
-  layout_ = layout;
+  const auto report = readReport(message);
+  if (!report) return protocol_.garbage();
+  noteHeartbeat();
+  if (const auto* layout = std::get_if<PictureLayout>(&*report)) protocol_.layout(*layout);
+  if (const auto* outcome = std::get_if<ScanOutcome>(&*report)) protocol_.outcome(*outcome);
 }
 
-// The picture has no more bytes: either the worker has told how the scan ended, or it is about to be gone.
-void SupervisedScan::Impl::concludeFromTheEnd() {
-  const auto deadline = Clock::now() + timeToExplain;
-  for (listen(); !told_ && !hungUp_ && !ended_ && !cancelled_.load() && Clock::now() < deadline; listen()) {
+// Every message counts as a heartbeat, and so do bytes of the picture.
+void SupervisedScan::Impl::noteHeartbeat() {
+  const TimePoint now = now_();
+  if (now - timerStart_ <= std::min(heartbeatTimerInaccuracy, silenceTimeout_ / 10)) return;
+  timerStart_ = now;
+  link_.startHeartbeatTimer(silenceTimeout_);
+}
+
+// A heartbeat that has arrived but has not been read yet counts.
+bool SupervisedScan::Impl::missedHeartbeats() {
+  return link_.heartbeatTimerExpired() && !listen();
+}
+
+// Such a worker cannot even be expected to exit.
+void SupervisedScan::Impl::giveUp() {
+  worker_.kill();
+  protocol_.end(outcome::workerDied("it stopped responding"));
+}
+
+// No byte is left: either the worker reports the outcome within a moment, or it is gone.
+void SupervisedScan::Impl::explain() {
+  const auto deadline = now_() + timeToExplain;
+  for (listen(); isIn(State::explaining) && protocol_.expectsMessages() && now_() < deadline; listen()) {
     pollfd control{link_.control(), POLLIN, 0};
     poll(&control, 1, 10);
   }
-  if (ended_) return;
-  if (cancelled_.load()) return conclude(outcome::cancelled());
-  if (!told_) {
-    if (!hungUp_ || !worker_.awaitEnd(timeToExplain)) worker_.kill();
-    worker_.awaitEnd(timeToDie);
-    if (worker_.neverRan()) return conclude(outcome::workerMissing(program_, "the system could not run it"));
-    const std::string how = worker_.howItEnded();
-    return conclude(outcome::workerDied(how.empty() ? "for an unknown reason" : how));
-  }
-  if (told_->good() && !layout_) return conclude(outcome::noPicture());
-  if (told_->good() && delivered_ != layout_->bytes()) {
-    return conclude(outcome::incompletePicture(delivered_ / layout_->rowBytes(), layout_->height));
-  }
-  conclude(*told_);
+  if (cancelled_.load()) protocol_.end(outcome::cancelled());
+  if (isIn(State::explaining)) examineWorker();
+}
+
+void SupervisedScan::Impl::examineWorker() {
+  // A worker that keeps its control connection open without a message does not exit on its own either.
+  if (protocol_.expectsMessages() || !worker_.awaitEnd(timeToExplain)) worker_.kill();
+  worker_.awaitEnd(timeToDie);
+  if (worker_.neverRan())
+    return protocol_.end(outcome::workerMissing(program_, "the system could not run it"));
+  const std::string how = worker_.howItEnded();
+  protocol_.end(outcome::workerDied(how.empty() ? "for an unknown reason" : how));
 }
 
 void SupervisedScan::Impl::finish() {
-  if (!ended_) {
+  if (!isIn(State::ended)) {
     cancel();
-    conclude(outcome::cancelled());
+    protocol_.end(outcome::cancelled());
   }
   if (!worker_.isRunning() || worker_.awaitEnd(workertimes::workerKillTimeout)) return;
   worker_.kill();
@@ -231,11 +238,11 @@ void SupervisedScan::Impl::finish() {
 }
 
 SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& worker)
-    : SupervisedScan(request, worker, workertimes::workerHeartbeatTimeout) {}
+    : SupervisedScan(request, worker, workertimes::workerHeartbeatTimeout, std::chrono::steady_clock::now) {}
 
 SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& worker,
-                               milliseconds silenceOfTheWorker)
-    : impl_(std::make_unique<Impl>(request, silenceOfTheWorker)) {
+                               milliseconds heartbeatTimeout, Now now)
+    : impl_(std::make_unique<Impl>(request, heartbeatTimeout, std::move(now))) {
   impl_->start(request, worker);
 }
 
@@ -248,22 +255,13 @@ void SupervisedScan::cancel() noexcept {
 }
 
 std::optional<PictureLayout> SupervisedScan::awaitLayout() {
-  while (!impl_->layout_ && !impl_->ended_) {
-    if (impl_->cancelled_.load()) impl_->conclude(outcome::cancelled());
-    if (!impl_->needsLayout() || impl_->ended_) break;
-    if (impl_->told_ || impl_->hungUp_) {
-      impl_->concludeFromTheEnd();
-    } else {
-      impl_->link_.wait(true);
-    }
-  }
-  return impl_->layout_;
+  return impl_->awaitLayout();
 }
 
 std::size_t SupervisedScan::read(std::uint8_t* buffer, std::size_t capacity) {
   for (;;) {
     if (const auto taken = impl_->take(buffer, capacity)) return *taken;
-    impl_->link_.wait(!impl_->told_ && !impl_->hungUp_);
+    impl_->link_.wait(impl_->protocol_.expectsMessages());
     impl_->listen();
   }
 }
@@ -277,7 +275,7 @@ int SupervisedScan::descriptor() const {
 }
 
 const ScanOutcome& SupervisedScan::outcome() const {
-  return impl_->outcome_;
+  return impl_->protocol_.outcome();
 }
 
 void SupervisedScan::finish() {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,61 +14,62 @@
 
 namespace frontend {
 
-// The program that scans for SupervisedScan: beside the file (program or library) that holds this code, or in
-// the libexec folder that belongs to it, or where the build was configured to install it. Empty where there
-// is none.
+// The path of the worker program: beside the file (program or library) that holds this code, or in the
+// libexec folder that belongs to it, or where the build was configured to install it. Empty if there is none.
 std::string findWorker();
 
 // One scan in a process of its own. What the library does to a process (it cannot be cancelled, keeps
 // buffers, allows one job at a time, may hang or crash on a broken device) happens to the worker and ends
-// with it; here arrive the layout of the picture, its rows while the device sends them, and one outcome.
+// with it. The front end receives the layout of the picture, its rows while the device sends them, and one
+// outcome.
 //
 //   SupervisedScan scan(request);
 //   while (std::size_t count = scan.read(buffer, sizeof buffer)) use(buffer, count);
 //   if (!scan.outcome().good()) ...
 //
-// Nothing throws but std::bad_alloc. Owns the worker: when the object is gone, so is the process, within two
-// seconds in every case. All functions belong to one thread, but for cancel(). Several scans may run in one
-// process, of different scanners.
+// Failures are reported through outcome(); nothing throws but std::bad_alloc. Owns the worker: when the
+// object is gone, so is the process, within two seconds in every case. All functions belong to one thread,
+// except cancel(). Several scans may run in one process, with different scanners.
 class SupervisedScan {
  public:
-  // Starts the worker and returns at once; what fails is told as the outcome. The scanner is opened, warms up
-  // and scans behind the caller's back.
+  // Starts the worker and returns at once; the scanner is opened, warms up and scans in the background.
   explicit SupervisedScan(const ScanRequest& request, const std::string& worker = findWorker());
-  // Cancels what still runs and waits for the worker's end.
+  // Cancels a running scan and waits for the worker to exit, as finish() does.
   ~SupervisedScan();
   SupervisedScan(const SupervisedScan&) = delete;
   SupervisedScan& operator=(const SupervisedScan&) = delete;
 
-  // Ends the scan; what waits in read() or awaitLayout() returns at once. From any thread and from a signal
+  // Ends the scan; a blocked read() or awaitLayout() returns at once. From any thread and from a signal
   // handler: locks, allocates and frees nothing. Harmless a second time and after the end.
   void cancel() noexcept;
 
-  // Blocks until the scanner has told the size of its picture. Nothing where the scan ended before.
+  // Blocks until the layout of the picture is known. Nothing if the scan ended before.
   std::optional<PictureLayout> awaitLayout();
 
-  // Blocks until there is at least one byte of the picture, and takes up to `capacity` (at least 1) bytes of
-  // it. 0 is the end: outcome() tells which. A good scan has delivered exactly layout.bytes() by then.
+  // Blocks until there is at least one byte of the picture, and reads up to `capacity` (at least 1) bytes. 0
+  // is the end, which outcome() explains; after a good scan exactly layout.bytes() bytes have been read.
   std::size_t read(std::uint8_t* buffer, std::size_t capacity);
-  // The same without waiting: nothing where no byte is there yet.
+  // The same without blocking: nothing if no byte has arrived yet. Only at the end of the picture does it
+  // block for up to a fraction of a second, while a worker that has gone wrong is examined.
   std::optional<std::size_t> readAvailable(std::uint8_t* buffer, std::size_t capacity);
-  // Becomes readable (poll, select) when bytes or the end are there, and is not otherwise. Stays the
-  // object's; it is only to be waited for.
+  // For poll() and select(): readable exactly when there are bytes or the end. Stays the object's; never read
+  // from it.
   int descriptor() const;
 
-  // How the scan ended. Good only after all of the picture was read; until the end is known, cancelled.
+  // How the scan ended. Good only after the whole picture was read; cancelled until the end is known.
   const ScanOutcome& outcome() const;
 
-  // Waits until the worker is gone, at most two seconds: then it is killed. The scanner is free afterwards.
-  // What still runs is cancelled.
+  // Cancels a running scan, waits for the worker to exit and kills it after two seconds. The scanner is free
+  // afterwards.
   void finish();
-  // After finish(): whether the worker ended by itself and as it should.
+  // After finish(): whether the worker exited by itself and with success.
   bool workerEndedWell() const;
 
  protected:
-  // For tests: another time than workertimes::workerHeartbeatTimeout.
+  using Now = std::function<std::chrono::steady_clock::time_point()>;
+  // For tests: another time-out than workertimes::workerHeartbeatTimeout, and a clock of their own.
   SupervisedScan(const ScanRequest& request, const std::string& worker,
-                 std::chrono::milliseconds silenceOfTheWorker);
+                 std::chrono::milliseconds heartbeatTimeout, Now now = std::chrono::steady_clock::now);
 
  private:
   struct Impl;

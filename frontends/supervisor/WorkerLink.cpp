@@ -61,7 +61,7 @@ void WorkerLink::closeWorkerEnds() {
   workerImage_.reset();
 }
 
-void WorkerLink::markEnd() noexcept {
+void WorkerLink::signalEnd() noexcept {
   const std::uint64_t one = 1;
   // Fails only where it was marked a great many times before.
   [[maybe_unused]] const ssize_t written = write(end_.get(), &one, sizeof one);
@@ -71,11 +71,11 @@ void WorkerLink::cancel() noexcept {
   const int error = errno;
   // A worker that takes no message is ended otherwise.
   send(control_.get(), cancelMessage, sizeof cancelMessage - 1, MSG_DONTWAIT | MSG_NOSIGNAL);
-  markEnd();
+  signalEnd();
   errno = error;
 }
 
-void WorkerLink::expectSign(std::chrono::milliseconds within) {
+void WorkerLink::startHeartbeatTimer(std::chrono::milliseconds within) {
   constexpr long nanosecondsPerMillisecond = 1000000;
   itimerspec time{};
   time.it_value.tv_sec = static_cast<time_t>(within.count() / 1000);
@@ -83,7 +83,7 @@ void WorkerLink::expectSign(std::chrono::milliseconds within) {
   timerfd_settime(timer_.get(), 0, &time, nullptr);
 }
 
-bool WorkerLink::timeIsUp() {
+bool WorkerLink::heartbeatTimerExpired() {
   std::uint64_t times = 0;
   return read(timer_.get(), &times, sizeof times) == sizeof times;
 }

@@ -10,11 +10,11 @@
 namespace frontend {
 
 // The descriptors between a front end and its worker, and those that a front end waits with. All of them are
-// closed in programs that the application starts, and none is a standard one, not even where those are
-// closed. One thread, but for cancel().
+// closed in programs that the application starts, and none is a standard descriptor, not even if the
+// application has closed those. One thread, except cancel().
 class WorkerLink {
  public:
-  // Answers an error number, 0 for success. Once per object.
+  // Returns an error number, 0 for success. Once per object.
   int open();
 
   // The worker's ends, until they are closed here.
@@ -24,18 +24,20 @@ class WorkerLink {
 
   int control() const { return control_.get(); }
   int image() const { return image_.get(); }
-  // Readable when there are bytes of the picture, or their end, or a cancel, or the time is up.
+  // Readable when there are bytes of the picture, or their end, or a cancel, or the heartbeat timer has
+  // expired.
   int descriptor() const { return ready_.get(); }
   // Makes it readable for good.
-  void markEnd() noexcept;
-  // Tells the worker, and marks the end. From any thread and from a signal handler.
+  void signalEnd() noexcept;
+  // Sends a cancel to the worker and signals the end. From any thread and from a signal handler.
   void cancel() noexcept;
 
-  // Counts anew the time that may pass without a sign of the worker.
-  void expectSign(std::chrono::milliseconds within);
-  bool timeIsUp();
+  // Starts the timer anew.
+  void startHeartbeatTimer(std::chrono::milliseconds timeout);
+  // Whether it has expired since it was started. True once for each start.
+  bool heartbeatTimerExpired();
 
-  // Blocks until the descriptor is readable; with `control` also for a message of the worker.
+  // Blocks until the descriptor is readable; with `control` also until there is a message from the worker.
   void wait(bool control);
 
  private:
@@ -44,7 +46,7 @@ class WorkerLink {
   platform::OwnedDescriptor workerControl_;
   platform::OwnedDescriptor workerImage_;
   platform::OwnedDescriptor end_;    // an event counter
-  platform::OwnedDescriptor timer_;  // for a worker that gives no sign
+  platform::OwnedDescriptor timer_;  // for a worker that sends no heartbeat
   platform::OwnedDescriptor ready_;
 };
 

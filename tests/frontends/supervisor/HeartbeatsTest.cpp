@@ -90,6 +90,20 @@ TEST(Heartbeats, AreNotMissedOfAWorkerThatWaitsForItsFrontEnd) {
   EXPECT_TRUE(scan.workerEndedWell());
 }
 
+// A clock on which a second passes with every look at it.
+class HastyScan : public SupervisedScan {
+ public:
+  HastyScan(const ScanRequest& request, const std::string& worker)
+      : SupervisedScan(request, worker, 20s,
+                       [time = scans::Clock::time_point()]() mutable { return time += 1s; }) {}
+};
+
+TEST(AnExplanation, IsAwaitedForAMomentOnly) {
+  HastyScan scan(deed("closes early", 30s), Q750_FAKE_WORKER);
+  scans::readAll(scan);
+  EXPECT_THAT(scan.outcome().sentence, HasSubstr("ended unexpectedly: it was killed by signal 9"));
+}
+
 TEST(TheWorkersProcess, MayBeWaitedForByTheApplication) {
   std::atomic<bool> over{false};
   std::thread reaper([&over] {
