@@ -2,8 +2,8 @@
 
 #include <chrono>
 
-// The time-outs with which the two processes of a scan wait for each other. Whoever waits for another allows it more
-// time than the other allows itself, so that each ends in its own way as long as it can.
+// The time-outs with which the two processes of a scan wait for each other. Whoever waits for another allows
+// it more time than the other allows itself, so that each ends in its own way as long as it can.
 namespace frontend::workertimes {
 
 using std::chrono::milliseconds;
@@ -17,7 +17,8 @@ inline constexpr milliseconds workerKillTimeout{1900};
 
 // Between two heartbeats of a worker.
 inline constexpr milliseconds heartbeatInterval{1000};
-// For the library's own work between two transfers. A worker gives up its scan after this and the scanner's time-out.
+// For the library's own work between two transfers. A worker gives up its scan after this and the scanner's
+// time-out.
 inline constexpr milliseconds libraryTimeout{10000};
 // A front end gives up a worker that has sent nothing for this long and the scanner's time-out.
 inline constexpr milliseconds workerHeartbeatTimeout{20000};
