@@ -4,18 +4,19 @@
 
 namespace frontend {
 
-// What the back end tells whoever looks for a fault: lines "[quenvar] ..." on standard error, as many as the
-// environment variable SANE_DEBUG_QUENVAR asks for, and none without it. Any thread; not for signal handlers.
+// The debug log of the back end: lines "[quenvar] ..." on standard error, up to the level in the environment
+// variable SANE_DEBUG_QUENVAR, and none without it. Write errors are ignored. Any thread; not for signal
+// handlers.
 class DebugOutput {
  public:
   enum Level : int {
-    failures = 1,  // what went wrong, with what to do about it
-    steps = 3,     // what happens: what was found, opened, scanned
-    library = 4,   // and the log of the library that drives the scanner
-    calls = 5,     // and what the front end asks for
+    failures = 1,  // failures, and how to resolve them
+    steps = 3,     // scanners found, scans started and ended
+    library = 4,   // also the log of the library that drives the scanner
+    calls = 5,     // also the calls of the front end
   };
 
-  // The level that the environment names; 0 where it names no number.
+  // The level in the environment; 0 if it is no number.
   static int levelOfEnvironment();
 
   explicit DebugOutput(int level) : level_(level) {}

@@ -10,8 +10,8 @@ namespace {
 
 constexpr double micrometresPerMillimetre = 1000;
 
-// Front ends cut off what SANE_Fixed cannot hold: 12.7 mm arrives a hair short. The nearest micrometre is
-// what was meant.
+// Front ends truncate what SANE_Fixed cannot hold: 12.7 mm arrives slightly short. The nearest micrometre is
+// what the user entered.
 double millimetresOf(SANE_Fixed length) {
   return std::round(SANE_UNFIX(length) * micrometresPerMillimetre) / micrometresPerMillimetre;
 }
@@ -20,12 +20,13 @@ std::int64_t pixels(double millimetres, std::uint32_t resolution) {
   return std::llround(millimetres / millimetresPerInch * resolution);
 }
 
-// `first` to `last`, of which `limit` pixels are on the glass.
+// One direction of an area, in pixels.
 struct Stretch {
   std::int64_t begin;
   std::int64_t length;
 };
 
+// From `first` to `last`, at most to the end of the bed, `limit`.
 Stretch stretch(SANE_Fixed first, SANE_Fixed last, std::uint32_t resolution, std::uint32_t limit) {
   const double begin = millimetresOf(first);
   const std::int64_t start = pixels(begin, resolution);

@@ -7,7 +7,7 @@
 
 #include "ScanSettings.h"
 
-// Lengths on the glass as SANE front ends give them: millimetres in SANE_Fixed.
+// Lengths on the bed in the units of SANE front ends: millimetres as SANE_Fixed.
 namespace frontend {
 
 // The corners of an area, in the order of the options: tl-x, tl-y, br-x, br-y.
@@ -18,12 +18,12 @@ struct FixedArea {
   SANE_Fixed bottom = 0;
 };
 
-// The far corner of the glass; the near one is 0, 0.
+// The far corner of the bed; the near one is 0, 0.
 SANE_Fixed bedWidthFixed();
 SANE_Fixed bedHeightFixed();
 
-// The pixels of an area, those beyond the glass left out. Nothing where the corners are crossed or the area
-// is smaller than one pixel.
+// The pixels of an area, cropped to the bed. Nothing if the corners are crossed or the area is smaller than
+// one pixel.
 std::optional<PixelArea> pixelsOf(const FixedArea& area, std::uint32_t resolution);
 
 }  // namespace frontend

@@ -56,7 +56,8 @@ SANE_Status SaneBackEnd::open(std::string_view name, SaneHandle** handle) {
 }
 
 void SaneBackEnd::close(SaneHandle* handle) {
-  std::unique_ptr<SaneHandle> closed;  // after the lock: its scan may take a moment to end
+  std::unique_ptr<SaneHandle>
+      closed;  // destroyed after the lock is released: its scan may take a moment to end
   const std::lock_guard lock(mutex_);
   const auto found = std::find_if(handles_.begin(), handles_.end(),
                                   [handle](const auto& one) { return one.get() == handle; });

@@ -13,24 +13,26 @@
 
 namespace frontend {
 
-// What lives from sane_init to sane_exit: the list of scanners of the moment, and the open
-// handles. Starts no thread. Any thread; nothing throws but std::bad_alloc.
+// The state from sane_init to sane_exit: the current list of scanners and the open handles. Knows no scan.
+// Starts no thread. Any thread; nothing throws but std::bad_alloc.
 class SaneBackEnd {
  public:
-  // Reads the environment. The configuration is read when it is needed, so that a change counts at once.
+  // Reads the environment. The configuration is read whenever it is needed, so that changes take effect at
+  // once.
   SaneBackEnd();
-  // Closes what is still open.
+  // Closes the open handles.
   ~SaneBackEnd();
   SaneBackEnd(const SaneBackEnd&) = delete;
   SaneBackEnd& operator=(const SaneBackEnd&) = delete;
 
-  // The scanners there are now, ended by null; valid until the next call. All of them are local.
+  // The scanners that are connected now, terminated by null; valid until the next call. All are local.
   const SANE_Device** devices();
 
-  // An empty name is the first scanner. INVAL: there is none of that name; DEVICE_BUSY: it is open here;
-  // ACCESS_DENIED: the system does not let this user have it. The device itself is not touched.
+  // Opens the scanner of this name, or the first one if the name is empty, without touching the device.
+  // INVAL: there is no such scanner; DEVICE_BUSY: this process has it open; ACCESS_DENIED: this user has no
+  // permission.
   SANE_Status open(std::string_view name, SaneHandle** handle);
-  // A handle that is not open is left alone.
+  // Waits for the end of its scan, up to two seconds. Ignores a handle that is not open.
   void close(SaneHandle* handle);
 
   const DebugOutput& debug() const { return debug_; }
@@ -39,7 +41,7 @@ class SaneBackEnd {
   std::vector<ScannerEntry> scanners() const;
 
   const DebugOutput debug_;
-  std::mutex mutex_;  // of what follows
+  std::mutex mutex_;  // guards all members below
   std::vector<ScannerEntry> listed_;
   std::vector<SANE_Device> devices_;
   std::vector<const SANE_Device*> devicePointers_;

@@ -36,17 +36,17 @@ SANE_Parameters SaneHandle::parameters() const {
 }
 
 SANE_Status SaneHandle::setOption(SANE_Int index, void* value, SANE_Int* info) {
-  return inTheMiddle() ? SANE_STATUS_INVAL : options_.set(index, value, info);
+  return hasBytesLeft() ? SANE_STATUS_INVAL : options_.set(index, value, info);
 }
 
-void SaneHandle::leaveOldScan() {
+void SaneHandle::discardScan() {
   aim_.reset();
   acquiring_ = false;
   scan_.reset();
 }
 
 SANE_Status SaneHandle::start() {
-  if (inTheMiddle()) return SANE_STATUS_DEVICE_BUSY;
+  if (hasBytesLeft()) return SANE_STATUS_DEVICE_BUSY;
   auto request = options_.request();
   if (!request) {
     debug_.line(DebugOutput::failures, "The area is empty: its corners are crossed or too close together.");
@@ -58,8 +58,9 @@ SANE_Status SaneHandle::start() {
   request->virtualScanner = config.virtualOptions;
   request->verbose = debug_.shows(DebugOutput::library);
 
+  // From here on a cancel means the new scan, even while the scan before is being discarded.
   cancellation_.reset();
-  leaveOldScan();
+  discardScan();
   scan_ = std::make_unique<SupervisedScan>(*request);
   layout_ = expectedLayout(*request);
   delivered_ = 0;

@@ -35,7 +35,7 @@ constexpr auto allResolutions = resolutionsUpTo(bedResolutions.back());
 
 constexpr SANE_Range thresholds = {0, limits::highestThreshold, 1};
 
-// The value of the list that is nearest; the lower of two.
+// The nearest value of a list; the lower of two equally near.
 SANE_Word nearest(const SANE_Word* list, SANE_Word value) {
   const SANE_Word* end = list + 1 + list[0];
   const auto distance = [value](SANE_Word legal) { return std::abs(std::int64_t{legal} - value); };
@@ -43,9 +43,8 @@ SANE_Word nearest(const SANE_Word* list, SANE_Word value) {
                            [&](SANE_Word a, SANE_Word b) { return distance(a) < distance(b); });
 }
 
-// The place in a list of names, whatever the case of its letters; -1 where it is none. Looks at no byte past
-// `size`.
-int placeOf(const char* text, SANE_Int size, const SANE_String_Const* names) {
+// The index in a list of names, ignoring case; -1 if the text is none of them. Reads no byte past `size`.
+int indexOf(const char* text, SANE_Int size, const SANE_String_Const* names) {
   const std::size_t length = strnlen(text, static_cast<std::size_t>(size));
   for (int i = 0; names[i] != nullptr; ++i) {
     if (std::strlen(names[i]) == length && strncasecmp(names[i], text, length) == 0) return i;
@@ -98,7 +97,7 @@ SaneOptions::SaneOptions() {
   followMode();
 }
 
-// As a whole number without limits that can be set; what is otherwise is said after it.
+// As a settable integer without limits; callers change what is different.
 void SaneOptions::describe(Index index, const char* name, const char* title, const char* text) {
   SANE_Option_Descriptor& descriptor = descriptors_[index];
   descriptor.name = name;
@@ -167,7 +166,7 @@ SANE_Status SaneOptions::set(SANE_Int index, void* value, SANE_Int* info) {
   if (index == mode) {
     status = setMode(static_cast<const char*>(value), &changes);
   } else if (index == source) {
-    const bool known = placeOf(static_cast<const char*>(value), about->size, sourceNames) >= 0;
+    const bool known = indexOf(static_cast<const char*>(value), about->size, sourceNames) >= 0;
     status = known ? SANE_STATUS_GOOD : SANE_STATUS_INVAL;
   } else {
     status = setWord(static_cast<Index>(index), *static_cast<SANE_Word*>(value), &changes);
@@ -177,9 +176,9 @@ SANE_Status SaneOptions::set(SANE_Int index, void* value, SANE_Int* info) {
 }
 
 SANE_Status SaneOptions::setMode(const char* text, SANE_Int* info) {
-  const int place = placeOf(text, descriptors_[mode].size, modeNames);
-  if (place < 0) return SANE_STATUS_INVAL;
-  const Mode wanted = static_cast<Mode>(place);
+  const int found = indexOf(text, descriptors_[mode].size, modeNames);
+  if (found < 0) return SANE_STATUS_INVAL;
+  const Mode wanted = static_cast<Mode>(found);
   if (wanted == mode_) return SANE_STATUS_GOOD;
   mode_ = wanted;
   followMode();
@@ -196,7 +195,8 @@ SANE_Status SaneOptions::setWord(Index index, SANE_Word& value, SANE_Int* info) 
   } else if (about.constraint_type == SANE_CONSTRAINT_RANGE) {
     legal = std::clamp(value, about.constraint.range->min, about.constraint.range->max);
   }
-  if (legal != value) {  // a legal value may stand where nothing can be written
+  // A legal value is not written back: it may be in read-only memory.
+  if (legal != value) {
     *info |= SANE_INFO_INEXACT;
     value = legal;
   }

@@ -12,12 +12,12 @@
 
 namespace frontend {
 
-// The options of one handle: their descriptors, their values, and what depends on what. The mode decides
-// which resolutions there are, what the depth is, and whether there is a threshold. Knows no scan; one thread
-// at a time.
+// The options of one handle: descriptors, values and dependencies. The mode determines the resolutions, the
+// depth and whether the threshold is active. Knows no scan. One thread at a time; nothing throws but
+// std::bad_alloc.
 //
-// The number of options is fixed, and a descriptor stays where it is as long as the object lives; its content
-// may change when set() says that options are to be read anew.
+// The number of options is fixed, and descriptors keep their addresses for the life of the object; their
+// content may change when set() reports SANE_INFO_RELOAD_OPTIONS.
 class SaneOptions {
  public:
   enum Index : SANE_Int {
@@ -41,23 +41,22 @@ class SaneOptions {
   SaneOptions(const SaneOptions&) = delete;
   SaneOptions& operator=(const SaneOptions&) = delete;
 
-  // Null where there is no such option.
+  // Null if there is no such option.
   const SANE_Option_Descriptor* descriptor(SANE_Int index) const;
 
-  // Writes the value, at most the descriptor's size. INVAL: there is no such option, it has no value
-  // (groups), or it is inactive.
+  // Writes the value, at most the descriptor's size. INVAL: there is no such option, it is a group without a
+  // value, or it is inactive.
   SANE_Status get(SANE_Int index, void* value) const;
 
-  // Takes the value, or the legal one next to it, which is written back with SANE_INFO_INEXACT. `info` gets
-  // exactly what changed. INVAL leaves all as it was: there is no such option, it cannot be set now, or the
-  // value is none at all (an unknown string, a truth value that is neither true nor false).
+  // Sets the value, or the nearest legal one, which is written back with SANE_INFO_INEXACT. `info` receives
+  // exactly what changed. INVAL changes nothing: there is no such option, it cannot be set now, or the value
+  // is invalid (an unknown string, a Boolean that is neither true nor false).
   SANE_Status set(SANE_Int index, void* value, SANE_Int* info);
 
-  // What a scan with these values asks for: mode, resolution, area and threshold. Nothing where the area is
-  // none that can be scanned.
+  // The scan that the values describe: mode, resolution, area and threshold. Nothing if the area is empty.
   std::optional<ScanRequest> request() const;
 
-  // What the picture will look like. For an area that cannot be scanned, one of a single pixel.
+  // The layout of its picture. If the area is empty, that of a single pixel.
   PictureLayout expectedPicture() const;
 
  private:

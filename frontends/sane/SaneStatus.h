@@ -6,7 +6,7 @@
 
 namespace frontend {
 
-// The status with which a read tells how the scan ended: EOF for a good one.
+// The status that a read at the end of the scan returns: EOF for a good one.
 SANE_Status saneStatusOf(ScanStatus status);
 
 }  // namespace frontend

@@ -5,9 +5,9 @@
 
 namespace frontend {
 
-// What the rows of one picture look like. Top row first; rows follow each other without a gap and begin at a
-// byte. One channel of 1 bit (1 is black, the leftmost pixel in the top bit, the row's last byte filled with
-// 0) or of 8 bits (255 is white), or three of 8 bits (red, green, blue).
+// The format of a picture's rows. Top row first, without gaps, each row starting at a byte. One channel of 1
+// bit (1 is black, the leftmost pixel is the most significant bit, the row's last byte is padded with 0) or
+// of 8 bits (255 is white), or three of 8 bits (red, green, blue).
 struct PictureLayout {
   std::uint32_t width = 0;   // pixels
   std::uint32_t height = 0;  // rows

@@ -12,31 +12,30 @@
 
 namespace frontend {
 
-// What the virtual scanner alone understands.
+// Options of the virtual scanner alone.
 struct VirtualScannerOptions {
-  std::string paper;                // a PNG or PNM file on the glass; empty for the built-in test chart
-  std::vector<std::string> faults;  // "stall", "stall@7": what goes wrong on purpose
-  std::uint32_t packetSize = 0;     // image bytes in one packet; 0 for its own choice
-  // Whether its time-outs take the time that they say; otherwise they pass at once.
-  bool realTime = false;
+  std::string paper;                 // a PNG or PNM file on the glass; empty for the built-in test chart
+  std::vector<std::string> faults;   // to inject: "stall", "stall@7"
+  std::uint32_t packetSize = 0;      // image bytes in one packet; 0 for the default
+  bool realTime = false;             // whether USB time-outs take real time or expire at once
   std::uint32_t warmUpMs = 0;        // before the first byte of the picture
   std::uint32_t bytesPerSecond = 0;  // of the picture; 0 for as fast as it is read
 };
 
-// What a front end asks a worker for: one scan by one scanner.
+// One scan by one scanner, as a front end requests it from a worker.
 struct ScanRequest {
-  std::string scanner;    // as ScannerList.h names it
+  std::string scanner;    // its name, see ScannerName.h
   ScanSettings settings;  // mode gray where there is a threshold
-  // Makes the picture lineart: grey values below it become black, the others white.
+  // Makes the picture lineart: gray values below it become black, the others white.
   std::optional<std::uint8_t> threshold;
-  // The longest silence of the scanner, the one before the first byte included; longer ones end the scan as
-  // timed out. At least 1; 2^32 and more count as 2^32 - 1.
+  // Time-out for silence: the scan ends as timed out when the scanner sends no byte for longer, the wait for
+  // the first byte included. At least 1; 2^32 and more count as 2^32 - 1.
   std::chrono::milliseconds timeout = limits::defaultTimeout;
   VirtualScannerOptions virtualScanner;
-  bool verbose = false;  // whether the worker shows the library's log on standard error
+  bool verbose = false;  // whether the worker prints the library's log to standard error
 };
 
-// The layout that the picture of such a request has: the scanner delivers what it was asked for.
+// The layout of the picture: the scanner delivers exactly what is requested.
 PictureLayout expectedLayout(const ScanRequest& request);
 
 }  // namespace frontend

@@ -33,8 +33,8 @@ class Writer {
   std::string text_;
 };
 
-// Reads fields in the order in which they were written. The first that is not as it must be makes all that
-// follow worthless, and ended() false.
+// Reads fields in the order in which they were written. The first invalid one makes failed() true for good;
+// all later reads return empty values.
 class Reader {
  public:
   Reader(std::string_view message, std::string_view kind) : rest_(message) {

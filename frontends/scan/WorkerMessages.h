@@ -10,38 +10,38 @@
 #include "ScanOutcome.h"
 #include "ScanRequest.h"
 
-// What a front end and its worker say to each other, one message a packet. A message is text: the version,
-// its kind, then its fields in a fixed order, each "name length:value" and a line feed. Readers take exactly
-// that and nothing else, so that parts of different versions notice each other, and a broken one is noticed
-// too.
+// The messages between a front end and its worker, one per packet of a SOCK_SEQPACKET socket. A message is
+// text: the version, its kind, then its fields in a fixed order, each "name length:value" and a line feed.
+// Readers accept exactly that, so that parts of different versions are detected, and broken ones as well.
+// Encoding and decoding only, no I/O; any thread.
 namespace frontend {
 
-// The descriptors under which a worker finds its two connections: the socket of these messages, and the pipe
-// that it writes the rows of the picture to.
+// The descriptors of a worker's two connections: the socket for these messages, and the pipe to which it
+// writes the rows of the picture.
 inline constexpr int workerControlDescriptor = 3;
 inline constexpr int workerImageDescriptor = 4;
 
 // No message is longer; a longer one cannot be sent.
 inline constexpr std::size_t largestWorkerMessage = 65536;
 
-// Down: the request comes first, once; a cancel may follow at any time, also several times. The end of the
-// connection is a cancel too. Plain bytes, for a signal handler.
+// To the worker: one request first; cancels may follow at any time. A closed connection is a cancel too.
+// Plain bytes, so that a signal handler can send them.
 inline constexpr char cancelMessage[] = "q750-worker 1\ncancel\n";
 
 std::string requestMessage(const ScanRequest& request);
-// Nothing where the text is no request, or one that no scanner could be given: the settings hold what
-// ScanSettings.h promises.
+// Nothing if the text is no request, or one with settings that no scanner could have (ScanSettings.h).
 std::optional<ScanRequest> readRequest(std::string_view message);
 
-// That the worker is there and watches over its scan, whatever the scanner does.
+// The worker is alive and supervises its scan, whatever the scanner does.
 struct Heartbeat {};
 
-// Up: the layout, at most once, before the first byte of the picture; heartbeats at any time until the
-// outcome, which is the last.
+// From the worker: the layout, at most once, before the first byte of the picture; heartbeats at any time;
+// the outcome as the last message.
 std::string layoutMessage(const PictureLayout& layout);
 std::string outcomeMessage(const ScanOutcome& outcome);
 std::string heartbeatMessage();
 using WorkerReport = std::variant<PictureLayout, ScanOutcome, Heartbeat>;
+// Nothing if the text is no such message.
 std::optional<WorkerReport> readReport(std::string_view message);
 
 }  // namespace frontend

@@ -16,12 +16,12 @@ namespace {
 
 constexpr char anchor = 0;
 
-// The file, program or library, that this code was loaded from; empty where the system does not tell.
+// The file, program or library, that this code was loaded from; empty if unknown.
 std::string ownFile() {
   Dl_info info{};
   link_map* map = nullptr;
   if (dladdr1(&anchor, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0) return {};
-  // The program itself has no name here, and what it was called by need not be its path.
+  // The program itself has no name here, and argv[0] need not be its path.
   const bool program = map == nullptr || map->l_name == nullptr || map->l_name[0] == '\0';
   char path[PATH_MAX];
   return realpath(program ? "/proc/self/exe" : map->l_name, path) != nullptr ? path : "";
@@ -34,8 +34,8 @@ bool isProgram(const std::string& path) {
 
 }  // namespace
 
-// Only places that belong to this very installation are looked at: what is started here reads the user's
-// documents.
+// Searches only folders of this very installation, never PATH: the program that is started here reads the
+// user's documents.
 std::string findWorker() {
   const std::string own = ownFile();
   const std::string folder = own.substr(0, own.rfind('/') == std::string::npos ? 0 : own.rfind('/'));

@@ -13,13 +13,13 @@ std::string hintFor(const platform::LibusbDevices::Device& device) {
     case Access::granted:
       return "";
     case Access::denied:
-      return "You may not use " + device.node +
-             ". If the scanner's udev rule is not installed yet, install the package of its driver and plug "
-             "the scanner in again; if it is, join the group scanner and log in again.";
+      return "You do not have permission to use " + device.node +
+             ". If the scanner's udev rule is not installed yet, install the driver package and replug the "
+             "scanner; otherwise join the group scanner and log in again.";
     case Access::noNode:
       return device.node +
-             " does not exist for this program, which seems to run in a container or a sandbox: give that "
-             "access to USB devices.";
+             " is not visible to this program, which seems to run in a container or a sandbox: allow it to "
+             "access USB devices.";
   }
   return "";
 }

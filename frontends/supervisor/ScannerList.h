@@ -5,21 +5,21 @@
 
 namespace frontend {
 
-// A scanner that is there, as a person sees it.
+// A connected scanner, as users see it.
 struct ScannerEntry {
-  std::string
-      name;  // to choose it by: "usb:1-2.3" or "virtual"; below 32 characters, the same after a replug
+  // To choose it by: "usb:1-2.3" or "virtual". Shorter than 32 characters, the same after replugging.
+  std::string name;
   std::string vendor;
   std::string model;
   std::string type;
   bool isVirtual;
-  bool accessible;   // whether this user may use it; another program may have it all the same
-  std::string hint;  // what to do where it is not accessible; empty where it is
+  bool accessible;   // whether this user has permission; another program may still be using it
+  std::string hint;  // how to make it accessible; empty if it is
 };
 
-// The scanners there are at this moment: the real ones by bus and port, then the virtual one if it is wanted.
-// Opens none and disturbs none. Where USB cannot be used at all no real one is listed, and `failure`, if
-// given, says why; otherwise it is emptied. Any thread.
+// Lists the scanners that are connected now: the real ones by bus and port, then the virtual one if
+// `withVirtual`. Opens none and disturbs none. If USB cannot be used at all, no real one is listed and
+// `failure`, unless null, receives the reason; otherwise it is emptied. Any thread.
 std::vector<ScannerEntry> listScanners(bool withVirtual, std::string* failure = nullptr);
 
 }  // namespace frontend

@@ -14,11 +14,11 @@
 namespace frontend {
 namespace {
 
-// Room for a front end that looks in a few times a second; the system may give less.
+// Enough for a front end that reads a few times per second; the system may grant less.
 constexpr int imagePipeBytes = 1 << 20;
 constexpr int lowestDescriptor = workerImageDescriptor + 1;
 
-// Takes a new descriptor over, under a number that is no standard one's and none of the worker's.
+// Takes over a new descriptor, renumbered above the standard ones and the worker's.
 platform::OwnedDescriptor kept(int descriptor) {
   platform::OwnedDescriptor given(descriptor);
   if (descriptor < 0 || descriptor >= lowestDescriptor) return given;
@@ -63,13 +63,13 @@ void WorkerLink::closeWorkerEnds() {
 
 void WorkerLink::signalEnd() noexcept {
   const std::uint64_t one = 1;
-  // Fails only where it was marked a great many times before.
+  // Fails only if the counter is full, and the descriptor readable therefore.
   [[maybe_unused]] const ssize_t written = write(end_.get(), &one, sizeof one);
 }
 
 void WorkerLink::cancel() noexcept {
   const int error = errno;
-  // A worker that takes no message is ended otherwise.
+  // A worker that does not receive it is killed by finish().
   send(control_.get(), cancelMessage, sizeof cancelMessage - 1, MSG_DONTWAIT | MSG_NOSIGNAL);
   signalEnd();
   errno = error;

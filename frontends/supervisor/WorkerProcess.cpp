@@ -22,12 +22,10 @@ extern char** environ;
 namespace frontend {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::chrono::milliseconds pauseWithoutHandle(5);
 constexpr std::chrono::milliseconds timeToDie(2000);
 
-// Signals that nobody may set anything for are left out by the system.
+// The system itself skips the signals whose handling cannot be changed.
 class SpawnAttributes {
  public:
   SpawnAttributes() {
@@ -89,7 +87,8 @@ int WorkerProcess::start(const std::string& program, int control, int image, boo
   SpawnActions actions;
   actions.openNothing(STDIN_FILENO);
   actions.openNothing(STDOUT_FILENO);
-  // Where the application has closed it, the worker's first file would get its number, and the log with it.
+  // If the application has closed it, the worker's first file would get its number, and the log would go
+  // there.
   const bool hasStandardError = fcntl(STDERR_FILENO, F_GETFD) >= 0;
   if (!verbose || !hasStandardError) actions.openNothing(STDERR_FILENO);
   actions.hand(control, workerControlDescriptor);
@@ -107,8 +106,8 @@ int WorkerProcess::start(const std::string& program, int control, int image, boo
   return 0;
 }
 
-// Whether the process is gone. One that the application waited for, or ignores the end of, cannot be waited
-// for again.
+// Collects the exit status if the process has exited, and returns whether it has. If the application has
+// waited for it or ignores SIGCHLD, there is no status to collect.
 bool WorkerProcess::reap() {
   if (!isRunning()) return true;
   siginfo_t end{};
@@ -118,7 +117,7 @@ bool WorkerProcess::reap() {
   if (result == 0 && end.si_pid == 0) return false;
   if (result != 0 && errno != ECHILD) return false;
   if (result == 0) status_ = end.si_code == CLD_EXITED ? W_EXITCODE(end.si_status, 0) : end.si_status;
-  // Ends that are ignored are told as "no such child" by some systems while the child still runs.
+  // If SIGCHLD is ignored, some systems report ECHILD while the child is still running.
   if (result != 0 && byHandle) {
     pollfd gone{handle_.get(), POLLIN, 0};
     if (poll(&gone, 1, 0) == 0) return false;
@@ -128,9 +127,10 @@ bool WorkerProcess::reap() {
 }
 
 bool WorkerProcess::awaitEnd(std::chrono::milliseconds time) {
-  const auto deadline = Clock::now() + time;
+  const auto deadline = std::chrono::steady_clock::now() + time;
   while (!reap()) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     if (left.count() <= 0) return false;
     if (handle_.get() < 0) {
       std::this_thread::sleep_for(std::min(left, pauseWithoutHandle));
@@ -142,8 +142,8 @@ bool WorkerProcess::awaitEnd(std::chrono::milliseconds time) {
   return true;
 }
 
-// By its handle where there is one: the number is another process's as soon as the application has waited for
-// it.
+// By its handle if possible: once the application has waited for the process, its number may be another
+// one's.
 void WorkerProcess::kill() {
   if (reap()) return;
   if (handle_.get() >= 0) {

@@ -10,44 +10,45 @@
 
 namespace frontend {
 
-// A process that runs a worker program. In a process group of its own, so that Ctrl-C in a terminal reaches
-// the front end alone; with default signal handling, with no descriptor of the application's but standard
-// error where it is wanted and there, and with nothing on standard input and output.
+// A process that runs a worker program. It has a process group of its own, so that Ctrl-C in a terminal
+// reaches the front end alone, default signal handling, /dev/null as standard input and output, and no
+// descriptor of the application except standard error, if requested and open.
 //
-// The application may do what it likes with SIGCHLD: ignore it, or wait for any child itself. One thread.
+// The application is free to ignore SIGCHLD or to wait for any child itself. Knows nothing of messages. One
+// thread; nothing throws.
 class WorkerProcess {
  public:
   WorkerProcess() = default;
-  // Ends the process where it is still there.
+  // Kills the process if it is still running.
   ~WorkerProcess();
   WorkerProcess(const WorkerProcess&) = delete;
   WorkerProcess& operator=(const WorkerProcess&) = delete;
 
-  // Starts the program. The descriptors stay the caller's; both are above workerImageDescriptor. Answers an
+  // Starts the program. The descriptors stay the caller's; both are above workerImageDescriptor. Returns an
   // error number, 0 for success. Once per object.
   int start(const std::string& program, int control, int image, bool verbose);
 
-  // Waits for its end. Whether it is gone, and then no zombie either.
+  // Waits until it has exited, at most this long. Returns whether it has, and then leaves no zombie.
   bool awaitEnd(std::chrono::milliseconds time);
-  // Ends it at once, for good.
+  // Sends SIGKILL. Harmless after its exit.
   void kill();
 
   bool isRunning() const { return process_ > 0; }
-  // After its end: whether it ended by itself and as it should. False where another part of the application
-  // took the answer away.
+  // After its exit: whether its status was 0. False if another part of the application has collected the
+  // status.
   bool endedWell() const { return status_ == 0; }
-  // Whether it ended before it was the program that it was to be. Most systems tell that at the start; the
-  // others by this status of an end (POSIX.1-2017, posix_spawn).
+  // Whether it exited before exec succeeded. Most systems report that from start(); the others by an exit
+  // status of 127 (POSIX.1-2017, posix_spawn).
   bool neverRan() const;
-  // How it ended, as a clause: "signal 11 ended it". Empty where nobody knows.
+  // How it ended, as a clause: "it was killed by signal 11". Empty if unknown.
   std::string howItEnded() const;
 
  private:
   bool reap();
 
   pid_t process_ = 0;
-  platform::OwnedDescriptor handle_;  // of the process; none on systems that have no such thing
-  std::optional<int> status_;         // as wait() tells it
+  platform::OwnedDescriptor handle_;  // of the process; none on systems without pidfd_open()
+  std::optional<int> status_;         // as wait() reports it
 };
 
 }  // namespace frontend

@@ -1,5 +1,5 @@
-// The thirteen functions of a SANE back end, under the names by which the loader asks for them. Here the C++
-// ends: nothing is thrown any further.
+// The thirteen functions of a SANE back end, under the names that the loader looks up. They turn exceptions
+// into statuses: none crosses this boundary.
 #include <sane/sane.h>
 
 #include <new>
@@ -15,8 +15,8 @@ using frontend::SaneHandle;
 
 constexpr int build = 1;
 
-// From init to exit. Not taken down at the end of a process that never called exit: threads of it may still
-// be inside.
+// From init to exit. Not destroyed at the end of a process that never called exit: its threads may still be
+// using it.
 SaneBackEnd* backEnd = nullptr;
 
 template <typename Work>

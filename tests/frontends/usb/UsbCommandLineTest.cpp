@@ -144,13 +144,17 @@ TEST_F(UsbCommandLine, SaysWhatToDoWhereAccessIsDenied) {
   plugIn({.forbidden = true});
   const ProgramResult list = runProgram({"list"}, giveUpRightToAnyFile);
   EXPECT_EQ(list.exitCode, 0);
-  EXPECT_THAT(list.output, StartsWith("usb:1-1  Quenvar Q750\n  You may not use /dev/bus/usb/001/002. "));
+  EXPECT_THAT(
+      list.output,
+      StartsWith("usb:1-1  Quenvar Q750\n  You do not have permission to use /dev/bus/usb/001/002. "));
   const ProgramResult scan = runProgram({"scan", "-o", path, "-d", "usb"}, giveUpRightToAnyFile);
   EXPECT_EQ(scan.exitCode, 4);
-  EXPECT_THAT(scan.errors, StartsWith("q750: usb:1-1: You may not use /dev/bus/usb/001/002. "));
+  EXPECT_THAT(scan.errors,
+              StartsWith("q750: usb:1-1: You do not have permission to use /dev/bus/usb/001/002. "));
   const ProgramResult doctor = runProgram({"doctor"}, giveUpRightToAnyFile);
   EXPECT_EQ(doctor.exitCode, 4);
-  EXPECT_THAT(doctor.output, HasSubstr("attention  usb:1-1: You may not use /dev/bus/usb/001/002. "));
+  EXPECT_THAT(doctor.output,
+              HasSubstr("attention  usb:1-1: You do not have permission to use /dev/bus/usb/001/002. "));
 }
 
 TEST_F(UsbCommandLine, EndsWhenTheScannerIsPulledOut) {

@@ -77,9 +77,9 @@ TEST_F(ScannerList, SaysWhatToDoWhereAccessIsDenied) {
   const OtherUser nobody;
   EXPECT_FALSE(first().accessible);
   EXPECT_EQ(first().hint,
-            "You may not use /dev/bus/usb/001/002. If the scanner's udev rule is not installed yet, install "
-            "the package of its driver and plug the scanner in again; if it is, join the group scanner and "
-            "log in again.");
+            "You do not have permission to use /dev/bus/usb/001/002. If the scanner's udev rule is not "
+            "installed yet, install the driver package and replug the scanner; otherwise join the group "
+            "scanner and log in again.");
 }
 
 TEST_F(ScannerList, SaysWhatToDoInAContainer) {
@@ -87,8 +87,8 @@ TEST_F(ScannerList, SaysWhatToDoInAContainer) {
   usbfs_->hideNode();
   EXPECT_FALSE(first().accessible);
   EXPECT_EQ(first().hint,
-            "/dev/bus/usb/001/002 does not exist for this program, which seems to run in a container or a "
-            "sandbox: give that access to USB devices.");
+            "/dev/bus/usb/001/002 is not visible to this program, which seems to run in a container or a "
+            "sandbox: allow it to access USB devices.");
 }
 
 // An unprivileged user cannot set up the emulation's hotplug events, since it may write nowhere below the
