@@ -18,8 +18,8 @@ endfunction()
 # Every header has to compile alone. One with which its source begins is seen to do so; each other one of a folder is
 # compiled in a source made for it.
 function(q750_compile_headers_alone target)
-  # Where the everyday build has said it.
-  if(Q750_SANITIZE OR CMAKE_CROSSCOMPILING OR NOT Q750_TESTS)
+  # Once is enough: in the everyday build.
+  if(Q750_SANITIZE OR CMAKE_UNITY_BUILD OR CMAKE_CROSSCOMPILING OR NOT Q750_TESTS)
     return()
   endif()
   file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
@@ -65,30 +65,29 @@ function(q750_room target)
   q750_compile_headers_alone(${target})
 endfunction()
 
-# What every test runs under: sanitizer findings are fatal and told with a stack; leaks that are part of the
-# design are listed with their reasons in lsan.supp.
+# The environment of every test: sanitizer findings print a stack, and the leaks that are part of the design are listed,
+# with their reasons, in lsan.supp.
 function(q750_test_environment test)
   set_tests_properties(${test} PROPERTIES ENVIRONMENT
     "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0;UBSAN_OPTIONS=print_stacktrace=1")
 endfunction()
 
-# q750_uses_fixed_files(<suite>): what it runs writes the files of fixed name below /tmp, which is no place for two.
-function(q750_uses_fixed_files suite)
-  set_tests_properties(${suite} PROPERTIES RESOURCE_LOCK q750-fixed-files)
+# q750_uses_fixed_files(<test>...): these tests write the files of fixed name below /tmp, so only one of them may run at
+# a time.
+function(q750_uses_fixed_files)
+  set_tests_properties(${ARGN} PROPERTIES RESOURCE_LOCK q750-fixed-files)
 endfunction()
 
-# What everything is compiled with that is there for tests, and what it is precompiled with: both must agree.
+# Compiler options of everything that only tests need. The precompiled headers are compiled with the same ones.
 function(q750_test_options target)
-  # Optimising takes twice as long as compiling and running them, but for valgrind, which runs the everyday build.
-  if(Q750_SANITIZE OR CMAKE_CROSSCOMPILING)
-    target_compile_options(${target} PRIVATE -O0)
-  endif()
-  if(Q750_SANITIZE)  # checked at each access, they take a third of the time; what is tested has them
+  # In every kind of build: optimising a test takes longer than running it. -g1 is enough for stacks with line numbers.
+  target_compile_options(${target} PRIVATE -O0 -g1 ${Q750_UNITY_OPTIONS})
+  if(Q750_SANITIZE)  # these two cost a third of the compile time of tests; the tested code keeps them
     target_compile_options(${target} PRIVATE -fno-sanitize=null,alignment)
   endif()
 endfunction()
 
-# The headers that take a third of the time that a test takes to compile are compiled once for all of them.
+# The headers that dominate the compile time of a test, compiled once for all of them.
 function(q750_precompile_test_headers)
   set(source ${CMAKE_CURRENT_BINARY_DIR}/precompiled.cpp)
   file(CONFIGURE OUTPUT ${source} CONTENT "int main() {}\n")
@@ -96,25 +95,34 @@ function(q750_precompile_test_headers)
   target_link_libraries(test-headers PRIVATE GTest::gmock GTest::gtest)
   target_precompile_headers(test-headers PRIVATE <gmock/gmock.h> <filesystem> <thread>)
   q750_test_options(test-headers)
-  set_target_properties(test-headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+  set_target_properties(test-headers PROPERTIES POSITION_INDEPENDENT_CODE OFF UNITY_BUILD OFF)
 endfunction()
 
-# q750_compile_for_tests(<target>): a program of tests, or a library that only such programs link.
+# q750_compile_for_tests(<target> [<source>...]): a program of tests, or a library that only such programs link. Its
+# sources are compiled ten at a time, which takes a third of the time. They share one scope then: two that declare the
+# same name in an anonymous namespace do not compile together ("redefinition of {anonymous}::..."). Rename one, or name
+# one here to compile it separately.
 function(q750_compile_for_tests target)
   q750_test_options(${target})
-  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE OFF)  # as the compiler has it for programs
+  set_target_properties(${target} PROPERTIES
+    POSITION_INDEPENDENT_CODE OFF  # the compiler's default for programs
+    UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
+  set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   target_precompile_headers(${target} REUSE_FROM test-headers)
 endfunction()
 
-# q750_suite(<name> [<room> ...]): one test program of all sources in this folder, registered under its name.
+# q750_suite(<name> [<room>...] [SEPARATE <source>...]): one test program of all sources in this folder, registered
+# under its name. SEPARATE names the sources that do not compile together with the others.
 function(q750_suite name)
+  cmake_parse_arguments(suite "" "" SEPARATE ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   if(NOT sources)
-    return()
+    message(FATAL_ERROR "${CMAKE_CURRENT_SOURCE_DIR} contains no test.")
   endif()
   add_executable(${name}-tests ${sources})
-  target_link_libraries(${name}-tests PRIVATE ${ARGN} q750-test-support GTest::gmock GTest::gtest GTest::gtest_main)
-  q750_compile_for_tests(${name}-tests)
+  target_link_libraries(${name}-tests PRIVATE
+    ${suite_UNPARSED_ARGUMENTS} q750-test-support GTest::gmock GTest::gtest GTest::gtest_main)
+  q750_compile_for_tests(${name}-tests ${suite_SEPARATE})
   add_test(NAME ${name} COMMAND ${name}-tests)
   q750_test_environment(${name})
 endfunction()
