@@ -40,18 +40,20 @@ function(q750_compile_headers_alone target)
   endif()
 endfunction()
 
-# q750_room(<target> [NOT_IN_LIBRARY] [PUBLIC <room>...] [PRIVATE <room>...] [LIBRARIES <library>...]): a static library
-# of all sources in this folder. PUBLIC names the rooms whose headers its headers include, PRIVATE those that only its
-# sources include: together they are all that it may include, the one list of layers that tools/layer-check reads.
-# LIBRARIES are those of others, which its sources alone see. A room of Sources/ or platform/ is also part of the
-# plug-in library, unless it is NOT_IN_LIBRARY.
+# q750_room(<target> [NOT_IN_LIBRARY] [PUBLIC <room>...] [PRIVATE <room>...] [LIBRARIES <library>...]
+# [SEPARATE <source>...]): a static library of all sources in this folder. PUBLIC names the rooms whose headers its
+# headers include, PRIVATE those that only its sources include: together they are all that it may include, the one list
+# of layers that tools/layer-check reads. LIBRARIES are third-party ones, which only its sources see. SEPARATE names the
+# sources that declare something which another source of the room declares as well: no build compiles them together with
+# others. A room of Sources/ or platform/ is also part of the plug-in library, unless it is NOT_IN_LIBRARY.
 function(q750_room target)
-  cmake_parse_arguments(room "NOT_IN_LIBRARY" "" "PUBLIC;PRIVATE;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(room "NOT_IN_LIBRARY" "" "PUBLIC;PRIVATE;LIBRARIES;SEPARATE" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   if(sources)
     add_library(${target} STATIC ${sources})
     target_include_directories(${target} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${target} PUBLIC ${room_PUBLIC} PRIVATE ${room_PRIVATE} ${room_LIBRARIES})
+    set_source_files_properties(${room_SEPARATE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
     # Inline members are no exports: whether the compiler emits them depends on the kind of build.
     set_target_properties(${target} PROPERTIES VISIBILITY_INLINES_HIDDEN ON)
     if(NOT room_NOT_IN_LIBRARY AND CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/(Sources|platform)/")
@@ -114,7 +116,7 @@ endfunction()
 # q750_suite(<name> [<room>...] [SEPARATE <source>...]): one test program of all sources in this folder, registered
 # under its name. SEPARATE names the sources that do not compile together with the others.
 function(q750_suite name)
-  cmake_parse_arguments(suite "" "" SEPARATE ${ARGN})
+  cmake_parse_arguments(suite "" "" "SEPARATE" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   if(NOT sources)
     message(FATAL_ERROR "${CMAKE_CURRENT_SOURCE_DIR} contains no test.")
