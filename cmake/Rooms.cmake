@@ -74,10 +74,22 @@ function(q750_test_environment test)
     "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0;UBSAN_OPTIONS=print_stacktrace=1")
 endfunction()
 
-# q750_uses_fixed_files(<test>...): these tests write the files of fixed name below /tmp, so only one of them may run at
-# a time.
-function(q750_uses_fixed_files)
-  set_tests_properties(${ARGN} PROPERTIES RESOURCE_LOCK q750-fixed-files)
+# The library writes two files of fixed name below /tmp. These tests run it, and do not mind who else writes
+# there.
+set(q750_file_writers driver endtoend-usbfs install-examples install-host plugin-usbfs worker)
+
+# q750_writes_fixed_files(<test>): one of them.
+function(q750_writes_fixed_files test)
+  if(NOT test IN_LIST q750_file_writers)
+    message(FATAL_ERROR "Add ${test} to q750_file_writers in cmake/Rooms.cmake.")
+  endif()
+  set_tests_properties(${test} PROPERTIES RESOURCE_LOCK q750-files-of-${test})
+endfunction()
+
+# q750_reads_fixed_files(<test>): looks at the files, so it runs while no test writes them.
+function(q750_reads_fixed_files test)
+  list(TRANSFORM q750_file_writers PREPEND q750-files-of- OUTPUT_VARIABLE locks)
+  set_tests_properties(${test} PROPERTIES RESOURCE_LOCK "${locks}")
 endfunction()
 
 # Compiler options of everything that only tests need. The precompiled headers are compiled with the same ones.
@@ -101,14 +113,14 @@ function(q750_precompile_test_headers)
 endfunction()
 
 # q750_compile_for_tests(<target> [<source>...]): a program of tests, or a library that only such programs link. Its
-# sources are compiled ten at a time, which takes a third of the time. They share one scope then: two that declare the
+# sources are compiled ten at a time (unless Q750_UNITY_TESTS is off), which takes a third of the time. They share one scope then: two that declare the
 # same name in an anonymous namespace do not compile together ("redefinition of {anonymous}::..."). Rename one, or name
 # one here to compile it separately.
 function(q750_compile_for_tests target)
   q750_test_options(${target})
   set_target_properties(${target} PROPERTIES
     POSITION_INDEPENDENT_CODE OFF  # the compiler's default for programs
-    UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
+    UNITY_BUILD ${Q750_UNITY_TESTS} UNITY_BUILD_BATCH_SIZE 10)
   set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   target_precompile_headers(${target} REUSE_FROM test-headers)
 endfunction()
