@@ -74,6 +74,18 @@ function(q750_test_environment test)
     "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0;UBSAN_OPTIONS=print_stacktrace=1")
 endfunction()
 
+# Tests of what users get: the shared libraries, the command line, the installation. `release-tests` builds
+# everything that they run, and `ctest -L release` runs them.
+if(Q750_TESTS)
+  add_custom_target(release-tests)
+endif()
+
+# q750_release_test(<test> [<target>...]): adds a test and what it runs to them.
+function(q750_release_test test)
+  set_tests_properties(${test} PROPERTIES LABELS release)
+  add_dependencies(release-tests ${ARGN} quenvar-q750 sane-quenvar q750 q750-worker)
+endfunction()
+
 # The library writes two files of fixed name below /tmp. These tests run it, and do not mind who else writes
 # there.
 set(q750_file_writers driver endtoend-usbfs install-examples install-host plugin-usbfs worker)
