@@ -41,38 +41,36 @@ enum class JobEvent : std::uint8_t {
 };
 
 // The state that follows a state and an event. "-" leaves the state as it is; so does every event once the
-// job is over. The last column is the outcome of a job that the event ends early.
-// clang-format off
+// job is over. The last column is the outcome of a job that the event ends early. For short, asking stands
+// for awaitingAnswer, waiting for awaitingPicture and empty for endedEmpty.
 //
-//                      calling     awaiting    awaiting    receiving  ended       delivered    leaving outcome
-//                                  Answer      Picture                Empty
-//   call               awaiting..  over        -           -          -           -            -       no answer (1)
-//   answer             -           calling     -           -          -           -            -
-//   refusal            over        over        -           -          -           -            -       refused
-//   unreadableAnswer   over        over        -           -          -           -            - (2)   unreadable answer
-//   callTimedOut       over        over        -           -          -           -            -       no answer
-//   callFailed         over        over        -           -          -           -            -       transfer failed
-//   deviceGone         over        over        over        over       over        over         -       went away
-//   dataRead           awaiting..  awaiting..  -           -          over        leaving (3)  -       no picture
-//   imagePacket        -           -           receiving   -          delivered   -            -
-//   jobEnd             -           -           endedEmpty  delivered  -           -            -
-//   dataFailed         -           -           -           leaving    -           leaving      -
-//   dataKeepsFailing   -           -           over        leaving    over        leaving      -       transfer failed
-//   silence            -           -           over        over       over        over         -       silent
-//   quietEnd           -           -           -           leaving    -           leaving      -
-//   garbled            over        over        over        over       over        over         - (2)   garbled stream
-//   unreadablePicture  -           -           over        over       over        over         -       unreadable picture
-//   refusedPicture     -           -           over        over       over        over         over    the listener's
-//   unwantedRows       -           -           over        over       over        over         over    cancelled
-//   cancel             over        over        over        over       over        -            -       cancelled
-//   outOfMemory        over        over        over        over       over        over         -       no memory
+//                     calling   asking    waiting   receiving empty     delivered leaving outcome
+//   call              asking    over      -         -         -         -         -       no answer (1)
+//   answer            -         calling   -         -         -         -         -
+//   refusal           over      over      -         -         -         -         -       refused
+//   unreadableAnswer  over      over      -         -         -         -         - (2)   unreadable
+//   callTimedOut      over      over      -         -         -         -         -       no answer
+//   callFailed        over      over      -         -         -         -         -       transfer failed
+//   deviceGone        over      over      over      over      over      over      -       went away
+//   dataRead          waiting   waiting   -         -         over      leaving(3) -       no picture
+//   imagePacket       -         -         receiving -         delivered -         -
+//   jobEnd            -         -         empty     delivered -         -         -
+//   dataFailed        -         -         -         leaving   -         leaving   -
+//   dataKeepsFailing  -         -         over      leaving   over      leaving   -       transfer failed
+//   silence           -         -         over      over      over      over      -       silent
+//   quietEnd          -         -         -         leaving   -         leaving   -
+//   garbled           over      over      over      over      over      over      - (2)   garbled
+//   unreadablePicture -         -         over      over      over      over      -       bad picture
+//   refusedPicture    -         -         over      over      over      over      over    the listener's
+//   unwantedRows      -         -         over      over      over      over      over    cancelled
+//   cancel            over      over      over      over      over      -         -       cancelled
+//   outOfMemory       over      over      over      over      over      over      -       no memory
 //
-// (1) An unreadable one if a part of it has arrived. The library would take what follows for the answer to its next
-//     call.
-// (2) The library does not get these bytes: the picture is in, and they can do it no harm.
-// (3) This read never reaches the device. The library gets a time-out at once, its only sign of the end, for which it
-//     would wait 15 s.
-// clang-format on
+// (1) An unreadable one if a part of it has arrived. The library would take what follows for the answer to
+//     its next call.
+// (2) The library does not get these bytes. They can do no harm otherwise: the picture is in.
+// (3) This read never reaches the device. The library gets a time-out at once, its only sign of the end, for
+//     which it would wait 15 s.
 JobState next(JobState state, JobEvent event);
 
 // Whether the library must not get the bytes that raised this event: note (2).

@@ -33,10 +33,9 @@ struct JobPipes {
 
 // What a watch depends on. What is referred to outlives the watch.
 struct WatchSetup {
-  const Cancellation* cancel =
-      nullptr;                         // looked at before every transfer; null for a job that nobody cancels
-  PictureListener* picture = nullptr;  // gets the rows while they arrive; may be null
-  std::uint32_t timeoutMs = 30000;     // how long the scanner may be silent, at least 1
+  const Cancellation* cancel = nullptr;  // looked at before every transfer; may be null
+  PictureListener* picture = nullptr;    // gets the rows while they arrive; may be null
+  std::uint32_t timeoutMs = 30000;       // how long the scanner may be silent, at least 1
   TimeSource now = std::chrono::steady_clock::now;
 };
 
@@ -47,7 +46,7 @@ struct WatchSetup {
 //
 // Does no I/O: the stack that asks it does. A job is ended by answering every further transfer with "no
 // device", which is the library's designed way out. Throws std::bad_alloc alone, after which only
-// noteOutOfMemory() and verdict() make sense. One thread, but for the cancel flag.
+// noteOutOfMemory() and verdict() make sense. One thread, but for the cancellation.
 class JobWatch : private wire::PacketReader::Listener {
  public:
   explicit JobWatch(const WatchSetup& setup);

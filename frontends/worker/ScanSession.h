@@ -29,7 +29,7 @@ struct SessionHooks {
 // not.
 //
 // While it lives, the process has a LibraryEnvironment: one session at a time per process. One thread, except
-// for the cancel flag and the transfer in flight.
+// for the cancellation and the transfer in flight.
 class ScanSession {
  public:
   // `stack` stays the caller's and outlives the session. The settings must be such as ScanSettings.h says.

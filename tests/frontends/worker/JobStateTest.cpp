@@ -14,6 +14,7 @@ namespace {
 using namespace frontend;
 using platform::kIOReturnIOError;
 using platform::kIOReturnNoDevice;
+using platform::kIOReturnNoMemory;
 using platform::kIOReturnSuccess;
 using platform::kIOUSBPipeStalled;
 using platform::kIOUSBTransactionTimeout;
@@ -198,6 +199,17 @@ TEST(JobTableNotes, TheReadAfterADeliveredPictureTimesOutAtOnce) {
   bringTo(JobState::delivered, job);
   EXPECT_EQ(job.watch.beforeRead(pipes.data), kIOUSBTransactionTimeout);
   EXPECT_EQ(job.watch.beforeRead(pipes.reply), std::nullopt) << "the last calls";
+}
+
+TEST(JobTableNotes, AStackWithoutMemoryEndsTheJobAsWell) {
+  WatchedJobDriver reading;
+  bringTo(JobState::receiving, reading);
+  EXPECT_EQ(reading.failStream(kIOReturnNoMemory), kIOReturnNoDevice);
+  EXPECT_EQ(reading.status(), ScanStatus::noMemory);
+  WatchedJobDriver writing;
+  writing.ask("create");
+  EXPECT_EQ(writing.watch.afterWrite(pipes.out, kIOReturnNoMemory), kIOReturnNoDevice);
+  EXPECT_EQ(writing.status(), ScanStatus::noMemory);
 }
 
 TEST(JobTableNotes, AWholePictureSurvivesAnAllocationThatFails) {

@@ -56,11 +56,11 @@ class SupervisedWorker : public testing::Test {
     const ssize_t count = recv(frontEnd.get(), message.data(), message.size(), MSG_DONTWAIT);
     return count > 0 ? readReport({message.data(), static_cast<std::size_t>(count)}) : std::nullopt;
   }
-  // What was told of the end, after all heartbeats.
+  // The outcome that was reported, after all heartbeats.
   ScanOutcome heardOutcome() const {
     for (;;) {
       const auto report = hear();
-      if (!report) return {ScanStatus::good, "nothing was told"};
+      if (!report) return {ScanStatus::good, "nothing was reported"};
       if (const auto* outcome = std::get_if<ScanOutcome>(&*report)) return *outcome;
     }
   }
