@@ -10,13 +10,13 @@
 
 namespace wire {
 
-// Reads the packets of a byte stream that arrives in chunks of any size, as the library's own parser does, but
-// passes image bytes on as they arrive instead of collecting whole packets. Knows neither XML nor images and
-// does no I/O.
+// Reads the packets of a byte stream that arrives in chunks of any size, as the library's own parser does,
+// but passes image bytes on as they arrive instead of collecting whole packets. Knows neither XML nor images
+// and does no I/O.
 //
 // Owns nothing but the header of the current packet and the text of an unfinished message, whose memory grows
-// with the bytes that arrive, not with the length that its header announces. Fails in one way: a header
-// that announces more than any packet holds makes the stream unreadable, which feed() reports. Throws only
+// with the bytes that arrive, not with the length that its header announces. Fails in one way: a header that
+// announces more than any packet holds makes the stream unreadable, which feed() reports. Throws only
 // std::bad_alloc. One thread at a time.
 class PacketReader {
  public:
@@ -26,7 +26,7 @@ class PacketReader {
    public:
     // A control packet is complete; `message` is its payload, which may be empty.
     virtual void onControlMessage(std::string_view message) = 0;
-    // The next bytes of an image packet, at least one, before it is known whether the packet will be complete.
+    // The next bytes of an image packet, at least one, before the packet is complete.
     virtual void onImageBytes(const std::uint8_t* /*bytes*/, std::size_t /*count*/) {}
     // The image packet whose bytes were passed is complete. Only now does the library's parser deliver it.
     virtual void onImagePacketEnd() {}
@@ -49,8 +49,7 @@ class PacketReader {
       : listener_(listener), largest_(largest) {}
 
   // Reads the next chunk. Returns false from the first header on that announces too much: the rest of the
-  // stream is ignored, and should reach no other parser either. The packets before that header have been
-  // delivered.
+  // stream is ignored and should reach no other parser either. Packets before that header are delivered.
   bool feed(const std::uint8_t* bytes, std::size_t count);
   // Whether a packet has begun and is not complete.
   bool insidePacket() const { return headerBytes_ > 0; }
