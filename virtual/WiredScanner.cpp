@@ -35,11 +35,11 @@ int errorOf(TransferStatus status) {
 void WiredScanner::submit(WireRequest request) {
   const bool mayWakeOthers = !isFromDevice(request) || request.address == 0;
   Queue& queue = queues_[request.address];
-  const bool unheard = stoppedAmidWrite_ && request.address == requestEndpoint;
-  if (unheard) stoppedAmidWrite_ = false;
+  const bool ignored = stoppedInWrite_ && request.address == requestEndpoint;
+  if (ignored) stoppedInWrite_ = false;
   if (!request.continues) broken_.erase(request.address);
   const bool orphaned = broken_.contains(request.address);
-  queue.push_back({std::move(request), 0, unheard});
+  queue.push_back({std::move(request), 0, ignored});
   if (orphaned) {
     end(queue, -ECONNRESET);
     return;
@@ -55,13 +55,13 @@ std::optional<WireReply> WiredScanner::nextReply() {
   return reply;
 }
 
-bool WiredScanner::takeBack(std::uint64_t id, int status) {
+bool WiredScanner::cancel(std::uint64_t id, int status) {
   for (auto& [address, queue] : queues_) {
     const auto found =
         std::find_if(queue.begin(), queue.end(), [id](const Waiting& w) { return w.request.id == id; });
     if (found == queue.end()) continue;
     const bool wasFirst = found == queue.begin();
-    stoppedAmidWrite_ = stoppedAmidWrite_ || (!isFromDevice(found->request) && found->moved > 0);
+    stoppedInWrite_ = stoppedInWrite_ || (!isFromDevice(found->request) && found->moved > 0);
     std::rotate(queue.begin(), found, found + 1);
     end(queue, status);
     if (wasFirst) work(queue);
@@ -76,9 +76,9 @@ void WiredScanner::endAll(int status) {
   }
 }
 
-// Makes the device begin anew on the endpoint, whether or not it was halted.
+// Resets the device's side of the endpoint, whether or not it was halted.
 int WiredScanner::clearHalt(std::uint8_t address) {
-  if (address == requestEndpoint) stoppedAmidWrite_ = false;
+  if (address == requestEndpoint) stoppedInWrite_ = false;
   const int status = errorOf(scanner_.control(usb::clearHaltOf(address), nullptr).status);
   resume();
   return status;
@@ -107,9 +107,9 @@ void WiredScanner::resume() {
   }
 }
 
-// How the request ended; nothing where it waits.
+// Returns the status with which the request ended, or nothing if it waits.
 std::optional<int> WiredScanner::attempt(Waiting& waiting) {
-  if (waiting.unheard) return std::nullopt;
+  if (waiting.ignored) return std::nullopt;
   const Transfer transfer = move(waiting);
   waiting.moved += transfer.moved;
   if (transfer.status == TransferStatus::silent) return std::nullopt;

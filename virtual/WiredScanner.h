@@ -13,20 +13,20 @@
 
 namespace virtualscanner {
 
-// A request of a host's USB stack, as a kernel hands it to the wire: one transfer, or a part of one.
+// A request as a host's USB stack submits it to its host controller: one transfer, or a part of one.
 struct WireRequest {
-  std::uint64_t id = 0;      // the host's own, unique among those that are not through
+  std::uint64_t id = 0;      // chosen by the host, unique among the requests in flight
   std::uint8_t address = 0;  // of the endpoint, with its direction; 0 for the control endpoint
   SetupPacket setup{};       // on the control endpoint only
-  std::vector<std::uint8_t>
-      bytes;  // what goes to the device; for the other direction, as many as there is room
-  // A part of a transfer: a short packet before its end is an error, which ends the parts that continue it,
-  // also those that come later.
+  // The bytes for the device; in the other direction, a buffer of the size that the host reads.
+  std::vector<std::uint8_t> bytes;
+  // For parts of a transfer: a short packet before the end of this part is an error, which also ends the
+  // parts that continue it, those submitted later included.
   bool shortIsError = false;
   bool continues = false;
 };
 
-// How a request ended. Statuses are those of Linux (negative error numbers, 0 for success).
+// The end of a request. Statuses are those of Linux: negative error numbers, 0 for success.
 struct WireReply {
   std::uint64_t id;
   int status;
@@ -34,33 +34,34 @@ struct WireReply {
   std::vector<std::uint8_t> bytes;  // from the device, as many as moved
 };
 
-// A VirtualScanner behind a wire that takes requests at any time and answers them when it can: each endpoint
-// works through its own in order, and one that the device has no answer for waits until the host takes it
-// back or something else that the host sends gives the device something to say. Knows no particular kind of
-// wire.
+// The asynchronous side of a VirtualScanner, as a host controller sees a device: requests are submitted at
+// any time and complete when the device can serve them. Each endpoint works through its requests in order.
+// One that the device cannot serve yet waits until the host cancels it, or until another request gives the
+// device something to send. Independent of the transport that carries the requests.
 //
-// A device that stops amid a write stops until the host gives up. On a wire, that is the host's taking back a
-// request of which nothing moved: the one with which it tries the rest stays without answer too.
+// A device that stops in the middle of a write stays stopped until the host gives up, which it does by
+// cancelling a request of which nothing moved: the one with which the host retries the rest is not served.
 //
-// The scanner belongs to the caller and outlives the object. One thread at a time.
+// The scanner belongs to the caller and outlives the object. Requests and replies are kept until they are
+// taken; limiting them is up to the caller. Never blocks; throws only std::bad_alloc. One thread at a time.
 class WiredScanner {
  public:
   explicit WiredScanner(VirtualScanner& scanner) : scanner_(scanner) {}
 
-  // Each reply comes out of nextReply() in the order in which the requests ended.
+  // nextReply() returns the replies in the order in which the requests ended, and nothing when there is none.
   void submit(WireRequest request);
   std::optional<WireReply> nextReply();
   bool hasReply() const { return !replies_.empty(); }
 
-  // Takes a request back: it ends with this status and what moved until then. False if it is through already.
-  bool takeBack(std::uint64_t id, int status);
-  // Ends everything that waits, as it happens when the device goes.
+  // Cancels a request, which ends with this status and the bytes moved so far. False if it has ended already.
+  bool cancel(std::uint64_t id, int status);
+  // Ends all waiting requests, as happens when the device is unplugged.
   void endAll(int status);
 
-  // Looks whether what waits can go on. To be called after something was done to the scanner elsewhere.
+  // Retries the reads that wait. To be called after the scanner was changed by other means.
   void resume();
 
-  // The standard requests that host stacks make on their own account; 0 or a negative error number.
+  // The standard requests that host stacks make on their own behalf. Return 0 or a negative error number.
   int clearHalt(std::uint8_t address);
   int setInterface(std::uint8_t alternateSetting);
 
@@ -70,7 +71,7 @@ class WiredScanner {
   struct Waiting {
     WireRequest request;
     std::size_t moved = 0;
-    bool unheard = false;  // the device does not even look at it
+    bool ignored = false;  // the device does not serve it at all
   };
   using Queue = std::deque<Waiting>;
 
@@ -82,10 +83,10 @@ class WiredScanner {
   VirtualScanner& scanner_;
   std::map<std::uint8_t, Queue> queues_;  // by endpoint address
   std::deque<WireReply> replies_;
-  std::set<std::uint8_t> broken_;  // endpoints on which the parts that continue have nothing to continue
-  // It took a part of a request that the host gave up then: it does not look at the next one, unless its
-  // endpoint is cleared before.
-  bool stoppedAmidWrite_ = false;
+  std::set<std::uint8_t> broken_;  // endpoints whose transfer failed: parts that continue it fail as well
+  // The device took part of a write that the host then cancelled. It ignores the next one, unless the host
+  // clears the endpoint before.
+  bool stoppedInWrite_ = false;
 };
 
 }  // namespace virtualscanner

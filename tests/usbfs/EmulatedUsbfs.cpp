@@ -400,7 +400,7 @@ void EmulatedUsbfs::Impl::discard(UMockdevIoctlClient* client) {
     wired.resume();
     known = true;
   }
-  known = wired.takeBack(address, -ENOENT) || known;
+  known = wired.cancel(address, -ENOENT) || known;
   update();
   umockdev_ioctl_client_complete(client, known ? 0 : -1, known ? 0 : EINVAL);
 }

@@ -15,10 +15,10 @@ struct ListenAddress {
   friend bool operator==(const ListenAddress&, const ListenAddress&) = default;
 };
 
-// Reads ADDRESS:PORT; an IPv6 address stands in brackets. Nothing for anything else. Whether there is such an
-// address is not looked at.
+// Reads ADDRESS:PORT, with brackets around an IPv6 address. Returns nothing for anything else. Does not check
+// whether such an address exists.
 std::optional<ListenAddress> parseListenAddress(std::string_view text);
-// The same, written.
+// The address as parseListenAddress() reads it.
 std::string textOf(const ListenAddress& address);
 
 }  // namespace virtualscanner

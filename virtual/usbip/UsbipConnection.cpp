@@ -10,7 +10,7 @@ using namespace usbip;
 
 namespace {
 
-// Whether the wire's direction is that of the setup packet. A request without data always goes out.
+// Whether the direction of the request matches the setup packet. A request without data always goes out.
 bool directionFits(const SetupPacket& setup, std::uint32_t direction) {
   const bool fromDevice = platform::usb::isIn(setup.requestType) && setup.length != 0;
   return fromDevice == (direction == directionFromDevice);
@@ -23,7 +23,7 @@ WireRequest wireRequest(const CommandHeader& header, const SubmitCommand& comman
   request.shortIsError = (command.flags & flagShortNotOk) != 0;
   if (header.endpoint == 0) {
     request.setup = command.setup;
-    // The two lengths are the client's, and the shorter one is how much room there is.
+    // The client states two lengths; the shorter one is the size of its buffer.
     request.setup.length =
         static_cast<std::uint16_t>(std::min<std::uint32_t>(command.setup.length, command.length));
   } else {
@@ -90,7 +90,7 @@ bool UsbipConnection::takeOperation() {
     listDevices();
     inputTaken_ += operationHeaderSize;
   } else if (header.code != requestImport) {
-    end("a request that does not exist");
+    end("an unknown request");
   } else {
     if (input().size() < importRequestSize) return false;
     import(importedBusId(input().data()));
@@ -99,7 +99,7 @@ bool UsbipConnection::takeOperation() {
   return true;
 }
 
-// A client that wants the device connects anew for it.
+// The connection ends with the list: a client that wants the device opens another one.
 void UsbipConnection::listDevices() {
   if (port_.isTaken()) {
     addNoDevices(output_);
@@ -142,18 +142,18 @@ bool UsbipConnection::takeCommand() {
 
 bool UsbipConnection::complainAbout(const CommandHeader& header) {
   if (header.command != commandSubmit && header.command != commandUnlink) {
-    end("a command that does not exist");
+    end("an unknown command");
   } else if (header.device != deviceId) {
-    end("a device that it did not import");
+    end("a device that was not imported");
   }
   return ended_;
 }
 
 bool UsbipConnection::complainAbout(const CommandHeader& header, const SubmitCommand& command) {
   if (header.direction > directionFromDevice || header.endpoint > 15) {
-    end("an endpoint that cannot be");
+    end("an endpoint that does not exist");
   } else if (command.length > largestTransfer) {
-    end("a transfer beyond all measure");
+    end("a transfer larger than 16 MiB");
   } else if (command.packets != noPackets && command.packets != notIsochronous) {
     end("an isochronous transfer");
   } else if (inFlight_.contains(header.sequenceNumber)) {
@@ -176,7 +176,7 @@ void UsbipConnection::submit(const CommandHeader& header, const SubmitCommand& c
 
 void UsbipConnection::unlink(std::uint32_t sequenceNumber, std::uint32_t target) {
   if (!inFlight_.contains(target)) return addUnlinkReply(output_, sequenceNumber, 0);
-  wire_->takeBack(target, -ECONNRESET);
+  wire_->cancel(target, -ECONNRESET);
   collectReplies(Unlinking{sequenceNumber, target});
 }
 

@@ -16,8 +16,8 @@ namespace virtualscanner {
 
 class UsbipConnection;
 
-// The scanner as several clients see it, of which one at a time can have it. The scanner belongs to the
-// caller and outlives the object, which outlives its connections.
+// The USB port that several clients compete for: one connection at a time holds the scanner. The scanner
+// belongs to the caller and outlives the port, which outlives its connections. One thread at a time.
 class UsbipPort {
  public:
   explicit UsbipPort(VirtualScanner& scanner) : scanner_(scanner) {}
@@ -36,19 +36,20 @@ class UsbipPort {
 //   connection.receive(bytes);          // while wantsInput()
 //   send(connection.output()), connection.sent(count);
 //
-// A client that imports the device plugs it in, which is a power-on; it is unplugged when the connection
-// goes, with everything that waits. A request that moved bytes before the client took it back is answered
-// with them before the unlinking is, so that nothing the device sent is lost.
+// A client that imports the device plugs it in, which is a power-on; destroying the connection unplugs it and
+// drops all waiting requests. If a request moved bytes before the client unlinks it, its reply with these
+// bytes precedes the reply to the unlinking, so that nothing the device sent is lost.
 //
-// Trusts the client in nothing: whatever breaks the protocol ends the connection, and complaint() says why.
-// Requests and replies take at most memoryLimit bytes, beside the request that is just coming in; one for
-// which there is no room is answered with -ENOMEM. One thread at a time. Nothing throws but std::bad_alloc.
+// Does not trust the client: every protocol violation ends the connection, and complaint() names it. The
+// buffers of requests in flight and the replies not yet sent have at most memoryLimit bytes, not counting the
+// request that is being received; a request beyond that gets -ENOMEM. Never blocks. Throws only
+// std::bad_alloc. One thread at a time.
 class UsbipConnection {
  public:
   static constexpr std::size_t largestTransfer = std::size_t{16} << 20;
   static constexpr std::size_t memoryLimit = 4 * largestTransfer;
   static constexpr std::size_t mostRequests = 1024;
-  // No input is worked on while so much output waits.
+  // No input is processed while this much output waits.
   static constexpr std::size_t outputLimit = std::size_t{1} << 20;
 
   explicit UsbipConnection(UsbipPort& port) : port_(port) {}
@@ -56,24 +57,25 @@ class UsbipConnection {
   UsbipConnection(const UsbipConnection&) = delete;
   UsbipConnection& operator=(const UsbipConnection&) = delete;
 
-  // Begins after the import, as a client does that was handed a connection with the device behind it. False
-  // where another client has it.
+  // Begins behind the import, for a client that is given a connection with the device already attached, such
+  // as a kernel. Returns false if another client holds the device.
   bool attach();
 
+  // Processes the next bytes of the client, however they are split. To be called only while wantsInput().
   void receive(std::span<const std::uint8_t> bytes);
-  // False while enough output waits, and after the end.
+  // False while too much output waits, and after the end.
   bool wantsInput() const { return !ended_ && output().size() < outputLimit; }
 
-  // What waits to be sent; valid until the next call of another function.
+  // The bytes to be sent next; valid until the next call of another function.
   std::span<const std::uint8_t> output() const { return std::span(output_).subspan(outputSent_); }
-  // So many bytes of it are sent.
+  // `count` bytes of the output were sent. Processes the input that was waiting for that.
   void sent(std::size_t count);
 
   bool isAttached() const { return wire_.has_value(); }
-  // Nothing more will come but the output that waits: then the connection is to be closed. A device that is
-  // gone ends it too.
+  // Whether the connection is to be closed once the waiting output is sent: after a list of devices, a
+  // refused import, a protocol violation, or the unplugging of the device.
   bool hasEnded() const { return ended_; }
-  // In words, how the client broke the protocol; empty where it did not.
+  // The client's protocol violation in words; empty if there was none.
   const std::string& complaint() const { return complaint_; }
 
  private:

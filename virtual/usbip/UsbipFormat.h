@@ -8,26 +8,34 @@
 
 #include "Descriptors.h"
 
-// What travels between a USB/IP server and its client, as the documentation of the Linux kernel draws it. All
-// numbers are big-endian; names are filled up with zeros.
+// The messages between a USB/IP server and its client, as the documentation of the Linux kernel defines them.
+// All numbers are big-endian; names are padded with zeros. Pure functions over the caller's memory: sizes are
+// checked by the caller, and only std::bad_alloc is thrown.
 //
 // A connection begins with one request of the client and the server's reply:
 //
-//   | version:2 | code:2 | status:4 |                                          both, and all of
-//   requestDevices request of import   | ... | bus id:32 | reply of devices    | ... | count:4 | per device:
-//   device:312, per interface: class, subclass, protocol, 0 | reply of import     | ... | device:312, where
-//   the status is 0 | device              | path:256 | bus id:32 | bus:4 | number:4 | speed:4 | vendor:2 |
-//   product:2 | release:2 |
-//                       | class:1 | subclass:1 | protocol:1 | configuration:1 | configurations:1 |
-//                       interfaces:1 |
+//   all of them      | version:2 | code:2 | status:4 |
+//
+//   device list      request   nothing more
+//                    reply     | count:4 | and per device:
+//                              | device:312 | per interface: class:1 | subclass:1 | protocol:1 | 0:1 |
+//   import           request   | bus id:32 |
+//                    reply     | device:312 | if the status is 0
+//
+//   device           | path:256 | bus id:32 | bus:4 | number:4 | speed:4 |
+//                    | vendor:2 | product:2 | release:2 | class:1 | subclass:1 | protocol:1 |
+//                    | configuration:1 | configurations:1 | interfaces:1 |
 //
 // Once a device is imported, commands and their replies follow, each with a header of 48 bytes:
 //
-//   | command:4 | sequence number:4 | device id:4 | direction:4 | endpoint:4 | 28 bytes of the command |
-//   submit              | flags:4 | length:4 | start frame:4 | packets:4 | interval:4 | setup:8 | + bytes
-//   going out reply of submit     | status:4 | actual length:4 | start frame:4 | packets:4 | errors:4 | 0:8 |
-//   + bytes come in unlink              | sequence number of the submit:4 | 0:24 | reply of unlink     |
-//   status:4 | 0:24 |
+//   all of them      | command:4 | sequence number:4 | device id:4 | direction:4 | endpoint:4 | below:28 |
+//
+//   submit           command   | flags:4 | length:4 | start frame:4 | packets:4 | interval:4 | setup:8 |
+//                              and the bytes for the device
+//                    reply     | status:4 | actual length:4 | start frame:4 | packets:4 | errors:4 | 0:8 |
+//                              and the bytes from the device
+//   unlink           command   | sequence number of the submit:4 | 0:24 |
+//                    reply     | status:4 | 0:24 |
 namespace virtualscanner::usbip {
 
 inline constexpr std::uint16_t protocolVersion = 0x0111;
@@ -61,7 +69,7 @@ inline constexpr std::uint32_t notIsochronous = 0xFFFFFFFF;
 // The flag of a transfer for which a short packet is an error.
 inline constexpr std::uint32_t flagShortNotOk = 0x0001;
 
-// Where the one device stands for a client. The bus has nothing to do with one of the client's.
+// The address of the one device for clients. The bus is the server's, not one of the client's.
 inline constexpr char deviceBusId[] = "1-1";
 inline constexpr char devicePath[] = "/sys/devices/virtual/q750/usb1/1-1";
 inline constexpr std::uint32_t deviceBus = 1;
@@ -76,9 +84,9 @@ struct OperationHeader {
   std::uint16_t version;
   std::uint16_t code;
 };
-// Of operationHeaderSize bytes.
+// Reads operationHeaderSize bytes.
 OperationHeader parseOperation(const std::uint8_t* bytes);
-// The bus id of importRequestSize bytes; ends at its first zero, or with its field.
+// Reads importRequestSize bytes. The bus id ends at its first zero or with its field.
 std::string_view importedBusId(const std::uint8_t* bytes);
 
 struct CommandHeader {
@@ -94,19 +102,19 @@ struct SubmitCommand {
   std::uint32_t packets;
   SetupPacket setup;
 };
-// All three of commandHeaderSize bytes.
+// Each reads commandHeaderSize bytes.
 CommandHeader parseCommand(const std::uint8_t* bytes);
 SubmitCommand parseSubmit(const std::uint8_t* bytes);
 std::uint32_t parseUnlink(const std::uint8_t* bytes);
 
-// Each adds what it names to the end.
+// Each appends a message to `to`.
 void addNoDevices(std::vector<std::uint8_t>& to);
 void addDevices(std::vector<std::uint8_t>& to, const std::vector<std::uint8_t>& deviceDescriptor,
                 const std::vector<std::uint8_t>& configurationDescriptor);
 void addImportedDevice(std::vector<std::uint8_t>& to, const std::vector<std::uint8_t>& deviceDescriptor,
                        const std::vector<std::uint8_t>& configurationDescriptor);
 void addImportRefusal(std::vector<std::uint8_t>& to, OperationStatus status);
-// Statuses are those of Linux: 0 or a negative error number. The bytes that come in follow by the caller.
+// Statuses are those of Linux: 0 or a negative error number. The caller appends the bytes from the device.
 void addSubmitReply(std::vector<std::uint8_t>& to, std::uint32_t sequenceNumber, int status,
                     std::uint32_t actualLength);
 void addUnlinkReply(std::vector<std::uint8_t>& to, std::uint32_t sequenceNumber, int status);

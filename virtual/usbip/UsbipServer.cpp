@@ -45,7 +45,7 @@ platform::OwnedDescriptor listenAt(const ListenAddress& address) {
   const AddressList found = lookUp(address);
   platform::OwnedDescriptor listener(socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   if (listener.get() < 0) fail(errno);
-  // A server that was ended may be started again while its last connection still fades away.
+  // Otherwise a restarted server could not listen until the last connection of the old one has timed out.
   setOption(listener.get(), SOL_SOCKET, SO_REUSEADDR);
   if (bind(listener.get(), found->ai_addr, found->ai_addrlen) != 0 || listen(listener.get(), backlog) != 0)
     fail(errno);
@@ -66,8 +66,8 @@ bool wouldBlock(int error) {
 
 }  // namespace
 
-UsbipServer::UsbipServer(VirtualScanner& scanner, const ListenAddress& address, Note note)
-    : port_(scanner), note_(std::move(note)), listener_(listenAt(address)) {}
+UsbipServer::UsbipServer(VirtualScanner& scanner, const ListenAddress& address, Log log)
+    : port_(scanner), log_(std::move(log)), listener_(listenAt(address)) {}
 
 ListenAddress UsbipServer::address() const {
   sockaddr_storage address{};
@@ -87,7 +87,7 @@ void UsbipServer::run(int stop) {
     auto ready = awaited.begin() + 2;
     for (auto client = clients_.begin(); client != clients_.end(); ++ready) {
       serve(*client, ready->revents);
-      // At once, so that the device is free for the next one.
+      // Immediately, so that the device is free for the next client.
       client = client->gone ? drop(client) : std::next(client);
     }
     if (awaited[1].revents != 0) accept();
@@ -96,7 +96,7 @@ void UsbipServer::run(int stop) {
   listener_ = platform::OwnedDescriptor();
 }
 
-// The order of run(): the stop, the listener, then the clients.
+// In the order that run() expects: the stop descriptor, the listener, then the clients.
 std::vector<pollfd> UsbipServer::whatToAwait(int stop) const {
   std::vector<pollfd> awaited{{stop, POLLIN, 0}, {acceptPaused_ ? -1 : listener_.get(), POLLIN, 0}};
   for (const Client& client : clients_) {
@@ -114,18 +114,18 @@ void UsbipServer::accept() {
   platform::OwnedDescriptor accepted(
       accept4(listener_.get(), reinterpret_cast<sockaddr*>(&address), &length, SOCK_NONBLOCK | SOCK_CLOEXEC));
   if (accepted.get() < 0) {
-    // Until a client goes. Anything else is that client's own failure.
+    // Paused until a client disconnects. Any other failure concerns this client alone.
     const bool isFull = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
     acceptPaused_ = isFull && !clients_.empty();
     return;
   }
   setOption(accepted.get(), IPPROTO_TCP, TCP_NODELAY);
-  setOption(accepted.get(), SOL_SOCKET,
-            SO_KEEPALIVE);  // a client that lost its power must not keep the device
+  // A client whose machine lost power must not keep the device.
+  setOption(accepted.get(), SOL_SOCKET, SO_KEEPALIVE);
   clients_.emplace_back(std::move(accepted), textOf(numeric(address, length)), port_);
 }
 
-// Those who came and asked nothing make place for newcomers.
+// The oldest client that has not attached the device makes room for a new one.
 void UsbipServer::makeRoom() {
   if (clients_.size() < mostClients) return;
   const auto idle = std::find_if(clients_.begin(), clients_.end(),
@@ -137,13 +137,13 @@ void UsbipServer::serve(Client& client, short events) {
   if ((events & (POLLERR | POLLNVAL)) != 0) client.gone = true;
   if (!client.gone && (events & (POLLIN | POLLHUP)) != 0) receive(client);
   if (!client.gone && !client.connection.output().empty()) send(client);
-  noteAttachment(client);
+  reportAttachment(client);
   const UsbipConnection& connection = client.connection;
   if (connection.hasEnded() && (connection.output().empty() || !connection.complaint().empty()))
     client.gone = true;
 }
 
-// All that is there, within reason: behind it may stand the client's farewell.
+// Reads what has arrived, up to a limit: behind it the client may have closed the connection.
 void UsbipServer::receive(Client& client) {
   std::vector<std::uint8_t> bytes(readSize);
   for (int turn = 0; turn < mostReads && client.connection.wantsInput(); ++turn) {
@@ -167,17 +167,17 @@ void UsbipServer::send(Client& client) {
   }
 }
 
-void UsbipServer::noteAttachment(Client& client) {
+void UsbipServer::reportAttachment(Client& client) {
   if (client.connection.isAttached() && !client.wasAttached) {
     client.wasAttached = true;
-    tell(client.peer + " attached the scanner");
+    log(client.peer + " attached the scanner");
   }
 }
 
 std::list<UsbipServer::Client>::iterator UsbipServer::drop(std::list<Client>::iterator client) {
   const std::string& complaint = client->connection.complaint();
-  if (!complaint.empty()) tell(client->peer + " broke the protocol: " + complaint);
-  if (client->wasAttached) tell(client->peer + " detached the scanner");
+  if (!complaint.empty()) log(client->peer + " violated the protocol: " + complaint);
+  if (client->wasAttached) log(client->peer + " detached the scanner");
   acceptPaused_ = false;
   return clients_.erase(client);
 }

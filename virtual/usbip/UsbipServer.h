@@ -14,28 +14,28 @@
 
 namespace virtualscanner {
 
-// Offers a virtual scanner to USB/IP clients over TCP. One at a time has it; another one that wants it is
-// told that it is busy. A few more may ask what there is.
+// Serves a virtual scanner to USB/IP clients over TCP. One client at a time can attach it; others get the
+// status "busy". A few more connections may list the devices.
 //
-// Whoever reaches the address can use the scanner: the protocol knows no permission and no encryption. The
-// scanner belongs to the caller, outlives the object and must not be touched while it runs. One thread,
-// which run() keeps; nothing blocks but its waiting.
+// Everyone who can reach the address can use the scanner: the protocol has neither authentication nor
+// encryption. The scanner belongs to the caller, outlives the server and must not be used while the server
+// runs. One thread, which run() occupies; nothing blocks except its poll().
 class UsbipServer {
  public:
-  using Note = std::function<void(const std::string& sentence)>;
+  using Log = std::function<void(const std::string& line)>;
 
-  // Listens from here on. Throws std::system_error: address_family_not_supported or
-  // address_not_available where the machine has no such address, address_in_use, permission_denied and others
-  // as the system tells them. `note` gets a sentence for each client that comes, goes or breaks the protocol.
-  UsbipServer(VirtualScanner& scanner, const ListenAddress& address, Note note = {});
+  // Starts to listen. Throws std::system_error: address_family_not_supported or address_not_available if the
+  // machine has no such address, address_in_use, permission_denied and others as the system reports them.
+  // `log` gets a line for each client that attaches or detaches the scanner or violates the protocol.
+  UsbipServer(VirtualScanner& scanner, const ListenAddress& address, Log log = {});
   UsbipServer(const UsbipServer&) = delete;
   UsbipServer& operator=(const UsbipServer&) = delete;
 
-  // As it was given, numeric, with the port that it got. Only until run() ends.
+  // The address in numeric form, with the port that the system assigned. Valid until run() returns.
   ListenAddress address() const;
 
-  // Serves until `stop`, a descriptor that stays the caller's, is ready to be read; then it listens no more
-  // and every client is cut off. Throws std::system_error where waiting itself fails.
+  // Serves until `stop`, a descriptor that remains the caller's, becomes readable; then closes the listener
+  // and all connections. Throws std::system_error if poll() fails.
   void run(int stop);
 
  private:
@@ -55,18 +55,18 @@ class UsbipServer {
   void serve(Client& client, short events);
   void receive(Client& client);
   void send(Client& client);
-  void noteAttachment(Client& client);
+  void reportAttachment(Client& client);
   std::list<Client>::iterator drop(std::list<Client>::iterator client);
   std::vector<pollfd> whatToAwait(int stop) const;
-  void tell(const std::string& sentence) const {
-    if (note_) note_(sentence);
+  void log(const std::string& line) const {
+    if (log_) log_(line);
   }
 
   UsbipPort port_;
-  Note note_;
+  Log log_;
   platform::OwnedDescriptor listener_;
   bool acceptPaused_ = false;  // no descriptor is left for one more client
-  std::list<Client> clients_;  // the oldest first
+  std::list<Client> clients_;  // oldest first
 };
 
 }  // namespace virtualscanner

@@ -175,7 +175,7 @@ TEST_F(UsbipConnection, RefusesABusIdThatIsNotTheDevices) {
   }
 }
 
-TEST_F(UsbipConnection, TellsASecondClientThatTheDeviceIsBusy) {
+TEST_F(UsbipConnection, ReportsBusyToASecondClient) {
   import();
   Connection second(*port_);
   second.receive(importRequest("1-1"));
@@ -190,7 +190,7 @@ TEST_F(UsbipConnection, TellsASecondClientThatTheDeviceIsBusy) {
 TEST_F(UsbipConnection, EndsOnAnythingElseAtTheBeginning) {
   expectComplaint({0x01, 0x06, 0x80, 0x03, 0, 0, 0, 0}, "a protocol version other than 1.1.1");
   use({});
-  expectComplaint({0x01, 0x11, 0x80, 0x04, 0, 0, 0, 0}, "a request that does not exist");
+  expectComplaint({0x01, 0x11, 0x80, 0x04, 0, 0, 0, 0}, "an unknown request");
   use({});
   expectComplaint({'G', 'E', 'T', ' ', '/', ' ', 'H', 'T', 'T', 'P'}, "a protocol version other than 1.1.1");
 }
@@ -239,7 +239,7 @@ TEST_F(UsbipConnection, ClearsAHaltAndGoesOn) {
   EXPECT_EQ(answerTo(submitCall(3)), submitReply(3, 0, static_cast<std::uint8_t>(call.size())));
 }
 
-TEST_F(UsbipConnection, AnswersAReadOnceTheDeviceHasSomethingToSay) {
+TEST_F(UsbipConnection, CompletesAReadOnceTheDeviceHasSomethingToSend) {
   import();
   EXPECT_THAT(answerTo(usbipSubmit(1, replyEndpoint, 512)), IsEmpty());
   const Bytes answer = answerTo(submitCall(2));
@@ -249,14 +249,14 @@ TEST_F(UsbipConnection, AnswersAReadOnceTheDeviceHasSomethingToSay) {
   EXPECT_EQ(answer[48 + 27] + 256 * answer[48 + 26], answer.size() - 96);
 }
 
-TEST_F(UsbipConnection, TakesAWaitingRequestBack) {
+TEST_F(UsbipConnection, UnlinksAWaitingRequest) {
   import();
   EXPECT_THAT(answerTo(usbipSubmit(1, dataEndpoint, 512)), IsEmpty());
   EXPECT_EQ(answerTo(usbipUnlink(2, 1)), unlinkReply(2, -ECONNRESET));
   EXPECT_THAT(answerTo(usbipSubmit(1, dataEndpoint, 512)), IsEmpty()) << "its number is free again";
 }
 
-TEST_F(UsbipConnection, AnswersTheUnlinkingOfWhatIsThroughOrNeverWas) {
+TEST_F(UsbipConnection, AnswersTheUnlinkingOfRequestsThatEndedOrNeverWere) {
   import();
   const Bytes setup{0x80, /*GET_STATUS*/ 0, 0, 0, 0, 0, 2, 0};
   EXPECT_EQ(answerTo(usbipSubmit(1, 0, 2, setup)), submitReply(1, 0, 2) + (Bytes{/*self-powered*/ 1, 0}));
@@ -266,7 +266,7 @@ TEST_F(UsbipConnection, AnswersTheUnlinkingOfWhatIsThroughOrNeverWas) {
 }
 
 // A stream that ends on a packet boundary without a zero-length packet leaves the read waiting for more.
-TEST_F(UsbipConnection, DeliversWhatCameBeforeTheUnlinking) {
+TEST_F(UsbipConnection, DeliversTheBytesMovedBeforeTheUnlinking) {
   ScannerOptions options;
   options.transferBytes = 512;
   options.zeroLengthPackets = ZeroLengthPackets::never;
@@ -282,7 +282,7 @@ TEST_F(UsbipConnection, DeliversWhatCameBeforeTheUnlinking) {
   EXPECT_EQ(Bytes(answer.end() - 48, answer.end()), unlinkReply(2, 0));
 }
 
-TEST_F(UsbipConnection, TellsHowMuchAShortWriteTookWhenItIsTakenBack) {
+TEST_F(UsbipConnection, ReportsHowMuchOfAShortWriteMovedWhenItIsUnlinked) {
   use({.faults = {{FaultKind::shortWrite, 1}}});
   import();
   EXPECT_THAT(answerTo(submitCall(1)), IsEmpty());
@@ -299,7 +299,7 @@ TEST_F(UsbipConnection, EndsWithTheDevice) {
   EXPECT_EQ(connection_->complaint(), "");
 }
 
-TEST_F(UsbipConnection, UnplugsWhenItGoesAndPlugsInForTheNext) {
+TEST_F(UsbipConnection, UnplugsWhenDestroyedAndPlugsInForTheNext) {
   import();
   const std::uint32_t first = scanner_->connection();
   EXPECT_THAT(answerTo(usbipSubmit(1, dataEndpoint, 512)), IsEmpty());
@@ -336,17 +336,17 @@ struct Broken {
 
 TEST_F(UsbipConnection, EndsOnABrokenCommand) {
   const Broken cases[] = {
-      {0, 0, "a command that does not exist"},
-      {0, 3, "a command that does not exist"},
-      {0, 0xFFFFFFFF, "a command that does not exist"},
-      {2, 0, "a device that it did not import"},
-      {2, 0x00010003, "a device that it did not import"},
-      {3, 2, "an endpoint that cannot be"},
-      {4, 16, "an endpoint that cannot be"},
-      {4, 0xFFFFFFFF, "an endpoint that cannot be"},
-      {6, 0x01000001, "a transfer beyond all measure"},
-      {6, 0x80000000, "a transfer beyond all measure"},
-      {6, 0xFFFFFFFF, "a transfer beyond all measure"},
+      {0, 0, "an unknown command"},
+      {0, 3, "an unknown command"},
+      {0, 0xFFFFFFFF, "an unknown command"},
+      {2, 0, "a device that was not imported"},
+      {2, 0x00010003, "a device that was not imported"},
+      {3, 2, "an endpoint that does not exist"},
+      {4, 16, "an endpoint that does not exist"},
+      {4, 0xFFFFFFFF, "an endpoint that does not exist"},
+      {6, 0x01000001, "a transfer larger than 16 MiB"},
+      {6, 0x80000000, "a transfer larger than 16 MiB"},
+      {6, 0xFFFFFFFF, "a transfer larger than 16 MiB"},
       {8, 1, "an isochronous transfer"},
       {8, 0xFFFFFFFE, "an isochronous transfer"},
   };
@@ -367,14 +367,14 @@ TEST_F(UsbipConnection, EndsOnASequenceNumberInUse) {
   expectComplaint(usbipSubmit(1, replyEndpoint, 512), "a sequence number in use");
 }
 
-TEST_F(UsbipConnection, TakesTheOtherWayToSayThatATransferIsNotIsochronous) {
+TEST_F(UsbipConnection, AcceptsBothMarksOfATransferThatIsNotIsochronous) {
   import();
   Bytes command = usbipSubmit(1, 0, 1, {0x80, /*GET_CONFIGURATION*/ 8, 0, 0, 0, 0, 1, 0});
   for (std::size_t at = 32; at < 36; ++at) command[at] = 0;
   EXPECT_EQ(answerTo(command), submitReply(1, 0, 1) + Bytes{1});
 }
 
-TEST_F(UsbipConnection, HasNoRoomForMoreThanItsLimits) {
+TEST_F(UsbipConnection, RejectsRequestsBeyondItsMemory) {
   import();
   const auto large = static_cast<std::uint32_t>(Connection::largestTransfer);
   for (std::uint8_t number = 1; number <= 4; ++number)
@@ -384,7 +384,7 @@ TEST_F(UsbipConnection, HasNoRoomForMoreThanItsLimits) {
   EXPECT_THAT(answerTo(usbipSubmit(7, dataEndpoint, 1)), IsEmpty());
 }
 
-TEST_F(UsbipConnection, HasNoRoomForMoreThanSoManyRequests) {
+TEST_F(UsbipConnection, RejectsRequestsBeyondTheirNumber) {
   import();
   for (std::uint32_t number = 1; number <= Connection::mostRequests; ++number)
     ASSERT_THAT(answerTo(usbipSubmit(number << 8, dataEndpoint, 1)), IsEmpty());

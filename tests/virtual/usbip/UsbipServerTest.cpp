@@ -39,7 +39,7 @@ class WireHost {
 
  private:
   static TransferStatus statusOf(int status) {
-    if (status == 0 || status == -ECONNRESET) return TransferStatus::done;  // what came until then
+    if (status == 0 || status == -ECONNRESET) return TransferStatus::done;  // with the bytes moved until then
     return status == -EPIPE ? TransferStatus::halted : TransferStatus::gone;
   }
 
@@ -143,12 +143,12 @@ TEST_F(UsbipServer, ServesOneClientAfterAnother) {
   EXPECT_THAT(server.notes(), testing::SizeIs(6));
 }
 
-TEST_F(UsbipServer, ListsTheDeviceToWhoeverAsks) {
+TEST_F(UsbipServer, ListsTheDeviceToEveryClient) {
   RunningServer server(scanner);
   EXPECT_EQ(list(server).size(), oneDevice);
 }
 
-TEST_F(UsbipServer, CutsOffWhoeverBreaksTheProtocolAndGoesOn) {
+TEST_F(UsbipServer, DisconnectsAClientThatViolatesTheProtocolAndGoesOn) {
   RunningServer server(scanner);
   UsbipClient web(server.port());
   web.send({'G', 'E', 'T', ' ', '/', '\r', '\n', '\r', '\n'});
@@ -163,13 +163,12 @@ TEST_F(UsbipServer, CutsOffWhoeverBreaksTheProtocolAndGoesOn) {
   ASSERT_EQ(client.import("1-1"), 0U);
   EXPECT_EQ(scanThrough(client), expectedImage(*Paper::testChart(), page));
   server.stop();
-  EXPECT_THAT(server.notes(),
-              ElementsAre("broke the protocol: a protocol version other than 1.1.1", "attached the scanner",
-                          "broke the protocol: a command that does not exist", "detached the scanner",
-                          "attached the scanner"));
+  EXPECT_THAT(server.notes(), ElementsAre("violated the protocol: a protocol version other than 1.1.1",
+                                          "attached the scanner", "violated the protocol: an unknown command",
+                                          "detached the scanner", "attached the scanner"));
 }
 
-TEST_F(UsbipServer, CutsTheClientOffWhenTheDeviceIsGone) {
+TEST_F(UsbipServer, DisconnectsTheClientWhenTheDeviceIsGone) {
   scanner.setFaults({{FaultKind::unplug, 1}});
   RunningServer server(scanner);
   {
@@ -255,7 +254,7 @@ int errorListeningAt(VirtualScanner& scanner, const ListenAddress& address) {
   }
 }
 
-TEST_F(UsbipServer, SaysWhyItCannotListen) {
+TEST_F(UsbipServer, ReportsWhyItCannotListen) {
   const RunningServer server(scanner);
   EXPECT_EQ(errorListeningAt(scanner, server.address()), EADDRINUSE);
   EXPECT_EQ(errorListeningAt(scanner, {"192.0.2.1", 0}), EADDRNOTAVAIL);
