@@ -23,8 +23,7 @@ Box boundsOf(const std::vector<Point>& corners) {
   return box;
 }
 
-// The sector of ten degrees, 0 to 8, of a direction in the quadrant where x is positive and y is not
-// negative.
+// The sector of ten degrees, 0 to 8, of a direction with positive x and non-negative y.
 std::int64_t sectorInQuadrant(Point direction) {
   constexpr std::int64_t tangents[] = {1763,  3640,  5774,  8391,
                                        11918, 17321, 27475, 56713};  // of 10 to 80 degrees

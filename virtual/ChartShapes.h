@@ -26,18 +26,19 @@ struct Box {
   std::int64_t height() const { return bottom - top; }
 };
 
-// One thing printed on the test chart. Everything is decided in whole numbers, so that every machine prints
-// the same chart. Unchangeable.
+// One shape printed on the test chart. All arithmetic is in integers, so that every machine prints the same
+// chart. Immutable.
 class Shape {
  public:
   virtual ~Shape() = default;
 
-  // All ink is within.
+  // The box that encloses all ink.
   const Box& bounds() const { return bounds_; }
-  // The two below are only asked within the bounds.
+  // Whether there is ink at a point. TestChart calls this and colorAt() only for points within the bounds.
   virtual bool covers(Point p) const = 0;
+  // The colour of the ink at a point that the shape covers.
   virtual Color colorAt(Point) const { return color_; }
-  // Whether each row is inked from edge to edge in one colour, which paints faster.
+  // Whether each row is covered from edge to edge in one colour; TestChart paints such rows faster.
   virtual bool hasPlainRows() const { return false; }
 
  protected:
@@ -57,7 +58,7 @@ class Rectangle final : public Shape {
 
 enum class Direction : std::uint8_t { rightward, downward };
 
-// Runs evenly from one colour to another.
+// Changes evenly from one colour to another.
 class Gradient final : public Shape {
  public:
   Gradient(const Box& box, Direction direction, Color from, Color to)
@@ -98,7 +99,7 @@ class Polygon final : public Shape {
   std::vector<Point> corners_;
 };
 
-// A disc of 36 alternately inked and blank sectors, which shows the finest detail of every direction.
+// A disc of 36 alternately inked and blank sectors, which reveals the resolution in every direction.
 class Star final : public Shape {
  public:
   Star(Point centre, std::int64_t radius, Color color)

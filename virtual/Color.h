@@ -4,7 +4,7 @@
 
 namespace virtualscanner {
 
-// One pixel, eight bits a channel; 255 is full light.
+// One pixel, eight bits per channel; 255 is full intensity.
 struct Color {
   std::uint8_t red;
   std::uint8_t green;
@@ -16,8 +16,7 @@ struct Color {
 inline constexpr Color black{0, 0, 0};
 inline constexpr Color white{255, 255, 255};
 
-// What a grey scan makes of a colour: luma in whole numbers, rounded to nearest, so that every machine
-// agrees.
+// The grey level of a colour: luma in integers, rounded to nearest, so that every machine agrees.
 constexpr std::uint8_t greyOf(Color color) {
   return static_cast<std::uint8_t>((299 * color.red + 587 * color.green + 114 * color.blue + 500) / 1000);
 }

@@ -9,32 +9,32 @@
 
 namespace virtualscanner {
 
-// Which of a call's faults are due.
+// The faults that are due at a call.
 struct CallFaults {
   bool refuse = false;
   bool split = false;
   bool garble = false;
 };
 
-// Counts what the positions of faults count and tells when one is due. Each fault is used up once it
-// happened.
+// Counts what the positions of faults refer to and reports when a fault is due. Each fault happens once. Only
+// decides: what a fault does is up to the caller. One thread at a time.
 class FaultPlan {
  public:
-  // Replaces the faults and counts anew.
+  // Replaces the faults and restarts all counts.
   void set(std::vector<Fault> faults);
-  // Counts anew; what is used up stays so.
+  // Restarts all counts; used faults do not return.
   void restart();
 
-  // Counts a transfer: stall, timeOut or unplug if one is due.
+  // Counts a transfer. Returns stall, timeOut or unplug if one is due.
   std::optional<FaultKind> countTransfer();
-  // Counts a write: true if it is to be cut short.
+  // Counts a write. Returns whether it is to be cut short.
   bool countWrite();
   CallFaults countCall();
-  // The faults of the stream that begins now, used up with it.
+  // The faults of the stream that begins now, which uses them up.
   StreamFaults beginStream();
   // The kind of wrong header for the stream that begins now.
   std::optional<std::uint32_t> takeWrongHeader();
-  // Whether a read before the stream's first byte stays without answer.
+  // Counts a read before the stream's first byte. Returns whether it is to time out.
   bool countSilentRead();
 
   std::uint32_t transfers() const { return transfers_; }

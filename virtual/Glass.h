@@ -4,9 +4,8 @@
 
 namespace virtualscanner {
 
-// The glass, 8.5 x 11.69 inches, measured in 1/2400 inch from its top left corner. With this unit the centre
-// of every pixel at every resolution of the device is a whole number, so that no rounding can shift a
-// picture.
+// The glass, 8.5 x 11.69 inches, measured in 1/2400 inch from its top left corner. In this unit the centre of
+// every pixel at every resolution of the device is an integer, so that no rounding can shift a picture.
 inline constexpr std::int64_t unitsPerInch = 2400;
 inline constexpr std::int64_t glassWidth = 20400;
 inline constexpr std::int64_t glassHeight = 28056;

@@ -17,7 +17,7 @@ struct CloseFile {
 using FileHandle = std::unique_ptr<std::FILE, CloseFile>;
 
 FileHandle openPicture(const std::string& path) {
-  // Opening a pipe or a device might wait for ever.
+  // Opening a pipe or a device might block for ever.
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(path, error);
   if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {

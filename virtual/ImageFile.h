@@ -22,15 +22,15 @@ struct Image {
   }
 };
 
-// A colour A4 page at 600 dots per inch is 35 million pixels. Larger pictures are refused before their pixels
-// are read.
+// An A4 page at 600 dots per inch has 35 million pixels. Pictures beyond these limits are rejected before
+// their pixels are read.
 inline constexpr std::uint32_t largestImageSide = 65535;
 inline constexpr std::uint64_t largestImagePixels = 100'000'000;
 
-// Reads a PNG or PNM file, recognised by its first bytes. Throws PaperError as Paper::fromFile() says.
+// Reads a PNG or PNM file, recognised by its first bytes. Throws PaperError; see Paper::fromFile().
 Image readImageFile(const std::string& path);
 
-// The two formats. The file is open for reading at its start and stays the caller's; `path` is for messages.
+// Each reads one format. The file, open at its start, remains the caller's; `path` is for messages.
 Image readPng(std::FILE* file, const std::string& path);
 Image readPnm(std::FILE* file, const std::string& path);
 

@@ -13,7 +13,7 @@ ImagePaper::ImagePaper(Image image)
 
 Color ImagePaper::colorAt(std::int64_t x, std::int64_t y) const {
   if (x < 0 || y < 0 || x >= glassWidth || y >= glassHeight) return white;
-  // In whole numbers, so that a picture of a page at some resolution comes back from a scan at it unchanged.
+  // In integers, so that a scan at the resolution of the picture returns its pixels unchanged.
   const std::int64_t column = x * pixels() / units();
   const std::int64_t row = y * pixels() / units();
   if (column >= image_.width || row >= image_.height) return white;

@@ -5,8 +5,8 @@
 
 namespace virtualscanner {
 
-// A picture on the glass: as large as fits in its proportions, in the top left corner, each point the colour
-// of the picture's pixel that lies there. Owns its pixels.
+// A picture on the glass, scaled to fit in its proportions, in the top left corner. Each point has the colour
+// of the picture's pixel that lies there; nothing is interpolated. Owns its pixels. Immutable.
 class ImagePaper final : public Paper {
  public:
   // The picture is not empty.
@@ -22,7 +22,7 @@ class ImagePaper final : public Paper {
   std::int64_t units() const { return fillsHeight_ ? glassHeight : glassWidth; }
 
   Image image_;
-  bool fillsHeight_;  // else it fills the width
+  bool fillsHeight_;  // otherwise it fills the width
 };
 
 }  // namespace virtualscanner

@@ -33,7 +33,7 @@ void InPipe::clear() {
   zeroLengthPacketDue_ = false;
 }
 
-// Nothing where the host cannot see the end and has room for more.
+// Nothing if the host sees no end and has room left: its read goes on with the next transfer.
 std::optional<Transfer> InPipe::finishTransfer(std::size_t moved, std::size_t capacity) {
   const bool endsShort = sent_ % bulkPacketSize != 0;
   sent_ = 0;
@@ -51,7 +51,7 @@ void InPipe::dropRestOfPacket() {
   std::array<std::uint8_t, bulkPacketSize> excess;
   sent_ += source_.read(excess.data(), bulkPacketSize - sent_ % bulkPacketSize);
   if (!source_.atTransferEnd()) return;
-  // The packet lost was the transfer's last: its end was not seen either.
+  // The lost packet was the last of its transfer: the host did not see the end either.
   source_.endTransfer();
   sent_ = 0;
 }

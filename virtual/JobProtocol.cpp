@@ -39,7 +39,7 @@ JobEvent JobProtocol::perform(const RemoteCall& call) {
 }
 
 JobEvent JobProtocol::enter(const RemoteCall& call) {
-  if (!call.parameter(0).instanceOf("MapElem")) throw ObjectStoreException("the parameters are no map");
+  if (!call.parameter(0).instanceOf("MapElem")) throw ObjectStoreException("the parameters are not a map");
   reset();
   phase_ = Phase::ready;
   return JobEvent::entered;
@@ -50,7 +50,7 @@ JobEvent JobProtocol::create(const RemoteCall& call) {
   if (phase_ != Phase::ready) throw ObjectStoreException("another job is not done yet");
   Element& kind = call.parameter(0);
   if (!kind.instanceOf("StringElem") || kind.stringValue() != "HostSendJob") {
-    throw ObjectStoreException("the device makes no such job");
+    throw ObjectStoreException("the device has no such kind of job");
   }
   request_ = decodePageRequest(call.parameter(1));
   jobName_ = "HostSendJob" + std::to_string(++jobs_);

@@ -10,12 +10,12 @@
 
 namespace virtualscanner {
 
-// What a call means for the rest of the device.
+// The consequence of a call for the rest of the device.
 enum class JobEvent : std::uint8_t {
   none,
-  entered,   // starts afresh: whatever an earlier job left behind is to go
-  started,   // the page that request() asks for is to be streamed
-  finished,  // what is left of the stream is to go
+  entered,   // replies and streams of earlier jobs are to be dropped
+  started,   // the page of request() is to be streamed
+  finished,  // the rest of the stream is to be dropped
 };
 
 struct Answer {
@@ -32,10 +32,12 @@ struct Answer {
 //   running  <job>.scanJob.done()                           -> ready
 //   ready    system.exitHostUSBSendMode()                   -> idle
 //
-// Anything else is answered with an exception and changes nothing. Knows texts, not packets or pipes.
+// Any other call gets an exception reply and changes nothing. Handles texts, not packets or pipes. One thread
+// at a time.
 class JobProtocol {
  public:
-  // Answers one message. Never throws for what is in it. With `refuse` the call is read, and then refused.
+  // Carries out the call in `message` and returns the reply. Invalid messages and calls get an exception
+  // reply; throws only std::bad_alloc. With `refuse` the call is read and then refused.
   Answer answer(std::string_view message, bool refuse);
 
   // Valid after `started`.

@@ -68,7 +68,7 @@ void JobStream::addHeader(std::uint8_t type, std::uint32_t length) {
   wire::writeHeader(&framing_[offset], type, length);
 }
 
-// Every byte with its top bit set, so that the garbage is a packet of unknown type and over two gigabytes.
+// Every byte has its top bit set, so that hosts read a packet of unknown type with more than two gigabytes.
 void JobStream::addGarbageIfDue() {
   if (!faults_.garbageAfter || imageSent_ < *faults_.garbageAfter) return;
   faults_.garbageAfter.reset();

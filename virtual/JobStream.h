@@ -9,14 +9,14 @@
 
 namespace virtualscanner {
 
-// What goes wrong within one stream, at how many image bytes (FaultKind::garbage, FaultKind::truncatedImage).
+// The faults of one stream, at positions in image bytes (FaultKind::garbage, FaultKind::truncatedImage).
 struct StreamFaults {
   std::optional<std::uint32_t> garbageAfter;
   std::optional<std::uint32_t> stopAfter;
 };
 
 // The bytes of the data pipe for one job: begin job, begin page, the image in packets, end page, end job.
-// Read from front to back; packets are framed as they are read.
+// Read from front to back; packets are framed as they are read. Knows no transfers. One thread at a time.
 class JobStream {
  public:
   // `payload` image bytes go into each image packet, see ScannerOptions::packetPayload.

@@ -9,12 +9,12 @@ namespace {
 
 using namespace platform;
 
-// How often a picture that flows slowly moves on.
+// The longest pause between two pieces of a rate-limited picture.
 constexpr std::uint32_t flowMs = 50;
 
 }  // namespace
 
-// Never the inner pipe: its stack is for one thread, and its transfers are over when their calls return.
+// Never aborts the inner pipe: its stack is for one thread, and its transfers end before their calls return.
 IOReturn PacedInterface::abortPipe(std::uint8_t pipe) noexcept {
   stack_.abort(pipe);
   return kIOReturnSuccess;

@@ -25,7 +25,7 @@ class PacedInterface final : public platform::ForwardingUsbInterface {
   bool waitLikeTheStack(std::uint64_t sinceMs, std::uint8_t pipe);
 
   PacedUsbStack& stack_;
-  std::uint32_t warmUpLeftMs_ = 0;  // of the picture to come
+  std::uint32_t warmUpLeftMs_ = 0;  // of the next picture
 };
 
 }  // namespace virtualscanner

@@ -13,9 +13,8 @@ namespace virtualscanner {
 
 class PacedInterface;
 
-// The virtual Q750 at the pace of a real one: a stack over a VirtualUsbStack on which time-outs may take the
-// time that they say, the first byte of each picture is late and the picture flows no faster than a real
-// scanner's. On it, any thread may abort a pipe.
+// The virtual Q750 at the pace of a real one: a stack over a VirtualUsbStack on which time-outs can take real
+// time, the first byte of each picture is delayed, and the data rate is limited. Any thread may abort a pipe.
 //
 // The inner stack belongs to the caller and outlives this one. One thread at a time, but for
 // UsbInterface::abortPipe(), which never touches the inner stack: it ends the wait of a transfer in flight
@@ -23,7 +22,7 @@ class PacedInterface;
 class PacedUsbStack : public platform::ForwardingUsbStack {
  public:
   struct Pace {
-    bool realTime = false;             // whether time-outs take their time
+    bool realTime = false;             // whether time-outs take real time
     std::uint32_t warmUpMs = 0;        // from the first read of a picture to its first byte
     std::uint32_t bytesPerSecond = 0;  // on the data pipe; 0 for no limit
   };
@@ -35,7 +34,8 @@ class PacedUsbStack : public platform::ForwardingUsbStack {
   using Milliseconds = std::chrono::milliseconds;
 
   std::unique_ptr<platform::ForwardingUsbInterface> wrap(platform::UsbInterface& interface) override;
-  // Lets this time pass on `pipe`; false where the pipe was aborted meanwhile. For tests to replace.
+  // Blocks for this time; returns false, at once, if another thread aborts the pipe. Called by PacedInterface
+  // inside transfers. Tests override it so that no time passes.
   virtual bool pass(Milliseconds time, std::uint8_t pipe);
 
  private:

@@ -34,7 +34,7 @@ void RowPainter::paint(std::uint32_t row, std::uint8_t* destination) {
   std::uint8_t* rgb = request_.color ? destination : rgb_.data();
   paper_->paintRow(request_.resolution, std::int64_t{request_.top} + row, request_.left, request_.width, rgb);
   if (request_.color) return;
-  // Runs of one colour are common, and comparing is cheaper than weighing.
+  // Runs of one colour are common, and comparing pixels is cheaper than computing their luma.
   for (std::size_t column = 0; column < request_.width;) {
     const std::size_t run = runLength(rgb + column * 3, request_.width - column);
     std::memset(destination + column, greyOf({rgb[column * 3], rgb[column * 3 + 1], rgb[column * 3 + 2]}),
@@ -44,7 +44,7 @@ void RowPainter::paint(std::uint32_t row, std::uint8_t* destination) {
 }
 
 std::vector<std::uint8_t> paintPage(std::shared_ptr<const Paper> paper, const PageRequest& request) {
-  // The largest window has some hundred million bytes, which every address space has room for.
+  // The largest window has 1.7 billion bytes, which a 32-bit size can still count.
   std::vector<std::uint8_t> page(static_cast<std::size_t>(request.imageBytes()));
   RowPainter painter(std::move(paper), request);
   for (std::uint32_t row = 0; row < request.height; ++row)

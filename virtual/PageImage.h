@@ -16,10 +16,11 @@ std::string imageHeader(const PageRequest& request);
 // The n-th wrong header of FaultKind::wrongHeader.
 std::string wrongImageHeader(const PageRequest& request, std::uint32_t kind);
 
-// Paints one row of a scan, request.bytesPerRow() bytes; rows count from the top of the window.
+// Paints the rows of one scan. Shares the paper. One thread at a time.
 class RowPainter {
  public:
   RowPainter(std::shared_ptr<const Paper> paper, const PageRequest& request);
+  // Paints one row, request.bytesPerRow() bytes. Rows count from the top of the window.
   void paint(std::uint32_t row, std::uint8_t* destination);
 
  private:
@@ -31,8 +32,8 @@ class RowPainter {
 // All rows of a scan.
 std::vector<std::uint8_t> paintPage(std::shared_ptr<const Paper> paper, const PageRequest& request);
 
-// The bytes of one image, header and rows, read from front to back. Rows are painted as they are read, or
-// come from a page painted before.
+// The bytes of one image, header and rows, read from front to back. Rows are painted as they are read or
+// copied from a page painted in advance. Knows no packets. One thread at a time.
 class PageImage {
  public:
   PageImage(std::shared_ptr<const Paper> paper, const PageRequest& request, std::string header);
@@ -48,9 +49,9 @@ class PageImage {
   std::size_t readRow(std::uint64_t offset, std::uint8_t* destination, std::size_t count);
 
   std::string header_;
-  std::unique_ptr<RowPainter> painter_;                    // where rows are painted as they leave
-  std::shared_ptr<const std::vector<std::uint8_t>> page_;  // where they are there already
-  std::vector<std::uint8_t> row_;                          // the row last read in part
+  std::unique_ptr<RowPainter> painter_;                    // set if rows are painted as they are read
+  std::shared_ptr<const std::vector<std::uint8_t>> page_;  // set if all rows are painted already
+  std::vector<std::uint8_t> row_;                          // the last row that was read in part
   std::uint64_t rowInBuffer_ = UINT64_MAX;
   std::uint64_t size_;
   std::uint64_t position_ = 0;

@@ -7,8 +7,8 @@ class Element;
 
 namespace virtualscanner {
 
-// What one scan job asks for, read from its parameter tree: the window in pixels at the resolution, corner to
-// corner, and the pixel layout. Corners may lie beyond the glass.
+// What one scan job requests, as read from its parameter tree: the window in pixels at the resolution, and
+// the pixel layout. The window may extend beyond the glass.
 struct PageRequest {
   std::uint32_t resolution = 0;  // dots per inch, one of the device's
   bool color = false;            // three bytes a pixel, else one
@@ -27,9 +27,9 @@ struct PageRequest {
 // A window may be this many times as wide and as high as the glass before the device refuses it.
 inline constexpr std::int64_t largestWindowInGlasses = 4;
 
-// Decodes a parameter tree, which stays the caller's. Throws ObjectStoreException, with a text fit for an
-// exception reply, for a missing or wrong value, a resolution or pixel layout that the device does not have,
-// and a window that is empty, turned round or absurdly large.
+// Decodes a parameter tree, which remains the caller's. Throws ObjectStoreException, with a text fit for an
+// exception reply, for a missing or invalid value, for a resolution or pixel layout that the device does not
+// support, and for a window that is empty, inverted or far larger than the glass.
 PageRequest decodePageRequest(Element& parameters);
 
 }  // namespace virtualscanner

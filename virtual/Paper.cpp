@@ -21,7 +21,7 @@ class PlainPaper final : public Paper {
 }  // namespace
 
 std::shared_ptr<const Paper> Paper::testChart() {
-  // One chart serves everybody: it cannot change.
+  // All scanners share one chart, which is immutable.
   static const std::shared_ptr<const Paper> chart = std::make_shared<TestChart>();
   return chart;
 }

@@ -8,7 +8,7 @@
 
 namespace virtualscanner {
 
-// Makes `count` pixels, three bytes each, red first, one colour.
+// Fills `count` pixels, three bytes each, red first, with one colour.
 inline void fillPixels(std::uint8_t* rgb, std::int64_t count, Color color) {
   if (color.red == color.green && color.green == color.blue) {
     std::memset(rgb, color.red, static_cast<std::size_t>(count) * 3);
@@ -21,9 +21,9 @@ inline void fillPixels(std::uint8_t* rgb, std::int64_t count, Color color) {
   }
 }
 
-// How many of the next `count` pixels, at least one, have the colour of the first.
+// How many pixels at the front of `count`, which is at least 1, have the colour of the first.
 inline std::size_t runLength(const std::uint8_t* rgb, std::size_t count) {
-  constexpr std::size_t block = 64;  // pixels that are as their right neighbours, all at once
+  constexpr std::size_t block = 64;  // pixels that are compared with their right neighbours at once
   std::size_t length = 1;
   while (length + block <= count && std::memcmp(rgb + (length - 1) * 3, rgb + length * 3, block * 3) == 0) {
     length += block;

@@ -46,8 +46,7 @@ class PnmReader {
     }
   }
 
-  // Takes the one byte after the number too, which a binary raster follows at once; the end of the file will
-  // do.
+  // Also takes the byte after the number, behind which a binary raster begins, unless the file ends there.
   std::uint32_t number(const char* what) {
     int byte = skipToNumber();
     if (!isDigit(byte)) damaged(what);

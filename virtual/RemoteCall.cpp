@@ -34,7 +34,7 @@ bool holdsOneMessage(std::string_view text) {
 }
 
 std::unique_ptr<Element> parse(std::string_view text) {
-  if (!holdsOneMessage(text)) throw ObjectStoreException("this is no message");
+  if (!holdsOneMessage(text)) throw ObjectStoreException("this is not a message");
   XMLSAXParser parser;
   std::unique_ptr<Element> message;
   int status = -1;
@@ -46,7 +46,7 @@ std::unique_ptr<Element> parse(std::string_view text) {
     message.reset(parser.getResult());
     throw;
   }
-  if (status != 0 || message == nullptr) throw ObjectStoreException("this is no message");
+  if (status != 0 || message == nullptr) throw ObjectStoreException("this is not a message");
   return message;
 }
 
@@ -64,7 +64,7 @@ void RemoteCall::read(std::string_view message) {
   message_ = parse(message);
   requestId_ = numberIn(text("requestID"));
   if (text("messageType") != "method" || text("systemRule") != "callMethod") {
-    throw ObjectStoreException("this is no call of a method");
+    throw ObjectStoreException("this is not a method call");
   }
   object_ = text("objName");
   method_ = text("method");

@@ -9,17 +9,18 @@
 
 namespace virtualscanner {
 
-// One remote call as the host sent it. Owns the message that it was read from, whose parameters it shows.
+// One remote call as the host sent it. Owns the parsed message; references to its parameters live as long as
+// the call, until the next read(). Does not check whether there is such an object or method. One thread.
 class RemoteCall {
  public:
-  // Reads a message. Throws ObjectStoreException, with a text fit for an exception reply, if it is no call of
-  // a method with a list of parameters; requestId() is then still that of the message, if it has one.
+  // Reads a message. Throws ObjectStoreException, with a text fit for an exception reply, unless it is the
+  // call of a method with a list of parameters; requestId() is then still that of the message, if it has one.
   void read(std::string_view message);
 
   int requestId() const { return requestId_; }
   const std::string& object() const { return object_; }
   const std::string& method() const { return method_; }
-  // Throws ObjectStoreException where there are fewer.
+  // Throws ObjectStoreException if there are fewer.
   Element& parameter(unsigned int index) const;
   unsigned int parameterCount() const;
 
@@ -32,7 +33,7 @@ class RemoteCall {
   std::string method_;
 };
 
-// The text of a reply. The result stays the caller's.
+// The text of a reply. The result remains the caller's.
 std::string writeResponse(int requestId, Element& result);
 std::string writeException(int requestId, const std::string& reason);
 

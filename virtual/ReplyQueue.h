@@ -28,7 +28,7 @@ class ReplyQueue final : public TransferSource {
   static constexpr std::size_t mostTransfers = 64;
 
   std::deque<std::vector<std::uint8_t>> transfers_;
-  std::size_t sent_ = 0;  // bytes of the first one
+  std::size_t sent_ = 0;  // bytes of the first transfer
 };
 
 }  // namespace virtualscanner

@@ -18,6 +18,7 @@ bool beginsControlPacket(const std::uint8_t* bytes, std::size_t count) {
 
 void RequestInbox::receive(const std::uint8_t* bytes, std::size_t count) {
   if (reader_.insidePacket() && beginsControlPacket(bytes, count)) clear();
+  received_.clear();  // what a write that ran out of memory may have left
   const bool readable = reader_.feed(bytes, count);
   // Handled only now, since a header further on may have made the whole write void.
   const std::vector<std::string> messages = std::exchange(received_, {});

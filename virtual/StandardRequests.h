@@ -10,8 +10,9 @@
 
 namespace virtualscanner {
 
-// What every USB device does, whatever it is for (USB 2.0, chapter 9): descriptors, the current alternate
-// setting, halted endpoints, and the standard requests that read and change them.
+// The part that all USB devices have in common (USB 2.0, chapter 9): descriptors, the current alternate
+// setting, halted endpoints, and the standard requests that read and change them. Throws only std::bad_alloc.
+// One thread at a time.
 class StandardRequests {
  public:
   explicit StandardRequests(bool alternateSettings);
@@ -30,8 +31,7 @@ class StandardRequests {
   bool isHalted(std::uint8_t address) const { return halted_.contains(address); }
   void halt(std::uint8_t address) { halted_.insert(address); }
 
-  // Carries a request out and returns what the device answers, or nothing for a request that it does not
-  // understand.
+  // Carries out a request and returns its data stage, or nothing for a request that is not supported.
   std::optional<std::vector<std::uint8_t>> perform(const SetupPacket& setup);
 
  private:

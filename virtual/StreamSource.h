@@ -9,13 +9,14 @@
 
 namespace virtualscanner {
 
-// The stream of the running job, if there is one, in transfers of at most so many bytes (0: all in one).
+// The stream of the running job, if any, divided into transfers of at most `transferBytes` (0: a single
+// transfer). Owns the stream. One thread at a time.
 class StreamSource final : public TransferSource {
  public:
   explicit StreamSource(std::uint32_t transferBytes) : transferBytes_(transferBytes) {}
   void begin(JobStream stream);
   void clear() { stream_.reset(); }
-  // There is a stream, and nothing of it has been sent.
+  // Whether there is a stream of which nothing has been read.
   bool isUntouched() const { return stream_ && !touched_; }
 
   bool hasTransfer() override { return stream_ && !stream_->atEnd(); }

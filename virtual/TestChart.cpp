@@ -11,7 +11,7 @@
 namespace virtualscanner {
 namespace {
 
-constexpr std::int64_t hundredth = unitsPerInch / 100;  // what the layout below is written in
+constexpr std::int64_t hundredth = unitsPerInch / 100;  // of an inch, the unit of the layout below
 constexpr std::int64_t margin = 50;
 constexpr std::int64_t pageWidth = glassWidth / hundredth;
 constexpr std::int64_t pageHeight = glassHeight / hundredth;
@@ -78,7 +78,7 @@ void TestChart::printCentred(std::int64_t middle, std::int64_t top, std::int64_t
   print<Text>(corner, dotSize, text, color);
 }
 
-// A frame at the very edge of the glass, so that a row or column lost at any side is missed.
+// A frame at the very edge of the glass, so that a row or column lost on any side is noticed.
 void TestChart::printEdges() {
   constexpr std::int64_t line = 3;
   print<Rectangle>(box(0, 0, pageWidth, line), black);
@@ -159,8 +159,8 @@ void TestChart::printLinePatterns() {
   printPatternGroup(624, Pattern::checkered, "CHECKERED");
 }
 
-// Lines of 1/25, 2/75, 1/75 and 1/150 inch. Swatches stand on multiples of 1/25 inch, so that the last two
-// meet the pixels of 75 and 150 dots per inch exactly.
+// Lines of 1/25, 2/75, 1/75 and 1/150 inch. Swatches are placed at multiples of 1/25 inch, so that the lines
+// of the last two coincide with the pixels of 75 and 150 dots per inch.
 void TestChart::printPatternGroup(std::int64_t left, Pattern pattern, const std::string& label) {
   constexpr std::int64_t top = 444, width = 40, height = 100, gap = 4;
   std::int64_t x = left;
@@ -185,7 +185,7 @@ void TestChart::printSeaPiece() {
   }
 }
 
-// Neither mirrored nor turned by any angle does it look like itself.
+// Asymmetric: mirrored or rotated by any angle it looks different.
 void TestChart::printBoat() {
   constexpr std::int64_t water = 905, mast = 225;
   print<Polygon>(std::vector{at(mast - 8, 640), at(mast - 8, 855), at(mast - 130, 855)}, cream);

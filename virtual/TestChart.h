@@ -8,9 +8,9 @@
 
 namespace virtualscanner {
 
-// The page that lies on the glass when the user gives none: printed so that a shift, a crop, a mirrored or
-// turned picture, a swapped channel or a lost row shows at a glance. Laid out in inches, so that it is the
-// same page at every resolution.
+// The page that lies on the glass unless the user provides one: designed so that a shift, a crop, a mirrored
+// or rotated picture, a swapped channel or a lost row is visible at a glance. Laid out in inches, so that it
+// is the same page at every resolution. Immutable, like every paper.
 class TestChart final : public Paper {
  public:
   TestChart();

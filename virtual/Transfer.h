@@ -6,14 +6,14 @@
 namespace virtualscanner {
 
 enum class TransferStatus : std::uint8_t {
-  done,     // what the device had to say or could take is through
-  silent,   // the device does nothing more: the host waits until its time-out
+  done,     // the device sent what it had, or took what it could
+  silent,   // the device moves nothing more: the host waits until its time-out
   halted,   // the endpoint is halted until the host clears it
   overrun,  // the device sent a packet larger than the room left; the excess is lost
   gone,     // not plugged in
 };
 
-// What came of one attempt of the host to move bytes.
+// The outcome of one attempt of the host to move bytes.
 struct Transfer {
   TransferStatus status;
   std::size_t moved = 0;  // bytes, valid on every status

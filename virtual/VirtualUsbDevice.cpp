@@ -5,7 +5,7 @@ namespace {
 
 using namespace platform;
 
-// Bus 20, port 1: there is one port, so that a replugged device stands where it stood.
+// Bus 20, port 1. There is only one port: a device that is plugged in again has the same location.
 constexpr std::uint32_t portLocation = 0x14100000;
 
 }  // namespace
@@ -16,7 +16,7 @@ VirtualUsbDevice::~VirtualUsbDevice() {
 
 IOReturn VirtualUsbDevice::open() noexcept {
   if (!isAlive()) return kIOReturnNoDevice;
-  // Whoever had it open before an unplugging holds nothing any more.
+  // An object that had it open before an unplugging no longer holds it.
   if (stack_.deviceHolder_ != nullptr && stack_.deviceHolder_->isAlive()) return kIOReturnExclusiveAccess;
   stack_.deviceHolder_ = this;
   open_ = true;

@@ -23,7 +23,7 @@ VirtualUsbInterface::~VirtualUsbInterface() {
 
 IOReturn VirtualUsbInterface::open() noexcept {
   if (!isAlive()) return kIOReturnNoDevice;
-  // Whoever had it open before an unplugging holds nothing any more.
+  // An object that had it open before an unplugging no longer holds it.
   if (stack_.interfaceHolder_ != nullptr && stack_.interfaceHolder_->isAlive())
     return kIOReturnExclusiveAccess;
   stack_.interfaceHolder_ = this;
@@ -81,7 +81,7 @@ IOReturn VirtualUsbInterface::getPipeProperties(std::uint8_t pipe, PipePropertie
   return kIOReturnSuccess;
 }
 
-// Transfers are over when their call returns: there is never one in flight.
+// Transfers end before their calls return: there is never one in flight.
 IOReturn VirtualUsbInterface::abortPipe(std::uint8_t pipe) noexcept {
   return checkPipe(pipe);
 }
@@ -121,7 +121,7 @@ IOReturn VirtualUsbInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::u
   *size = static_cast<std::uint32_t>(transfer.moved);
   if (transfer.status == TransferStatus::silent) return wait(noDataTimeoutMs, completionTimeoutMs);
   const bool quiet = transfer.status == TransferStatus::done && !transfer.ended && transfer.moved < capacity;
-  // What came before the silence is a success; only a wait without end is not.
+  // Bytes that arrived before the silence make the read a success, unless the wait is without end.
   if (quiet && wait(noDataTimeoutMs, completionTimeoutMs) == kIOReturnAborted) return kIOReturnAborted;
   return statusOf(transfer, pipe);
 } catch (const std::bad_alloc&) {
@@ -169,8 +169,7 @@ IOReturn VirtualUsbInterface::checkTransfer(std::uint8_t pipe, PipeDirection dir
   return isHaltedHereAlone(pipe) ? kIOUSBPipeStalled : kIOReturnSuccess;
 }
 
-// While the device's side is halted too, transfers are left to the device, so that it counts them for its
-// faults.
+// While the device's side is halted too, transfers go to the device, so that it counts them for its faults.
 bool VirtualUsbInterface::isHaltedHereAlone(std::uint8_t pipe) const {
   if (!haltedHere_.contains(pipe)) return false;
   std::uint8_t status[usb::statusSize] = {};

@@ -25,7 +25,7 @@ class EndToEndFaults : public ScanHost {
   const PageRequest request_{75, false, 0, 0, 637, 876};
   static constexpr std::uint32_t payload = 1000;
 
-  // A page that never comes would keep the library reading for ever: the device then goes at last.
+  // For a page that never arrives the library would read for ever, so the device is unplugged at last.
   void plugInWith(std::vector<Fault> faults) {
     faults.push_back({FaultKind::unplug, 300});
     ScannerOptions options;
@@ -34,7 +34,7 @@ class EndToEndFaults : public ScanHost {
     plugIn(options);
   }
 
-  // The raster when only so many image bytes, their header included, came in whole packets.
+  // The raster when only this many image bytes, header included, arrived in whole packets.
   std::vector<std::uint8_t> rasterCutAt(std::size_t imageBytes) const {
     std::vector<std::uint8_t> raster = paintPage(paper_, request_);
     const std::size_t arrived = imageBytes / payload * payload - imageHeader(request_).size();
@@ -67,7 +67,7 @@ TEST_F(EndToEndFaults, NoneTakesTheTransfersAndTheTimeOfTheTable) {
 // Image bytes in whole packets of the first read of 102400 bytes.
 constexpr std::size_t firstRead = (102400 - 16) / 1008 * 1000;
 
-TEST_F(EndToEndFaults, AStalledDataPipeEndsThePageWithWhatCame) {
+TEST_F(EndToEndFaults, AStalledDataPipeEndsThePageWithWhatArrived) {
   plugInWith({{FaultKind::stall, 8}});
   EXPECT_EQ(scan(page), 0);
   EXPECT_TRUE(raster() == rasterCutAt(firstRead));
@@ -85,7 +85,7 @@ TEST_F(EndToEndFaults, AStallBeforeTheFirstByteIsReadAgainUntilTheDeviceIsGone) 
   }
 }
 
-TEST_F(EndToEndFaults, ATimeOutAmidThePageEndsItWithWhatCame) {
+TEST_F(EndToEndFaults, ATimeOutWithinThePageEndsItWithWhatArrived) {
   plugInWith({{FaultKind::timeOut, 8}});
   EXPECT_EQ(scan(page), 0);
   EXPECT_TRUE(raster() == rasterCutAt(firstRead));
@@ -124,8 +124,8 @@ TEST_F(EndToEndFaults, AnUnpluggingUpToTheEndOfThePageIsReportedAndALaterOneIsNo
   }
 }
 
-// Calls whose failure loses the name of the job: start then goes to nobody, and the library waits for a page
-// that never comes, until the device is gone.
+// Calls whose failure loses the name of the job: the call of start then has no object, and the library waits
+// for a page that never arrives, until the device is unplugged.
 TEST_F(EndToEndFaults, AJobThatCouldNotBeMadeWaitsUntilTheDeviceIsGone) {
   const std::vector<Fault> cases[] = {
       {{FaultKind::exceptionReply, 1}}, {{FaultKind::exceptionReply, 2}}, {{FaultKind::exceptionReply, 3}},
@@ -200,7 +200,7 @@ TEST_F(EndToEndFaults, AnUnknownFormatMakesAnEmptyImage) {
   }
 }
 
-TEST_F(EndToEndFaults, ASizeBeyondAllMeasureStaysWithinMemory) {
+TEST_F(EndToEndFaults, AnImpossibleSizeStaysWithinMemory) {
   plugInWith({{FaultKind::wrongHeader, 3}});
   EXPECT_EQ(scan(page), 0);
   const ConvertedImage& image = driver().convertedImage();

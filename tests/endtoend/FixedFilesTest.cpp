@@ -35,7 +35,7 @@ int outcomeOf(const std::function<void()>& work) {
 }
 constexpr int ranWell = -1;
 
-// No file may grow beyond so many bytes: a full disk where the signal is ignored, a crash amid a write where
+// No file may grow beyond this size: a full disk where the signal is ignored, a crash during a write where
 // it is not.
 void limitFiles(rlim_t bytes, void (*onExcess)(int)) {
   const rlimit limit{bytes, bytes};
@@ -56,7 +56,7 @@ class FixedFiles : public ScanHost {
     for (const std::string& name : temporaries()) fs::remove_all(name);
   }
 
-  // Private files that stand in the folder of the fixed ones.
+  // Private files in the folder of the fixed ones.
   static std::vector<std::string> temporaries() {
     std::vector<std::string> found;
     for (const auto& entry : fs::directory_iterator("/tmp")) {

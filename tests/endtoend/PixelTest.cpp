@@ -83,7 +83,7 @@ TEST_F(EndToEndPixels, AreFoundInTheFixedFile) {
   expectScan({75, color, oddArea}, {75, true, 20, 48, 229, 264}, 687);
 }
 
-TEST_F(EndToEndPixels, ComeThroughAtEveryResolutionOverTheWholePage) {
+TEST_F(EndToEndPixels, ArriveAtEveryResolutionOverTheWholePage) {
   struct Case {
     int resolution;
     std::uint32_t width, height;
@@ -98,7 +98,7 @@ TEST_F(EndToEndPixels, ComeThroughAtEveryResolutionOverTheWholePage) {
   }
 }
 
-TEST_F(EndToEndPixels, ComeThroughAt600OverTheWholePageInGrey) {
+TEST_F(EndToEndPixels, ArriveAt600OverTheWholePageInGrey) {
   plugIn({});
   expectScan({600, grey, wholePage}, {600, false, 0, 0, 5100, 7014}, 5100);
 }
@@ -109,7 +109,7 @@ TEST_F(EndToEndPixels, OfA600DpiColorScanAreThoseOf300Dpi) {
   expectScan({600, color, oddArea}, {300, true, 83, 194, 917, 1057}, std::size_t{1834} * 3);
 }
 
-TEST_F(EndToEndPixels, ComeThroughAtEveryResolutionOverAnOddArea) {
+TEST_F(EndToEndPixels, ArriveAtEveryResolutionOverAnOddArea) {
   const PageRequest requests[] = {{75, false, 20, 48, 229, 264},
                                   {150, false, 41, 97, 458, 528},
                                   {300, false, 83, 194, 917, 1057},
@@ -147,7 +147,7 @@ TEST_F(EndToEndPixels, AreTheSameHoweverTheDeviceCutsItsStream) {
   }
 }
 
-TEST_F(EndToEndPixels, ComeThroughTheAlternateSettingVariant) {
+TEST_F(EndToEndPixels, ArriveFromTheAlternateSettingVariant) {
   ScannerOptions options;
   options.alternateSettings = true;
   options.paintAhead = true;

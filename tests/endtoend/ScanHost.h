@@ -81,7 +81,7 @@ class ScanHost : public testing::Test {
     return {image.pixels, image.pixels + image.length};
   }
 
-  // Reads until so many bytes were reported, `chunk` bytes at a time, over a background of 0x77.
+  // Reads until `total` bytes were reported, `chunk` bytes at a time, over a background of 0x77.
   std::vector<std::uint8_t> readImage(std::size_t total, std::uint32_t chunk) {
     std::vector<std::uint8_t> bytes(total + chunk, 0x77);
     std::size_t got = 0;

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-// The folder that everything goes to, one file for each thing that must be the same on every machine.
+// The output folder: one file for each result that must be the same on every machine.
 class OutputFolder {
  public:
   explicit OutputFolder(const std::filesystem::path& path) : path_(path) {

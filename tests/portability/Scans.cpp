@@ -39,7 +39,7 @@ constexpr Job jobs[] = {
     {"97-refused", 97, 2, 0, 0, 1000, 1000, 40},
 };
 
-// No byte is dumped before the first image byte came.
+// No byte is dumped before the first image byte arrived.
 std::uint32_t sizeOfDump() {
   std::error_code missing;
   const std::uintmax_t size = std::filesystem::file_size(dumpPath, missing);
@@ -83,7 +83,7 @@ void scan(const OutputFolder& folder, const Job& job, ScannerOptions options) {
   const std::string name = std::string("scan-") + job.name;
   std::remove(dumpPath);
   conversionEnvironment().tiffPath = folder / name + ".tiff";
-  // The numbers of the requests come from here.
+  // The library takes its request numbers from rand().
   std::srand(7);
   VirtualScanner scanner(Paper::testChart(), std::move(options));
   VirtualUsbStack plugged(scanner);

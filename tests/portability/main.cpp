@@ -9,7 +9,7 @@
 int main(int count, char** arguments) {
   if (count != 2) return 2;
   const OutputFolder folder(arguments[1]);
-  // The driver tells sizes on standard output.
+  // The driver prints sizes on standard output.
   if (std::freopen((folder / "standard-output.txt").c_str(), "w", stdout) == nullptr) return 1;
   writeNumbers(folder);
   writeMessages(folder);

@@ -19,7 +19,7 @@
 //   auto stream = host.readStream();
 class DeviceHost {
  public:
-  // How it reaches the device: one transfer each, as VirtualScanner::write() and read() answer them.
+  // The connection to the device: one transfer per call, as by VirtualScanner::write() and read().
   struct Pipes {
     std::function<virtualscanner::Transfer(std::uint8_t address, const std::uint8_t* bytes,
                                            std::size_t count)>
@@ -28,13 +28,13 @@ class DeviceHost {
         read;
   };
   explicit DeviceHost(Pipes pipes) : pipes_(std::move(pipes)) {}
-  // Without anything between.
+  // Directly to the model.
   explicit DeviceHost(virtualscanner::VirtualScanner& scanner);
 
-  // What stands in a parameter list.
+  // The elements of a parameter list.
   enum class Parameter { tree, kind, wrongKind };
 
-  // Frames and writes one call, takes the reply and tells it in short: "response " and the result's text,
+  // Frames and writes one call, reads the reply and summarises it: "response " and the result's text,
   // "exception", or "none".
   std::string call(const std::string& object, const std::string& method,
                    const std::vector<Parameter>& parameters = {});

@@ -75,7 +75,7 @@ TEST(FaultPlan, CountsAnewAfterARestartWithoutBringingUsedFaultsBack) {
   EXPECT_TRUE(plan.countWrite());
 }
 
-TEST(FaultPlan, KeepsSilentForSoManyReads) {
+TEST(FaultPlan, KeepsSilentForTheGivenNumberOfReads) {
   FaultPlan plan = planOf({{FaultKind::silence, 2}});
   EXPECT_TRUE(plan.countSilentRead());
   EXPECT_TRUE(plan.countSilentRead());

@@ -23,7 +23,7 @@ class ImageFile : public testing::Test {
     return readImageFile(path_);
   }
 
-  // What a user is told of it, without the path that it begins with.
+  // The message of the error, without the path that it begins with.
   std::string complaintAbout(const std::string& content) {
     try {
       read(content);
@@ -104,14 +104,14 @@ TEST_F(ImageFile, LaysTransparentPartsOnWhite) {
               ElementsAre(255, 255, 255, 4, 5, 6));
 }
 
-TEST_F(ImageFile, SaysWhyAFileIsNoPicture) {
+TEST_F(ImageFile, ReportsWhyAFileIsNotAPicture) {
   EXPECT_EQ(complaintAbout(""), "is neither a PNG nor a PNM picture");
   EXPECT_EQ(complaintAbout("P"), "is neither a PNG nor a PNM picture");
   EXPECT_EQ(complaintAbout("P7 1 1"), "is neither a PNG nor a PNM picture");
   EXPECT_EQ(complaintAbout("GIF89a"), "is neither a PNG nor a PNM picture");
 }
 
-TEST_F(ImageFile, SaysWhatIsWrongWithADamagedPnm) {
+TEST_F(ImageFile, ReportsWhatIsWrongWithADamagedPnm) {
   const std::pair<const char*, const char*> cases[] = {
       {"P5", "the picture is cut short"},
       {"P5 x", "the header has no valid width"},
@@ -148,7 +148,7 @@ TEST_F(ImageFile, RefusesSizesBeyondItsLimitsBeforeReadingPixels) {
   EXPECT_EQ(complaintAbout("P5 10000 10000 255 "), "the picture is cut short");
 }
 
-TEST_F(ImageFile, SaysWhyAFileCannotBeOpened) {
+TEST_F(ImageFile, ReportsWhyAFileCannotBeOpened) {
   EXPECT_THAT([&] { readImageFile(folder_ / "missing"); },
               testing::ThrowsMessage<PaperError>(EndsWith("cannot be opened: No such file or directory")));
   EXPECT_THAT([&] { readImageFile(folder_.path().string()); },

@@ -124,17 +124,17 @@ TEST_F(JobProtocol, RefusesWhatNoObjectOffers) {
   }
 }
 
-TEST_F(JobProtocol, WantsTheParametersOfEachCall) {
+TEST_F(JobProtocol, RequiresTheParametersOfEachCall) {
   EXPECT_EQ(host_.call("system", "enterHostUSBSendMode"), "exception");
   EXPECT_THAT(host_.lastReply(), HasSubstr("the call has too few parameters"));
   EXPECT_EQ(host_.call("system", "enterHostUSBSendMode", {Parameter::kind}), "exception");
-  EXPECT_THAT(host_.lastReply(), HasSubstr("the parameters are no map"));
+  EXPECT_THAT(host_.lastReply(), HasSubstr("the parameters are not a map"));
   host_.enter();
   const std::vector<std::pair<std::vector<Parameter>, std::string>> cases{
       {{}, "the call has too few parameters"},
       {{Parameter::kind}, "the call has too few parameters"},
-      {{Parameter::tree, Parameter::kind}, "the device makes no such job"},
-      {{Parameter::wrongKind, Parameter::tree}, "the device makes no such job"},
+      {{Parameter::tree, Parameter::kind}, "the device has no such kind of job"},
+      {{Parameter::wrongKind, Parameter::tree}, "the device has no such kind of job"},
       {{Parameter::kind, Parameter::kind}, "the parameter scanParameters is missing"}};
   for (const auto& [parameters, reason] : cases) {
     EXPECT_EQ(host_.call("jobFactory", "create", parameters), "exception");
@@ -143,23 +143,23 @@ TEST_F(JobProtocol, WantsTheParametersOfEachCall) {
   EXPECT_EQ(host_.create(), "response HostSendJob1");
 }
 
-TEST_F(JobProtocol, AnswersARequestThatItCannotScanWithAnException) {
+TEST_F(JobProtocol, RepliesToARequestThatItCannotScanWithAnException) {
   host_.request.resolution = 1200;
   host_.enter();
   EXPECT_EQ(host_.create(), "exception");
-  EXPECT_THAT(host_.lastReply(), HasSubstr("the resolution is none of"));
+  EXPECT_THAT(host_.lastReply(), HasSubstr("the resolution is not one of"));
   EXPECT_EQ(scanner_.lastRequest(), std::nullopt);
 }
 
-TEST_F(JobProtocol, AnswersTextThatIsNoCallWithAnException) {
+TEST_F(JobProtocol, RepliesToTextThatIsNotACallWithAnException) {
   const std::pair<const char*, const char*> cases[] = {
-      {"", "this is no message"},
-      {"<method", "this is no message"},
-      {"<method></wrong>", "this is no message"},
-      {"<exception><message>inside</message></exception>", "this is no message"},
-      {"<!DOCTYPE m [<!ENTITY e \"<me/>\">]><method>&e;</method>", "this is no message"},
-      {"<response requestID=\"3\"><IntegerElem>0</IntegerElem></response>", "this is no call of a method"},
-      {"<method name=\"callRule\" requestID=\"3\"/>", "this is no call of a method"},
+      {"", "this is not a message"},
+      {"<method", "this is not a message"},
+      {"<method></wrong>", "this is not a message"},
+      {"<exception><message>inside</message></exception>", "this is not a message"},
+      {"<!DOCTYPE m [<!ENTITY e \"<me/>\">]><method>&e;</method>", "this is not a message"},
+      {"<response requestID=\"3\"><IntegerElem>0</IntegerElem></response>", "this is not a method call"},
+      {"<method name=\"callRule\" requestID=\"3\"/>", "this is not a method call"},
       {"<method name=\"callMethod\" requestID=\"3\"/>", "the call has no list of parameters"},
       {"<method name=\"callMethod\"><arg name=\"params\"><IntegerElem>1</IntegerElem></arg></method>",
        "the call has no list of parameters"},

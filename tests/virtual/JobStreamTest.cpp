@@ -95,7 +95,7 @@ TEST(JobStream, IsTheSameReadInPiecesOfEverySize) {
   }
 }
 
-TEST(JobStream, StopsForGoodAfterSoManyImageBytes) {
+TEST(JobStream, StopsForGoodAfterTheGivenNumberOfImageBytes) {
   const auto whole = drain(streamOf(smallPage, 16));
   const auto image = expectedImage(*Paper::testChart(), smallPage);
   for (std::uint32_t count = 0; count <= image.size(); ++count) {

@@ -18,7 +18,7 @@ inline std::ptrdiff_t privateMemory() {
   return 0;
 }
 
-// How much of it `work` adds when it is done so many times, after enough rounds for every buffer to have
+// How much of it `work` adds in this many rounds, after enough warm-up rounds for every buffer to have
 // reached its size.
 template <typename Work>
 std::ptrdiff_t growthOver(int rounds, const Work& work) {
@@ -33,8 +33,7 @@ std::ptrdiff_t growthOver(int rounds, const Work& work) {
 constexpr int manyRounds = 20000;
 constexpr std::ptrdiff_t flat = std::ptrdiff_t{256} << 10;
 
-// Whether privateMemory() is the program's. AddressSanitizer keeps freed blocks for a while, and finds leaks
-// itself.
+// False under AddressSanitizer, which keeps freed blocks for a while and finds leaks itself.
 constexpr bool memoryIsMeasurable =
 #ifdef __SANITIZE_ADDRESS__
     false;

@@ -98,7 +98,7 @@ TEST_F(Paced, LetsThePictureFlowNoFaster) {
   EXPECT_THAT(stack->passed, Each(Le(50)));
 }
 
-TEST_F(Paced, TellsAnAbort) {
+TEST_F(Paced, ReportsAnAbort) {
   use({true, 0, 0});
   stack->abortNext = true;
   EXPECT_EQ(read(2), platform::kIOReturnAborted);

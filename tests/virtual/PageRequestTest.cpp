@@ -37,7 +37,7 @@ std::string complaintAfter(const std::function<void(Element& scanParameters)>& c
   }
 }
 
-TEST(PageRequest, ReadsWhatTheTreeAsksFor) {
+TEST(PageRequest, ReadsTheRequestFromTheTree) {
   for (const PageRequest& wanted :
        {PageRequest{75, true, 0, 0, 637, 876}, PageRequest{600, false, 0, 0, 5100, 7015},
         PageRequest{200, true, 17, 23, 1, 1}, PageRequest{400, false, -20, -30, 40, 50}}) {
@@ -76,9 +76,9 @@ TEST(PageRequest, RefusesATreeThatIsNone) {
 
 TEST(PageRequest, NamesWhatIsNoNumber) {
   EXPECT_EQ(complaintAfter([](Element& scan) { set(scan, "resolution", new StringElem("fine")); }),
-            "the parameter resolution is no number");
+            "the parameter resolution is not a number");
   EXPECT_EQ(complaintAfter([](Element& scan) { set(scan, "bitdepth", new MapElem); }),
-            "the parameter bitdepth is no number");
+            "the parameter bitdepth is not a number");
 }
 
 TEST(PageRequest, TakesOnlyTheResolutionsOfTheDevice) {
@@ -88,7 +88,7 @@ TEST(PageRequest, TakesOnlyTheResolutionsOfTheDevice) {
   }
   for (const int resolution : {-300, 0, 1, 299, 1200, std::numeric_limits<int>::max()}) {
     EXPECT_EQ(complaintAfter([=](Element& scan) { set(scan, "resolution", new IntegerElem(resolution)); }),
-              "the resolution is none of 75, 150, 200, 300, 400 and 600 dots per inch");
+              "the resolution is not one of 75, 150, 200, 300, 400 and 600 dots per inch");
   }
 }
 

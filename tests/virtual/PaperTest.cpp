@@ -213,7 +213,7 @@ TEST(ImagePaper, GivesThePictureOfAPageBackUnchangedAtItsResolution) {
   }
 }
 
-TEST(ImagePaper, PaintsRowsOfThePixelsThatItTells) {
+TEST(ImagePaper, PaintsRowsOfThePixelsThatItReturns) {
   struct Size {
     std::uint32_t width, height;
   };

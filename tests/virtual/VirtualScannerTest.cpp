@@ -175,8 +175,7 @@ TEST_F(VirtualScanner, LosesEverythingWhenUnpluggedAndStartsAfreshWhenPluggedIn)
   EXPECT_EQ(scanner_->connection(), 2U) << "it was plugged in already";
 }
 
-// Faults. Of a whole job, transfers 1 and 2 are the call of enter and its reply, 3 and 4 create, 5 and 6
-// start.
+// Faults. In a job, transfers 1 and 2 are the call of enter and its reply, 3 and 4 create, 5 and 6 start.
 
 TEST_F(VirtualScanner, HaltsAnEndpointUntilTheHostClearsIt) {
   useFaults({{FaultKind::stall, 8}});
@@ -205,7 +204,7 @@ TEST_F(VirtualScanner, DoesNotGetAWriteThatTimesOut) {
   EXPECT_EQ(host_->enter(), "response 0");
 }
 
-TEST_F(VirtualScanner, TakesHalfOfAShortWriteAndFindsBack) {
+TEST_F(VirtualScanner, TakesHalfOfAShortWriteAndRecovers) {
   useFaults({{FaultKind::shortWrite, 2}});
   EXPECT_EQ(host_->enter(), "response 0");
   const auto packet =
@@ -215,7 +214,7 @@ TEST_F(VirtualScanner, TakesHalfOfAShortWriteAndFindsBack) {
   EXPECT_EQ(host_->create(), "response HostSendJob1");
 }
 
-TEST_F(VirtualScanner, KeepsSoManyRepliesForAHostThatReadsNone) {
+TEST_F(VirtualScanner, KeepsABoundedNumberOfRepliesForAHostThatReadsNone) {
   const auto call = host_->framed("nobody", "asked", {});
   for (int i = 0; i < 100; ++i) host_->write(call);
   for (int i = 0; i < 64; ++i) ASSERT_THAT(host_->takeReply(), HasSubstr("there is no such object")) << i;
@@ -290,7 +289,7 @@ TEST_F(VirtualScanner, SendsAWrongHeader) {
   }
 }
 
-TEST_F(VirtualScanner, IsSilentBeforeTheFirstByteForSoManyReads) {
+TEST_F(VirtualScanner, IsSilentBeforeTheFirstByteForTheGivenNumberOfReads) {
   useFaults({{FaultKind::silence, 3}});
   ASSERT_TRUE(host_->startJob(smallColor));
   for (int i = 0; i < 3; ++i) EXPECT_EQ(host_->readData(512), silent);

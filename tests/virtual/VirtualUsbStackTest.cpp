@@ -134,7 +134,7 @@ TEST_F(VirtualUsbStack, FreesWhatIsDroppedTogetherWithItself) {
   openInterface();
   findService(ServiceKind::usbDevice);
   EXPECT_EQ(stack_->unreleased().total(), 3U);
-  stack_.reset();  // the leak checker tells
+  stack_.reset();  // the leak checker would report it
 }
 
 TEST_F(VirtualUsbStack, RefusesNumbersThatItDidNotHandOut) {
@@ -164,7 +164,7 @@ TEST_F(VirtualUsbStack, RefusesTheOtherKind) {
   EXPECT_EQ(device, nullptr);
 }
 
-TEST_F(VirtualUsbStack, TellsTheDevicesIdentity) {
+TEST_F(VirtualUsbStack, ReportsTheDevicesIdentity) {
   UsbDevice* device = obtainDevice();
   EXPECT_EQ(device->open(), kIOReturnSuccess);
   std::uint16_t vendor = 0, product = 0;
