@@ -12,8 +12,8 @@ struct Extension {
   FileType type;
 };
 
-// The extensions that are no name of a format. Programs that open a .pgm expect gray, whatever the bytes say:
-// the three extensions of PNM stand for one mode each, and only .pnm for all of them.
+// The extensions that are not the name of a format. Programs that open a .pgm expect gray, whatever the file
+// contains: the three extensions of PNM stand for one mode each, and only .pnm for all of them.
 constexpr Extension otherExtensions[] = {
     {"tif", {PictureFormat::tiff, std::nullopt}},
     {"ppm", {PictureFormat::pnm, PictureMode::color}},

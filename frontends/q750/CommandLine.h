@@ -23,7 +23,7 @@ struct ListOptions {
 
 // The options of "q750 scan" as they were given; ScanPlan.h interprets them.
 struct ScanOptions {
-  std::string device;  // empty: the only one there is
+  std::string device;  // empty: the only one
   std::string output;  // "-": standard output
   std::string format;  // empty: by the extension of the output
   std::string resolution = std::to_string(limits::defaultResolution);

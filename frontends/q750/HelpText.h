@@ -2,7 +2,7 @@
 
 #include <string>
 
-// What the help of each command says below its options: the syntax of values, lists of names, exit codes.
+// The part of the help of each command below its options: the syntax of values, lists of names, exit codes.
 // Built from the tables of the program.
 namespace frontend::help {
 

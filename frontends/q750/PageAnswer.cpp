@@ -8,7 +8,7 @@
 namespace frontend {
 namespace {
 
-// False for a cancel, which goes before input that is there as well.
+// Returns whether there is input. A cancel takes precedence over input that has arrived as well.
 bool awaitInput(int input, int cancelled) {
   for (;;) {
     pollfd awaited[] = {{cancelled, POLLIN, 0}, {input, POLLIN, 0}};

@@ -37,7 +37,7 @@ class Output : public testing::Test {
   std::string path = folder / "page.tiff";
 };
 
-TEST_F(Output, AppearsUnderItsNameOnlyWhenItIsPutInPlace) {
+TEST_F(Output, AppearsUnderItsNameOnlyWhenCommitted) {
   OutputFile file(path);
   write(file, "picture");
   EXPECT_FALSE(std::filesystem::exists(path));
@@ -46,7 +46,7 @@ TEST_F(Output, AppearsUnderItsNameOnlyWhenItIsPutInPlace) {
   EXPECT_THAT(folder.names(), ElementsAre("page.tiff"));
 }
 
-TEST_F(Output, LeavesNothingWhenItIsGivenUp) {
+TEST_F(Output, LeavesNothingUnlessCommitted) {
   writeContent(path, "old");
   {
     OutputFile file(path);
@@ -85,13 +85,13 @@ TEST_F(Output, TakesNamesAsLongAsNamesCanBe) {
   EXPECT_THAT(complaintAbout(folder / (std::string(251, 'n') + ".tiff")), HasSubstr("File name too long"));
 }
 
-TEST_F(Output, TellsWhenItCannotBePutInPlace) {
+TEST_F(Output, ReportsThatItCannotBeCommitted) {
   OutputFile file(path);
   std::filesystem::create_directory(path);
   EXPECT_THROW(file.commit(), OutputError);
 }
 
-TEST_F(Output, LeavesNothingWhenItCannotBePutInPlace) {
+TEST_F(Output, LeavesNothingWhenItCannotBeCommitted) {
   {
     OutputFile file(path);
     std::filesystem::create_directory(path);
@@ -108,7 +108,7 @@ TEST_F(Output, CheckLeavesNothingBehind) {
   EXPECT_EQ(contentOf(path), "old");
 }
 
-TEST_F(Output, CheckRefusesPlacesWhereNoPictureCanGo) {
+TEST_F(Output, CheckRejectsPlacesWhereNoPictureCanGo) {
   const std::string pipe = folder / "pipe";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   writeContent(folder / "file", "");
@@ -129,7 +129,7 @@ TEST_F(Output, CheckRefusesPlacesWhereNoPictureCanGo) {
   }
 }
 
-TEST_F(Output, CheckRefusesAFolderThatMayNotBeWrittenInto) {
+TEST_F(Output, CheckRejectsAFolderWithoutWritePermission) {
   EXPECT_THAT(complaintAbout("/proc/page.tiff"), testing::Not(IsEmpty()));
 }
 

@@ -42,7 +42,7 @@ JpegFile::JpegFile(const std::string& path) {
   }
   jpeg_error_mgr errors{};
   jpeg_decompress_struct jpeg{};
-  jpeg.err = jpeg_std_error(&errors);  // ends the program for a broken picture, which is told well enough
+  jpeg.err = jpeg_std_error(&errors);  // exits with a message for a broken picture, which is clear enough
   jpeg_create_decompress(&jpeg);
   jpeg_stdio_src(&jpeg, file);
   jpeg_save_markers(&jpeg, JPEG_COM, 1000);

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// What picture files say, read by others than who wrote them.
+// The contents of picture files, read by decoders independent of the encoders under test.
 
 struct PngFile {
   explicit PngFile(const std::string& path);
@@ -16,7 +16,7 @@ struct PngFile {
   std::uint32_t pixelsPerMetreX = 0;
   std::uint32_t pixelsPerMetreY = 0;
   std::string software;
-  std::vector<std::uint8_t> pixels;  // rows as they stand in the file
+  std::vector<std::uint8_t> pixels;  // rows as stored in the file
 };
 
 struct JpegFile {
@@ -32,9 +32,10 @@ struct JpegFile {
   std::vector<std::uint8_t> pixels;
 };
 
-// What a shell command prints, both outputs together; a failure of the test if it fails.
+// Runs a shell command and returns what it prints to standard output and error. The test fails if the command
+// does.
 std::string printedBy(const std::string& command);
 
-// The pages of a PDF as PNG files of the same name and a number, "document.pdf-000.png", as large as they
-// stand in it.
+// Writes the pages of a PDF to PNG files of its name and a number, "document.pdf-000.png", at their stored
+// size.
 void extractPages(const std::string& pdf);

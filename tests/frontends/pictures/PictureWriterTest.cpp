@@ -29,7 +29,7 @@ PictureSettings settings() {
   return {.software = "q750 9.9.9"};
 }
 
-// A picture without two equal rows or columns, with its pixels. The spare bits of a row are 0.
+// A picture without two equal rows or columns. The padding bits of a row are 0.
 struct TestPicture {
   TestPicture(std::uint32_t width, std::uint32_t height, std::uint32_t channels, std::uint32_t bits = 8)
       : layout{width, height, channels, bits, 300}, pixels(static_cast<std::size_t>(layout.bytes())) {
@@ -48,7 +48,7 @@ struct TestPicture {
   void writeRows(PictureWriter& writer, std::uint32_t count) const {
     for (std::uint32_t row = 0; row < count; ++row) writer.writeRow(pixels.data() + row * layout.rowBytes());
   }
-  // As a file has them in which 1 is white, but for spare bits.
+  // As in a file in which 1 is white, padding bits included.
   std::vector<std::uint8_t> inverted() const {
     std::vector<std::uint8_t> result = pixels;
     for (std::uint8_t& byte : result) byte = static_cast<std::uint8_t>(~byte);
@@ -67,7 +67,7 @@ const TestPicture narrowLineart(13, 61, 1, 1);
 class WritingPictures : public testing::Test {
  protected:
   int create() const { return open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600); }
-  // Whether it worked.
+  // Whether the sink is good afterwards.
   bool write(PictureFormat format, const std::vector<const TestPicture*>& pages,
              const PictureSettings& used = settings()) {
     const int descriptor = create();
@@ -188,7 +188,7 @@ TEST_F(WritingPictures, WritesPnm) {
                                  std::string(narrowLineart.pixels.begin(), narrowLineart.pixels.end()));
 }
 
-// How far the pixels of two pictures are apart at most.
+// The greatest difference between the pixels of two pictures.
 int distance(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t>& b) {
   int largest = a.size() == b.size() ? 0 : 256;
   for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
@@ -302,7 +302,7 @@ TEST_F(WritingPictures, WritesTheSameBytesEveryTime) {
   }
 }
 
-TEST_F(WritingPictures, ForgetsAPageThatDoesNotBecomeWhole) {
+TEST_F(WritingPictures, DropsAnAbandonedPage) {
   PictureSettings several = settings();
   several.multiPage = true;
   for (const PictureFormat format : {PictureFormat::tiff, PictureFormat::pdf}) {
@@ -325,7 +325,7 @@ TEST_F(WritingPictures, ForgetsAPageThatDoesNotBecomeWhole) {
   }
 }
 
-TEST_F(WritingPictures, TellsWhyItFailed) {
+TEST_F(WritingPictures, ReportsWhyItFailed) {
   const int full = open("/dev/full", O_RDWR);
   for (const PictureFormat format : formats) {
     ByteSink sink(full);

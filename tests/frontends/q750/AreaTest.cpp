@@ -31,7 +31,7 @@ std::string understood(const std::string& text) {
   }
 }
 
-TEST(AreaGrammar, TakesAUnitForAllOrOneForEach) {
+TEST(AreaGrammar, AcceptsAUnitForAllOrOneForEach) {
   const struct {
     const char* text;
     const char* meaning;
@@ -102,7 +102,7 @@ TEST(AreaOnTheBed, TakesPixelsAsTheyAreAtEveryResolution) {
   }
 }
 
-TEST(AreaOnTheBed, LeavesOutWhatReachesPastTheGlass) {
+TEST(AreaOnTheBed, CutsOffWhatExtendsBeyondTheBed) {
   const PlacedArea a4 = placed("0x0+210x297mm", 300);
   EXPECT_EQ(a4.area, (PixelArea{0, 0, 2480, 3507}));
   EXPECT_EQ(a4.cutPixels, 1U);
@@ -112,13 +112,13 @@ TEST(AreaOnTheBed, LeavesOutWhatReachesPastTheGlass) {
   EXPECT_EQ(placed("636x875+100000x100000px", 75).area, (PixelArea{636, 875, 1, 1}));
 }
 
-TEST(AreaOnTheBed, KeepsTheWholeGlassWhole) {
+TEST(AreaOnTheBed, KeepsTheWholeBed) {
   const PlacedArea area = placed("0x0+2550x3507px", 300);
   EXPECT_EQ(area.area, wholeBed(300));
   EXPECT_EQ(area.cutPixels, 0U);
 }
 
-TEST(AreaOnTheBed, RefusesAreasWithoutAPixelOnTheGlass) {
+TEST(AreaOnTheBed, RejectsAreasWithoutAPixelOnTheBed) {
   for (const char* text :
        {"8.5x0+1x1in", "0x11.69+1x1in", "216x0+5x5mm", "637x0+1x1px", "100000x100000+1x1mm"}) {
     EXPECT_THROW(placed(text, 75), UsageError) << text;

@@ -116,7 +116,7 @@ TEST(CommandLine, TakesDoctor) {
   EXPECT_EQ(line.doctor.timeout, "1");
 }
 
-TEST(CommandLine, ListensOnlyForThisMachineUnlessToldOtherwise) {
+TEST(CommandLine, ListensOnTheLoopbackInterfaceByDefault) {
   EXPECT_EQ(parse({"virtual"}).serve.listen, "127.0.0.1:3240");
 }
 
@@ -137,7 +137,7 @@ TEST(CommandLine, ShowsHelpForEachCommand) {
   expectGolden("help-virtual.txt", parse({"virtual", "--help"}).text);
 }
 
-TEST(CommandLine, ComplainsAndTellsWhereHelpIs) {
+TEST(CommandLine, ReportsErrorsAndWhereTheHelpIs) {
   const struct {
     std::vector<const char*> arguments;
     const char* complaint;

@@ -16,7 +16,7 @@ using testing::StartsWith;
 constexpr char workerLine[] = "ok         The worker program is installed: /usr/libexec/q750-worker\n";
 constexpr char ruleLine[] = "ok         The rule that grants users access to the scanner is installed.\n";
 
-// A system in which all is well, to be spoilt.
+// A system without problems, which each test changes.
 class ExaminingASystem : public testing::Test {
  protected:
   ExitCode examine(const std::string& device = "") {
@@ -43,7 +43,7 @@ class ExaminingASystem : public testing::Test {
   std::vector<std::string> tried;
 };
 
-TEST_F(ExaminingASystem, FindsThatAllIsWell) {
+TEST_F(ExaminingASystem, FindsNothingWrong) {
   EXPECT_EQ(examine(), ExitCode::good);
   EXPECT_THAT(lines,
               ElementsAre(workerLine, ruleLine, "ok         usb:1-2: a Quenvar Q750 that you may use.\n",
@@ -51,7 +51,7 @@ TEST_F(ExaminingASystem, FindsThatAllIsWell) {
   EXPECT_THAT(tried, ElementsAre("usb:1-2"));
 }
 
-TEST_F(ExaminingASystem, LooksAtTheScannerThatIsNamed) {
+TEST_F(ExaminingASystem, ChecksOnlyTheNamedScanner) {
   EXPECT_EQ(examine("virtual"), ExitCode::good);
   EXPECT_THAT(tried, ElementsAre("virtual"));
   EXPECT_EQ(examine("usb"), ExitCode::good);
@@ -60,14 +60,14 @@ TEST_F(ExaminingASystem, LooksAtTheScannerThatIsNamed) {
   EXPECT_EQ(lines.back(), "attention  There is no scanner usb:1-9. See q750 list for the available ones.\n");
 }
 
-TEST_F(ExaminingASystem, MissesTheWorker) {
+TEST_F(ExaminingASystem, ReportsAMissingWorker) {
   worker = "";
   EXPECT_EQ(examine(), ExitCode::ioError);
   EXPECT_THAT(lines[0], StartsWith("attention  The worker program q750-worker is missing."));
   EXPECT_THAT(tried, ElementsAre());
 }
 
-TEST_F(ExaminingASystem, NotesThatNoRuleIsInstalled) {
+TEST_F(ExaminingASystem, NotesAMissingDeviceRule) {
   rule = false;
   EXPECT_EQ(examine(), ExitCode::good);
   EXPECT_THAT(lines[1],
@@ -75,20 +75,20 @@ TEST_F(ExaminingASystem, NotesThatNoRuleIsInstalled) {
   EXPECT_THAT(lines[1], HasSubstr("Install the package quenvar-q750 and"));
 }
 
-TEST_F(ExaminingASystem, TriesTheVirtualScannerWhereNoneIsPluggedIn) {
+TEST_F(ExaminingASystem, TestsTheVirtualScannerIfNoneIsConnected) {
   inventory.scanners = {simulated};
   EXPECT_EQ(examine(), ExitCode::noDevice);
   EXPECT_THAT(lines[2], StartsWith("attention  No Quenvar Q750 is connected."));
   EXPECT_EQ(lines[3], "ok         virtual: the test scan succeeded.\n");
 }
 
-TEST_F(ExaminingASystem, TellsWhatIsWrongWithTheUsb) {
+TEST_F(ExaminingASystem, ReportsAProblemOfTheUsb) {
   inventory = {{simulated}, "There is no USB."};
   EXPECT_EQ(examine(), ExitCode::ioError);
   EXPECT_EQ(lines[2], "attention  There is no USB.\n");
 }
 
-TEST_F(ExaminingASystem, DoesNotTryAScannerThatTheUserMayNotUse) {
+TEST_F(ExaminingASystem, DoesNotScanWithoutAccess) {
   scanner.accessible = false;
   scanner.hint = "Join the group.";
   inventory.scanners = {scanner, simulated};
@@ -97,7 +97,7 @@ TEST_F(ExaminingASystem, DoesNotTryAScannerThatTheUserMayNotUse) {
   EXPECT_THAT(tried, ElementsAre());
 }
 
-TEST_F(ExaminingASystem, ClearsAWedgedPipe) {
+TEST_F(ExaminingASystem, RetriesAfterABlockedPipe) {
   outcomes = {outcome::garbledStream(), outcome::good()};
   EXPECT_EQ(examine(), ExitCode::good);
   EXPECT_THAT(
@@ -106,7 +106,7 @@ TEST_F(ExaminingASystem, ClearsAWedgedPipe) {
   EXPECT_THAT(tried, ElementsAre("usb:1-2", "usb:1-2"));
 }
 
-TEST_F(ExaminingASystem, TellsWhyAScanFails) {
+TEST_F(ExaminingASystem, ReportsWhyTheTestScanFailed) {
   outcomes = {outcome::silent(5000)};
   EXPECT_EQ(examine(), ExitCode::timedOut);
   EXPECT_EQ(lines.back(), "attention  usb:1-2: " + outcome::silent(5000).sentence + "\n");

@@ -31,7 +31,7 @@ void PrintTo(const Mode& mode, std::ostream* out) {
 
 constexpr Mode modes[] = {{"color", true, false}, {"gray", false, false}, {"lineart", false, true}};
 
-// The part of the test chart as the scanner sends it, or made black and white: below 100 is black.
+// The part of the test chart as the scanner sends it, or as lineart with threshold 100.
 std::vector<std::uint8_t> expectedPixels(const Mode& mode) {
   const std::vector<std::uint8_t> page = virtualscanner::paintPage(
       virtualscanner::Paper::testChart(), {150, mode.color, left, top, width, height});
@@ -46,7 +46,7 @@ std::vector<std::uint8_t> expectedPixels(const Mode& mode) {
   return bits;
 }
 
-// With 1 for white, and 0 in the spare bits.
+// With 1 for white and 0 for the padding bits.
 std::vector<std::uint8_t> inverted(std::vector<std::uint8_t> bits) {
   constexpr std::size_t rowBytes = (width + 7) / 8;
   for (std::size_t i = 0; i < bits.size(); ++i) {
@@ -70,7 +70,7 @@ class EveryMode : public ProgramFixture, public testing::WithParamInterface<Mode
     EXPECT_EQ(result.output + result.errors, "");
     return folder / name;
   }
-  // The rows of a PNG, compared where pixels are.
+  // Compares the rows of a PNG without their padding bits.
   void expectPng(const std::string& path) {
     PngFile file(path);
     EXPECT_EQ(file.depth, GetParam().lineart ? 1 : 8);
@@ -151,7 +151,7 @@ TEST_F(Papers, HaveTheirSizeInAPdf) {
   EXPECT_THAT(printedBy("pdfinfo '" + path + "'"), HasSubstr("Page size:       612 x 792 pts (letter)\n"));
 }
 
-TEST_F(Papers, ReachPastTheGlassWithANote) {
+TEST_F(Papers, AreCutOffAtTheBedWithANote) {
   const ProgramResult result = scan({"-o", folder / "page.png", "-r", "75", "-m", "gray", "-p", "Legal"});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.errors,

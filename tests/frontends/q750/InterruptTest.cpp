@@ -15,11 +15,11 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// A point of a scan at which a user loses patience.
+// A point of a scan at which a user interrupts it.
 struct Moment {
   const char* name;
   std::vector<std::string> arguments;
-  int percent;  // of the picture that has come by then; -1 for nothing at all
+  int percent;  // of the picture that has arrived by then; -1 for nothing at all
 };
 
 void PrintTo(const Moment& moment, std::ostream* out) {
@@ -33,7 +33,7 @@ const Moment moments[] = {
     {"Stall", {"--virtual-fault", "truncated-image:840000", "--virtual-real-time"}, 50},
 };
 
-// Until the program has told that it is there.
+// Waits until the program has reported that it has reached the moment.
 void awaitMoment(const Moment& moment, const Pipe& errors) {
   for (;;) {
     const std::string line = errors.readThrough("\n");
@@ -78,7 +78,7 @@ TEST_P(Interrupting, LeavesNothing) {
   expectCancelled();
 }
 
-// As a terminal sends it to all of its foreground, and a user in a hurry.
+// As a terminal sends it to all foreground processes, for a user in a hurry.
 TEST_P(Interrupting, LeavesNothingWhenTheWholeGroupGetsTheSignalTwice) {
   start(folder / "page.pdf");
   kill(-process, signalNumber());
@@ -146,7 +146,7 @@ TEST_F(InterruptingOutput, EndsTheDoctor) {
   out.closeWriter();
   errors.closeWriter();
   out.readThrough("\n");
-  out.readThrough("\n");  // what it says before the scan
+  out.readThrough("\n");  // the findings before the scan
   kill(process, SIGINT);
   EXPECT_THAT(readAll(errors.reader()), HasSubstr("cancelled"));
   EXPECT_EQ(waitFor(process), 130);

@@ -68,10 +68,10 @@ TEST_F(Answers, AreNotAwaitedAfterACancel) {
   EXPECT_EQ(answer(), PageAnswer::cancel);
 }
 
-TEST_F(Answers, EndWithASignalThatComesMeanwhile) {
+TEST_F(Answers, EndWithASignalWhileWaiting) {
   const pthread_t waiting = pthread_self();
   std::jthread user([this, waiting] {
-    type("q");  // no whole line: it goes on waiting
+    type("q");  // not a complete line: reading continues
     pthread_kill(waiting, SIGINT);
   });
   EXPECT_EQ(answer(), PageAnswer::cancel);

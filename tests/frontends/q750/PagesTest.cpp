@@ -18,7 +18,7 @@ using testing::IsEmpty;
 
 constexpr char question[] = "Place the next page on the scanner and press Enter (q to finish): ";
 
-// Several pages, asked for through standard input.
+// Several pages, requested through standard input.
 class SeveralPages : public ProgramFixture {
  protected:
   ProgramResult scanPages(const std::string& output, const std::string& answers,
@@ -38,7 +38,7 @@ class SeveralPages : public ProgramFixture {
   std::string pdf = folder / "document.pdf";
 };
 
-TEST_F(SeveralPages, StandInOnePdf) {
+TEST_F(SeveralPages, ShareOnePdf) {
   const ProgramResult result = scanPages(pdf, "\n\n", {"--pages", "3"});
   EXPECT_EQ(result.exitCode, 0) << result.errors;
   EXPECT_EQ(result.errors, std::string(question) + question);
@@ -54,7 +54,7 @@ TEST_F(SeveralPages, EndWithTheUserOrTheInput) {
   }
 }
 
-TEST_F(SeveralPages, StandInOneTiff) {
+TEST_F(SeveralPages, ShareOneTiff) {
   const std::string path = folder / "document.tiff";
   EXPECT_EQ(scanPages(path, "\n", {"--pages", "2"}).exitCode, 0);
   EXPECT_EQ(TiffFile(path, 0).pixels.size(), 600U);
@@ -86,7 +86,7 @@ TEST_F(SeveralPages, AreCountedInTheEnd) {
   EXPECT_THAT(result.errors, EndsWith("document.pdf: 2 pages of 30 x 20 pixels, colour, 75 dots per inch\n"));
 }
 
-// The paper is taken away before the second page, which fails thereby.
+// The paper is removed before the second page, which therefore fails.
 class FailingSecondPage : public SeveralPages {
  protected:
   ProgramResult scanTo(const std::string& output) {

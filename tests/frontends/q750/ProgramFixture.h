@@ -29,7 +29,7 @@ struct Pipe {
   void send(const std::string& text) const {
     EXPECT_EQ(write(writer(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
-  // Reads up to the end of the text, or to the end. Answers what came.
+  // Reads up to and including the text, or to the end. Returns what was read.
   std::string readThrough(const std::string& text) const {
     std::string got;
     for (char character = 0; !got.ends_with(text) && read(reader(), &character, 1) == 1;) got += character;
@@ -44,7 +44,7 @@ struct Pipe {
   }
 };
 
-// Scans with the virtual scanner into a folder of its own. Processes that the program leaves behind become
+// Scans with the virtual scanner into a temporary folder. Processes that the program leaves behind become
 // children of the test, which must have none in the end.
 class ProgramFixture : public testing::Test {
  protected:

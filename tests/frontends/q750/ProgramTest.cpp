@@ -67,7 +67,7 @@ TEST_F(Program, ScansToEveryFormat) {
   EXPECT_THAT(folder.names(), ElementsAre("page.png", "page.pnm", "page.tiff"));
 }
 
-TEST_F(Program, ScansTheWholeGlassInGrey) {
+TEST_F(Program, ScansTheWholeBedInGrey) {
   const ProgramResult result = scan({"-o", folder / "page.png", "-r", "75", "-m", "gray"});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.errors, StartsWith("q750: scanning:  "));
@@ -76,7 +76,7 @@ TEST_F(Program, ScansTheWholeGlassInGrey) {
   EXPECT_EQ(virtualscanner::readImageFile(folder / "page.png").height, 876U);
 }
 
-TEST_F(Program, SaysThatColourIsScannedAtThreeHundred) {
+TEST_F(Program, NotesThatColourIsScannedAtThreeHundred) {
   const ProgramResult result = scan({"-o", folder / "page.tiff", "-r", "600", "-a", "0x0+50x40px"});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.errors,
@@ -103,10 +103,10 @@ TEST_F(Program, WritesToStandardOutput) {
   EXPECT_THAT(png.output, StartsWith("\x89PNG"));
 }
 
-TEST_F(Program, ShowsTheLibrarysLogOnRequest) {
+TEST_F(Program, PrintsTheLibrarysLogOnRequest) {
   const ProgramResult result =
       scan({"-o", folder / "page.pnm", "-r", "75", "-a", "0x0+300x300px", "--verbose"});
-  // The first progress may come before it or after.
+  // The first progress line may be printed before or after it.
   EXPECT_THAT("\n" + result.errors, HasSubstr("\nlog: Buffer: <"));
   EXPECT_THAT(result.errors, HasSubstr("\nlog: width: 300 height: 300 maxValue: 255\n"));
   for (std::size_t at = 0; at < result.errors.size();) {
@@ -116,7 +116,7 @@ TEST_F(Program, ShowsTheLibrarysLogOnRequest) {
   }
 }
 
-TEST_F(Program, TellsWhatIsWrongWithTheCommandLine) {
+TEST_F(Program, ReportsErrorsInTheCommandLine) {
   const struct {
     std::vector<std::string> arguments;
     int exitCode;
@@ -176,7 +176,7 @@ TEST_F(Program, LeavesTheOldPictureAloneWhenAScanFails) {
   EXPECT_THAT(folder.names(), ElementsAre("page.png"));
 }
 
-TEST_F(Program, TellsThatThereIsNoRoomAndLeavesNothing) {
+TEST_F(Program, ReportsAFullDiskAndLeavesNothing) {
   const ProgramResult result = scan({"-o", folder / "page.tiff", "-r", "75", "-q"}, [] {
     const rlimit limit{10000, 10000};
     setrlimit(RLIMIT_FSIZE, &limit);
@@ -200,7 +200,7 @@ TEST_F(Program, WorksWithoutStandardDescriptors) {
   EXPECT_EQ(contentOf(folder / "page.pnm").size(), header.size() + 12);
 }
 
-TEST_F(Program, ComplainsAboutAClosedStandardOutput) {
+TEST_F(Program, ReportsAClosedStandardOutput) {
   EXPECT_EQ(runProgram({"list"}, [] { close(STDOUT_FILENO); }).exitCode, 9);
 }
 
@@ -246,13 +246,13 @@ TEST_F(Program, RefusesToSendAPictureToATerminal) {
   EXPECT_EQ(waitFor(process), 1);
 }
 
-TEST_F(Program, RefusesAScannerThatIsNotThere) {
+TEST_F(Program, RejectsAnUnknownScanner) {
   const ProgramResult result = runProgram({"scan", "-o", folder / "page.png", "-d", "flatbed"});
   EXPECT_EQ(result.exitCode, 2);
   EXPECT_THAT(result.errors, StartsWith("q750: --device flatbed: no such scanner. Available scanners:\n"));
 }
 
-TEST_F(Program, GivesUpAScannerThatIsSilentForTooLong) {
+TEST_F(Program, GivesUpAfterTheTimeout) {
   const ProgramResult result = scan({"-o", folder / "page.png", "-r", "75", "-q", "--timeout", "0.3",
                                      "--virtual-fault", "silence:0", "--virtual-real-time"});
   EXPECT_EQ(result.exitCode, 5);
@@ -275,13 +275,13 @@ TEST_F(Program, ReplacesALinkAndDoesNotFollowIt) {
   EXPECT_THAT(contentOf(folder / "page.pnm"), StartsWith("P6"));
 }
 
-TEST_F(Program, ComplainsOfAPictureForAClosedStandardOutput) {
+TEST_F(Program, ReportsAClosedStandardOutputForAPicture) {
   const ProgramResult result = scan({"-o", "-", "-r", "75"}, [] { close(STDOUT_FILENO); });
   EXPECT_EQ(result.exitCode, 9);
   EXPECT_THAT(result.errors, HasSubstr("standard output: cannot write the picture: "));
 }
 
-TEST_F(Program, TellsFailuresAsJsonToo) {
+TEST_F(Program, ReportsErrorsAsJsonToo) {
   const ProgramResult result =
       scan({"-o", folder / "page.png", "-r", "75", "--progress", "json", "--virtual-fault", "unplug"});
   EXPECT_EQ(result.exitCode, 2);
@@ -294,7 +294,7 @@ TEST_F(Program, TellsFailuresAsJsonToo) {
   EXPECT_THAT(usage.errors, StartsWith("{\"event\":\"error\",\"status\":\"usage\",\"exit_code\":1,"));
 }
 
-TEST_F(Program, SaysThatTheVirtualScannerIsWell) {
+TEST_F(Program, DiagnosesNothingWrongWithTheVirtualScanner) {
   const ProgramResult result = runProgram({"doctor", "--device", "virtual"});
   EXPECT_EQ(result.exitCode, 0) << result.errors;
   EXPECT_THAT(result.output, StartsWith("ok         The worker program is installed: /"));
@@ -302,7 +302,7 @@ TEST_F(Program, SaysThatTheVirtualScannerIsWell) {
   EXPECT_EQ(result.errors, "");
 }
 
-TEST_F(Program, SaysWhatIsWrongWithTheVirtualScanner) {
+TEST_F(Program, DiagnosesAFaultOfTheVirtualScanner) {
   const ProgramResult result =
       runProgram({"doctor", "--device", "virtual", "--timeout", "0.2", "--virtual-fault", "silence:0"});
   EXPECT_EQ(result.exitCode, 5);

@@ -60,7 +60,7 @@ TEST(ProgressMeter, LeavesTheTimeOutAtTheEnd) {
   EXPECT_EQ(meter.figures(), "100 %  2.0 MB/s");
 }
 
-TEST(ProgressMeter, LivesWithoutATotal) {
+TEST(ProgressMeter, WorksWithoutATotal) {
   ProgressMeter meter;
   meter.update({0, 0}, TimePoint(0s));
   EXPECT_EQ(meter.figures(), "  0 %");
@@ -99,7 +99,7 @@ TEST_F(Display, PrintsALineAtEveryTenthWhereNoTerminalIs) {
           "q750: scanning:  90 %  10.0 MB/s  0:00 left\n", "q750: scanning: 100 %  10.0 MB/s\n"));
 }
 
-TEST_F(Display, PrintsOneLineForAScanThatComesAtOnce) {
+TEST_F(Display, PrintsOneLineForAScanThatArrivesAtOnce) {
   use(ProgressStyle::plain);
   display->update({10, 10});
   EXPECT_THAT(output, ElementsAre("q750: scanning: 100 %\n"));

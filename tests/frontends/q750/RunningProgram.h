@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// The q750 executable as a process of its own:
+// Runs the q750 executable in a process:
 //
 //   const ProgramResult result = runProgram({"scan", "-o", path});
 //   EXPECT_EQ(result.exitCode, 0) << result.errors;
@@ -20,8 +20,8 @@ struct ProgramResult {
 ProgramResult runProgram(const std::vector<std::string>& arguments,
                          const std::function<void()>& inChild = {});
 
-// The same, to be talked to while it runs: its standard output and error end in these descriptors, which are
-// borrowed. Returns the process.
+// Starts it and returns the process, to interact with it. Its standard output and error are these
+// descriptors, which are borrowed.
 pid_t startProgram(const std::vector<std::string>& arguments, int output, int errors,
                    const std::function<void()>& inChild = {});
 

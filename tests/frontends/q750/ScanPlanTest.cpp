@@ -31,7 +31,7 @@ std::string complaintAbout(const ScanOptions& options) {
   }
 }
 
-TEST(ScanPlan, IsTheWholeGlassInColourAtThreeHundredByDefault) {
+TEST(ScanPlan, IsTheWholeBedInColourAtThreeHundredByDefault) {
   const ScanPlan plan = planScan(optionsFor("page.tiff"));
   EXPECT_EQ(plan.request.settings.resolution, 300U);
   EXPECT_EQ(plan.request.settings.mode, ColorMode::color);
@@ -41,7 +41,7 @@ TEST(ScanPlan, IsTheWholeGlassInColourAtThreeHundredByDefault) {
   EXPECT_THAT(plan.notes, IsEmpty());
 }
 
-TEST(ScanPlan, ReducesColourToWhatTheScannerDeliversAndSaysSo) {
+TEST(ScanPlan, ReducesColourToWhatTheScannerDeliversWithANote) {
   for (const char* resolution : {"400", "600"}) {
     ScanOptions options = optionsFor("page.tiff");
     options.resolution = resolution;
@@ -65,7 +65,7 @@ TEST(ScanPlan, LeavesGreyItsResolution) {
   EXPECT_THAT(planScan(options).notes, IsEmpty());
 }
 
-TEST(ScanPlan, TellsOfAnAreaThatReachesPastTheGlass) {
+TEST(ScanPlan, NotesAnAreaThatExtendsBeyondTheBed) {
   ScanOptions options = optionsFor("page.tiff");
   options.area = "0x0+210x297mm";
   EXPECT_THAT(planScan(options).notes,
@@ -73,7 +73,7 @@ TEST(ScanPlan, TellsOfAnAreaThatReachesPastTheGlass) {
                           "2480 x 3507 pixels."));
 }
 
-TEST(ScanPlan, RefusesValuesThatCannotBe) {
+TEST(ScanPlan, RejectsInvalidValues) {
   const struct {
     std::function<void(ScanOptions&)> change;
     const char* complaint;
@@ -139,7 +139,7 @@ TEST(ScanPlan, RefusesValuesThatCannotBe) {
   }
 }
 
-TEST(ScanPlan, KnowsTheFormatByTheEndOfTheName) {
+TEST(ScanPlan, SelectsTheFormatByTheExtension) {
   const struct {
     const char* output;
     PictureFormat format;
@@ -160,7 +160,7 @@ TEST(ScanPlan, PrefersTheFormatThatIsNamed) {
   EXPECT_EQ(planScan(options).format, PictureFormat::png);
 }
 
-TEST(ScanPlan, UnderstandsBothSpellings) {
+TEST(ScanPlan, AcceptsBothSpellings) {
   ScanOptions options = optionsFor("page.pgm");
   options.mode = "grey";
   EXPECT_EQ(planScan(options).request.settings.mode, ColorMode::gray);
@@ -189,7 +189,7 @@ TEST(ScanPlan, MakesBlackAndWhiteOfGrey) {
   EXPECT_FALSE(planScan(optionsFor("page.ppm")).request.threshold);
 }
 
-TEST(ScanPlan, SaysThatAJpegOfBlackAndWhiteIsGrey) {
+TEST(ScanPlan, NotesThatAJpegOfLineartIsGrey) {
   ScanOptions options = optionsFor("page.jpg");
   options.mode = "lineart";
   EXPECT_THAT(planScan(options).notes,
@@ -213,7 +213,7 @@ TEST(ScanPlan, PlacesPapersInTheCorner) {
   }
 }
 
-TEST(ScanPlan, TellsOfAPaperThatIsLargerThanTheGlass) {
+TEST(ScanPlan, NotesAPaperLargerThanTheBed) {
   ScanOptions options = optionsFor("page.tiff");
   options.paper = "legal";
   EXPECT_EQ(planScan(options).request.settings.area, wholeBed(300));
@@ -222,7 +222,7 @@ TEST(ScanPlan, TellsOfAPaperThatIsLargerThanTheGlass) {
                           "2550 x 3507 pixels."));
 }
 
-TEST(ScanPlan, CallsNoA4LargerThanTheGlassAtAnyResolution) {
+TEST(ScanPlan, AcceptsA4WithoutANoteAtEveryResolution) {
   for (const char* resolution : {"75", "150", "200", "300", "400", "600"}) {
     ScanOptions options = optionsFor("page.tiff");
     options.mode = "gray";

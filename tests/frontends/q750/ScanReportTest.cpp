@@ -14,8 +14,8 @@ using testing::HasSubstr;
 const PictureLayout letter{2550, 3300, 3, 8, 300};
 const PictureLayout drawing{100, 50, 1, 1, 600};
 
-// What one scan of two pages tells.
-std::string told(ProgressStyle style, bool quiet) {
+// The report of a scan of two pages.
+std::string reportOf(ProgressStyle style, bool quiet) {
   std::string text;
   ScanReport report(
       style, quiet, 80, [&text](std::string_view piece) { text += piece; }, [] { return TimePoint(); });
@@ -35,8 +35,8 @@ std::string told(ProgressStyle style, bool quiet) {
   return text;
 }
 
-TEST(ScanReport, SpeaksInSentences) {
-  EXPECT_EQ(told(ProgressStyle::plain, false),
+TEST(ScanReport, PrintsSentences) {
+  EXPECT_EQ(reportOf(ProgressStyle::plain, false),
             "q750: Mind the gap.\n"
             "q750: scanning: 100 %\n"
             "Place the next page on the scanner and press Enter (q to finish): "
@@ -45,13 +45,13 @@ TEST(ScanReport, SpeaksInSentences) {
 }
 
 TEST(ScanReport, IsQuietButForQuestions) {
-  EXPECT_EQ(told(ProgressStyle::none, true),
+  EXPECT_EQ(reportOf(ProgressStyle::none, true),
             "Place the next page on the scanner and press Enter (q to finish): ");
 }
 
-TEST(ScanReport, SpeaksJson) {
+TEST(ScanReport, PrintsJson) {
   for (const bool quiet : {false, true}) {
-    EXPECT_EQ(told(ProgressStyle::json, quiet),
+    EXPECT_EQ(reportOf(ProgressStyle::json, quiet),
               R"({"event":"scanner","device":"usb:1-2"}
 {"event":"note","message":"Mind the gap."}
 {"event":"page","page":1}
@@ -67,7 +67,7 @@ TEST(ScanReport, SpeaksJson) {
   }
 }
 
-TEST(ScanReport, TellsFailuresAsJson) {
+TEST(ScanReport, PrintsErrorsAsJson) {
   EXPECT_EQ(errorAsJson(ExitCode::timedOut, "a\n\"b\"\x80"),
             "{\"event\":\"error\",\"status\":\"timed-out\",\"exit_code\":5,\"message\":"
             "\"a\\n\\\"b\\\"\\ufffd\"}\n");
@@ -93,7 +93,7 @@ TEST(ProgressStyles, DependOnTheTerminalUnlessNamed) {
   }
 }
 
-TEST(ProgressStyles, AreRefusedWhereTheyCannotBe) {
+TEST(ProgressStyles, AreRejectedIfUnknownOrContradictory) {
   ScanOptions options;
   options.progress = "dots";
   EXPECT_THROW(progressStyle(options, true), UsageError);

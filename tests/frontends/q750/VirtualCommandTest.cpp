@@ -38,7 +38,7 @@ TEST(AttachText, NamesNoAddressThatNobodyCanConnectTo) {
   EXPECT_THAT(frontend::attachText({"::", 3240}), HasSubstr("attach -r HOST -b 1-1\n"));
 }
 
-// The program with a scanner for whoever attaches it, on any free port.
+// The server program on any free port.
 class VirtualProgram : public testing::Test {
  protected:
   ~VirtualProgram() override {
@@ -56,11 +56,11 @@ class VirtualProgram : public testing::Test {
     process_ = startProgram(arguments, output_[1], errors_[1]);
     close(output_[1]);
     close(errors_[1]);
-    for (char character = 0; !said_.ends_with("-b 1-1\n") && read(output_[0], &character, 1) == 1;)
-      said_ += character;
-    const std::size_t colon = said_.find("127.0.0.1:");
-    ASSERT_NE(colon, std::string::npos) << said_ << readAll(errors_[0]);
-    port_ = static_cast<std::uint16_t>(std::stoi(said_.substr(colon + 10)));
+    for (char character = 0; !printed_.ends_with("-b 1-1\n") && read(output_[0], &character, 1) == 1;)
+      printed_ += character;
+    const std::size_t colon = printed_.find("127.0.0.1:");
+    ASSERT_NE(colon, std::string::npos) << printed_ << readAll(errors_[0]);
+    port_ = static_cast<std::uint16_t>(std::stoi(printed_.substr(colon + 10)));
   }
   int end(int signal) {
     kill(process_, signal);
@@ -70,7 +70,7 @@ class VirtualProgram : public testing::Test {
   }
   std::string errors() const { return readAll(errors_[0]); }
 
-  std::string said_;
+  std::string printed_;
   std::uint16_t port_ = 0;
 
  private:
@@ -83,7 +83,7 @@ class Stopping : public VirtualProgram, public testing::WithParamInterface<int> 
 
 TEST_P(Stopping, EndsCleanly) {
   start();
-  EXPECT_THAT(said_,
+  EXPECT_THAT(printed_,
               HasSubstr("usbip --tcp-port " + std::to_string(port_) + " attach -r 127.0.0.1 -b 1-1\n"));
   EXPECT_EQ(end(GetParam()), 0);
   EXPECT_EQ(errors(), "");
@@ -110,7 +110,7 @@ TEST_F(VirtualProgram, LeavesItsClientsBehindWhenItIsKilled) {
   EXPECT_TRUE(client.isAtEnd());
 }
 
-TEST_F(VirtualProgram, LetsGoWrongWhatItIsTold) {
+TEST_F(VirtualProgram, InjectsFaults) {
   start({"--virtual-fault", "stall:2"});
   UsbipClient client(port_);
   ASSERT_EQ(client.import("1-1"), 0U);
@@ -120,7 +120,7 @@ TEST_F(VirtualProgram, LetsGoWrongWhatItIsTold) {
   EXPECT_EQ(client.reply().status, -EPIPE);
 }
 
-// A port of this machine in use while it lives.
+// A port of this machine that is in use while the object exists.
 class TakenPort {
  public:
   TakenPort() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -144,7 +144,7 @@ class TakenPort {
   std::uint16_t number_ = 0;
 };
 
-TEST(VirtualProgramFailing, TellsWhyItCannotListen) {
+TEST(VirtualProgramFailing, ReportsWhyItCannotListen) {
   const TakenPort taken;
   const struct {
     std::vector<std::string> arguments;
@@ -168,7 +168,7 @@ TEST(VirtualProgramFailing, TellsWhyItCannotListen) {
   }
 }
 
-TEST(VirtualProgramFailing, ComplainsAboutAClosedStandardOutput) {
+TEST(VirtualProgramFailing, ReportsAClosedStandardOutput) {
   const ProgramResult result =
       runProgram({"virtual", "--listen", "127.0.0.1:0"}, [] { close(STDOUT_FILENO); });
   EXPECT_EQ(result.exitCode, 9);
@@ -179,7 +179,7 @@ void giveUpRightToAnyPort() {
   if (geteuid() == 0 && prctl(PR_CAPBSET_DROP, CAP_NET_BIND_SERVICE) != 0) _exit(77);
 }
 
-TEST(VirtualProgramFailing, TellsThatAPortIsNotForThisUser) {
+TEST(VirtualProgramFailing, ReportsAPortThatThisUserMayNotUse) {
   const std::string firstFreePort = contentOf("/proc/sys/net/ipv4/ip_unprivileged_port_start");
   if (firstFreePort == "0\n" || firstFreePort == "1\n")
     GTEST_SKIP() << "every port is for everyone on this machine";

@@ -26,12 +26,12 @@ using testing::IsEmpty;
 using testing::StartsWith;
 using enum FaultKind;
 
-// A scanner on the USB, and the program as a user of it.
+// A scanner on the emulated USB, and the program that uses it.
 class UsbCommandLine : public ProgramFixture {
  protected:
   UsbCommandLine() {
     setenv("LD_PRELOAD", "libumockdev-preload.so.0", 1);
-    // The sanitizers want to be the first library of a program, which is then not so.
+    // The sanitizers insist on being the first library of a program, which they are not with the preload.
     const char* before = std::getenv("ASAN_OPTIONS");
     setenv("ASAN_OPTIONS",
            ((before != nullptr ? before + std::string(":") : "") + "verify_asan_link_order=0").c_str(), 1);
@@ -63,8 +63,8 @@ class UsbCommandLine : public ProgramFixture {
                            content.end(),
                            [](std::uint8_t a, char b) { return a == static_cast<std::uint8_t>(b); }));
   }
-  // As if the fault had never been, and the cable in place.
-  void mend() {
+  // Removes the fault and plugs the scanner in again.
+  void repair() {
     bool pluggedIn = true;
     usbfs_->withScanner([&pluggedIn](VirtualScanner& scanner) {
       scanner.setFaults({});
@@ -97,7 +97,7 @@ TEST_F(UsbCommandLine, ScansTheVeryPixelsOfTheVirtualScanner) {
   }
 }
 
-TEST_F(UsbCommandLine, TakesTheRealScannerUnlessToldOtherwise) {
+TEST_F(UsbCommandLine, UsesTheRealScannerByDefault) {
   plugIn();
   const ProgramResult result = runProgram({"scan", "-o", path, "-m", "gray", "-r", "75", "-a", "0x0+9x9px",
                                            "--progress", "json", "--timeout", "1"});
@@ -126,21 +126,21 @@ TEST_F(UsbCommandLine, FindsTheScannerUnderItsNameAfterAReplug) {
   expectWholePage();
 }
 
-TEST_F(UsbCommandLine, SaysThatAnotherProgramHasTheScanner) {
+TEST_F(UsbCommandLine, ReportsThatAnotherProgramUsesTheScanner) {
   plugIn({.inUse = true});
   const ProgramResult result = scanUsb();
   EXPECT_EQ(result.exitCode, 3) << result.errors;
   EXPECT_THAT(folder.names(), IsEmpty());
 }
 
-// Root is let to everything by two rights of its own; a program without them is let to nothing here.
+// Root bypasses file permissions by two capabilities; without them the device node is inaccessible.
 void giveUpRightToAnyFile() {
   if (geteuid() != 0) return;
   for (const int right : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH})
     if (prctl(PR_CAPBSET_DROP, right) != 0) _exit(77);
 }
 
-TEST_F(UsbCommandLine, SaysWhatToDoWhereAccessIsDenied) {
+TEST_F(UsbCommandLine, PrintsWhatToDoIfAccessIsDenied) {
   plugIn({.forbidden = true});
   const ProgramResult list = runProgram({"list"}, giveUpRightToAnyFile);
   EXPECT_EQ(list.exitCode, 0);
@@ -188,7 +188,7 @@ TEST_F(UsbCommandLine, IsReadyForTheNextScanAfterACancel) {
   expectWholePage();
 }
 
-TEST_F(UsbCommandLine, LetsTheDoctorFindThatAllIsWell) {
+TEST_F(UsbCommandLine, LetsTheDoctorFindNothingWrong) {
   plugIn();
   const ProgramResult result = runProgram({"doctor", "--timeout", "1"});
   EXPECT_EQ(result.exitCode, 0) << result.output;
@@ -218,7 +218,7 @@ void PrintTo(const Case& one, std::ostream* out) {
 
 class UsbFaults : public UsbCommandLine, public testing::WithParamInterface<Case> {};
 
-TEST_P(UsbFaults, AreToldAndOverWithTheNextScan) {
+TEST_P(UsbFaults, AreReportedAndGoneWithTheNextScan) {
   plugIn({}, GetParam().faults);
   const ProgramResult result = scanUsb({"-d", "usb:1-1"});
   EXPECT_EQ(result.exitCode, GetParam().exitCode) << result.errors;
@@ -228,7 +228,7 @@ TEST_P(UsbFaults, AreToldAndOverWithTheNextScan) {
   } else {
     EXPECT_THAT(folder.names(), IsEmpty());
   }
-  mend();
+  repair();
   const ProgramResult next = scanUsb({"-d", "usb:1-1"});
   EXPECT_EQ(next.exitCode, 0) << next.errors;
   expectWholePage();

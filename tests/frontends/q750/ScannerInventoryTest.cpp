@@ -19,7 +19,7 @@ ScannerEntry simulated() {
   return {"virtual", "Quenvar", "Q750", "flatbed scanner", true, true, ""};
 }
 
-TEST(ScannerTable, SaysWhatToDo) {
+TEST(ScannerTable, PrintsHints) {
   EXPECT_EQ(scannerTable({simulated()}), "virtual  Quenvar Q750 (virtual)\n");
   EXPECT_EQ(scannerTable({real("usb:1-2.3"), forbidden("usb:2-1"), simulated()}),
             "usb:1-2.3  Quenvar Q750\n"
@@ -28,7 +28,7 @@ TEST(ScannerTable, SaysWhatToDo) {
             "virtual    Quenvar Q750 (virtual)\n");
 }
 
-TEST(ScannersAsJson, ArePartOfAnObject) {
+TEST(InventoryAsJson, IsAnObject) {
   EXPECT_EQ(inventoryAsJson({{forbidden("usb:2-1"), simulated()}, "no \"USB\"\n\xff"}),
             R"({
   "scanners": [
@@ -84,7 +84,7 @@ TEST(ChoosingAScanner, TakesTheOneThatIsNamed) {
     EXPECT_EQ(chosen({name, false, all}), name);
 }
 
-TEST(ChoosingAScanner, ComplainsWhereItCannot) {
+TEST(ChoosingAScanner, ReportsWhyItCannot) {
   const struct {
     Choice choice;
     ExitCode code;
@@ -120,7 +120,7 @@ TEST(ChoosingAScanner, ComplainsWhereItCannot) {
   }
 }
 
-TEST(ChoosingAScanner, TellsWhatIsWrongWithTheUsb) {
+TEST(ChoosingAScanner, ReportsAProblemOfTheUsb) {
   try {
     chooseScanner("usb", false, {{simulated()}, "no USB here"});
     FAIL();
