@@ -134,6 +134,7 @@ function(q750_compile_for_tests target)
     POSITION_INDEPENDENT_CODE OFF  # the compiler's default for programs
     UNITY_BUILD ${Q750_UNITY_TESTS} UNITY_BUILD_BATCH_SIZE 10)
   set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+  target_link_libraries(${target} PRIVATE GTest::gmock GTest::gtest)  # as the precompiled headers take it
   target_precompile_headers(${target} REUSE_FROM test-headers)
 endfunction()
 
