@@ -1,0 +1,30 @@
+// Part of every target: its reader may print and log as much as it likes, at the cost of formatting only.
+// Reports of the sanitizers and of the fuzzer still appear, because they are written to the descriptor
+// itself.
+#include <cstdio>
+#include <string_view>
+
+#include "Log.h"
+
+namespace {
+
+// Reads each line to its end: lines that quote what was received are formatted too.
+class ReadingSink final : public platform::LogSink {
+  void line(const platform::LogLine& line) override {
+    line.read([](std::string_view) { return true; });
+  }
+};
+
+ReadingSink sink;
+
+// Before main(), so that no target has to ask for it.
+[[maybe_unused]] const bool quiet = [] {
+  std::FILE* const nowhere = std::fopen("/dev/null", "w");
+  if (nowhere == nullptr) return false;
+  stdout = nowhere;  // the GNU C library's streams are variables; buffered, unlike standard error itself
+  stderr = nowhere;
+  platform::useLogSink(&sink);
+  return true;
+}();
+
+}  // namespace
