@@ -55,10 +55,15 @@ class Reader {
   }
   template <typename Number>
   Number number(std::string_view name, std::uint64_t most = std::numeric_limits<Number>::max()) {
-    Reader value(field(name));
-    const std::uint64_t result = value.decimal(most);
-    if (!value.ended()) fail();
-    return static_cast<Number>(failed_ ? 0 : result);
+    const std::optional<std::uint64_t> value = numberIn(field(name), most);
+    if (!value) fail();
+    return static_cast<Number>(value.value_or(0));
+  }
+  // A value that is one number and nothing else.
+  static std::optional<std::uint64_t> numberIn(std::string_view text, std::uint64_t most) {
+    Reader value(text);
+    const std::uint64_t number = value.decimal(most);
+    return value.ended() ? std::optional(number) : std::nullopt;
   }
   bool flag(std::string_view name) { return number<std::uint32_t>(name, 1) == 1; }
   bool ended() const { return !failed_ && rest_.empty(); }
@@ -141,10 +146,9 @@ std::optional<ScanRequest> readRequest(std::string_view message) {
   request.settings.area.width = reader.number<std::uint32_t>("width");
   request.settings.area.height = reader.number<std::uint32_t>("height");
   if (const std::string_view text = reader.field("threshold"); !text.empty()) {
-    std::uint8_t threshold = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), threshold);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    request.threshold = threshold;
+    const std::optional<std::uint64_t> threshold = Reader::numberIn(text, limits::highestThreshold);
+    if (!threshold) return std::nullopt;
+    request.threshold = static_cast<std::uint8_t>(*threshold);
   }
   request.timeout = std::chrono::milliseconds(reader.number<std::uint32_t>("timeout"));
   request.verbose = reader.flag("verbose");

@@ -111,21 +111,20 @@ TEST_P(WrongField, MakesARequestNone) {
 
 INSTANTIATE_TEST_SUITE_P(
     Table, WrongField,
-    testing::Values(std::pair("resolution 3:150", "resolution 3:151"),
-                    std::pair("resolution 3:150", "resolution 4:0150"),
-                    std::pair("resolution 3:150", "resolution 3:+15"),
-                    std::pair("resolution 3:150", "resolution 10:4294967446"),
-                    std::pair("resolution 3:150", "resolution 25:9999999999999999999999999"),
-                    std::pair("scanner 9", "scanner 99999"), std::pair("scanner 9", "scanner -9"),
-                    std::pair("scanner 9", "scanner 18446744073709551615"),
-                    std::pair("mode 4:gray", "mode 4:grey"), std::pair("mode 4:gray", "mode 5:color"),
-                    std::pair("threshold 3:128", "threshold 3:256"),
-                    std::pair("threshold 3:128", "threshold 3:12x"),
-                    std::pair("timeout 4:4500", "timeout 1:0"), std::pair("width 3:300", "width 1:0"),
-                    std::pair("width 3:300", "width 4:1266"), std::pair("width 3:300", "width 10:4294967295"),
-                    std::pair("left 2:10", "left 10:4294967295"), std::pair("height 3:400", "height 4:1734"),
-                    std::pair("verbose 1:1", "verbose 1:2"), std::pair("faults 1:2", "faults 1:3"),
-                    std::pair("faults 1:2", "faults 1:1"), std::pair("faults 1:2", "faults 9:100000000")));
+    testing::Values(
+        std::pair("resolution 3:150", "resolution 3:151"), std::pair("resolution 3:150", "resolution 4:0150"),
+        std::pair("resolution 3:150", "resolution 3:+15"),
+        std::pair("resolution 3:150", "resolution 10:4294967446"),
+        std::pair("resolution 3:150", "resolution 25:9999999999999999999999999"),
+        std::pair("scanner 9", "scanner 99999"), std::pair("scanner 9", "scanner -9"),
+        std::pair("scanner 9", "scanner 18446744073709551615"), std::pair("mode 4:gray", "mode 4:grey"),
+        std::pair("mode 4:gray", "mode 5:color"), std::pair("threshold 3:128", "threshold 3:256"),
+        std::pair("threshold 3:128", "threshold 3:12x"), std::pair("timeout 4:4500", "timeout 1:0"),
+        std::pair("width 3:300", "width 1:0"), std::pair("width 3:300", "width 4:1266"),
+        std::pair("width 3:300", "width 10:4294967295"), std::pair("left 2:10", "left 10:4294967295"),
+        std::pair("height 3:400", "height 4:1734"), std::pair("verbose 1:1", "verbose 1:2"),
+        std::pair("faults 1:2", "faults 1:3"), std::pair("faults 1:2", "faults 1:1"),
+        std::pair("faults 1:2", "faults 9:100000000"), std::pair("threshold 3:128", "threshold 3:007")));
 
 TEST(WorkerMessages, WithAWrongStatusAreNone) {
   EXPECT_FALSE(readReport("q750-worker 1\noutcome\nstatus 2:10\nsentence 1:x\n"));
