@@ -1,0 +1,8 @@
+// A target that fails on every input of more than three bytes, to see what the replay makes of a failure.
+#include "Check.h"
+#include "Target.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  check(bytes != nullptr && size <= 3);
+  return 0;
+}
