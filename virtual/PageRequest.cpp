@@ -68,7 +68,7 @@ PageRequest decodePageRequest(Element& parameters) {
   Element& scan = child(parameters, "scanParameters");
   const int resolution = integer(scan, "resolution");
   if (!isResolution(resolution)) {
-    throw ObjectStoreException("the resolution is not one of 75, 150, 200, 300, 400 and 600 dots per inch");
+    throw ObjectStoreException("the resolution is none of 75, 150, 200, 300, 400 and 600 dots per inch");
   }
   PageRequest request;
   request.resolution = static_cast<std::uint32_t>(resolution);

@@ -88,7 +88,7 @@ TEST(PageRequest, TakesOnlyTheResolutionsOfTheDevice) {
   }
   for (const int resolution : {-300, 0, 1, 299, 1200, std::numeric_limits<int>::max()}) {
     EXPECT_EQ(complaintAfter([=](Element& scan) { set(scan, "resolution", new IntegerElem(resolution)); }),
-              "the resolution is not one of 75, 150, 200, 300, 400 and 600 dots per inch");
+              "the resolution is none of 75, 150, 200, 300, 400 and 600 dots per inch");
   }
 }
 
