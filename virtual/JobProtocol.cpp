@@ -16,10 +16,10 @@ Answer JobProtocol::answer(std::string_view message, bool refuse) {
     name = call.object() + "." + call.method();
     if (refuse) throw ObjectStoreException("refused by fault injection");
     result_ = std::make_unique<IntegerElem>(0);
-    const JobEvent event = perform(call);
-    return {writeResponse(call.requestId(), *result_), event, std::move(name)};
+    const CallEffect effect = perform(call);
+    return {writeResponse(call.requestId(), *result_), effect, std::move(name)};
   } catch (const ObjectStoreException& failure) {
-    return {writeException(call.requestId(), failure.getMessage()), JobEvent::none, std::move(name)};
+    return {writeException(call.requestId(), failure.getMessage()), CallEffect::none, std::move(name)};
   }
 }
 
@@ -29,7 +29,7 @@ void JobProtocol::reset() {
 }
 
 // Names sent by the host are not repeated in the texts: messages are written without escaping.
-JobEvent JobProtocol::perform(const RemoteCall& call) {
+CallEffect JobProtocol::perform(const RemoteCall& call) {
   if (call.object() == "system" && call.method() == "enterHostUSBSendMode") return enter(call);
   if (call.object() == "system" && call.method() == "exitHostUSBSendMode") return exit();
   if (call.object() == "jobFactory" && call.method() == "create") return create(call);
@@ -38,14 +38,14 @@ JobEvent JobProtocol::perform(const RemoteCall& call) {
   throw ObjectStoreException("there is no such object or method");
 }
 
-JobEvent JobProtocol::enter(const RemoteCall& call) {
+CallEffect JobProtocol::enter(const RemoteCall& call) {
   if (!call.parameter(0).instanceOf("MapElem")) throw ObjectStoreException("the parameters are not a map");
   reset();
   phase_ = Phase::ready;
-  return JobEvent::entered;
+  return CallEffect::entered;
 }
 
-JobEvent JobProtocol::create(const RemoteCall& call) {
+CallEffect JobProtocol::create(const RemoteCall& call) {
   if (phase_ == Phase::idle) throw ObjectStoreException("the device is not in host USB send mode");
   if (phase_ != Phase::ready) throw ObjectStoreException("another job is not done yet");
   Element& kind = call.parameter(0);
@@ -56,27 +56,27 @@ JobEvent JobProtocol::create(const RemoteCall& call) {
   jobName_ = "HostSendJob" + std::to_string(++jobs_);
   result_ = std::make_unique<StringElem>(jobName_);
   phase_ = Phase::created;
-  return JobEvent::none;
+  return CallEffect::none;
 }
 
-JobEvent JobProtocol::start() {
+CallEffect JobProtocol::start() {
   if (phase_ != Phase::created) throw ObjectStoreException("the job is running");
   phase_ = Phase::running;
-  return JobEvent::started;
+  return CallEffect::started;
 }
 
-JobEvent JobProtocol::finish() {
+CallEffect JobProtocol::finish() {
   if (phase_ != Phase::running) throw ObjectStoreException("the job is not running");
   jobName_.clear();
   phase_ = Phase::ready;
-  return JobEvent::finished;
+  return CallEffect::finished;
 }
 
-JobEvent JobProtocol::exit() {
+CallEffect JobProtocol::exit() {
   if (phase_ == Phase::idle) throw ObjectStoreException("the device is not in host USB send mode");
   if (phase_ != Phase::ready) throw ObjectStoreException("the job is not done yet");
   phase_ = Phase::idle;
-  return JobEvent::none;
+  return CallEffect::none;
 }
 
 }  // namespace virtualscanner

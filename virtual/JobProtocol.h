@@ -11,7 +11,7 @@
 namespace virtualscanner {
 
 // The consequence of a call for the rest of the device.
-enum class JobEvent : std::uint8_t {
+enum class CallEffect : std::uint8_t {
   none,
   entered,   // replies and streams of earlier jobs are to be dropped
   started,   // the page of request() is to be streamed
@@ -20,7 +20,7 @@ enum class JobEvent : std::uint8_t {
 
 struct Answer {
   std::string message;  // the text of the reply
-  JobEvent event;
+  CallEffect effect;
   std::string call;  // the call answered, as object.method; empty for a message that is none
 };
 
@@ -48,12 +48,12 @@ class JobProtocol {
  private:
   enum class Phase : std::uint8_t { idle, ready, created, running };
 
-  JobEvent perform(const RemoteCall& call);
-  JobEvent enter(const RemoteCall& call);
-  JobEvent create(const RemoteCall& call);
-  JobEvent start();
-  JobEvent finish();
-  JobEvent exit();
+  CallEffect perform(const RemoteCall& call);
+  CallEffect enter(const RemoteCall& call);
+  CallEffect create(const RemoteCall& call);
+  CallEffect start();
+  CallEffect finish();
+  CallEffect exit();
 
   Phase phase_ = Phase::idle;
   std::uint32_t jobs_ = 0;

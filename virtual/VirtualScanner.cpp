@@ -45,7 +45,7 @@ struct VirtualScanner::State {
   TransferStatus begin(std::uint8_t address);
   void answer(std::string_view message);
   void queueReply(std::string_view text, bool split);
-  void react(JobEvent event);
+  void react(CallEffect effect);
   void beginStream();
   void dropReplies();
   void dropStream();
@@ -180,7 +180,7 @@ TransferStatus VirtualScanner::State::begin(std::uint8_t address) {
 void VirtualScanner::State::answer(std::string_view message) {
   const CallFaults due = faults.countCall();
   const Answer reply = protocol.answer(message, due.refuse);
-  react(reply.event);
+  react(reply.effect);
   if (callObserver && !reply.call.empty()) callObserver(reply.call);
   queueReply(due.garble ? noMessage : reply.message, due.split);
 }
@@ -196,10 +196,10 @@ void VirtualScanner::State::queueReply(std::string_view text, bool split) {
   replies.add(std::move(packet));
 }
 
-void VirtualScanner::State::react(JobEvent event) {
-  if (event == JobEvent::entered) dropReplies();
-  if (event == JobEvent::entered || event == JobEvent::finished) dropStream();
-  if (event == JobEvent::started) beginStream();
+void VirtualScanner::State::react(CallEffect effect) {
+  if (effect == CallEffect::entered) dropReplies();
+  if (effect == CallEffect::entered || effect == CallEffect::finished) dropStream();
+  if (effect == CallEffect::started) beginStream();
 }
 
 void VirtualScanner::State::beginStream() {

@@ -147,7 +147,7 @@ TEST_F(JobProtocol, RepliesToARequestThatItCannotScanWithAnException) {
   host_.request.resolution = 1200;
   host_.enter();
   EXPECT_EQ(host_.create(), "exception");
-  EXPECT_THAT(host_.lastReply(), HasSubstr("the resolution is not one of"));
+  EXPECT_THAT(host_.lastReply(), HasSubstr("the resolution is none of"));
   EXPECT_EQ(scanner_.lastRequest(), std::nullopt);
 }
 

@@ -65,7 +65,7 @@ void addInterfaces(Bytes& to, const Bytes& configuration) {
 }
 
 // Replies name no device, direction and endpoint.
-void addReply(Bytes& to, Command command, std::uint32_t sequenceNumber, int status) {
+void addReply(Bytes& to, CommandCode command, std::uint32_t sequenceNumber, int status) {
   add32(to, command);
   add32(to, sequenceNumber);
   to.resize(to.size() + 12);

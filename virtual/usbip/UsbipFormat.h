@@ -48,13 +48,13 @@ enum OperationCode : std::uint16_t {
   replyImport = 0x0003,
 };
 enum OperationStatus : std::uint32_t { statusGood = 0, statusBusy = 2, statusNoDevice = 4 };
-enum Command : std::uint32_t {
+enum CommandCode : std::uint32_t {
   commandSubmit = 1,
   commandUnlink = 2,
   replySubmit = 3,
   replyUnlink = 4,
 };
-enum Direction : std::uint32_t { directionOut = 0, directionFromDevice = 1 };
+enum DirectionCode : std::uint32_t { directionOut = 0, directionFromDevice = 1 };
 
 inline constexpr std::size_t operationHeaderSize = 8;
 inline constexpr std::size_t pathSize = 256;
