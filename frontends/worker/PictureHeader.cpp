@@ -52,11 +52,11 @@ void PictureHeader::readSize() {
   std::string_view line = lastLine();
   const auto width = takeNumber(line);
   const auto height = takeNumber(line);
-  if (!width || !height || *width == 0 || *height == 0) return complain("its header tells no size");
+  if (!width || !height || *width == 0 || *height == 0) return complain("its header gives no size");
   width_ = *width;
   height_ = *height;
   if (width_ > largestSide || height_ > largestSide || rasterBytes() > largestRaster) {
-    complain("its header tells an impossible size");
+    complain("its header gives an impossible size");
   }
 }
 

@@ -102,7 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
                     WrongScan{"garbage@100000", ScanStatus::badData, "garbled"},
                     WrongScan{"truncated-image@0", ScanStatus::timedOut, "sent no data for 30 seconds"},
                     WrongScan{"truncated-image@100000", ScanStatus::timedOut, "sent no data for 30 seconds"},
-                    WrongScan{"wrong-header@1", ScanStatus::badData, "tells no size"},
+                    WrongScan{"wrong-header@1", ScanStatus::badData, "gives no size"},
                     WrongScan{"wrong-header@3", ScanStatus::badData, "impossible size"},
                     WrongScan{"silence@3", ScanStatus::good, ""},
                     WrongScan{"silence@0", ScanStatus::timedOut, "sent no data for 30 seconds"}),
