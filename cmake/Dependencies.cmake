@@ -1,4 +1,5 @@
-# Finds what the project builds on. Each failure names the Debian package to install (or run tools/setup).
+# Finds the libraries and programs that the project needs. Each error names the Debian package to install;
+# tools/setup installs all of them.
 function(q750_require package debianPackage)
   find_package(${package} ${ARGN} QUIET)
   if(NOT ${package}_FOUND)
@@ -32,7 +33,7 @@ if(NOT SANE_INCLUDE_FOLDER)
   message(FATAL_ERROR "sane.h was not found: install the Debian package libsane-dev (tools/setup does it).")
 endif()
 find_package(Threads REQUIRED)
-if(Q750_TESTS OR Q750_BENCH)  # one of the benchmarks stands on the emulated usbfs of the tests
+if(Q750_TESTS OR Q750_BENCH)  # one benchmark uses the emulated usbfs of the tests
   q750_dependency(GTest "libgtest-dev libgmock-dev")
   pkg_check_modules(UMOCKDEV QUIET IMPORTED_TARGET umockdev-1.0)
   if(NOT UMOCKDEV_FOUND)
@@ -45,7 +46,7 @@ if(Q750_TESTS)
   if(NOT SCANIMAGE OR NOT SANED)
     message(FATAL_ERROR "scanimage or saned was not found: install the Debian package sane-utils (tools/setup does it).")
   endif()
-  # The system's own Python, whatever else is called so: it has the modules of the system's packages.
+  # The Python of the system, not one found earlier in PATH: it has the modules that packages install.
   find_program(SYSTEM_PYTHON python3 PATHS /usr/bin NO_DEFAULT_PATH)
   execute_process(COMMAND ${SYSTEM_PYTHON} -c "import PIL.Image, sane" RESULT_VARIABLE missing OUTPUT_QUIET ERROR_QUIET)
   if(NOT missing EQUAL 0)

@@ -1,10 +1,10 @@
-# What an installation consists of, by component: runtime (the library that hosts load), development (what compiling
-# against it takes) and tools (the command line).
+# The files of an installation, by component: runtime (the library that hosts load), development (headers,
+# CMake package and pkg-config file), tools (the command line and its worker) and sane (the SANE back end).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-# The headers that hosts may include. They are installed side by side, found by their name alone, and include no
-# header that is not among them.
+# The headers that hosts may include. They are installed in one folder, found by their name alone, and include
+# no header that is not listed here.
 set(q750_public_headers
   Sources/driver/ScannerInterface.h
   Sources/driver/DriverGlobals.h
@@ -45,13 +45,13 @@ list(TRANSFORM q750_public_headers PREPEND ${PROJECT_SOURCE_DIR}/)
 set(q750_header_folder ${CMAKE_INSTALL_INCLUDEDIR}/quenvar-q750)
 set(q750_package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/QuenvarQ750)
 
-# For hosts that load the library as a plug-in there is a target that links nothing.
+# Hosts that load the library as a plug-in use a target that links nothing.
 add_library(quenvar-q750-headers INTERFACE)
 set_target_properties(quenvar-q750-headers PROPERTIES EXPORT_NAME headers)
 foreach(target IN ITEMS quenvar-q750 quenvar-q750-headers)
   target_include_directories(${target} INTERFACE $<INSTALL_INTERFACE:${q750_header_folder}>)
 endforeach()
-# For the C++ headers. It means nothing to a project in C, and a host that loads the library needs no such thing.
+# The C++ headers need C++20. Projects in C ignore this, and hosts that load the library use the other target.
 target_compile_features(quenvar-q750 INTERFACE cxx_std_20)
 
 install(TARGETS quenvar-q750 quenvar-q750-headers EXPORT QuenvarQ750Targets
@@ -66,7 +66,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/QuenvarQ750ConfigVersion.
 install(FILES ${PROJECT_BINARY_DIR}/QuenvarQ750Config.cmake ${PROJECT_BINARY_DIR}/QuenvarQ750ConfigVersion.cmake
   DESTINATION ${q750_package_folder} COMPONENT development)
 
-# Everything in the pkg-config file is relative to the file itself, so that an installed tree can be moved.
+# All paths in the pkg-config file are relative to it, so that an installed tree can be moved.
 file(RELATIVE_PATH q750_prefix_from_pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" q750_prefix_from_pkgconfig "${q750_prefix_from_pkgconfig}")
 file(RELATIVE_PATH q750_libdir_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
@@ -78,22 +78,22 @@ install(FILES ${PROJECT_BINARY_DIR}/quenvar-q750.pc DESTINATION ${CMAKE_INSTALL_
 install(TARGETS q750 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 install(TARGETS q750-worker RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/quenvar-q750 COMPONENT tools)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/q750.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
-# Where the shells look, under the names by which they look.
+# The folders and names by which the shells find completions.
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/completions/q750.bash RENAME q750
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/completions/_q750
   DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
 
-# Where udev finds it on Debian if the prefix is /usr. Elsewhere say /etc/udev/hwdb.d. It counts after
-# `systemd-hwdb update`, for what is plugged in from then on.
+# udev reads it from here on Debian if the prefix is /usr; for other prefixes set /etc/udev/hwdb.d. It takes
+# effect after `systemd-hwdb update`, for devices that are plugged in from then on.
 set(Q750_UDEV_HWDB_DIR lib/udev/hwdb.d CACHE STRING
   "Folder of the entry of udev's hardware database, from the prefix or absolute")
 install(FILES ${PROJECT_BINARY_DIR}/packaging/udev/20-sane-quenvar.hwdb DESTINATION ${Q750_UDEV_HWDB_DIR} COMPONENT tools)
 install(FILES ${PROJECT_BINARY_DIR}/packaging/desktop/quenvar-q750.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo
   COMPONENT tools)
 
-# The SANE back end: in the folder "sane" of the system's libraries. Its configuration is where SANE looks for it if
-# CMAKE_INSTALL_SYSCONFDIR is /etc, as packages for the system say; otherwise it is below the prefix.
+# The SANE back end. SANE finds its configuration if CMAKE_INSTALL_SYSCONFDIR is /etc, as Debian packages set
+# it; otherwise it is installed below the prefix.
 install(TARGETS sane-quenvar LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/sane COMPONENT sane NAMELINK_SKIP)
 install(FILES ${PROJECT_SOURCE_DIR}/frontends/sane/quenvar.conf DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/sane.d
   COMPONENT sane)

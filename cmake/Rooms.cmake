@@ -1,6 +1,6 @@
-# One folder, one target: a room sees only the rooms that it names, so that the layers hold by construction.
+# One folder, one target: a room sees only the rooms that it names, so the layers hold by construction.
 
-# Sets <result> to whether the source that belongs to this header includes it before anything else.
+# Sets <result> to whether the source of this header includes it before anything else.
 function(q750_source_begins_with header result)
   string(REGEX REPLACE "h$" "cpp" source ${header})
   get_filename_component(name ${header} NAME)
@@ -15,8 +15,8 @@ function(q750_source_begins_with header result)
   endif()
 endfunction()
 
-# Every header has to compile alone. One with which its source begins is seen to do so; each other one of a folder is
-# compiled in a source made for it.
+# Every header has to compile alone. A source that begins with its header proves that; every other header of
+# the folder is compiled in a generated source.
 function(q750_compile_headers_alone target)
   # Once is enough: in the everyday build.
   if(Q750_SANITIZE OR CMAKE_UNITY_BUILD OR CMAKE_CROSSCOMPILING OR NOT Q750_TESTS)
@@ -41,11 +41,12 @@ function(q750_compile_headers_alone target)
 endfunction()
 
 # q750_room(<target> [NOT_IN_LIBRARY] [PUBLIC <room>...] [PRIVATE <room>...] [LIBRARIES <library>...]
-# [SEPARATE <source>...]): a static library of all sources in this folder. PUBLIC names the rooms whose headers its
-# headers include, PRIVATE those that only its sources include: together they are all that it may include, the one list
-# of layers that tools/layer-check reads. LIBRARIES are third-party ones, which only its sources see. SEPARATE names the
-# sources that declare something which another source of the room declares as well: no build compiles them together with
-# others. A room of Sources/ or platform/ is also part of the plug-in library, unless it is NOT_IN_LIBRARY.
+# [SEPARATE <source>...]): a static library of all sources in this folder. PUBLIC names the rooms whose
+# headers its headers include, PRIVATE those that only its sources include: together they are all that it may
+# include, the one list of layers that tools/layer-check reads. LIBRARIES are third-party ones, which only its
+# sources see. SEPARATE names the sources that declare something which another source of the room declares as
+# well: no build compiles them together with others. A room of Sources/ or platform/ is also part of the
+# plug-in library, unless it is NOT_IN_LIBRARY.
 function(q750_room target)
   cmake_parse_arguments(room "NOT_IN_LIBRARY" "" "PUBLIC;PRIVATE;LIBRARIES;SEPARATE" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
@@ -54,7 +55,7 @@ function(q750_room target)
     target_include_directories(${target} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${target} PUBLIC ${room_PUBLIC} PRIVATE ${room_PRIVATE} ${room_LIBRARIES})
     set_source_files_properties(${room_SEPARATE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
-    # Inline members are no exports: whether the compiler emits them depends on the kind of build.
+    # Inline members are not exported: whether the compiler emits them depends on the optimisation level.
     set_target_properties(${target} PROPERTIES VISIBILITY_INLINES_HIDDEN ON)
     if(NOT room_NOT_IN_LIBRARY AND CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/(Sources|platform)/")
       set_property(GLOBAL APPEND PROPERTY Q750_LIBRARY_ROOMS ${target})
@@ -67,8 +68,8 @@ function(q750_room target)
   q750_compile_headers_alone(${target})
 endfunction()
 
-# The environment of every test: sanitizer findings print a stack, and the leaks that are part of the design are listed,
-# with their reasons, in lsan.supp.
+# The environment of every test: sanitizer findings print a stack, and the leaks that are part of the design
+# are listed, with their reasons, in lsan.supp.
 function(q750_test_environment test)
   set_tests_properties(${test} PROPERTIES ENVIRONMENT
     "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0;UBSAN_OPTIONS=print_stacktrace=1")
@@ -104,9 +105,11 @@ function(q750_reads_fixed_files test)
   set_tests_properties(${test} PROPERTIES RESOURCE_LOCK "${locks}")
 endfunction()
 
-# Compiler options of everything that only tests need. The precompiled headers are compiled with the same ones.
+# Compiler options of everything that only tests need. The precompiled headers are compiled with the same
+# ones.
 function(q750_test_options target)
-  # In every kind of build: optimising a test takes longer than running it. -g1 is enough for stacks with line numbers.
+  # In every kind of build: optimising a test takes longer than running it. -g1 is enough for stacks with line
+  # numbers.
   target_compile_options(${target} PRIVATE -O0 -g1 ${Q750_UNITY_OPTIONS})
   if(Q750_SANITIZE)  # these two cost a third of the compile time of tests; the tested code keeps them
     target_compile_options(${target} PRIVATE -fno-sanitize=null,alignment)
@@ -124,10 +127,10 @@ function(q750_precompile_test_headers)
   set_target_properties(test-headers PROPERTIES POSITION_INDEPENDENT_CODE OFF UNITY_BUILD OFF)
 endfunction()
 
-# q750_compile_for_tests(<target> [<source>...]): a program of tests, or a library that only such programs link. Its
-# sources are compiled ten at a time (unless Q750_UNITY_TESTS is off), which takes a third of the time. They share one scope then: two that declare the
-# same name in an anonymous namespace do not compile together ("redefinition of {anonymous}::..."). Rename one, or name
-# one here to compile it separately.
+# q750_compile_for_tests(<target> [<source>...]): a program of tests, or a library that only such programs
+# link. Its sources are compiled ten at a time (unless Q750_UNITY_TESTS is off), which takes a third of the
+# time. They share one scope then: two that declare the same name in an anonymous namespace do not compile
+# together ("redefinition of {anonymous}::..."). Rename one, or name one here to compile it separately.
 function(q750_compile_for_tests target)
   q750_test_options(${target})
   set_target_properties(${target} PROPERTIES
@@ -138,8 +141,8 @@ function(q750_compile_for_tests target)
   target_precompile_headers(${target} REUSE_FROM test-headers)
 endfunction()
 
-# q750_suite(<name> [<room>...] [SEPARATE <source>...]): one test program of all sources in this folder, registered
-# under its name. SEPARATE names the sources that do not compile together with the others.
+# q750_suite(<name> [<room>...] [SEPARATE <source>...]): one test program of all sources in this folder,
+# registered under its name. SEPARATE names the sources that do not compile together with the others.
 function(q750_suite name)
   cmake_parse_arguments(suite "" "" "SEPARATE" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)

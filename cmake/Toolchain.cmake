@@ -1,4 +1,4 @@
-# The language level and the warnings that hold for every target of the project.
+# The language level and the compiler options of every target.
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -13,27 +13,27 @@ endif()
 
 add_compile_options(-Wall -Wextra -Wconversion -Wshadow -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  # GCC 12 sees an overlap in every optimised `"text" + std::string` (GCC bug 105329).
+  # GCC 12 reports an overlap in every optimised `"text" + std::string` (GCC bug 105329).
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()
 
-# Several sources compiled as one share a scope: a local variable may be named like a global one of another source, and
-# a class may have members of types that another source keeps to itself. The everyday build compiles each source of the
-# product alone, with these warnings.
+# Several sources compiled as one share a scope: a local variable may be named like a global one of another
+# source, and a class may have members of types that another source keeps to itself. The everyday build
+# compiles each source of the product alone, with these warnings.
 set(Q750_UNITY_OPTIONS -Wno-shadow -Wshadow=local $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
 if(CMAKE_UNITY_BUILD)
   add_compile_options(${Q750_UNITY_OPTIONS})
 endif()
 
-# The same numbers everywhere: no product and sum rounded at once, as some machines can, and on 32-bit x86 none of the
-# wider registers of its first floating-point unit. Such a machine has to have SSE2.
+# The same floating-point results on every machine: no fused multiply-add, and SSE2 instead of the wider x87
+# registers on 32-bit x86, where the library therefore needs SSE2.
 add_compile_options(-ffp-contract=off)
 include(CheckCXXSymbolExists)
 check_cxx_symbol_exists(__i386__ "" Q750_IS_32BIT_X86)
 if(Q750_IS_32BIT_X86)
   add_compile_options(-msse2 -mfpmath=sse)
 endif()
-# 32-bit machines can count the bytes of any file, and open it.
+# 32-bit machines can open files of any size.
 add_compile_definitions(_FILE_OFFSET_BITS=64)
 
 option(Q750_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
