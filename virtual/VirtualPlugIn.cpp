@@ -1,6 +1,5 @@
 #include "VirtualPlugIn.h"
 
-#include <memory>
 #include <new>
 #include <utility>
 
@@ -11,26 +10,25 @@ namespace virtualscanner {
 
 using namespace platform;
 
-IOReturn VirtualPlugIn::queryInterface(UsbInterface** interface) noexcept try {
-  if (kind_ != ServiceKind::usbInterface) return kIOReturnUnsupported;
-  auto object = std::make_unique<VirtualUsbInterface>(stack_, connection_);
-  VirtualUsbInterface* kept = object.get();
-  stack_.interfaces_.emplace(kept, std::move(object));
-  *interface = kept;
+// An object of the stack's, which it keeps until the object is released.
+template <typename Object, typename Interface>
+IOReturn VirtualPlugIn::create(std::map<const void*, std::unique_ptr<Object>>& kept,
+                               Interface** result) noexcept try {
+  auto object = std::make_unique<Object>(stack_, connection_);
+  Object* const created = object.get();
+  kept.emplace(created, std::move(object));
+  *result = created;
   return kIOReturnSuccess;
 } catch (const std::bad_alloc&) {
   return kIOReturnNoMemory;
 }
 
-IOReturn VirtualPlugIn::queryInterface(UsbDevice** device) noexcept try {
-  if (kind_ != ServiceKind::usbDevice) return kIOReturnUnsupported;
-  auto object = std::make_unique<VirtualUsbDevice>(stack_, connection_);
-  VirtualUsbDevice* kept = object.get();
-  stack_.devices_.emplace(kept, std::move(object));
-  *device = kept;
-  return kIOReturnSuccess;
-} catch (const std::bad_alloc&) {
-  return kIOReturnNoMemory;
+IOReturn VirtualPlugIn::queryInterface(UsbInterface** interface) noexcept {
+  return kind_ == ServiceKind::usbInterface ? create(stack_.interfaces_, interface) : kIOReturnUnsupported;
+}
+
+IOReturn VirtualPlugIn::queryInterface(UsbDevice** device) noexcept {
+  return kind_ == ServiceKind::usbDevice ? create(stack_.devices_, device) : kIOReturnUnsupported;
 }
 
 void VirtualPlugIn::release() noexcept {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <memory>
 
 #include "VirtualUsbStack.h"
 
@@ -20,6 +22,10 @@ class VirtualPlugIn final : public platform::PlugInInterface {
   void release() noexcept override;
 
  private:
+  template <typename Object, typename Interface>
+  platform::IOReturn create(std::map<const void*, std::unique_ptr<Object>>& kept,
+                            Interface** result) noexcept;
+
   VirtualUsbStack& stack_;
   platform::ServiceKind kind_;
   std::uint32_t connection_;
