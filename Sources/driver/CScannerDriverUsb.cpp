@@ -23,12 +23,6 @@ constexpr std::uint8_t dataEndpoint = 8;     // in
 constexpr std::uint8_t alternateSetting = 1;
 constexpr std::uint8_t alternateEndpointCount = 13;
 
-// CLEAR_FEATURE(ENDPOINT_HALT) to an endpoint (USB 2.0, 9.4.1).
-constexpr std::uint8_t requestTypeToEndpoint = 2;
-constexpr std::uint8_t clearFeature = 1;
-constexpr std::uint16_t endpointHalt = 0;
-constexpr std::uint16_t inEndpointBit = 128;
-
 std::uint32_t asTransferSize(unsigned long length) {
   return static_cast<std::uint32_t>(
       std::min<unsigned long>(length, std::numeric_limits<std::uint32_t>::max()));
@@ -151,12 +145,10 @@ IOReturn CScannerDriver::ClearEndpointStall(unsigned char pipe) {
   if (const IOReturn status = interface_->getPipeProperties(pipe, &properties); status != kIOReturnSuccess) {
     return status;
   }
-  platform::ControlRequest request{};
-  request.requestType = requestTypeToEndpoint;
-  request.request = clearFeature;
-  request.value = endpointHalt;
-  request.index = properties.endpointNumber;
-  if (properties.direction == PipeDirection::in) request.index |= inEndpointBit;
+  const bool in = properties.direction == PipeDirection::in;
+  const auto address =
+      static_cast<std::uint8_t>(properties.endpointNumber | (in ? platform::usb::directionIn : 0));
+  const platform::ControlRequest request{platform::usb::clearHaltOf(address), nullptr};
   constexpr std::uint8_t defaultPipe = 0;
   if (const IOReturn status = interface_->controlRequest(defaultPipe, request); status != kIOReturnSuccess) {
     return status;

@@ -103,11 +103,9 @@ enum DescriptorType : std::uint8_t {
 
 // Table 9-8:
 //
-//   | 18 | 1 | bcdUSB:2 | bDeviceClass:1 | bDeviceSubClass:1 | bDeviceProtocol:1 | bMaxPacketSize0:1 |
-//   8
-//   | idVendor:2 | idProduct:2 | bcdDevice:2 | iManufacturer:1 | iProduct:1 | iSerialNumber:1 |
-//   17
-//   | bNumConfigurations:1 |
+//   0 | 18 | 1 | bcdUSB:2 | bDeviceClass:1 | bDeviceSubClass:1 | bDeviceProtocol:1 | bMaxPacketSize0:1 |
+//   8 | idVendor:2 | idProduct:2 | bcdDevice:2 | iManufacturer:1 | iProduct:1 | iSerialNumber:1 |
+//  17 | bNumConfigurations:1 |
 namespace device {
 inline constexpr std::uint8_t size = 18;
 inline constexpr std::size_t classAt = 4, vendorAt = 8, productAt = 10, releaseAt = 12,
@@ -116,9 +114,8 @@ inline constexpr std::size_t classAt = 4, vendorAt = 8, productAt = 10, releaseA
 
 // Table 9-10; its interfaces and their endpoints follow it and count in wTotalLength:
 //
-//   | 9 | 2 | wTotalLength:2 | bNumInterfaces:1 | bConfigurationValue:1 | iConfiguration:1 | bmAttributes:1 |
-//   8
-//   | bMaxPower:1, in units of 2 mA |
+//   0 | 9 | 2 | wTotalLength:2 | bNumInterfaces:1 | bConfigurationValue:1 | iConfiguration:1 |
+//   7 | bmAttributes:1 | bMaxPower:1, in units of 2 mA |
 namespace configuration {
 inline constexpr std::uint8_t size = 9;
 inline constexpr std::size_t totalLengthAt = 2, interfaceCountAt = 4, valueAt = 5;
@@ -127,9 +124,8 @@ inline constexpr std::uint8_t selfPowered = 0xC0;  // of bmAttributes, with the 
 
 // Table 9-12:
 //
-//   | 9 | 4 | bInterfaceNumber:1 | bAlternateSetting:1 | bNumEndpoints:1 | bInterfaceClass:1 |
-//   6
-//   | bInterfaceSubClass:1 | bInterfaceProtocol:1 | iInterface:1 |
+//   0 | 9 | 4 | bInterfaceNumber:1 | bAlternateSetting:1 | bNumEndpoints:1 | bInterfaceClass:1 |
+//   6 | bInterfaceSubClass:1 | bInterfaceProtocol:1 | iInterface:1 |
 namespace interface {
 inline constexpr std::uint8_t size = 9;
 inline constexpr std::size_t alternateSettingAt = 3, classAt = 5;
