@@ -89,7 +89,8 @@ endfunction()
 
 # The library writes two files of fixed name below /tmp. These tests run it, and do not mind who else writes
 # there.
-set(q750_file_writers driver endtoend-usbfs install-examples install-host plugin-usbfs worker)
+set(q750_file_writers
+  driver endtoend-usbfs endtoend-usbfs-2 install-examples install-host plugin-usbfs worker)
 
 # q750_writes_fixed_files(<test>): one of them.
 function(q750_writes_fixed_files test)
