@@ -47,8 +47,7 @@ option(Q750_COVERAGE "Build the fuzz targets to count which lines their corpora 
 if((Q750_FUZZ OR Q750_COVERAGE) AND NOT CMAKE_CXX_COMPILER_ID STREQUAL Clang)
   message(FATAL_ERROR "Fuzzing takes clang: use the preset fuzz (tools/setup --with-fuzz installs it).")
 endif()
-if(Q750_COVERAGE)
-  add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+if(Q750_COVERAGE)  # fuzz/CMakeLists.txt chooses the sources that are counted
   add_link_options(-fprofile-instr-generate)
 elseif(Q750_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
