@@ -1,5 +1,5 @@
 // Reads: the scanner's byte stream, with the worker's packet reader.
-// Checks: the same packets, and the same verdict, however the stream is cut into pieces.
+// Checks: the same packets, and the same verdict, however the stream is cut and whatever came before a reset.
 #include "PacketReader.h"
 
 #include "Check.h"
@@ -8,16 +8,17 @@
 #include "Target.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  PacketTranscript whole;
-  wire::PacketReader reader(whole);
-  const bool sound = reader.feed(bytes, size);
+  PacketTranscript whole, cut;
+  wire::PacketReader reader(whole), cutReader(cut);
+  const bool readable = reader.feed(bytes, size);
 
-  PacketTranscript cut;
-  wire::PacketReader cutReader(cut);
-  bool cutSound = true;
-  inPieces({bytes, size}, [&](Bytes piece) { cutSound = cutReader.feed(piece.data(), piece.size()); });
+  cutReader.feed(bytes, size);
+  cutReader.reset();  // whatever came before is of no effect
+  cut = {};
+  bool cutReadable = true;
+  inPieces({bytes, size}, [&](Bytes piece) { cutReadable = cutReader.feed(piece.data(), piece.size()); });
 
-  check(cutSound == sound && cutReader.insidePacket() == reader.insidePacket());
+  check(cutReadable == readable && cutReader.insidePacket() == reader.insidePacket());
   check(cut.packets() == whole.packets());
   return 0;
 }
