@@ -2,7 +2,7 @@
 // Checks: cutting changes nothing; the worker's reader agrees until it finds the stream unreadable.
 #include "Check.h"
 #include "LeakSweep.h"
-#include "PacketTranscript.h"
+#include "ParserSession.h"
 #include "Pieces.h"
 #include "Target.h"
 

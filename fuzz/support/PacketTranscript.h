@@ -4,9 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "BorrowedData.h"
 #include "PacketReader.h"
-#include "Pieces.h"
 #include "USBScanProtocol.h"
 
 // What two readers of the packet format reported, in a form in which they can be compared: every control
@@ -51,24 +49,4 @@ class PacketTranscript : public wire::PacketReader::Listener {
   std::string packets_;
   std::string image_;  // of the packet that is not complete yet
   std::string markers_;
-};
-
-// The library's parser over a stream, its packets recorded in `transcript`. Leaves allocated what the parser
-// does.
-class ParserSession {
- public:
-  explicit ParserSession(PacketTranscript& transcript) {
-    const USBScanProtocolCallbacks callbacks = transcript.callbacks();
-    parser_.initWithCallbacks(&callbacks);
-  }
-  ~ParserSession() { parser_.dealloc(); }
-  ParserSession(const ParserSession&) = delete;
-  ParserSession& operator=(const ParserSession&) = delete;
-
-  void feed(Bytes piece) {
-    parser_.receiveData(BorrowedData(piece.data(), static_cast<std::int32_t>(piece.size())), 0);
-  }
-
- private:
-  USBScanProtocol parser_;
 };
