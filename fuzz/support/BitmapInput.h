@@ -22,7 +22,7 @@ struct BitmapInput {
   }
 
   // Larger bitmaps only take time.
-  bool isTooLarge() const { return pixelBytes() > 65536; }
+  bool isTooLarge() const { return pixelBytes() > 4096; }
   bool isPacked() const {
     return bitmap.space != bitmapSpaceOneBit || bitmap.rowBytes == (bitmap.width + 7) / 8;
   }
