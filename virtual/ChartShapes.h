@@ -26,8 +26,8 @@ struct Box {
   std::int64_t height() const { return bottom - top; }
 };
 
-// One shape printed on the test chart. All arithmetic is in integers, so that every machine prints the same
-// chart. Immutable.
+// One shape printed on the test chart. All arithmetic is in integers, so that every machine prints the
+// same chart. Immutable.
 class Shape {
  public:
   virtual ~Shape() = default;

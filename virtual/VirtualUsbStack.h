@@ -37,9 +37,9 @@ struct Unreleased {
 //
 // The scanner belongs to the caller and outlives the stack. The stack owns every object that it hands out:
 // one that is released is freed at once, one that is dropped without release goes with the stack. An
-// interface released while open is closed. Transfers on an interface that is not open are kIOReturnNotOpen;
-// everything on an object that was obtained before an unplugging is kIOReturnNoDevice, also after the next
-// plugging in.
+// interface released while open is closed. Transfers on an interface that is not open are
+// kIOReturnNotOpen; everything on an object that was obtained before an unplugging is kIOReturnNoDevice,
+// also after the next plugging in.
 //
 // Time is virtual: a time-out passes at once and moves nowMs() on by the shorter of the two limits (0 is
 // none); a transfer that may wait for ever is given up as kIOReturnAborted. One thread at a time.

@@ -11,8 +11,8 @@
 //
 // `reserved` is written as 0 and never read. `length` counts the payload alone. There is no trailer, no
 // checksum and nothing between one packet and the next. Control packets carry the messages of the remote
-// calls, in both directions; image packets carry bytes of the page; the payload of the four markers, if any,
-// is skipped.
+// calls, in both directions; image packets carry bytes of the page; the payload of the four markers, if
+// any, is skipped.
 //
 // Pure functions over the caller's memory; nothing here owns, fails or blocks.
 namespace wire {

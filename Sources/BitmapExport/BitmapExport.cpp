@@ -116,8 +116,8 @@ class Conversion {
     toolkit_.setPort(image_);
     component_ = toolkit_.openADefaultComponent(platform::kGraphicsExporterType, platform::kTIFFFileType);
     if (component_ == nullptr) return opening;
-    // From here on a failure leaves the component open for good, by design: only a conversion that succeeds
-    // closes it.
+    // From here on a failure leaves the component open for good, by design: only a conversion that
+    // succeeds closes it.
     if (component_->setInputGWorld(image_) != noErr) return input;
     if (component_->setDepth(exportDepth) != noErr) return depth;
     if (component_->setOutputHandle(exported_) != noErr) return output;

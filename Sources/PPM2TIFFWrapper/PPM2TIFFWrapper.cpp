@@ -108,8 +108,8 @@ void parsePPM(platform::Data* data, std::uint32_t* width, std::uint32_t* height,
               int* format, int* maxValue) {
   const std::string_view text = textOf(data);
   const Line line1 = lineFrom(text, 0);
-  // The second line is the device's comment. It is never read, but must be there: without it the sizes are
-  // skipped instead.
+  // The second line is the device's comment. It is never read, but must be there: without it the sizes
+  // are skipped instead.
   const Line line2 = lineFrom(text, line1.next);
   const Line line3 = lineFrom(text, line2.next);
 

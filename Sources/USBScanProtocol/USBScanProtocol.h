@@ -51,8 +51,8 @@ class USBScanProtocol {
   USBScanProtocol(const USBScanProtocol&) = delete;
   USBScanProtocol& operator=(const USBScanProtocol&) = delete;
 
-  /// Thrown where the parser's own memory runs out: not std::bad_alloc, which a callback may throw and which
-  /// must pass.
+  /// Thrown where the parser's own memory runs out: not std::bad_alloc, which a callback may throw and
+  /// which must pass.
   struct OutOfMemory {};
 
   /// A new buffer, owned by the caller, with the payload as one control packet. Throws std::bad_alloc.

@@ -37,8 +37,8 @@ class ScanJob {
   ScanJob& operator=(const ScanJob&) = delete;
 
   // Blocks for the whole scan. Returns kIOReturnSuccess once the image is in the accumulator, or
-  // kIOReturnNoDevice if the device vanished during the image; every other failure of a transfer is ignored.
-  // Throws std::bad_alloc.
+  // kIOReturnNoDevice if the device vanished during the image; every other failure of a transfer is
+  // ignored. Throws std::bad_alloc.
   platform::IOReturn run();
 
  private:

@@ -33,8 +33,8 @@ int32_t pixelsFromUnits(uint32_t units, double pixelsPerUnit) {
 
 }  // namespace
 
-// The handle is never 0: a scanner that could not be opened is reported by StartScan, the only call with such
-// a result.
+// The handle is never 0: a scanner that could not be opened is reported by StartScan, the only call with
+// such a result.
 intptr_t EnableScanner() {
   CScannerDriver* driver = CScannerDriver::create();
   totalBytesRead = 0;

@@ -25,8 +25,8 @@ class ElementIterator {
   virtual bool hasNext() = 0;
   /// Returns the next child as its container holds it, not evaluated, and advances.
   virtual Element* next() = 0;
-  /// Returns the next child evaluated with these arguments, which may be null, and advances. Throws what the
-  /// evaluation throws.
+  /// Returns the next child evaluated with these arguments, which may be null, and advances. Throws what
+  /// the evaluation throws.
   virtual Element* next(ListElem* args) = 0;
 
   /// @{

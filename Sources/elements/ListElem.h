@@ -56,8 +56,8 @@ class ListElem : public NonterminalElem {
   /// @}
 
   Element* getChildRaw(unsigned int index) override;
-  /// Inserts at 0..n, renames the children that move up and returns null. Throws IndexOutOfBoundsException
-  /// past n.
+  /// Inserts at 0..n, renames the children that move up and returns null. Throws
+  /// IndexOutOfBoundsException past n.
   Element* addChild(unsigned int index, Element* child) override;
   /// Returns the child that it replaces, detached. A new child that has a parent is stored all the
   /// same before ObjectStoreException("Element already added") is thrown; the replaced one is then
@@ -80,9 +80,9 @@ class ListElem : public NonterminalElem {
   ElementIterator* iterator(bool chain) override;
 
   /// A list of clones. A child whose clone() is the child itself (binary, alias, operation) is shared if it
-  /// has no parent: the copy becomes its parent. If it has one, ObjectStoreException("Element already added")
-  /// is thrown; the copy stays allocated with the children that it shares, and this list still holds all of
-  /// its own.
+  /// has no parent: the copy becomes its parent. If it has one, ObjectStoreException("Element already
+  /// added") is thrown; the copy stays allocated with the children that it shares, and this list still holds
+  /// all of its own.
   Element* clone() override;
   /// Inserts clones of the children in front of those of the target and returns it; null for a target that is
   /// no list, which is only detached. A failure leaves in the target what it got.

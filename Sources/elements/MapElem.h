@@ -6,9 +6,9 @@
 #include "ElementIterator.h"
 #include "NonterminalElem.h"
 
-/// Children by name, in byte-wise order of the names. Owns its children and deletes those that it still holds
-/// when it is destroyed. A name that begins with "_" is private: externalize() leaves it out. A missing name
-/// throws NoSuchElementException.
+/// Children by name, in byte-wise order of the names. Owns its children and deletes those that it still
+/// holds when it is destroyed. A name that begins with "_" is private: externalize() leaves it out. A
+/// missing name throws NoSuchElementException.
 class MapElem : public NonterminalElem {
  public:
   /// Walks the entries in order of their names. Looks each child up by its name, so that an override of

@@ -23,8 +23,8 @@ class StringElem : public DataElem {
   std::string stringValue() override;
   /// ": " and the text.
   std::string toString() override;
-  /// What StringToi() reads; else 1 for "true", "y", "yes" and 0 for "false", "n", "no" in any case; else
-  /// throws ValueConversionException.
+  /// What StringToi() reads; else 1 for "true", "y", "yes" and 0 for "false", "n", "no" in any case;
+  /// else throws ValueConversionException.
   int intValue() override;
   /// True for "true", "y" and "yes" in any case; false for all other text, numbers included.
   bool booleanValue() override;

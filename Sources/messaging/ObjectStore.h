@@ -32,8 +32,8 @@ class MapElem;
 /// construction of the first static object to the destruction of the last one, and is never destroyed.
 class ObjectStore {
  public:
-  /// Initialises the members and builds the tree, unless that has happened already: every instance is the
-  /// same store.
+  /// Initialises the members and builds the tree, unless that has happened already: every instance is
+  /// the same store.
   ObjectStore();
   ObjectStore(const ObjectStore&) = delete;
   ObjectStore& operator=(const ObjectStore&) = delete;

@@ -14,9 +14,9 @@ class Runnable {
   /// exception that leaves it ends the process, as in any thread.
   virtual std::int32_t run();
 
-  /// Runs the object on a new detached thread. Returns 0, or the error number of pthread_create(): then there
-  /// is no thread and the caller keeps the object. After 0 the thread owns it and may have deleted it before
-  /// this returns.
+  /// Runs the object on a new detached thread. Returns 0, or the error number of pthread_create(): then
+  /// there is no thread and the caller keeps the object. After 0 the thread owns it and may have deleted it
+  /// before this returns.
   int start();
 };
 

@@ -9,9 +9,9 @@
 #include "PictureFormat.h"
 #include "ScanLimits.h"
 
-// The values between which options choose, in the order in which the help, the messages, the manual page and
-// the completions list them. The resolutions are in Bed.h, the formats in PictureFormat.h, the papers in
-// PaperSize.h.
+// The values between which options choose, in the order in which the help, the messages, the manual page
+// and the completions list them. The resolutions are in Bed.h, the formats in PictureFormat.h, the
+// papers in PaperSize.h.
 namespace frontend {
 
 // Of --mode, in the order of PictureMode; JSON reports them too.

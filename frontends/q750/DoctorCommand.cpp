@@ -18,8 +18,8 @@
 namespace frontend {
 namespace {
 
-// Where the rule that grants users access to the scanner may be installed: by an administrator or by a
-// package.
+// Where the rule that grants users access to the scanner may be installed: by an administrator or
+// by a package.
 constexpr const char* deviceRules[] = {
     "/etc/udev/hwdb.d/20-sane-quenvar.hwdb",
     "/usr/lib/udev/hwdb.d/20-sane-quenvar.hwdb",

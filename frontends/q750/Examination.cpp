@@ -88,8 +88,8 @@ bool Examination::checkAccess(const ScannerEntry& scanner) {
 void Examination::checkScan(const std::string& scanner) {
   const ScanOutcome first = dependencies_.testScan(scanner);
   if (first.good()) return report(Level::ok, scanner + ": the test scan succeeded.");
-  // A failed scan clears the pipes, so a scanner that an earlier scan left in disorder works at the second
-  // attempt.
+  // A failed scan clears the pipes, so a scanner that an earlier scan left in disorder works at
+  // the second attempt.
   const bool mayRecover = first.status == ScanStatus::timedOut || first.status == ScanStatus::badData ||
                           first.status == ScanStatus::ioError;
   if (mayRecover && dependencies_.testScan(scanner).good()) {

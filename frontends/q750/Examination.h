@@ -24,9 +24,9 @@ struct Finding {
 // The finding as a line: "ok         " and its text.
 std::string lineOf(const Finding& finding);
 
-// Checks what scanning depends on, most fundamental first, so that the first finding that needs attention is
-// the one to begin with. Reports each finding as soon as it is known. Reaches the system through its
-// dependencies only.
+// Checks what scanning depends on, most fundamental first, so that the first finding that needs
+// attention is the one to begin with. Reports each finding as soon as it is known. Reaches the system
+// through its dependencies only.
 class Examination {
  public:
   struct Dependencies {

@@ -32,8 +32,8 @@ class PageOutput {
   void write(const std::uint8_t* bytes, std::size_t count);
   // After the last byte of the page.
   void endPage();
-  // Drops the current page, if there is one: finish() then completes the file with the pages before it, if it
-  // has any.
+  // Drops the current page, if there is one: finish() then completes the file with the pages before it, if
+  // it has any.
   void abandonPage();
   // Completes the last file. Harmless if there is none.
   void finish();

@@ -13,9 +13,9 @@ namespace frontend {
 using TimePoint = std::chrono::steady_clock::time_point;
 using TimeSource = std::function<TimePoint()>;
 
-// Computes percentage, rate and remaining time of one page from the bytes received so far. Prints nothing and
-// reads no clock. The rate is the average since the first bytes, so that the scanner's warm-up does not
-// distort it.
+// Computes percentage, rate and remaining time of one page from the bytes received so far. Prints nothing
+// and reads no clock. The rate is the average since the first bytes, so that the scanner's warm-up does
+// not distort it.
 class ProgressMeter {
  public:
   // Neither the bytes nor the time decrease from one call to the next.

@@ -21,8 +21,8 @@ namespace {
 
 constexpr std::size_t bufferSize = 256 * 1024;
 
-// Scans the pages of one command. The first page is checked before anything is printed or the scanner is
-// touched.
+// Scans the pages of one command. The first page is checked before anything is printed or the
+// scanner is touched.
 class Pages {
  public:
   // A readable `cancelDescriptor` ends the wait for the user's answer.

@@ -11,9 +11,9 @@ class VirtualScanner;
 
 namespace frontend {
 
-// Returns the options once all of them are checked. Reads the paper, whose errors would otherwise appear in
-// the worker. Throws UsageError for an unknown fault, for too many of them, and for a paper that cannot be
-// read.
+// Returns the options once all of them are checked. Reads the paper, whose errors would otherwise appear
+// in the worker. Throws UsageError for an unknown fault, for too many of them, and for a paper that
+// cannot be read.
 VirtualScannerOptions checkedOptions(const VirtualScannerOptions& options);
 
 // Whether any of the options is used.

@@ -4,9 +4,9 @@
 
 namespace frontend {
 
-// The debug log of the back end: lines "[quenvar] ..." on standard error, up to the level in the environment
-// variable SANE_DEBUG_QUENVAR, and none without it. Write errors are ignored. Any thread; not for signal
-// handlers.
+// The debug log of the back end: lines "[quenvar] ..." on standard error, up to the level in the
+// environment variable SANE_DEBUG_QUENVAR, and none without it. Write errors are ignored. Any thread; not
+// for signal handlers.
 class DebugOutput {
  public:
   enum Level : int {

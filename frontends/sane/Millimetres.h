@@ -22,8 +22,8 @@ struct FixedArea {
 SANE_Fixed bedWidthFixed();
 SANE_Fixed bedHeightFixed();
 
-// The pixels of an area, cropped to the bed. Nothing if the corners are crossed or the area is smaller than
-// one pixel.
+// The pixels of an area, cropped to the bed. Nothing if the corners are crossed or the area is smaller
+// than one pixel.
 std::optional<PixelArea> pixelsOf(const FixedArea& area, std::uint32_t resolution);
 
 }  // namespace frontend

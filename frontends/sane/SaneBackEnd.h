@@ -17,8 +17,8 @@ namespace frontend {
 // Starts no thread. Any thread; nothing throws but std::bad_alloc.
 class SaneBackEnd {
  public:
-  // Reads the environment. The configuration is read whenever it is needed, so that changes take effect at
-  // once.
+  // Reads the environment. The configuration is read whenever it is needed, so that changes take
+  // effect at once.
   SaneBackEnd();
   // Closes the open handles.
   ~SaneBackEnd();
@@ -29,8 +29,8 @@ class SaneBackEnd {
   const SANE_Device** devices();
 
   // Opens the scanner of this name, or the first one if the name is empty, without touching the device.
-  // INVAL: there is no such scanner; DEVICE_BUSY: this process has it open; ACCESS_DENIED: this user has no
-  // permission.
+  // INVAL: there is no such scanner; DEVICE_BUSY: this process has it open; ACCESS_DENIED: this user
+  // has no permission.
   SANE_Status open(std::string_view name, SaneHandle** handle);
   // Waits for the end of its scan, up to two seconds. Ignores a handle that is not open.
   void close(SaneHandle* handle);

@@ -15,9 +15,9 @@
 
 namespace frontend {
 
-// An open SANE handle: the options of one scanner, and the current scan in SANE's terms. Only translates: the
-// scan itself runs in a process of its own. Opening a handle does not touch the device, which is opened for
-// each scan.
+// An open SANE handle: the options of one scanner, and the current scan in SANE's terms. Only translates:
+// the scan itself runs in a process of its own. Opening a handle does not touch the device, which is opened
+// for each scan.
 //
 // One thread, except cancel(). Nothing throws but std::bad_alloc.
 class SaneHandle {
@@ -38,9 +38,9 @@ class SaneHandle {
   // Exact from start() to the end of the scan, otherwise an estimate from the options.
   SANE_Parameters parameters() const;
 
-  // Starts a scan with the current configuration and returns at once. Discards the scan before, if it was
-  // cancelled or its last byte was read. INVAL: the area is empty. DEVICE_BUSY: the scan before has bytes
-  // left.
+  // Starts a scan with the current configuration and returns at once. Discards the scan before, if it
+  // was cancelled or its last byte was read. INVAL: the area is empty. DEVICE_BUSY: the scan before
+  // has bytes left.
   SANE_Status start();
 
   // Blocks unless non-blocking. GOOD: `*length` bytes were read, at least one, or none if non-blocking. Every

@@ -12,9 +12,9 @@
 
 namespace frontend {
 
-// The options of one handle: descriptors, values and dependencies. The mode determines the resolutions, the
-// depth and whether the threshold is active. Knows no scan. One thread at a time; nothing throws but
-// std::bad_alloc.
+// The options of one handle: descriptors, values and dependencies. The mode determines the
+// resolutions, the depth and whether the threshold is active. Knows no scan. One thread at a time;
+// nothing throws but std::bad_alloc.
 //
 // The number of options is fixed, and descriptors keep their addresses for the life of the object; their
 // content may change when set() reports SANE_INFO_RELOAD_OPTIONS.

@@ -14,8 +14,8 @@
 // itself can do is in Bed.h.
 namespace frontend::limits {
 
-// The time-out for silence: the longest time without a byte from the scanner, its warm-up before the first
-// byte included.
+// The time-out for silence: the longest time without a byte from the scanner, its warm-up before the
+// first byte included.
 inline constexpr std::chrono::milliseconds shortestTimeout{100};
 inline constexpr std::chrono::milliseconds longestTimeout = std::chrono::hours(24);
 inline constexpr std::chrono::milliseconds defaultTimeout = std::chrono::seconds(30);

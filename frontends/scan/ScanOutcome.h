@@ -56,8 +56,8 @@ ScanOutcome incompletePicture(std::uint64_t rows, std::uint64_t ofRows);
 ScanOutcome otherPicture(const PictureLayout& sent, const PictureLayout& expected);
 ScanOutcome transferFailed(platform::IOReturn status);
 ScanOutcome noMemory();
-// The worker could not be started; `why` is the system's error message. An empty path stands for an unknown
-// one.
+// The worker could not be started; `why` is the system's error message. An empty path stands for
+// an unknown one.
 ScanOutcome workerMissing(std::string_view path, std::string_view why);
 // The worker ended without an outcome. `how` is a clause ("it was killed by signal 11").
 ScanOutcome workerDied(std::string_view how);

@@ -17,8 +17,8 @@ inline constexpr milliseconds workerKillTimeout{1900};
 
 // Between two heartbeats of a worker.
 inline constexpr milliseconds heartbeatInterval{1000};
-// For the library's own work between two transfers. A worker gives up its scan after this and the scanner's
-// time-out.
+// For the library's own work between two transfers. A worker gives up its scan after this and
+// the scanner's time-out.
 inline constexpr milliseconds libraryTimeout{10000};
 // A front end gives up a worker that has sent nothing for this long and the scanner's time-out.
 inline constexpr milliseconds workerHeartbeatTimeout{20000};

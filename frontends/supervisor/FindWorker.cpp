@@ -34,8 +34,8 @@ bool isProgram(const std::string& path) {
 
 }  // namespace
 
-// Searches only folders of this very installation, never PATH: the program that is started here reads the
-// user's documents.
+// Searches only folders of this very installation, never PATH: the program that is started here reads
+// the user's documents.
 std::string findWorker() {
   const std::string own = ownFile();
   const std::string folder = own.substr(0, own.rfind('/') == std::string::npos ? 0 : own.rfind('/'));

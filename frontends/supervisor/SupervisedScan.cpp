@@ -96,8 +96,8 @@ void SupervisedScan::Impl::cancel() noexcept {
 }
 
 void SupervisedScan::Impl::atEnd(const ScanOutcome& outcome) {
-  // A failed scan has nothing left to do. After a good one the worker still makes its final calls to the
-  // scanner.
+  // A failed scan has nothing left to do. After a good one the worker still makes its final calls
+  // to the scanner.
   if (!outcome.good()) link_.cancel();
   link_.signalEnd();
 }

@@ -19,9 +19,9 @@ namespace frontend {
 std::string findWorker();
 
 // One scan in a process of its own. What the library does to a process (it cannot be cancelled, keeps
-// buffers, allows one job at a time, may hang or crash on a broken device) happens to the worker and ends
-// with it. The front end receives the layout of the picture, its rows while the device sends them, and one
-// outcome.
+// buffers, allows one job at a time, may hang or crash on a broken device) happens to the worker and
+// ends with it. The front end receives the layout of the picture, its rows while the device sends them,
+// and one outcome.
 //
 //   SupervisedScan scan(request);
 //   while (std::size_t count = scan.read(buffer, sizeof buffer)) use(buffer, count);
@@ -52,15 +52,15 @@ class SupervisedScan {
   // The same without blocking: nothing if no byte has arrived yet. Only at the end of the picture does it
   // block for up to a fraction of a second, while a worker that has gone wrong is examined.
   std::optional<std::size_t> readAvailable(std::uint8_t* buffer, std::size_t capacity);
-  // For poll() and select(): readable exactly when there are bytes or the end. Stays the object's; never read
-  // from it.
+  // For poll() and select(): readable exactly when there are bytes or the end. Stays the object's; never
+  // read from it.
   int descriptor() const;
 
   // How the scan ended. Good only after the whole picture was read; cancelled until the end is known.
   const ScanOutcome& outcome() const;
 
-  // Cancels a running scan, waits for the worker to exit and kills it after two seconds. The scanner is free
-  // afterwards.
+  // Cancels a running scan, waits for the worker to exit and kills it after two seconds. The scanner
+  // is free afterwards.
   void finish();
   // After finish(): whether the worker exited by itself and with success.
   bool workerEndedWell() const;

@@ -24,8 +24,8 @@ class WorkerLink {
 
   int control() const { return control_.get(); }
   int image() const { return image_.get(); }
-  // Readable when there are bytes of the picture, or their end, or a cancel, or the heartbeat timer has
-  // expired.
+  // Readable when there are bytes of the picture, or their end, or a cancel, or the heartbeat
+  // timer has expired.
   int descriptor() const { return ready_.get(); }
   // Makes it readable for good.
   void signalEnd() noexcept;

@@ -87,8 +87,8 @@ int WorkerProcess::start(const std::string& program, int control, int image, boo
   SpawnActions actions;
   actions.openNothing(STDIN_FILENO);
   actions.openNothing(STDOUT_FILENO);
-  // If the application has closed it, the worker's first file would get its number, and the log would go
-  // there.
+  // If the application has closed it, the worker's first file would get its number, and the log
+  // would go there.
   const bool hasStandardError = fcntl(STDERR_FILENO, F_GETFD) >= 0;
   if (!verbose || !hasStandardError) actions.openNothing(STDERR_FILENO);
   actions.hand(control, workerControlDescriptor);
@@ -142,8 +142,8 @@ bool WorkerProcess::awaitEnd(std::chrono::milliseconds time) {
   return true;
 }
 
-// By its handle if possible: once the application has waited for the process, its number may be another
-// one's.
+// By its handle if possible: once the application has waited for the process, its number may
+// be another one's.
 void WorkerProcess::kill() {
   if (reap()) return;
   if (handle_.get() >= 0) {

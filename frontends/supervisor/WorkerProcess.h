@@ -34,8 +34,8 @@ class WorkerProcess {
   void kill();
 
   bool isRunning() const { return process_ > 0; }
-  // After its exit: whether its status was 0. False if another part of the application has collected the
-  // status.
+  // After its exit: whether its status was 0. False if another part of the application has
+  // collected the status.
   bool endedWell() const { return status_ == 0; }
   // Whether it exited before exec succeeded. Most systems report that from start(); the others by an exit
   // status of 127 (POSIX.1-2017, posix_spawn).

@@ -105,8 +105,8 @@ IOReturn JobWatch::afterGoodRead(PipeRole role, const void* bytes, std::uint32_t
   if (size > 0) times_.restart();
   if (!packets_.feed(static_cast<const std::uint8_t*>(bytes), size)) raise(JobEvent::garbled);
   if (role == PipeRole::data && !bounds_.noteRead(size)) raise(JobEvent::garbled);
-  // The front end may have its picture now. The last calls, and whatever fails in them, are none of its
-  // business.
+  // The front end may have its picture now. The last calls, and whatever fails in them, are none
+  // of its business.
   if (state_ == JobState::delivered || state_ == JobState::leaving) picture_.reportWhole();
   if (state_ == JobState::over) return kIOReturnNoDevice;
   return withheld_ ? kIOReturnIOError : kIOReturnSuccess;

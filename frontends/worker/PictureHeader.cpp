@@ -30,8 +30,8 @@ std::size_t PictureHeader::feed(const std::uint8_t* bytes, std::size_t count) {
   return state_ == State::wrong ? count : taken;
 }
 
-// Each part is checked as soon as it is complete: a device that sends something else may never send a line
-// feed.
+// Each part is checked as soon as it is complete: a device that sends something else may never send
+// a line feed.
 void PictureHeader::take(char character) {
   text_ += character;
   if (text_.size() == magicSize) return readMagic();

@@ -32,8 +32,8 @@ void PictureProgress::reportWhole() {
   listener_->isWhole();
 }
 
-// A picture whose every row arrived, but not the end of its packet, lacks its last row: the library never got
-// that packet.
+// A picture whose every row arrived, but not the end of its packet, lacks its last row: the library never
+// got that packet.
 ScanOutcome PictureProgress::incomplete() const {
   if (header_.state() != PictureHeader::State::complete) return outcome::noPicture();
   const std::uint64_t rows = std::min<std::uint64_t>(arrived_ / header_.rowBytes(), header_.height() - 1);

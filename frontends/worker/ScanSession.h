@@ -14,8 +14,8 @@
 
 namespace frontend {
 
-// Who takes part in a session from outside. All of it may be left out; what is referred to outlives the
-// session.
+// Who takes part in a session from outside. All of it may be left out; what is referred to
+// outlives the session.
 struct SessionHooks {
   PictureListener* picture = nullptr;     // gets the rows while they arrive
   TransferInFlight* transfers = nullptr;  // holds the transfer that may be aborted
@@ -24,9 +24,9 @@ struct SessionHooks {
   std::uint32_t timeoutMs = 30000;        // how long the scanner may be silent, at least 1
 };
 
-// One scan, run through the library's exported functions in this process and watched from below, so that it
-// ends, with a whole picture that the listener got while it arrived, or with an outcome that explains why
-// not.
+// One scan, run through the library's exported functions in this process and watched from below, so
+// that it ends, with a whole picture that the listener got while it arrived, or with an outcome that
+// explains why not.
 //
 // While it lives, the process has a LibraryEnvironment: one session at a time per process. One thread, except
 // for the cancellation and the transfer in flight.

@@ -5,8 +5,8 @@
 namespace frontend {
 
 // Counts the reads of one job stream, so that a stream that no scanner in order sends comes to an end: the
-// library sets no bound to its number of bytes, of reads that bring none, or of reads that fail. Does no I/O.
-// One thread.
+// library sets no bound to its number of bytes, of reads that bring none, or of reads that fail. Does no
+// I/O. One thread.
 class StreamBounds {
  public:
   // A read brought `size` bytes. False once the stream has no sensible end: too many bytes, or too many reads

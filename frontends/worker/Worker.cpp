@@ -52,8 +52,8 @@ void writeToStandardError(std::string_view text) {
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
 }
 
-// Reports the outcome before it closes the scanner, which may take a while. When it returns, nothing of USB
-// is left.
+// Reports the outcome before it closes the scanner, which may take a while. When it returns, nothing of
+// USB is left.
 void scan(const ScanRequest& request, const SessionHooks& hooks,
           const std::function<void(const ScanOutcome&)>& report) {
   auto connection = ScannerConnection::to(request);

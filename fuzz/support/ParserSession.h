@@ -5,8 +5,8 @@
 #include "PacketTranscript.h"
 #include "Pieces.h"
 
-// The library's parser over a stream, its packets recorded in a transcript. What the parser leaks stays
-// allocated.
+// The library's parser over a stream, its packets recorded in a transcript. What the parser
+// leaks stays allocated.
 class ParserSession {
  public:
   explicit ParserSession(PacketTranscript& transcript) {

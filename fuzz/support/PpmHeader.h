@@ -5,8 +5,8 @@
 
 #include "PPM2TIFFWrapper.h"
 
-// What the library reads in the header of a picture, whose data outlives the object. Numbers that are missing
-// are 0.
+// What the library reads in the header of a picture, whose data outlives the object. Numbers that are
+// missing are 0.
 struct PpmHeader {
   explicit PpmHeader(platform::Data* data) { parsePPM(data, &width, &height, &raster, &format, &maximum); }
 

@@ -1,6 +1,6 @@
-// Part of every target: its reader may print and log as much as it likes, at the cost of formatting only.
-// Reports of the sanitizers and of the fuzzer still appear, because they are written to the descriptor
-// itself.
+// Part of every target: its reader may print and log as much as it likes, at the cost of
+// formatting only. Reports of the sanitizers and of the fuzzer still appear, because they are
+// written to the descriptor itself.
 #include <cstdio>
 #include <string_view>
 

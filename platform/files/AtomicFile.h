@@ -7,10 +7,10 @@
 
 namespace platform {
 
-// Replaces the file `path` by one that holds exactly these bytes, atomically: a private temporary in the same
-// folder (mode 0600), then a rename, without syncing to the disk. A link under the name is replaced, never
-// followed. False on failure; the old file is then unchanged and no temporary is left. Any thread. Never
-// throws.
+// Replaces the file `path` by one that holds exactly these bytes, atomically: a private temporary in the
+// same folder (mode 0600), then a rename, without syncing to the disk. A link under the name is
+// replaced, never followed. False on failure; the old file is then unchanged and no temporary is left.
+// Any thread. Never throws.
 bool replaceFile(const std::string& path, const void* bytes, std::size_t count);
 
 // Keeps a file under a fixed name equal to a growing buffer, replacing it atomically at each step, and yet

@@ -158,8 +158,8 @@ bool TemporaryFile::exchangeWith(TemporaryFile& inPlace) {
   inPlace.privatePath_ = std::exchange(privatePath_, std::string());
   inPlace.inPlace_ = false;
   inPlace_ = true;
-  // The exchange may have brought back another process's file; only this process knows its name now, so it is
-  // removed here.
+  // The exchange may have brought back another process's file; only this process knows its name now, so it
+  // is removed here.
   if (!names(inPlace.privatePath_, inPlace.descriptor_)) unlink(inPlace.privatePath_.c_str());
   return true;
 #else

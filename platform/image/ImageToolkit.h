@@ -83,8 +83,8 @@ class GraphicsExport {
  public:
   // The image to export. Null is paramErr.
   virtual OSErr setInputGWorld(GWorld* image) = 0;
-  // The kind of file: 24 is RGB, 40 is 8-bit grey with 0 as black, 33 is 1 bit with 1 as black. Any other is
-  // paramErr.
+  // The kind of file: 24 is RGB, 40 is 8-bit grey with 0 as black, 33 is 1 bit with 1 as black. Any
+  // other is paramErr.
   virtual OSErr setDepth(std::int32_t depth) = 0;
   // The memory that gets the file. Null is paramErr.
   virtual OSErr setOutputHandle(Handle handle) = 0;

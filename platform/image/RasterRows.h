@@ -8,8 +8,8 @@
 
 namespace platform {
 
-// The rows of a bitmap, whatever the bitmap's own row length. Copies nothing, allocates nothing. Borrows the
-// bitmap.
+// The rows of a bitmap, whatever the bitmap's own row length. Copies nothing, allocates nothing.
+// Borrows the bitmap.
 class RasterRows final : public PixelRows {
  public:
   explicit RasterRows(const Bitmap& bitmap);

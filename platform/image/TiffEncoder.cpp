@@ -21,8 +21,8 @@ constexpr std::uint64_t largestPiece = std::uint64_t{1} << 30;
 
 // Offsets in a TIFF 6.0 file are 32 bits wide.
 constexpr std::uint64_t largestFile = 0xFFFFFFFF;
-// More than the header, the directory and its values take, without the two arrays that have an entry per
-// strip.
+// More than the header, the directory and its values take, without the two arrays that have an
+// entry per strip.
 constexpr std::uint64_t fixedOverhead = 1024;
 // An offset and a byte count.
 constexpr std::uint64_t overheadPerStrip = 8;
@@ -86,8 +86,8 @@ struct TiffCloser {
 };
 using TiffHandle = std::unique_ptr<TIFF, TiffCloser>;
 
-// The messages of this one handle go to the log; handlers that the rest of the process installed are left
-// alone.
+// The messages of this one handle go to the log; handlers that the rest of the process installed
+// are left alone.
 TiffHandle openTiff(TiffStream& stream, const std::string& name) {
   const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> options(TIFFOpenOptionsAlloc(),
                                                                              TIFFOpenOptionsFree);

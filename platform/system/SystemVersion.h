@@ -10,8 +10,8 @@ namespace platform {
 // are stored with 0 as black.
 std::optional<std::int32_t> systemVersion();
 
-// Makes systemVersion() return `version` from now on (nothing for "cannot be read"). For tests; one thread at
-// a time.
+// Makes systemVersion() return `version` from now on (nothing for "cannot be read"). For tests; one thread
+// at a time.
 void overrideSystemVersion(std::optional<std::int32_t> version);
 // Ends the override.
 void restoreSystemVersion();

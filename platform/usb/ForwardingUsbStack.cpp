@@ -38,8 +38,8 @@ std::unique_ptr<ForwardingUsbInterface> ForwardingUsbStack::wrap(UsbInterface& /
   return nullptr;
 }
 
-// The inner interface is released exactly once on every path: here until its wrapper is kept, there from then
-// on.
+// The inner interface is released exactly once on every path: here until its wrapper is kept, there
+// from then on.
 IOReturn ForwardingUsbStack::handOut(Owned<UsbInterface> interface, UsbInterface** out) noexcept try {
   std::unique_ptr<ForwardingUsbInterface> wrapper = interface ? wrap(*interface) : nullptr;
   if (wrapper == nullptr) {

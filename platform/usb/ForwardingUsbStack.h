@@ -43,9 +43,9 @@ class ForwardingUsbStack : public UsbStack {
   // The stack that everything is passed on to, always the same one. Called at the start of every operation,
   // on its thread; never fails.
   virtual UsbStack& inner() noexcept { return *inner_; }
-  // Makes the object that takes the place of `interface`; null hands the interface out as it is. Called
-  // inside queryInterface(). Throws nothing but std::bad_alloc, and neither keeps nor uses the interface
-  // then.
+  // Makes the object that takes the place of `interface`; null hands the interface out as it is.
+  // Called inside queryInterface(). Throws nothing but std::bad_alloc, and neither keeps nor uses
+  // the interface then.
   virtual std::unique_ptr<ForwardingUsbInterface> wrap(UsbInterface& interface);
   // Releases all interfaces that were not. For destructors of subclasses whose interfaces refer to them.
   void releaseInterfaces() noexcept;

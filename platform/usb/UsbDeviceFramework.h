@@ -3,10 +3,10 @@
 #include <cstddef>
 #include <cstdint>
 
-// The numbers of the USB device framework (USB 2.0, chapter 9): the requests that every device understands on
-// its control endpoint, endpoint addresses, and the layout of descriptors, each drawn once with its offsets.
-// No I/O and no state, and no request of a class or a vendor. Every function may be called on any thread and
-// never fails.
+// The numbers of the USB device framework (USB 2.0, chapter 9): the requests that every device understands
+// on its control endpoint, endpoint addresses, and the layout of descriptors, each drawn once with its
+// offsets. No I/O and no state, and no request of a class or a vendor. Every function may be called on any
+// thread and never fails.
 //
 // Numbers of two bytes are little-endian on the wire.
 namespace platform::usb {
@@ -15,8 +15,8 @@ constexpr std::uint16_t read16(const std::uint8_t* bytes) {
   return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
 }
 
-// An endpoint's address (9.6.6) and the type of a request (9.3.1) both keep their direction in the highest
-// bit:
+// An endpoint's address (9.6.6) and the type of a request (9.3.1) both keep their direction in
+// the highest bit:
 //
 //   | direction:1, set for device to host | 0:3 | endpoint number:4 |
 //   | direction:1, set for device to host | type:2, 0 for a standard request | recipient:5 |
@@ -142,8 +142,8 @@ namespace endpoint {
 inline constexpr std::uint8_t size = 7;
 }  // namespace endpoint
 
-// Tables 9-15 and 9-16; a string is UTF-16 without an end mark, string 0 a list of languages of two bytes
-// each:
+// Tables 9-15 and 9-16; a string is UTF-16 without an end mark, string 0 a list of languages of
+// two bytes each:
 //
 //   | length | 3 | string |
 inline constexpr std::uint8_t stringHeaderSize = 2;

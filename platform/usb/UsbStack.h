@@ -42,8 +42,8 @@ struct PipeProperties {
   std::uint8_t interval;        // as the endpoint descriptor gives it (USB 2.0, 9.6.6)
 };
 
-// One request on a control pipe. `data` holds `length` bytes, or is null where length is 0; the caller owns
-// it.
+// One request on a control pipe. `data` holds `length` bytes, or is null where length is 0; the
+// caller owns it.
 struct ControlRequest : usb::SetupPacket {
   void* data;
 };
@@ -105,9 +105,9 @@ class UsbInterface {
   ~UsbInterface() = default;
 };
 
-// One USB device, for reading its identity, which needs no opening. Ownership as for UsbInterface. Once the
-// device is gone, its identity is kIOReturnNoDevice, also after it was plugged in again. Nothing waits for
-// the device.
+// One USB device, for reading its identity, which needs no opening. Ownership as for UsbInterface. Once
+// the device is gone, its identity is kIOReturnNoDevice, also after it was plugged in again. Nothing waits
+// for the device.
 class UsbDevice {
  public:
   // kIOReturnExclusiveAccess if this object is open already, or if the stack admits one user only and has

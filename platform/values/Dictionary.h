@@ -49,8 +49,8 @@ class Dictionary {
   std::vector<Entry> entries_;
 };
 
-/// A text, a number, an array or a dictionary. Never empty; an ordinary value, with the same properties as
-/// Dictionary.
+/// A text, a number, an array or a dictionary. Never empty; an ordinary value, with the same
+/// properties as Dictionary.
 class Value {
  public:
   /// A text, up to its null byte. A null pointer is an empty text.

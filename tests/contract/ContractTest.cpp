@@ -370,8 +370,8 @@ TEST_P(UsbContract, MeetsEveryAllocationThatFailsWithAStatus) {
       happened = nth.happened();
     }
     if (!happened) break;
-    // Where the failing call has no status, no service is found; a release and the device itself hide a
-    // failure.
+    // Where the failing call has no status, no service is found; a release and the device itself
+    // hide a failure.
     EXPECT_THAT(status, testing::AnyOf(kIOReturnSuccess, kIOReturnNoMemory, kIOReturnNotFound)) << n;
     if (status == kIOReturnNoMemory) ++reported;
     EXPECT_TRUE(world_->isTidy()) << "allocation " << n;

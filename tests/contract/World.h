@@ -12,8 +12,8 @@
 
 // A USB stack with one Q750 plugged in, and the control over the device that the tests of any stack need.
 // Pipe 1 takes requests, pipe 2 returns replies, pipe 3 the data of a page. Each owns its stack and device;
-// one thread. No function fails but by a failed expectation, and none blocks for longer than the stack takes
-// to notice.
+// one thread. No function fails but by a failed expectation, and none blocks for longer than the stack
+// takes to notice.
 class World {
  public:
   virtual ~World() = default;

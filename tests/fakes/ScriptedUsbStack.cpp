@@ -88,8 +88,8 @@ struct ScriptedUsbStack::Service {
   const void* holder = nullptr;  // the object that has it open
 };
 
-// What interfaces and devices have in common: one object at a time has them open, and an unplugging ends
-// their use.
+// What interfaces and devices have in common: one object at a time has them open, and an unplugging
+// ends their use.
 class ScriptedUsbStack::Object {
  public:
   Object(const Object&) = delete;

@@ -55,9 +55,9 @@ class ScriptedUsbStack final : public platform::UsbStack {
                     std::vector<platform::PipeProperties> alternateEndpoints = {});
   void addDevice(std::uint16_t vendor, std::uint16_t product, std::uint32_t location);
 
-  // What the reads of a pipe return, in order. Bytes that do not fit into one read stay for the next. A pipe
-  // with nothing queued times out; so that no test hangs, the device is gone from the 100th consecutive
-  // time-out on.
+  // What the reads of a pipe return, in order. Bytes that do not fit into one read stay for the next. A
+  // pipe with nothing queued times out; so that no test hangs, the device is gone from the 100th
+  // consecutive time-out on.
   void queueRead(std::uint8_t pipe, std::string bytes);
   void queueStatus(std::uint8_t pipe, platform::IOReturn status, int times = 1);
   // A read that succeeds with these bytes and reports `reported` of them, true or not.

@@ -23,8 +23,8 @@ class StackUser {
 
   explicit StackUser(platform::UsbStack& stack) : stack_(stack) {}
 
-  // The n-th service of a kind, from 0; 0 where there are fewer, or where the registry fails. The caller
-  // releases it.
+  // The n-th service of a kind, from 0; 0 where there are fewer, or where the registry fails. The
+  // caller releases it.
   platform::IOObject service(platform::ServiceKind kind, int n = 0) {
     platform::MachPort port = 0;
     status = stack_.masterPort(&port);

@@ -44,8 +44,8 @@ class EmulatedUsbfs {
   void addNeighbour(int bus, const std::string& portPath, std::uint16_t vendor, std::uint16_t product);
   // Removes the node of the device for good and leaves the device itself, as in some containers.
   void hideNode();
-  // The next requests, control ones included, end with this status (a negative error number) and do not reach
-  // the device.
+  // The next requests, control ones included, end with this status (a negative error number) and do not
+  // reach the device.
   void failNext(int requests, int status);
   // The next requests end as those of a device that was just pulled out; after them, the system has noticed.
   void fade(int requests);

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <string>
 
-// Private memory of the process, in bytes: the heap, and what is mapped beside it, which the heap's own
-// statistics miss.
+// Private memory of the process, in bytes: the heap, and what is mapped beside it, which the heap's
+// own statistics miss.
 inline std::ptrdiff_t privateMemory() {
   std::ifstream status("/proc/self/status");
   for (std::string word; status >> word;) {

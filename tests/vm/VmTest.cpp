@@ -48,8 +48,8 @@ class Kernel : public testing::Test {
     platform::useLogSink(nullptr);
   }
 
-  // Without udev, libusb does not learn of devices that are plugged in later: every plugging-in gets a new
-  // stack.
+  // Without udev, libusb does not learn of devices that are plugged in later: every plugging-in gets
+  // a new stack.
   void plugIn(ScannerOptions options = {}) {
     takeAway();
     scanner_ = std::make_unique<VirtualScanner>(paper_, std::move(options));

@@ -15,8 +15,8 @@ using frontend::SaneHandle;
 
 constexpr int build = 1;
 
-// From init to exit. Not destroyed at the end of a process that never called exit: its threads may still be
-// using it.
+// From init to exit. Not destroyed at the end of a process that never called exit: its threads may still
+// be using it.
 SaneBackEnd* backEnd = nullptr;
 
 template <typename Work>

@@ -79,8 +79,8 @@ void BulkTransfer::begin(std::uint8_t address) {
 
 int BulkTransfer::submit(std::uint8_t address, std::uint8_t* bytes, std::uint32_t count) {
   ended_ = 0;
-  // The library's own time-out stays off: it counts from the submission and so cannot tell silence from
-  // slowness.
+  // The library's own time-out stays off: it counts from the submission and so cannot tell
+  // silence from slowness.
   libusb_fill_bulk_transfer(request_.get(), device_, address, bytes, static_cast<int>(count), &markEnded,
                             &ended_, 0);
   const std::lock_guard lock(mutex_);

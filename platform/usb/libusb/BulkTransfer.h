@@ -46,8 +46,8 @@ class BulkTransfer {
   Result run(const libusb_endpoint_descriptor& endpoint, std::uint8_t* bytes, std::uint32_t count,
              Limits limits) noexcept;
 
-  // Ends the transfer under way on this endpoint, if there is one, with kIOReturnAborted. Returns before that
-  // end.
+  // Ends the transfer under way on this endpoint, if there is one, with kIOReturnAborted. Returns
+  // before that end.
   void abort(std::uint8_t address) noexcept;
 
  private:

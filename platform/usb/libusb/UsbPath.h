@@ -16,15 +16,15 @@ struct UsbPath {
   // From the root hub outwards, 0 after the last. No path is longer (USB 3.2, 10.16).
   std::array<std::uint8_t, 7> ports{};
 
-  // As the system writes it: "1-2.3" is port 3 of the hub on port 2 of bus 1. "1-0" where the ports are
-  // unknown.
+  // As the system writes it: "1-2.3" is port 3 of the hub on port 2 of bus 1. "1-0" where the
+  // ports are unknown.
   std::string text() const;
   // Accepts what text() writes and nothing else.
   static std::optional<UsbPath> parse(std::string_view text);
 
-  // UsbDevice::getLocationID(): the bus in the highest byte, below it four bits for each port, from the root
-  // hub outwards. A port above 15 counts as 15 and the seventh is left out, so two paths may share one
-  // location.
+  // UsbDevice::getLocationID(): the bus in the highest byte, below it four bits for each port, from
+  // the root hub outwards. A port above 15 counts as 15 and the seventh is left out, so two paths may
+  // share one location.
   std::uint32_t location() const;
 
   bool operator==(const UsbPath&) const = default;

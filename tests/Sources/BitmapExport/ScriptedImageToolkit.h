@@ -31,8 +31,8 @@ class ScriptedImageToolkit final : public platform::ImageToolkit {
   }
   // newGWorld() succeeds with a null image.
   void makeNoImage() { makesNoImage_ = true; }
-  // Rows are `stride` bytes apart, and getPixRowBytes() returns `value`. Otherwise both are the next multiple
-  // of 4.
+  // Rows are `stride` bytes apart, and getPixRowBytes() returns `value`. Otherwise both are the next
+  // multiple of 4.
   void setRowBytes(std::uint32_t stride, std::uint32_t value) {
     stride_ = stride;
     rowBytesValue_ = value;

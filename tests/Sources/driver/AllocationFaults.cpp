@@ -46,8 +46,8 @@ bool AllocationFaults::happened() const {
   return allocationsLeft == 0;
 }
 
-// The whole family is replaced: under AddressSanitizer the forms do not rest on each other as they do in the
-// standard library.
+// The whole family is replaced: under AddressSanitizer the forms do not rest on each other as they do in
+// the standard library.
 void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
   void* block = mustFail(size) ? nullptr : std::malloc(size == 0 ? 1 : size);
   if (block != nullptr) ++held;

@@ -265,8 +265,8 @@ class Trees {
     dropShared(*copy, *original);
   }
 
-  // Children are copied in order until one refuses, whose own children may have been copied before. Whether
-  // all were.
+  // Children are copied in order until one refuses, whose own children may have been copied before.
+  // Whether all were.
   static bool partialCopyTakes(Node& container) {
     return std::all_of(container.children.begin(), container.children.end(), [&](auto& child) {
       if (child->kind != Node::Kind::binary) return partialCopyTakes(*child);

@@ -32,10 +32,10 @@ struct JpegFile {
   std::vector<std::uint8_t> pixels;
 };
 
-// Runs a shell command and returns what it prints to standard output and error. The test fails if the command
-// does.
+// Runs a shell command and returns what it prints to standard output and error. The test fails if
+// the command does.
 std::string printedBy(const std::string& command);
 
-// Writes the pages of a PDF to PNG files of its name and a number, "document.pdf-000.png", at their stored
-// size.
+// Writes the pages of a PDF to PNG files of its name and a number, "document.pdf-000.png", at
+// their stored size.
 void extractPages(const std::string& pdf);

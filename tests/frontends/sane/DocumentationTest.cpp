@@ -1,5 +1,5 @@
-// The manual page and the sample configuration name exactly the options, settings, ranges and defaults of the
-// code.
+// The manual page and the sample configuration name exactly the options, settings, ranges and defaults
+// of the code.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

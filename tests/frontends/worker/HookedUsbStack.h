@@ -7,8 +7,8 @@
 
 #include "ForwardingUsbStack.h"
 
-// A stack over another one that calls a function with the number (from 1) of each transfer, before it is
-// done:
+// A stack over another one that calls a function with the number (from 1) of each transfer, before
+// it is done:
 //
 //   HookedUsbStack stack(virtualStack, [&](int transfer) { if (transfer == 5) cancel.request(); });
 //

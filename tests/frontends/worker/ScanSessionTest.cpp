@@ -143,8 +143,8 @@ TEST_F(Scanning, BringsTheUsbStackOfTheProcessBack) {
   EXPECT_EQ(&platform::usbStack(), before);
 }
 
-// What a host gets, and what people who share the machine would: the library's copy of the picture, its
-// files.
+// What a host gets, and what people who share the machine would: the library's copy of the
+// picture, its files.
 TEST_F(Scanning, MakesNoCopyOfThePictureAndNoFiles) {
   const auto allocationBefore = conversionEnvironment().allocateZeroed;
   EXPECT_TRUE(platform::filesAreKept());

@@ -91,8 +91,8 @@ TEST_F(ScannerList, SaysWhatToDoInAContainer) {
             "sandbox: allow it to access USB devices.");
 }
 
-// An unprivileged user cannot set up the emulation's hotplug events, since it may write nowhere below the
-// emulation.
+// An unprivileged user cannot set up the emulation's hotplug events, since it may write nowhere
+// below the emulation.
 TEST_F(ScannerList, TellsWhyThereIsNoUsbAtAll) {
   if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
   plugIn();
