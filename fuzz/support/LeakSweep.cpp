@@ -4,6 +4,7 @@
 
 #include <sanitizer/allocator_interface.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <unordered_set>
@@ -15,7 +16,9 @@ std::unordered_set<const volatile void*>& blocks() {
   return set;
 }
 
-bool sweeping = false;
+// Atomic although there is one thread: to a compiler, malloc() and free() see no variable of the program, so
+// that it would leave out a plain store that another one follows. The hooks see this one.
+std::atomic<bool> sweeping = false;
 
 // The set allocates too: what it does is not recorded.
 template <typename Change>
