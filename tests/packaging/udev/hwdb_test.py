@@ -4,7 +4,7 @@ import subprocess
 import tempfile
 import unittest
 
-SCRIPT = pathlib.Path(__file__).resolve().parents[2] / "packaging/udev/GenerateHwdb.cmake"
+SCRIPT = pathlib.Path(__file__).resolve().parents[3] / "packaging/udev/GenerateHwdb.cmake"
 BUILT = pathlib.Path(os.environ["Q750_HWDB"])
 VENDOR, PRODUCT = (int(text, 0) for text in os.environ["Q750_IDENTITY"].split(","))
 
