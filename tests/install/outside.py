@@ -1,4 +1,4 @@
-"""The two examples, built as a user would, in both ways that there are."""
+"""The two examples, built in both ways that the README describes."""
 from stage import (SCRATCH, build_as_readme_says, build_with_cmake, expect_golden, fresh, library_folder, loading_from,
                    run)
 
@@ -6,7 +6,7 @@ EXAMPLES = ("scan-to-pnm", "messages")
 
 
 class BuiltExamples:
-    """Tests of an installed tree; `prefix` is the tree, `name` tells it from others."""
+    """Tests of the installed tree `prefix`, which are built in the folder `name`."""
 
     @classmethod
     def setUpClass(cls):

@@ -1,5 +1,5 @@
-"""What the tests of the installed library share: where things stand, and the two ways in which an outside project
-comes to the library. Each test is run by ctest, which tells in Q750_STAGE where the stage is described.
+"""Shared by the tests of the installed library: the paths of the installation, and the two ways in which a project uses
+the library. ctest sets Q750_STAGE to the description of the build.
 """
 import json
 import os
@@ -20,13 +20,13 @@ FLAGS = f"{STRICT} {STAGE.sanitize}"
 
 
 def run(*command, status=0, text=True, env=None, **options):
-    """The result of a command, which has to end with this status. `env` comes on top of the environment."""
+    """Runs a command, which has to exit with this status, and returns its result. `env` extends the environment."""
     if STAGE.emulator and pathlib.Path(STAGE.build) in pathlib.Path(command[0]).parents:
         command = (STAGE.emulator, *command)
     result = subprocess.run([str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                             stderr=subprocess.PIPE, text=text, env=os.environ | (env or {}), **options)
     if result.returncode != status:
-        raise AssertionError(f"{command} ended with {result.returncode}, not {status}\n{result.stdout}\n{result.stderr}")
+        raise AssertionError(f"{command} exited with {result.returncode}, not {status}\n{result.stdout}\n{result.stderr}")
     return result
 
 
@@ -50,7 +50,7 @@ def header_folder(prefix):
 
 
 def configure(project, build, prefix, *options):
-    """Configures an outside project by itself, with the compilers of this build."""
+    """Configures a project of its own, with the compilers of this build."""
     if STAGE.toolchain:
         options = (f"-DCMAKE_TOOLCHAIN_FILE={STAGE.toolchain}", *options)
     return run(STAGE.cmake, "-S", project, "-B", fresh(build), "-G", STAGE.generator, f"-DCMAKE_PREFIX_PATH={prefix}",
@@ -66,15 +66,15 @@ def build_with_cmake(example, build, prefix):
 
 
 def readme_commands():
-    """The lines of the README that compile the examples, by the name of the example."""
+    """The commands of the README that compile the examples, by the name of the example."""
     lines = (SOURCE / "README.md").read_text().splitlines()
     found = [line.strip() for line in lines if line.strip().startswith(("cc ", "c++ "))]
     return {line.split()[-1]: line for line in found}
 
 
 def build_as_readme_says(example, folder, prefix):
-    """Runs the line of the README in a folder of its own, which has the examples in it. Optimised, for the warnings
-    that only come with that."""
+    """Runs the command of the README in a folder that contains the examples. Optimised, because some warnings need
+    that."""
     fresh(folder)
     (folder / "examples").symlink_to(SOURCE / "examples")
     for name, compiler in (("cc", STAGE.cc), ("c++", STAGE.cxx)):
@@ -101,7 +101,7 @@ def loading_from(folder):
 
 
 def expect_golden(test, name, text):
-    """Compares a text with the file golden/<name>. After a wanted change, write all of them anew with
+    """Compares a text with the file golden/<name>. After an intended change, rewrite all of them with
 
          UPDATE_GOLDEN=1 ctest --preset dev -R install
     """
@@ -110,4 +110,4 @@ def expect_golden(test, name, text):
         path.parent.mkdir(exist_ok=True)
         path.write_bytes(text.encode())
     test.maxDiff = None
-    test.assertMultiLineEqual(text, path.read_bytes().decode(), f"differs from {path}; stage.py tells how to update it")
+    test.assertMultiLineEqual(text, path.read_bytes().decode(), f"differs from {path}; see stage.py for how to update it")

@@ -6,7 +6,7 @@ from stage import SOURCE, STAGE, run
 
 
 class Version(unittest.TestCase):
-    """Everything that tells the version agrees with the one place that sets it, project() in CMakeLists.txt."""
+    """Everything that contains the version agrees with project() in CMakeLists.txt, which sets it."""
 
     def test_stands_in_the_newest_entry_of_the_changelog(self):
         entries = re.findall(r"^## (\S+)", (SOURCE / "CHANGELOG.md").read_text(), re.MULTILINE)
