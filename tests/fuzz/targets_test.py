@@ -14,7 +14,7 @@ SHORT_INPUTS = os.environ["Q750_SHORT_INPUTS"]
 LONGEST_TARGET = 25  # lines
 FEWEST_INPUTS = 5
 LARGEST_INPUT = 4096
-CASE_NAME = re.compile(r"(?![0-9a-f]{40}$)[a-z0-9]+(-[a-z0-9]+)*$")  # not the name that the fuzzer gives
+CASE_NAME = re.compile(r"^(?![0-9a-f]{40}$)[a-z0-9]+(-[a-z0-9]+)*$")  # not the name that the fuzzer gives
 
 
 def corpus(target):

@@ -1,0 +1,25 @@
+// Reads: the calls of a host, separated by null bytes, with the virtual scanner.
+// Checks: the library reads every reply; only a call that gets a response has an effect, a page has a
+// resolution.
+#include "JobProtocol.h"
+
+#include "Check.h"
+#include "LeakSweep.h"
+#include "Messages.h"
+#include "Pieces.h"
+#include "Target.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  using namespace virtualscanner;
+  const LeakSweep sweep;
+  JobProtocol protocol;
+  for (std::string_view calls = textOf({bytes, size}); !calls.empty();) {
+    const std::string_view call = calls.substr(0, calls.find('\0'));
+    calls.remove_prefix(std::min(calls.size(), call.size() + 1));
+    const Answer answer = protocol.answer(call, /*refuse*/ false);
+    const std::unique_ptr<Element> reply = readMessage(answer.message);
+    const bool response = reply->getChildRaw("messageType")->stringValue() == "response";
+    check(response || answer.effect == CallEffect::none);
+  }
+  return 0;
+}
