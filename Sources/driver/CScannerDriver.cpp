@@ -160,7 +160,7 @@ std::uint32_t CScannerDriver::scanAreaBytes() const {
 
 int CScannerDriver::readImageData(unsigned char* buffer, unsigned long* length, int offset) {
   const std::uint32_t rowBytes = convertedImage_.bytesPerPixel * static_cast<std::uint32_t>(scanArea_.width);
-  if (rowBytes == 0) {  // Nothing to divide by: an area without width, or a stream that was no picture.
+  if (rowBytes == 0) {  // Nothing to divide by: an area without width, or a stream that was not a picture.
     *length = 0;
     return 0;
   }

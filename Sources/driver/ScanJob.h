@@ -14,8 +14,8 @@ class ListElem;
 // The callbacks of the packet parser; `info` is the driver. They run on the driver's thread inside
 // receiveData() and never throw.
 //
-// Copies the result of a response to glJobName. A message that cannot be read, that is no response or whose
-// result has no text changes nothing.
+// Copies the result of a response to glJobName. A message that cannot be read, that is not a response or
+// whose result has no text changes nothing.
 void _MY_ControlData(void* bytes, int length, void* info);
 // Appends to the image of the driver.
 void _MY_ImageData(void* bytes, int length, void* info);

@@ -19,7 +19,7 @@ class MapElem : public NonterminalElem {
     explicit ElementIteratorImpl(MapElem* map);
     bool hasNext() override;
     std::string nextName() override;
-    /// The name read by StringToi(): throws ValueConversionException for one that is no number.
+    /// The name read by StringToi(): throws ValueConversionException for one that is not a number.
     unsigned int nextIndex() override;
     Element* next() override;
     /// Does not advance if the evaluation throws.

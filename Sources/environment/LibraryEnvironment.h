@@ -10,7 +10,7 @@
 // the plug-in. It changes four settings of the process, and no other code of a product changes any of them:
 //
 //   USB stack          the one given: drivers created from now on find their scanner there
-//   log sink           the one given: the library's lines are no business of the program's standard error
+//   log sink           the one given: the program keeps its standard error to itself
 //   kept files         none: the dump of the stream and the TIFF have fixed names below /tmp, where everybody
 //                      who shares the machine could read the page
 //   raster allocation  always without memory: the library's copy of the picture, which a host would read, is

@@ -53,7 +53,7 @@ class NotSupportedException : public ObjectStoreException {
   using ObjectStoreException::ObjectStoreException;
 };
 
-/// Reserved for text that is no number: nothing in the library throws it (see ValueConversionException).
+/// Reserved for text that is not a number: nothing in the library throws it (see ValueConversionException).
 class NumberFormatException : public ObjectStoreException {
  public:
   using ObjectStoreException::ObjectStoreException;

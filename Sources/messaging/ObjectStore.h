@@ -137,7 +137,7 @@ class ObjectStore {
   /// @}
 
   /// Moves the object to this class, which must be its present class or derived from it. Otherwise, for a
-  /// missing class, a class or an object that is no CompositeElem, an object without enclosure, or a class
+  /// missing class, a class or an object that is not a CompositeElem, an object without enclosure, or a class
   /// that would enclose itself, throws ClassCastException and changes nothing.
   static void changeClass(Element* object, std::string className);
 

@@ -16,7 +16,7 @@ class DebugOutput {
     calls = 5,     // also the calls of the front end
   };
 
-  // The level in the environment; 0 if it is no number.
+  // The level in the environment; 0 if it is not a number.
   static int levelOfEnvironment();
 
   explicit DebugOutput(int level) : level_(level) {}

@@ -21,7 +21,7 @@ inline constexpr std::chrono::milliseconds longestTimeout = std::chrono::hours(2
 inline constexpr std::chrono::milliseconds defaultTimeout = std::chrono::seconds(30);
 
 // Reads a time-out as users write it, in decimal seconds ("2.5"), rounded to a millisecond. Nothing if the
-// text is no number or out of range.
+// text is not a number or out of range.
 std::optional<std::chrono::milliseconds> timeoutFromSeconds(std::string_view text);
 
 inline constexpr std::uint32_t defaultResolution = 300;  // dots per inch

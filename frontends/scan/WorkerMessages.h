@@ -41,7 +41,7 @@ std::string layoutMessage(const PictureLayout& layout);
 std::string outcomeMessage(const ScanOutcome& outcome);
 std::string heartbeatMessage();
 using WorkerReport = std::variant<PictureLayout, ScanOutcome, Heartbeat>;
-// Nothing if the text is no such message.
+// Nothing if the text is not such a message.
 std::optional<WorkerReport> readReport(std::string_view message);
 
 }  // namespace frontend

@@ -32,7 +32,7 @@ enum class JobEvent : std::uint8_t {
   dataKeepsFailing,   // so did the reads before it: the library would go on for ever
   silence,            // the stream brought nothing for as long as the scanner may be silent
   quietEnd,           // nothing follows the last row, though the scanner did not end its job
-  garbled,            // the bytes are no packets, or never end
+  garbled,            // the bytes are not packets, or never end
   unreadablePicture,  // the picture has no usable header
   refusedPicture,     // its listener wants another one
   unwantedRows,       // its listener wants no more rows

@@ -16,7 +16,7 @@ struct MessageSummary {
   std::string reason;      // of an exception; without white space at its ends, may be empty
 };
 
-// Reads one message, without its packet header. Prints nothing; a text that is no whole message is
+// Reads one message, without its packet header. Prints nothing; a text that is not a whole message is
 // unreadable. Throws std::bad_alloc alone. Any thread.
 MessageSummary summarize(std::string_view message);
 

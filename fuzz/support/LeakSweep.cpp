@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <unordered_set>
 
-// Of the sanitizers' allocator interface, whose header only clang installs. Returns 0 if there is no room for
-// more hooks.
+// Of the sanitizers' allocator interface, whose header only clang installs. Returns 0 if there is no room
+// for more hooks.
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void*, std::size_t),
                                                          void (*onFree)(const volatile void*));
 

@@ -18,7 +18,7 @@ inline std::unique_ptr<Element> readMessage(std::string_view message) {
   try {
     status = parser.parseMessage(text.data(), static_cast<int>(text.size()));
   } catch (const ValueConversionException&) {
-    // A text that is no integer, in its tag.
+    // a text that is not an integer, in its tag.
   }
   std::unique_ptr<Element> result(parser.getResult());
   return status == 0 ? std::move(result) : nullptr;

@@ -21,7 +21,7 @@ inline std::string decodeHex(const std::string& text) {
   return {output.begin(), output.end()};
 }
 
-// 0 for a text that is no integer.
+// 0 for a text that is not an integer.
 inline std::int32_t integerIn(const std::string& text) {
   try {
     return StringToi(text);

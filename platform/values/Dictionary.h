@@ -75,7 +75,7 @@ class Value {
   /// A dictionary.
   Value(Dictionary entries) : content_(std::move(entries)) {}
 
-  /// A truth value is no number.
+  /// A truth value is not a number.
   Value(bool) = delete;
 
   /// The text, or null for a value of another kind. Valid as long as the value stays what it is.

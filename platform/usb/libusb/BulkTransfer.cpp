@@ -21,7 +21,7 @@ steady_clock::time_point after(steady_clock::time_point start, BulkTransfer::Mil
 }
 
 // A cancelled request does not report whether a short packet ended it. One did, at the very moment of the
-// cancellation, if the bytes are no whole number of packets.
+// cancellation, if the bytes are not a whole number of packets.
 bool endedShort(const libusb_endpoint_descriptor& endpoint, std::uint32_t moved) {
   return usb::isIn(endpoint.bEndpointAddress) && endpoint.wMaxPacketSize != 0 &&
          moved % endpoint.wMaxPacketSize != 0;
