@@ -32,6 +32,12 @@ inline constexpr std::uint8_t highestThreshold = 255;
 inline constexpr std::uint32_t defaultThresholdPercent = 50;
 inline constexpr std::uint8_t defaultThreshold = (defaultThresholdPercent * highestThreshold + 50) / 100;
 
+// Brightness and contrast in percent, gamma in hundredths; Tone.h has the neutral values.
+inline constexpr std::int32_t lowestTonePercent = -100;
+inline constexpr std::int32_t highestTonePercent = 100;
+inline constexpr std::uint32_t lowestGammaHundredths = 10;
+inline constexpr std::uint32_t highestGammaHundredths = 500;
+
 // The virtual scanner's. Its warm-up lasts from 0, a packet holds at least one byte, and a speed of 0 bytes
 // per second stands for no limit.
 inline constexpr std::chrono::milliseconds longestVirtualWarmUp = std::chrono::hours(1);

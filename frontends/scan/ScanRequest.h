@@ -9,6 +9,7 @@
 #include "PictureLayout.h"
 #include "ScanLimits.h"
 #include "ScanSettings.h"
+#include "Tone.h"
 
 namespace frontend {
 
@@ -28,6 +29,9 @@ struct ScanRequest {
   ScanSettings settings;  // mode gray where there is a threshold
   // Makes the picture lineart: gray values below it become black, the others white.
   std::optional<std::uint8_t> threshold;
+  // Applied to every sample of a color or gray picture. Neutral where there is a threshold: of a tone and a
+  // threshold, only the threshold would show.
+  Tone tone;
   // Time-out for silence: the scan ends as timed out when the scanner sends no byte for longer, the wait for
   // the first byte included. At least 1; 2^32 and more count as 2^32 - 1.
   std::chrono::milliseconds timeout = limits::defaultTimeout;

@@ -59,6 +59,16 @@ class Reader {
     if (!value) fail();
     return static_cast<Number>(value.value_or(0));
   }
+  std::int32_t integer(std::string_view name, std::int32_t least, std::int32_t most) {
+    std::string_view text = field(name);
+    const bool negative = text.starts_with('-');
+    if (negative) text.remove_prefix(1);
+    const std::int32_t bound = negative ? -least : most;
+    const std::optional<std::uint64_t> value = numberIn(text, static_cast<std::uint64_t>(bound));
+    if (!value || (negative && *value == 0)) fail();
+    const auto magnitude = static_cast<std::int32_t>(value.value_or(0));
+    return negative ? -magnitude : magnitude;
+  }
   // A value that is one number and nothing else.
   static std::optional<std::uint64_t> numberIn(std::string_view text, std::uint64_t most) {
     Reader value(text);
@@ -95,8 +105,18 @@ class Reader {
   bool failed_ = false;
 };
 
+Tone readTone(Reader& reader) {
+  Tone tone;
+  tone.brightness = reader.integer("brightness", limits::lowestTonePercent, limits::highestTonePercent);
+  tone.contrast = reader.integer("contrast", limits::lowestTonePercent, limits::highestTonePercent);
+  tone.gammaHundredths = reader.number<std::uint32_t>("gamma", limits::highestGammaHundredths);
+  return tone;
+}
+
 bool isPossible(const ScanRequest& request) {
   const ScanSettings& settings = request.settings;
+  if (request.tone.gammaHundredths < limits::lowestGammaHundredths) return false;
+  if (request.threshold && !request.tone.isNeutral()) return false;
   const bool resolution = isBedResolution(settings.resolution) &&
                           trueResolution(settings.mode, settings.resolution) == settings.resolution;
   if (!resolution || (request.threshold && settings.mode != ColorMode::gray)) return false;
@@ -121,6 +141,9 @@ std::string requestMessage(const ScanRequest& request) {
       .number("width", area.width)
       .number("height", area.height)
       .field("threshold", request.threshold ? std::to_string(*request.threshold) : "")
+      .field("brightness", std::to_string(request.tone.brightness))
+      .field("contrast", std::to_string(request.tone.contrast))
+      .number("gamma", request.tone.gammaHundredths)
       .number("timeout",
               static_cast<std::uint64_t>(std::clamp<std::int64_t>(request.timeout.count(), 0, UINT32_MAX)))
       .number("verbose", request.verbose ? 1 : 0)
@@ -150,6 +173,7 @@ std::optional<ScanRequest> readRequest(std::string_view message) {
     if (!threshold) return std::nullopt;
     request.threshold = static_cast<std::uint8_t>(*threshold);
   }
+  request.tone = readTone(reader);
   request.timeout = std::chrono::milliseconds(reader.number<std::uint32_t>("timeout"));
   request.verbose = reader.flag("verbose");
   VirtualScannerOptions& options = request.virtualScanner;

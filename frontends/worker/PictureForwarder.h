@@ -8,10 +8,12 @@
 #include "PictureListener.h"
 #include "ReportChannel.h"
 #include "ScanRequest.h"
+#include "ToneTable.h"
 
 namespace frontend {
 
-// Passes a picture on to the front end while it arrives: its layout, its rows in that layout, and a good
+// Passes a picture on to the front end while it arrives: its layout, its rows in that layout, in lineart or
+// in the tone that the request asks for, and a good
 // outcome as soon as it is whole, though the scanner still gets its last calls. The functions are called,
 // block and fail as PictureListener.h says. One thread.
 class PictureForwarder final : public PictureListener {
@@ -32,7 +34,8 @@ class PictureForwarder final : public PictureListener {
   ReportChannel& reports_;
   ImagePipe& pipe_;
   std::optional<LineartPacker> lineart_;
-  std::vector<std::uint8_t> packed_;  // kept for its memory alone
+  std::optional<ToneTable> tone_;
+  std::vector<std::uint8_t> changed_;  // kept for its memory alone
 };
 
 }  // namespace frontend

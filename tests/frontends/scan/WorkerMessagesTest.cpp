@@ -29,6 +29,7 @@ void expectSame(const ScanRequest& one, const ScanRequest& other) {
   EXPECT_EQ(one.settings.mode, other.settings.mode);
   EXPECT_EQ(one.settings.area, other.settings.area);
   EXPECT_EQ(one.threshold, other.threshold);
+  EXPECT_EQ(one.tone, other.tone);
   EXPECT_EQ(one.timeout, other.timeout);
   EXPECT_EQ(one.verbose, other.verbose);
   EXPECT_EQ(one.virtualScanner.paper, other.virtualScanner.paper);
@@ -52,6 +53,43 @@ TEST(WorkerMessages, CarryARequestWithNothingOptional) {
   const auto read = readRequest(requestMessage(request));
   ASSERT_TRUE(read);
   expectSame(*read, request);
+}
+
+TEST(WorkerMessages, CarryEveryTone) {
+  ScanRequest request;
+  request.scanner = "virtual";
+  request.settings.area = {0, 0, 2550, 3507};
+  for (const Tone tone : {Tone{-100, 100, 10}, Tone{100, -100, 500}, Tone{0, -1, 101}, Tone{7, 0, 100}}) {
+    request.tone = tone;
+    const auto read = readRequest(requestMessage(request));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->tone, tone);
+  }
+}
+
+TEST(WorkerMessages, RefuseATonePastItsRangeAndOneBesideAThreshold) {
+  for (const Tone tone : {Tone{-101, 0, 100}, Tone{101, 0, 100}, Tone{0, -101, 100}, Tone{0, 101, 100},
+                          Tone{0, 0, 9}, Tone{0, 0, 501}}) {
+    ScanRequest request = fullRequest();
+    request.threshold.reset();
+    request.tone = tone;
+    EXPECT_FALSE(readRequest(requestMessage(request)))
+        << tone.brightness << tone.contrast << tone.gammaHundredths;
+  }
+  ScanRequest lineart = fullRequest();
+  lineart.tone.brightness = 1;
+  EXPECT_FALSE(readRequest(requestMessage(lineart)));
+}
+
+TEST(WorkerMessages, RefuseASignWithoutANumber) {
+  const std::string good = requestMessage(fullRequest());
+  ASSERT_TRUE(readRequest(good));
+  for (const char* odd :
+       {"brightness 1:-", "brightness 2:-0", "brightness 2:+1", "brightness 2:00", "brightness 0:"}) {
+    std::string message = good;
+    message.replace(message.find("brightness 1:0"), 14, odd);
+    EXPECT_FALSE(readRequest(message)) << odd;
+  }
 }
 
 TEST(WorkerMessages, AreTextOfAVersion) {

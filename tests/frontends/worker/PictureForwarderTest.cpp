@@ -93,6 +93,14 @@ TEST_F(Forwarding, MakesBitsOfGreysByTheThreshold) {
   EXPECT_EQ(passed(), "\xC0\x60");  // each row begins a byte; 1 is black
 }
 
+TEST_F(Forwarding, AppliesTheToneToEverySample) {
+  request.tone.brightness = -20;  // 51 of 255 darker
+  EXPECT_EQ(begin("P5\n# \n3 2\n255\n"), std::nullopt);
+  EXPECT_TRUE(pass("zyx"));
+  EXPECT_TRUE(pass("zy\x01"));
+  EXPECT_EQ(passed(), std::string("GFEGF\0", 6));
+}
+
 // Front ends have told their users its size and its colours already.
 TEST_F(Forwarding, RefusesAnotherPictureThanWasAskedFor) {
   for (const char* header : {"P5\n# \n4 2\n255\n", "P5\n# \n3 1\n255\n", "P6\n# \n3 2\n255\n"}) {
