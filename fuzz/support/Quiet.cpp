@@ -17,10 +17,14 @@ class ReadingSink final : public platform::LogSink {
 
 ReadingSink sink;
 
+// The stream's own buffer would be allocated at its first use, in the middle of an input: LeakSweep would
+// free it, and the stream go on writing into it.
+char buffer[4096];
+
 // Before main(), so that no target has to ask for it.
 [[maybe_unused]] const bool quiet = [] {
   std::FILE* const nowhere = std::fopen("/dev/null", "w");
-  if (nowhere == nullptr) return false;
+  if (nowhere == nullptr || std::setvbuf(nowhere, buffer, _IOFBF, sizeof buffer) != 0) return false;
   stdout = nowhere;  // the GNU C library's streams are variables; buffered, unlike standard error itself
   stderr = nowhere;
   platform::useLogSink(&sink);
