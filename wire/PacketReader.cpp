@@ -30,6 +30,7 @@ std::size_t PacketReader::takeHeader(const std::uint8_t* bytes, std::size_t coun
   if (headerBytes_ == header_.size()) {
     payloadLeft_ = payloadLengthOf(header_.data());
     unreadable_ = !headerIsPlausible();
+    if (!unreadable_) listener_.onHeader();
   }
   return taken;
 }

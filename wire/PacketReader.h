@@ -24,6 +24,8 @@ class PacketReader {
   // valid only during the call.
   class Listener {
    public:
+    // The header of a packet of any type is complete; its payload follows.
+    virtual void onHeader() {}
     // A control packet is complete; `message` is its payload, which may be empty.
     virtual void onControlMessage(std::string_view message) = 0;
     // The next bytes of an image packet, at least one, before the packet is complete.

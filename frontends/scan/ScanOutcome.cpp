@@ -82,6 +82,13 @@ ScanOutcome silent(std::uint64_t milliseconds) {
                                     powerCycle};
 }
 
+ScanOutcome tooSlow(std::uint64_t milliseconds) {
+  const std::uint64_t minutes = (milliseconds + 59'999) / 60'000;
+  return {ScanStatus::timedOut, "The scanner sends data too slowly: the picture was not complete after " +
+                                    std::to_string(minutes) + (minutes == 1 ? " minute." : " minutes.") +
+                                    powerCycle};
+}
+
 ScanOutcome refused(std::string_view reason) {
   const std::string quoted = reason.empty() ? "" : " Its reason: \"" + printable(reason) + "\".";
   return {ScanStatus::refused, "The scanner refused the scan." + quoted +

@@ -44,6 +44,8 @@ ScanOutcome accessDenied();
 ScanOutcome noAnswer(std::string_view request);
 // The scanner sent no byte of the picture for this long, whether before the first one or later.
 ScanOutcome silent(std::uint64_t milliseconds);
+// The scanner was never silent for long, but the picture was not complete after this time.
+ScanOutcome tooSlow(std::uint64_t milliseconds);
 // `reason` is the device's text, of any length and content, or empty.
 ScanOutcome refused(std::string_view reason);
 ScanOutcome unreadableAnswer(std::string_view request);

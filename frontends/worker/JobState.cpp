@@ -7,7 +7,7 @@ namespace frontend {
 namespace {
 
 constexpr std::size_t states = 8;
-constexpr std::size_t events = 20;
+constexpr std::size_t events = 21;
 
 // One row of the table: what follows each state. The last column, for a job that is over, is the same in all.
 using Row = std::array<JobState, states>;
@@ -36,6 +36,7 @@ constexpr std::array<Row, events> table = {{
     /* dataFailed        */ {calling, asking,  waiting,   leaving,   empty,     leaving,   leaving, over},
     /* dataKeepsFailing  */ {calling, asking,  over,      leaving,   over,      leaving,   leaving, over},
     /* silence           */ {calling, asking,  over,      over,      over,      over,      leaving, over},
+    /* overdue           */ {over,    over,    over,      over,      over,      delivered, leaving, over},
     /* quietEnd          */ {calling, asking,  waiting,   leaving,   empty,     leaving,   leaving, over},
     /* garbled           */ {over,    over,    over,      over,      over,      over,      leaving, over},
     /* unreadablePicture */ {calling, asking,  over,      over,      over,      over,      leaving, over},

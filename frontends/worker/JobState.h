@@ -31,6 +31,7 @@ enum class JobEvent : std::uint8_t {
   dataFailed,         // a read of the job stream failed otherwise than by silence
   dataKeepsFailing,   // so did the reads before it: the library would go on for ever
   silence,            // the stream brought nothing for as long as the scanner may be silent
+  overdue,            // bytes still arrive, but the job has taken longer than any picture of its size may
   quietEnd,           // nothing follows the last row, though the scanner did not end its job
   garbled,            // the bytes are not packets, or never end
   unreadablePicture,  // the picture has no usable header
@@ -58,6 +59,7 @@ enum class JobEvent : std::uint8_t {
 //   dataFailed        -         -         -         leaving   -         leaving   -
 //   dataKeepsFailing  -         -         over      leaving   over      leaving   -       transfer failed
 //   silence           -         -         over      over      over      over      -       silent
+//   overdue           over      over      over      over      over      -         -       too slow
 //   quietEnd          -         -         -         leaving   -         leaving   -
 //   garbled           over      over      over      over      over      over      - (2)   garbled
 //   unreadablePicture -         -         over      over      over      over      -       bad picture

@@ -32,7 +32,10 @@ PipeRole JobPipes::roleOf(std::uint8_t pipe) const {
 }
 
 JobWatch::JobWatch(const WatchSetup& setup)
-    : cancel_(setup.cancel), times_(setup.timeoutMs, setup.now), picture_(setup.picture) {}
+    : cancel_(setup.cancel),
+      times_(setup.timeoutMs, setup.rasterBytes, setup.now),
+      bounds_(setup.rasterBytes),
+      picture_(setup.picture) {}
 
 void JobWatch::raise(JobEvent event) {
   const JobState before = state_;
@@ -105,6 +108,7 @@ IOReturn JobWatch::afterGoodRead(PipeRole role, const void* bytes, std::uint32_t
   if (size > 0) times_.restart();
   if (!packets_.feed(static_cast<const std::uint8_t*>(bytes), size)) raise(JobEvent::garbled);
   if (role == PipeRole::data && !bounds_.noteRead(size)) raise(JobEvent::garbled);
+  if (times_.overdue()) raise(JobEvent::overdue);
   // The front end may have its picture now. The last calls, and whatever fails in them, are none
   // of its business.
   if (state_ == JobState::delivered || state_ == JobState::leaving) picture_.reportWhole();
@@ -155,11 +159,22 @@ IOReturn JobWatch::noteOutOfMemory() {
   return state_ == JobState::over ? kIOReturnNoDevice : kIOReturnIOError;
 }
 
-// The library takes no message out of the job stream: it may hold any.
+// The library keeps something of every packet, also of one without a payload.
+void JobWatch::onHeader() {
+  if (!bounds_.notePacket()) raise(JobEvent::garbled);
+}
+
+// The library takes no message out of the job stream, which may hold any; but it parses each, and a document
+// type can make a short one take minutes.
 void JobWatch::onControlMessage(std::string_view message) {
+  if (state_ == JobState::over) return;
+  if (!bounds_.noteMessage(message.size())) return raise(JobEvent::garbled);
   const bool answersACall = !takesPicture(state_) || state_ == JobState::leaving;
-  if (state_ == JobState::over || !answersACall) return;
   MessageSummary summary = summarize(message);
+  if (!answersACall) {
+    if (summary.hasDocumentType) raise(JobEvent::garbled);
+    return;
+  }
   const JobEvent event = eventOf(summary);
   if (event == JobEvent::refusal) reason_ = std::move(summary.reason);
   raise(event);
@@ -237,6 +252,8 @@ ScanOutcome JobWatch::outcomeOfEndedStream() const {
       return outcome::transferFailed(dataFailure_);
     case JobEvent::silence:
       return outcome::silent(times_.silentMs());
+    case JobEvent::overdue:
+      return outcome::tooSlow(static_cast<std::uint64_t>(times_.jobLimit().count()));
     case JobEvent::garbled:
       return outcome::garbledStream();
     case JobEvent::unreadablePicture:

@@ -36,13 +36,14 @@ struct WatchSetup {
   const Cancellation* cancel = nullptr;  // looked at before every transfer; may be null
   PictureListener* picture = nullptr;    // gets the rows while they arrive; may be null
   std::uint32_t timeoutMs = 30000;       // how long the scanner may be silent, at least 1
+  std::uint64_t rasterBytes = 0;         // of the picture that is requested; bounds the stream and its time
   TimeSource now = std::chrono::steady_clock::now;
 };
 
 // Judges one scan job by its transfers: turns them into the events of JobState.h, ends a job that would never
-// end well by itself (the library waits for ever for a picture that does not begin, ignores refusals and
-// cannot be cancelled), ends a picture at once where the library would wait for a time-out, and returns the
-// verdict on the whole.
+// end well by itself (the library waits for ever for a picture that does not begin, ignores refusals, cannot
+// be cancelled and takes whatever number of bytes, packets and messages there are), ends a picture at once
+// where the library would wait for a time-out, and returns the verdict on the whole.
 //
 // Does no I/O: the stack that asks it does. A job is ended by answering every further transfer with "no
 // device", which is the library's designed way out. Throws std::bad_alloc alone, after which only
@@ -78,10 +79,13 @@ class JobWatch : private wire::PacketReader::Listener {
   platform::IOReturn noteOutOfMemory();
 
   JobState state() const { return state_; }
+  // The longest time of the whole job.
+  std::chrono::milliseconds timeLimit() const { return times_.jobLimit(); }
   // How the job ended: early, or by itself with what has arrived until now.
   ScanOutcome verdict() const;
 
  private:
+  void onHeader() override;
   void onControlMessage(std::string_view message) override;
   void onImageBytes(const std::uint8_t* bytes, std::size_t count) override;
   void onImagePacketEnd() override;

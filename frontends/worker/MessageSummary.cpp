@@ -13,6 +13,9 @@ namespace {
 constexpr std::size_t longestText = 1000;
 
 struct Reading {
+  explicit Reading(XML_Parser readBy) : parser(readBy) {}
+
+  XML_Parser parser;
   MessageSummary summary;
   int depth = 0;
   bool textBelongs = false;  // to the method or the reason
@@ -46,6 +49,12 @@ void startElement(void* user, const char* name, const char** attributes) {
                         (summary.kind == MessageKind::call && namesTheMethod(name, attributes));
 }
 
+void startDocumentType(void* user, const char*, const char*, const char*, int) {
+  auto& reading = *static_cast<Reading*>(user);
+  reading.summary.hasDocumentType = true;
+  XML_StopParser(reading.parser, XML_FALSE);
+}
+
 void endElement(void* user, const char* /*name*/) {
   auto& reading = *static_cast<Reading*>(user);
   if (--reading.depth < 2) reading.textBelongs = false;
@@ -74,15 +83,21 @@ MessageSummary summarize(std::string_view message) {
   const std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser(XML_ParserCreate(nullptr),
                                                                             XML_ParserFree);
   if (parser == nullptr) return {};
-  Reading reading;
+  Reading reading(parser.get());
   // Nothing may throw through the parser, which is written in C.
   reading.summary.method.reserve(longestText);
   reading.summary.reason.reserve(longestText);
   XML_SetUserData(parser.get(), &reading);
   XML_SetElementHandler(parser.get(), startElement, endElement);
+  XML_SetStartDoctypeDeclHandler(parser.get(), startDocumentType);
   XML_SetCharacterDataHandler(parser.get(), characterData);
   const auto length = static_cast<int>(message.size());
-  if (XML_Parse(parser.get(), message.data(), length, XML_TRUE) != XML_STATUS_OK) return {};
+  const bool whole = XML_Parse(parser.get(), message.data(), length, XML_TRUE) == XML_STATUS_OK;
+  if (!whole) {
+    MessageSummary unreadable;
+    unreadable.hasDocumentType = reading.summary.hasDocumentType;
+    return unreadable;
+  }
   trim(reading.summary.method);
   trim(reading.summary.reason);
   return std::move(reading.summary);

@@ -14,6 +14,8 @@ constexpr std::uint32_t streamWaitMs = 250;
 constexpr std::uint32_t quietEndMs = 1000;
 // The last calls are tried even when their time is up.
 constexpr std::int64_t shortestWaitMs = 50;
+constexpr std::chrono::milliseconds timeOfAnyJob = std::chrono::minutes(1);
+constexpr std::uint64_t slowestBytesPerMs = 64;
 
 // Of two limits in milliseconds the shorter one, where 0 is no limit.
 std::uint32_t capped(std::uint32_t askedMs, std::uint64_t limitMs) {
@@ -23,8 +25,12 @@ std::uint32_t capped(std::uint32_t askedMs, std::uint64_t limitMs) {
 
 }  // namespace
 
-TransferTimes::TransferTimes(std::uint32_t timeoutMs, TimeSource now)
-    : timeoutMs_(timeoutMs), now_(std::move(now)) {}
+TransferTimes::TransferTimes(std::uint32_t timeoutMs, std::uint64_t rasterBytes, TimeSource now)
+    : timeoutMs_(timeoutMs),
+      now_(std::move(now)),
+      begin_(now_()),
+      jobLimit_(timeOfAnyJob + std::chrono::milliseconds(timeoutMs) +
+                std::chrono::milliseconds(rasterBytes / slowestBytesPerMs)) {}
 
 bool TransferTimes::quiet() const {
   return silentMs_ >= quietEndMs;

@@ -11,6 +11,7 @@
 namespace {
 
 using namespace frontend;
+using namespace std::chrono_literals;
 using platform::kIOReturnIOError;
 using platform::kIOReturnNoDevice;
 using platform::kIOReturnNoMemory;
@@ -90,6 +91,12 @@ const Row table[] = {
     {"Silence", JobEvent::silence, "- - over over over over -",
      [](auto& job) { job.watch.afterRead(pipes.data, kIOUSBTransactionTimeout, nullptr, 0, 60000); },
      outcome::silent(60000)},
+    {"Overdue", JobEvent::overdue, "over over over over over - -",
+     [](auto& job) {
+       job.now += job.watch.timeLimit() + 1ms;
+       job.answer(packet(0xBB));
+     },
+     outcome::tooSlow(120000)},
     {"QuietEnd", JobEvent::quietEnd, "[-] [-] [-] leaving [-] leaving -",
      [](auto& job) {
        job.read(pipes.data, wholePicture);

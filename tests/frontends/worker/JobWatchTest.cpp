@@ -276,6 +276,44 @@ TEST_F(WatchedJob, EndsWhereTheDeviceTakesNoCall) {
   EXPECT_EQ(status(), ScanStatus::timedOut);
 }
 
+TEST_F(WatchedJob, EndsAStreamOfPacketsWithoutPayload) {
+  startJob();
+  std::string packets;
+  for (int i = 0; i < 1000; ++i) packets += packet(0xDD);
+  int reads = 0;
+  while (stream(packets) == kIOReturnSuccess) ++reads;
+  EXPECT_EQ(reads, 99);  // with the replies to the calls, 100,000 packets
+  EXPECT_EQ(sentence(), outcome::garbledStream().sentence);
+}
+
+TEST_F(WatchedJob, EndsAStreamOfMessages) {
+  startJob();
+  int messages = 3;  // the replies to the calls
+  while (stream(packet(0xCC, "garbage")) == kIOReturnSuccess) ++messages;
+  EXPECT_EQ(messages, 1000);
+  EXPECT_EQ(sentence(), outcome::garbledStream().sentence);
+}
+
+TEST_F(WatchedJob, KeepsMessagesWithADocumentTypeFromTheLibrary) {
+  const std::string message = packet(0xCC, "<!DOCTYPE response><response/>");
+  WatchedJobDriver calling;
+  calling.ask("create");
+  EXPECT_EQ(calling.answer(message), kIOReturnNoDevice);
+  EXPECT_EQ(calling.sentence(), outcome::unreadableAnswer("create").sentence);
+  startJob();
+  EXPECT_EQ(stream(message), kIOReturnNoDevice);
+  EXPECT_EQ(sentence(), outcome::garbledStream().sentence);
+}
+
+TEST_F(WatchedJob, EndsADripThatNeverIsSilentForLong) {
+  startJob();
+  const std::string page = packet(0xDD, smallHeader + std::string(5000, 'x'));
+  std::size_t sent = 0;
+  while (stream(page.substr(sent, 1)) == kIOReturnSuccess) ++sent, now += std::chrono::milliseconds(200);
+  EXPECT_EQ(sent, 601U);  // two minutes
+  EXPECT_EQ(sentence(), outcome::tooSlow(120000).sentence);
+}
+
 TEST_F(WatchedJob, EndsWhereTheDeviceIsGone) {
   ask("create");
   failAnswer(kIOReturnNoDevice);

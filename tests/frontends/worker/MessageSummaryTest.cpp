@@ -62,6 +62,22 @@ TEST(MessageSummary, CallsEverythingElseUnreadable) {
   }
 }
 
+TEST(MessageSummary, CallsAMessageWithADocumentTypeUnreadableAndReadsNoFurther) {
+  std::string entities = "<!ENTITY e0 'ha'>";
+  for (int i = 1; i < 40; ++i) {
+    const std::string previous = "&e" + std::to_string(i - 1) + ";";
+    entities += "<!ENTITY e" + std::to_string(i) + " '" + previous + previous + "'>";
+  }
+  for (const std::string& text : {std::string("<!DOCTYPE exception><exception>lid</exception>"),
+                                  "<!DOCTYPE response [" + entities + "]><response>&e39;</response>"}) {
+    const MessageSummary summary = summarize(text);
+    EXPECT_TRUE(summary.hasDocumentType);
+    EXPECT_EQ(summary.kind, MessageKind::unreadable);
+    EXPECT_EQ(summary.reason, "");
+  }
+  EXPECT_FALSE(summarize("<response/>").hasDocumentType);
+}
+
 TEST(MessageSummary, BoundsTheReason) {
   EXPECT_EQ(summarize("<exception>" + std::string(1000000, 'x') + "</exception>").reason,
             std::string(1000, 'x'));

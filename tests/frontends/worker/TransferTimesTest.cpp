@@ -14,7 +14,7 @@ constexpr TransferTimeouts asked{15000, 60000};
 class Times : public testing::Test {
  protected:
   std::chrono::steady_clock::time_point now;
-  TransferTimes times{30000, [this] { return now; }};
+  TransferTimes times{30000, 26'829'450, [this] { return now; }};
 };
 
 TEST_F(Times, OfACallAreThoseAskedForWithinTheTimeout) {
@@ -40,6 +40,17 @@ TEST_F(Times, LeaveOnlyWhatSilenceHasLeft) {
   EXPECT_EQ(times.forCall(asked).noDataMs, 1U) << "0 would be for ever";
   times.restart();
   EXPECT_EQ(times.forCall(asked).noDataMs, 15000U);
+}
+
+TEST_F(Times, LimitTheWholeJobByTheSizeOfThePicture) {
+  const auto limit = 60s + 30s + 419210ms;  // 26,829,450 bytes at 64 a millisecond
+  EXPECT_EQ(times.jobLimit(), limit);
+  now += limit;
+  EXPECT_FALSE(times.overdue());
+  now += 1ms;
+  EXPECT_TRUE(times.overdue());
+  times.restart();
+  EXPECT_TRUE(times.overdue()) << "a byte ends silence alone";
 }
 
 TEST_F(Times, CallAScannerQuietAfterOneSecond) {

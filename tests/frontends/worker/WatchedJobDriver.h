@@ -80,5 +80,5 @@ struct WatchedJobDriver {
   frontend::Cancellation cancel;
   RecordingListener picture;
   std::chrono::steady_clock::time_point now;
-  frontend::JobWatch watch{{&cancel, &picture, 60000, [this] { return now; }}};
+  frontend::JobWatch watch{{&cancel, &picture, 60000, 12, [this] { return now; }}};
 };
