@@ -1,0 +1,14 @@
+#pragma once
+
+namespace platform {
+
+// Lets the kernel refuse, from now on and in every thread, the system calls that reading a device and a
+// connection does not need, with EPERM, so that a library that only tries one goes on without it. Refused
+// are, among all others: sockets but those of the machine itself (AF_UNIX) and of the kernel's notices
+// (AF_NETLINK), programs, other processes, files that would be created, renamed or removed, namespaces,
+// memory that could be executed, and keystrokes for the terminal.
+//
+// Returns whether the filter is in force. Never throws.
+bool filterSystemCalls() noexcept;
+
+}  // namespace platform
