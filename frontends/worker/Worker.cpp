@@ -12,6 +12,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Confinement.h"
 #include "ImagePipe.h"
 #include "PictureForwarder.h"
 #include "ScanSession.h"
@@ -19,6 +20,7 @@
 #include "VerboseSink.h"
 #include "Watchdog.h"
 #include "WorkerMessages.h"
+#include "WorkerNeeds.h"
 #include "WorkerTimes.h"
 
 namespace frontend {
@@ -95,6 +97,7 @@ int runWorker(int control, int image) {
     reports.send(outcome::workerGarbled());
     return notUnderstood;
   }
+  platform::confineProcess(workerNeeds(*request));
   serve(*request, control, std::move(imageEnd), reports);
   return 0;
 }

@@ -45,8 +45,9 @@ Confinement confineProcess(const ConfinementNeeds& needs) {
   if (!possible) return result;
   if (needs.memoryBytes > 0) limitTo(RLIMIT_DATA, needs.memoryBytes);
   result.privileges = giveUpPrivileges();
-  result.files = restrictFiles(needs.readable, needs.devices);
-  result.systemCalls = filterSystemCalls();  // last: it refuses the calls that the others make
+  result.files = restrictFiles(needs);
+  result.systemCalls =
+      filterSystemCalls(!needs.sockets.empty());  // last: it refuses the calls that the others make
   return result;
 }
 

@@ -217,9 +217,10 @@ bool addRules(const Filter& filter) {
 
 }  // namespace
 
-bool filterSystemCalls() noexcept {
+bool filterSystemCalls(bool removingFiles) noexcept {
   const Filter filter(seccomp_init(SCMP_ACT_ERRNO(EPERM)), seccomp_release);
   if (filter == nullptr || !addRules(filter)) return false;
+  if (removingFiles && !allow(filter, "unlink", {}, SCMP_ACT_ALLOW)) return false;
   seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_TSYNC, 1);
   return seccomp_load(filter.get()) == 0;
 }

@@ -8,7 +8,9 @@ namespace platform {
 // (AF_NETLINK), programs, other processes, files that would be created, renamed or removed, namespaces,
 // memory that could be executed, and keystrokes for the terminal.
 //
+// With `removingFiles`, unlink() is allowed, which the local sockets of ConfinementNeeds take.
+//
 // Returns whether the filter is in force. Never throws.
-bool filterSystemCalls() noexcept;
+bool filterSystemCalls(bool removingFiles) noexcept;
 
 }  // namespace platform

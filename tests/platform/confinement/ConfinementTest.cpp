@@ -109,6 +109,22 @@ TEST_F(Confined, KeepsWhatIsOpen) {
   close(file);
 }
 
+TEST_F(Confined, MakesSocketsWhereItNeedsThemAndNoFiles) {
+  needs.sockets = {at("")};
+  const std::string name = at("/socket");
+  const auto work = [&] {
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = ""};
+    name.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int made =
+        said(bind(socket(AF_UNIX, SOCK_DGRAM, 0), reinterpret_cast<sockaddr*>(&address), sizeof address));
+    return made == 0 && said(unlink(name.c_str())) == 0 &&
+                   said(open(name.c_str(), O_CREAT | O_WRONLY, 0600)) == EPERM
+               ? 0
+               : 1;
+  };
+  EXPECT_EQ(confined(work), 0);
+}
+
 // One row for each thing that code which was taken over would try.
 struct Attempt {
   const char* name;
