@@ -84,11 +84,15 @@ install(FILES ${PROJECT_SOURCE_DIR}/packaging/completions/q750.bash RENAME q750
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/completions/_q750
   DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
 
-# udev reads it from here on Debian if the prefix is /usr; for other prefixes set /etc/udev/hwdb.d. It takes
-# effect after `systemd-hwdb update`, for devices that are plugged in from then on.
+# udev reads them from here on Debian if the prefix is /usr; for other prefixes set /etc/udev/hwdb.d and
+# /etc/udev/rules.d. They take effect for devices that are plugged in from then on, the entry after
+# `systemd-hwdb update`, the rule if there is a group scanner.
 set(Q750_UDEV_HWDB_DIR lib/udev/hwdb.d CACHE STRING
   "Folder of the entry of udev's hardware database, from the prefix or absolute")
+set(Q750_UDEV_RULES_DIR lib/udev/rules.d CACHE STRING "Folder of the udev rule, from the prefix or absolute")
 install(FILES ${PROJECT_BINARY_DIR}/packaging/udev/20-sane-quenvar.hwdb DESTINATION ${Q750_UDEV_HWDB_DIR} COMPONENT tools)
+install(FILES ${PROJECT_BINARY_DIR}/packaging/udev/60-quenvar-q750.rules DESTINATION ${Q750_UDEV_RULES_DIR}
+  COMPONENT tools)
 install(FILES ${PROJECT_BINARY_DIR}/packaging/desktop/quenvar-q750.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo
   COMPONENT tools)
 
