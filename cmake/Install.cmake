@@ -1,5 +1,6 @@
 # The files of an installation, by component: runtime (the library that hosts load), development (headers,
-# CMake package and pkg-config file), tools (the command line and its worker) and sane (the SANE back end).
+# CMake package and pkg-config file), virtual (the library with the virtual scanner), tools (the command line and its
+# worker) and sane (the SANE back end).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -74,6 +75,10 @@ file(RELATIVE_PATH q750_includedir_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_I
 configure_file(${PROJECT_SOURCE_DIR}/cmake/quenvar-q750.pc.in ${PROJECT_BINARY_DIR}/quenvar-q750.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quenvar-q750.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
+
+# The same file name in a folder that is not searched: a host is run with it by LD_LIBRARY_PATH, and never by accident.
+set(q750_virtual_folder ${CMAKE_INSTALL_LIBDIR}/quenvar-q750/virtual)
+install(TARGETS quenvar-q750-virtual LIBRARY DESTINATION ${q750_virtual_folder} COMPONENT virtual NAMELINK_SKIP)
 
 install(TARGETS q750 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 install(TARGETS q750-worker RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/quenvar-q750 COMPONENT tools)

@@ -2,7 +2,7 @@ import pathlib
 import unittest
 
 from outside import BuiltExamples
-from stage import PREFIX, STAGE, run
+from stage import PREFIX, STAGE, run, virtual_folder
 
 
 def picture(path):
@@ -38,18 +38,18 @@ class Examples(BuiltExamples, unittest.TestCase):
             for program in self.each("scan-to-pnm"):
                 path = self.folder / "scanned.pnm"
                 path.unlink(missing_ok=True)
-                self.scan(program, path, *settings, library=STAGE.virtual)
+                self.scan(program, path, *settings, library=virtual_folder(PREFIX))
                 self.assertTrue(picture(path) == (kind, width, height - 1, rows[1:]), settings)
 
     def test_a_scan_is_in_colour_at_300_dots_per_inch_unless_told_otherwise(self):
         program = self.programs["with CMake"]["scan-to-pnm"]
         path = self.folder / "default.pnm"
-        self.scan(program, path, library=STAGE.virtual)
+        self.scan(program, path, library=virtual_folder(PREFIX))
         self.assertEqual(picture(path)[:3], (b"P6", 2550, 3506))
 
     def test_a_scan_keeps_the_log_off_the_terminal(self):
         program = self.programs["with CMake"]["scan-to-pnm"]
-        result = self.scan(program, self.folder / "quiet.pnm", "75", library=STAGE.virtual)
+        result = self.scan(program, self.folder / "quiet.pnm", "75", library=virtual_folder(PREFIX))
         self.assertEqual(result.stderr, "")
         self.assertEqual(result.stdout, "CScannerDriver::getScanParameter(637, 876)\n")
 
@@ -61,10 +61,10 @@ class Examples(BuiltExamples, unittest.TestCase):
 
     def test_a_scan_to_where_nothing_can_be_written_says_so(self):
         program = self.programs["with CMake"]["scan-to-pnm"]
-        result = self.scan(program, self.folder / "nowhere" / "page.pnm", "75", library=STAGE.virtual, status=5)
+        result = self.scan(program, self.folder / "nowhere" / "page.pnm", "75", library=virtual_folder(PREFIX), status=5)
         self.assertEqual(result.stderr, f"{self.folder}/nowhere/page.pnm: No such file or directory\n")
         if pathlib.Path("/dev/full").exists():
-            self.assertEqual(self.scan(program, "/dev/full", "75", library=STAGE.virtual, status=5).stderr,
+            self.assertEqual(self.scan(program, "/dev/full", "75", library=virtual_folder(PREFIX), status=5).stderr,
                              "/dev/full: No space left on device\n")
 
     def test_a_scan_with_settings_that_the_scanner_has_not_is_refused(self):

@@ -12,7 +12,7 @@ STAGE = types.SimpleNamespace(**json.loads(pathlib.Path(os.environ["Q750_STAGE"]
 SOURCE = pathlib.Path(STAGE.source)
 SCRATCH = pathlib.Path(STAGE.scratch)
 PREFIX = SCRATCH / "installed"
-COMPONENTS = ("runtime", "development", "tools", "sane")
+COMPONENTS = ("runtime", "development", "virtual", "tools", "sane")
 SONAME = f"libquenvar-q750.so.{STAGE.version.split('.')[0]}"
 
 STRICT = "-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror"
@@ -43,6 +43,11 @@ def install(prefix, *options):
 
 def library_folder(prefix):
     return prefix / STAGE.lib
+
+
+def virtual_folder(prefix):
+    """The folder of the library with the virtual scanner, as the pkg-config file gives it."""
+    return pathlib.Path(*pkg_config(prefix, "--variable=virtualdir")).resolve()
 
 
 def header_folder(prefix):
