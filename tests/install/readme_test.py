@@ -1,3 +1,5 @@
+import json
+import re
 import unittest
 
 from outside import EXAMPLES
@@ -10,6 +12,15 @@ class Readme(unittest.TestCase):
 
     def test_tells_how_to_compile_every_example(self):
         self.assertEqual(set(readme_commands()), set(EXAMPLES))
+
+    def test_installs_from_a_build_without_tests(self):
+        presets = {preset["name"]: preset for preset in
+                   json.loads((SOURCE / "CMakePresets.json").read_text())["configurePresets"]}
+        lines = [line for line in (SOURCE / "README.md").read_text().splitlines() if "cmake --install" in line]
+        self.assertNotEqual(lines, [])
+        for line in lines:
+            for name in re.findall(r"--preset (\w+)|--install build/(\w+)", line):
+                self.assertEqual(presets["".join(name)]["cacheVariables"].get("Q750_TESTS"), "OFF", line)
 
 
 class ReadmeCheck(unittest.TestCase):
