@@ -90,7 +90,6 @@ SaneOptions::SaneOptions() {
   for (const Index edge : {top, bottom}) describeEdge(edge, &vertical);
 
   words_[count] = numberOfOptions;
-  words_[resolution] = limits::defaultResolution;
   words_[threshold] = limits::defaultThreshold;
   words_[right] = horizontal.max;
   words_[bottom] = vertical.max;
@@ -131,7 +130,7 @@ void SaneOptions::followMode() {
   const bool lineart = mode_ == Mode::lineart;
   descriptors_[resolution].constraint.word_list =
       mode_ == Mode::color ? colorResolutions.data() : allResolutions.data();
-  words_[resolution] = nearest(descriptors_[resolution].constraint.word_list, words_[resolution]);
+  words_[resolution] = nearest(descriptors_[resolution].constraint.word_list, requestedResolution_);
   descriptors_[depth].constraint.word_list = lineart ? oneBit : eightBits;
   words_[depth] = lineart ? 1 : 8;
   const SANE_Int settable = SANE_CAP_SOFT_SELECT | SANE_CAP_SOFT_DETECT | SANE_CAP_EMULATED;
@@ -190,6 +189,7 @@ SANE_Status SaneOptions::setWord(Index index, SANE_Word& value, SANE_Int* info) 
   const SANE_Option_Descriptor& about = descriptors_[index];
   SANE_Word legal = value;
   if (about.type == SANE_TYPE_BOOL && value != SANE_FALSE && value != SANE_TRUE) return SANE_STATUS_INVAL;
+  if (index == resolution) requestedResolution_ = value;
   if (about.constraint_type == SANE_CONSTRAINT_WORD_LIST) {
     legal = nearest(about.constraint.word_list, value);
   } else if (about.constraint_type == SANE_CONSTRAINT_RANGE) {

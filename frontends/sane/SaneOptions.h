@@ -12,9 +12,10 @@
 
 namespace frontend {
 
-// The options of one handle: descriptors, values and dependencies. The mode determines the
-// resolutions, the depth and whether the threshold is active. Knows no scan. One thread at a time;
-// nothing throws but std::bad_alloc.
+// The options of one handle: descriptors, values and dependencies. The mode determines the resolutions, the
+// depth and whether the threshold is active. A resolution that the mode does not have is remembered for the
+// modes that do, so that the order in which options are set does not matter. Knows no scan. One thread at a
+// time; nothing throws but std::bad_alloc.
 //
 // The number of options is fixed, and descriptors keep their addresses for the life of the object; their
 // content may change when set() reports SANE_INFO_RELOAD_OPTIONS.
@@ -71,7 +72,8 @@ class SaneOptions {
   ScanRequest requestFor(const PixelArea& area) const;
 
   SANE_Option_Descriptor descriptors_[numberOfOptions] = {};
-  SANE_Word words_[numberOfOptions] = {};  // of the options that are one word
+  SANE_Word words_[numberOfOptions] = {};  // in effect, of the options that are one word
+  SANE_Word requestedResolution_ = limits::defaultResolution;
   Mode mode_ = limits::defaultMode == ColorMode::color ? Mode::color : Mode::gray;
 };
 

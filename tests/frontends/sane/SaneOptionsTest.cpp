@@ -130,6 +130,28 @@ TEST_F(SaneOptionsOf, ColorAreAtMost300DotsPerInch) {
   EXPECT_EQ(wordOf(Index::resolution), 300);
 }
 
+TEST_F(SaneOptionsOf, AScannerReturnToTheRequestedResolutionInAModeThatHasIt) {
+  for (const SANE_Word requested : {400, 600}) {
+    EXPECT_EQ(set(Index::resolution, requested), SANE_STATUS_GOOD);
+    EXPECT_EQ(info & SANE_INFO_INEXACT, SANE_INFO_INEXACT);
+    for (const char* mode : {"Gray", "Lineart", "Gray"}) {
+      set(Index::mode, mode);
+      EXPECT_EQ(wordOf(Index::resolution), requested) << mode;
+      EXPECT_EQ(options.request()->settings.resolution, static_cast<std::uint32_t>(requested)) << mode;
+    }
+    set(Index::mode, "Color");
+    EXPECT_EQ(wordOf(Index::resolution), 300) << "what will be scanned";
+  }
+}
+
+TEST_F(SaneOptionsOf, AScannerForgetARequestedResolutionWithTheNextOne) {
+  set(Index::resolution, 600);
+  set(Index::resolution, 300);
+  EXPECT_EQ(info, 0) << "a color scan is at 300 dots per inch before and after";
+  set(Index::mode, "Gray");
+  EXPECT_EQ(wordOf(Index::resolution), 300);
+}
+
 TEST_F(SaneOptionsOf, AScannerStayWhereTheyAreAndAsManyAsTheyAre) {
   std::vector<const SANE_Option_Descriptor*> before;
   for (SANE_Int i = 0; i < wordOf(0); ++i) before.push_back(options.descriptor(i));

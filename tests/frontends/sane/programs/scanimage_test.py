@@ -63,6 +63,14 @@ class Scanimage(SaneHost):
         with Image.open(path) as picture:
             self.assertEqual(picture.size, (620, 876))
 
+    def test_scans_at_the_same_resolution_whether_it_precedes_the_mode_or_not(self):
+        for order in (("--resolution", "600", "--mode", "Gray"), ("--mode", "Gray", "--resolution", "600")):
+            with self.subTest(order=order):
+                path = self.folder / "scan.pnm"
+                self.scanimage(*order, "-x", "25.4", "-y", "12.7", "--format=pnm", "-o", path)
+                with Image.open(path) as picture:
+                    self.assertEqual((picture.mode, picture.size), ("L", (600, 300)))
+
     def test_scans_a_batch_without_a_cancel_between_its_pages(self):
         self.scanimage("--mode", "Gray", "--resolution", "75", "--format=png", "--batch=page%d.png", "--batch-count=3")
         page = self.page("Gray")
