@@ -74,6 +74,7 @@ SaneOptions::SaneOptions() {
   describe(preview, SANE_NAME_PREVIEW, SANE_TITLE_PREVIEW, SANE_DESC_PREVIEW);
   descriptors_[preview].type = SANE_TYPE_BOOL;
   describe(threshold, SANE_NAME_THRESHOLD, SANE_TITLE_THRESHOLD, SANE_DESC_THRESHOLD);
+  descriptors_[threshold].cap |= SANE_CAP_EMULATED;
   descriptors_[threshold].constraint_type = SANE_CONSTRAINT_RANGE;
   descriptors_[threshold].constraint.range = &thresholds;
   describe(geometryGroup, SANE_NAME_GEOMETRY, SANE_TITLE_GEOMETRY, SANE_DESC_GEOMETRY);
@@ -133,8 +134,6 @@ void SaneOptions::followMode() {
   words_[resolution] = nearest(descriptors_[resolution].constraint.word_list, requestedResolution_);
   descriptors_[depth].constraint.word_list = lineart ? oneBit : eightBits;
   words_[depth] = lineart ? 1 : 8;
-  const SANE_Int settable = SANE_CAP_SOFT_SELECT | SANE_CAP_SOFT_DETECT | SANE_CAP_EMULATED;
-  descriptors_[threshold].cap = lineart ? settable : settable | SANE_CAP_INACTIVE;
 }
 
 const SANE_Option_Descriptor* SaneOptions::descriptor(SANE_Int index) const {
@@ -145,7 +144,6 @@ const SANE_Option_Descriptor* SaneOptions::descriptor(SANE_Int index) const {
 SANE_Status SaneOptions::get(SANE_Int index, void* value) const {
   const SANE_Option_Descriptor* about = descriptor(index);
   if (about == nullptr || value == nullptr || about->type == SANE_TYPE_GROUP) return SANE_STATUS_INVAL;
-  if (!SANE_OPTION_IS_ACTIVE(about->cap)) return SANE_STATUS_INVAL;
   if (index == mode) {
     std::strcpy(static_cast<char*>(value), modeNames[static_cast<int>(mode_)]);
   } else if (index == source) {
@@ -159,7 +157,7 @@ SANE_Status SaneOptions::get(SANE_Int index, void* value) const {
 SANE_Status SaneOptions::set(SANE_Int index, void* value, SANE_Int* info) {
   const SANE_Option_Descriptor* about = descriptor(index);
   if (about == nullptr || value == nullptr) return SANE_STATUS_INVAL;
-  if (!SANE_OPTION_IS_ACTIVE(about->cap) || !SANE_OPTION_IS_SETTABLE(about->cap)) return SANE_STATUS_INVAL;
+  if (!SANE_OPTION_IS_SETTABLE(about->cap)) return SANE_STATUS_INVAL;
   SANE_Int changes = 0;
   SANE_Status status = SANE_STATUS_GOOD;
   if (index == mode) {

@@ -12,10 +12,10 @@
 
 namespace frontend {
 
-// The options of one handle: descriptors, values and dependencies. The mode determines the resolutions, the
-// depth and whether the threshold is active. A resolution that the mode does not have is remembered for the
-// modes that do, so that the order in which options are set does not matter. Knows no scan. One thread at a
-// time; nothing throws but std::bad_alloc.
+// The options of one handle: descriptors, values and dependencies. The mode determines the resolutions and
+// the depth. Options may be set in any order: a resolution that the mode does not have is remembered for the
+// modes that do, and the threshold can be set in every mode, although only Lineart uses it. Knows no scan.
+// One thread at a time; nothing throws but std::bad_alloc.
 //
 // The number of options is fixed, and descriptors keep their addresses for the life of the object; their
 // content may change when set() reports SANE_INFO_RELOAD_OPTIONS.
@@ -45,8 +45,8 @@ class SaneOptions {
   // Null if there is no such option.
   const SANE_Option_Descriptor* descriptor(SANE_Int index) const;
 
-  // Writes the value, at most the descriptor's size. INVAL: there is no such option, it is a group without a
-  // value, or it is inactive.
+  // Writes the value, at most the descriptor's size. INVAL: there is no such option, or it is a group without
+  // a value.
   SANE_Status get(SANE_Int index, void* value) const;
 
   // Sets the value, or the nearest legal one, which is written back with SANE_INFO_INEXACT. `info` receives

@@ -44,7 +44,6 @@ class SaneOptionsOf : public testing::Test {
     const SANE_Word* list = options.descriptor(index)->constraint.word_list;
     return {list + 1, list + 1 + list[0]};
   }
-  bool active(SANE_Int index) const { return SANE_OPTION_IS_ACTIVE(options.descriptor(index)->cap); }
 
   SaneOptions options;
   SANE_Word word = 0;
@@ -111,16 +110,30 @@ TEST_F(SaneOptionsOf, AScannerBeginWithTheWholeGlassInColorAt300) {
 TEST_F(SaneOptionsOf, AModeAreThoseThatItHas) {
   EXPECT_THAT(listOf(Index::resolution), ElementsAre(75, 150, 200, 300));
   EXPECT_THAT(listOf(Index::depth), ElementsAre(8));
-  EXPECT_FALSE(active(Index::threshold));
   EXPECT_EQ(set(Index::mode, "Gray"), SANE_STATUS_GOOD);
   EXPECT_THAT(listOf(Index::resolution), ElementsAre(75, 150, 200, 300, 400, 600));
   EXPECT_THAT(listOf(Index::depth), ElementsAre(8));
-  EXPECT_FALSE(active(Index::threshold));
   EXPECT_EQ(set(Index::mode, "Lineart"), SANE_STATUS_GOOD);
   EXPECT_THAT(listOf(Index::resolution), ElementsAre(75, 150, 200, 300, 400, 600));
   EXPECT_THAT(listOf(Index::depth), ElementsAre(1));
-  EXPECT_TRUE(active(Index::threshold));
+}
+
+TEST_F(SaneOptionsOf, AScannerAreActiveInEveryMode) {
+  for (const char* mode : {"Color", "Gray", "Lineart"}) {
+    set(Index::mode, mode);
+    for (SANE_Int index = 0; index < SaneOptions::numberOfOptions; ++index)
+      EXPECT_TRUE(SANE_OPTION_IS_ACTIVE(options.descriptor(index)->cap)) << mode << " " << index;
+  }
+}
+
+TEST_F(SaneOptionsOf, AScannerKeepTheThresholdForLineart) {
   EXPECT_EQ(wordOf(Index::threshold), 128);
+  EXPECT_EQ(set(Index::threshold, 50), SANE_STATUS_GOOD);
+  EXPECT_EQ(info, 0);
+  EXPECT_EQ(options.request()->threshold, std::nullopt) << "a color scan has none";
+  set(Index::mode, "Lineart");
+  EXPECT_EQ(wordOf(Index::threshold), 50);
+  EXPECT_EQ(options.request()->threshold, std::uint8_t{50});
 }
 
 TEST_F(SaneOptionsOf, ColorAreAtMost300DotsPerInch) {
@@ -252,14 +265,12 @@ TEST_F(SaneOptionsOf, AScannerWriteNoValueThatIsLegal) {
   EXPECT_EQ(options.set(Index::resolution, const_cast<SANE_Word*>(&fine), nullptr), SANE_STATUS_GOOD);
 }
 
-TEST_F(SaneOptionsOf, AScannerHaveNoValueWhereTheyAreGroupsOrInactive) {
+TEST_F(SaneOptionsOf, AScannerHaveNoValueWhereTheyAreGroups) {
   for (const Index group : {Index::standardGroup, Index::geometryGroup}) {
     EXPECT_EQ(options.descriptor(group)->type, SANE_TYPE_GROUP);
     EXPECT_EQ(options.get(group, &word), SANE_STATUS_INVAL);
     EXPECT_EQ(set(group, 1), SANE_STATUS_INVAL);
   }
-  EXPECT_EQ(options.get(Index::threshold, &word), SANE_STATUS_INVAL);
-  EXPECT_EQ(set(Index::threshold, 1), SANE_STATUS_INVAL);
 }
 
 TEST_F(SaneOptionsOf, APreviewChangeNothingElse) {

@@ -30,7 +30,7 @@ class Scanimage(SaneHost):
     def test_shows_all_options(self):
         shown = self.scanimage("-A").stdout.decode()
         for line in ("--mode Color|Gray|Lineart [Color]", "--resolution 75|150|200|300dpi [300]", "--depth 8bit [8]",
-                     "--source Flatbed [Flatbed]", "--preview[=(yes|no)] [no]", "--threshold 0..255 (in steps of 1) [inactive]",
+                     "--source Flatbed [Flatbed]", "--preview[=(yes|no)] [no]", "--threshold 0..255 (in steps of 1) [128]",
                      "-l 0..215.9mm [0]", "-t 0..296.926mm [0]", "-x 0..215.9mm [215.9]", "-y 0..296.926mm [296.926]"):
             self.assertIn(line, " ".join(shown.split()))
 
@@ -70,6 +70,15 @@ class Scanimage(SaneHost):
                 self.scanimage(*order, "-x", "25.4", "-y", "12.7", "--format=pnm", "-o", path)
                 with Image.open(path) as picture:
                     self.assertEqual((picture.mode, picture.size), ("L", (600, 300)))
+
+    def test_applies_a_threshold_that_precedes_lineart(self):
+        pictures = []
+        for order in (("--threshold", "50", "--mode", "Lineart"), ("--mode", "Lineart", "--threshold", "50")):
+            path = self.folder / "scan.pnm"
+            self.scanimage(*order, "--resolution", "75", "--format=pnm", "-o", path)
+            pictures.append(path.read_bytes())
+        self.assertEqual(*pictures)
+        self.assertNotEqual(Image.open(path).tobytes(), self.page("Lineart").convert("1").tobytes())
 
     def test_scans_a_batch_without_a_cancel_between_its_pages(self):
         self.scanimage("--mode", "Gray", "--resolution", "75", "--format=png", "--batch=page%d.png", "--batch-count=3")
