@@ -65,7 +65,7 @@ std::string scannerTable(const std::vector<ScannerEntry>& scanners) {
   std::string table;
   for (const ScannerEntry& scanner : scanners) {
     table += scanner.name + std::string(widest - scanner.name.size() + 2, ' ') + scanner.vendor + " " +
-             scanner.model + (scanner.isVirtual ? " (virtual)" : "") + "\n";
+             scanner.model + "\n";
     if (!scanner.hint.empty()) table += "  " + scanner.hint + "\n";
   }
   return table;

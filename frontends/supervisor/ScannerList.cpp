@@ -1,5 +1,7 @@
 #include "ScannerList.h"
 
+#include <utility>
+
 #include "LibusbDevices.h"
 #include "ScannerName.h"
 
@@ -24,8 +26,16 @@ std::string hintFor(const platform::LibusbDevices::Device& device) {
   return "";
 }
 
-ScannerEntry entryNamed(std::string name) {
-  return {std::move(name), "Quenvar", "Q750", "flatbed scanner", false, true, ""};
+ScannerEntry realScanner(const platform::LibusbDevices::Device& device) {
+  const bool accessible = device.access == Access::granted;
+  std::string name = std::string(usbScannerPrefix) + device.path;
+  return {std::move(name), "Quenvar", "Q750", "flatbed scanner", false, accessible, hintFor(device)};
+}
+
+// Nobody should take it for a scanner with paper in it: applications show the model, some also the type,
+// which is one of those that SANE defines.
+ScannerEntry virtualScanner() {
+  return {std::string(virtualScannerName), "Quenvar", "Q750 (virtual)", "virtual device", true, true, ""};
 }
 
 }  // namespace
@@ -33,13 +43,9 @@ ScannerEntry entryNamed(std::string name) {
 std::vector<ScannerEntry> listScanners(bool withVirtual, std::string* failure) {
   std::vector<ScannerEntry> scanners;
   platform::LibusbDevices::List real = platform::LibusbDevices().attached();
-  for (const auto& device : real.devices) {
-    ScannerEntry& entry = scanners.emplace_back(entryNamed(std::string(usbScannerPrefix) + device.path));
-    entry.accessible = device.access == Access::granted;
-    entry.hint = hintFor(device);
-  }
+  for (const auto& device : real.devices) scanners.push_back(realScanner(device));
   if (failure != nullptr) *failure = std::move(real.failure);
-  if (withVirtual) scanners.emplace_back(entryNamed(std::string(virtualScannerName))).isVirtual = true;
+  if (withVirtual) scanners.push_back(virtualScanner());
   return scanners;
 }
 

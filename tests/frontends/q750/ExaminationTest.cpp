@@ -34,7 +34,7 @@ class ExaminingASystem : public testing::Test {
   }
 
   ScannerEntry scanner{"usb:1-2", "Quenvar", "Q750", "flatbed scanner", false, true, ""};
-  ScannerEntry simulated{"virtual", "Quenvar", "Q750", "flatbed scanner", true, true, ""};
+  ScannerEntry simulated{"virtual", "Quenvar", "Q750 (virtual)", "virtual device", true, true, ""};
   ScannerInventory inventory{{scanner, simulated}, ""};
   std::string worker = "/usr/libexec/q750-worker";
   bool rule = true;

@@ -16,7 +16,7 @@ ScannerEntry forbidden(const std::string& name) {
   return {name, "Quenvar", "Q750", "flatbed scanner", false, false, "Join the group."};
 }
 ScannerEntry simulated() {
-  return {"virtual", "Quenvar", "Q750", "flatbed scanner", true, true, ""};
+  return {"virtual", "Quenvar", "Q750 (virtual)", "virtual device", true, true, ""};
 }
 
 TEST(ScannerTable, PrintsHints) {
@@ -30,7 +30,7 @@ TEST(ScannerTable, PrintsHints) {
 
 TEST(InventoryAsJson, IsAnObject) {
   EXPECT_EQ(inventoryAsJson({{forbidden("usb:2-1"), simulated()}, "no \"USB\"\n\xff"}),
-            R"({
+            R"json({
   "scanners": [
     {
       "name": "usb:2-1",
@@ -44,8 +44,8 @@ TEST(InventoryAsJson, IsAnObject) {
     {
       "name": "virtual",
       "vendor": "Quenvar",
-      "model": "Q750",
-      "type": "flatbed scanner",
+      "model": "Q750 (virtual)",
+      "type": "virtual device",
       "virtual": true,
       "accessible": true,
       "hint": ""
@@ -53,7 +53,7 @@ TEST(InventoryAsJson, IsAnObject) {
   ],
   "problem": "no \"USB\"\n\ufffd"
 }
-)");
+)json");
   EXPECT_EQ(inventoryAsJson({{}, ""}), "{\n  \"scanners\": [],\n  \"problem\": \"\"\n}\n");
 }
 

@@ -174,7 +174,7 @@ class Json(unittest.TestCase):
         listed = json.loads(run(PROGRAM, "list", "--json"))
         self.assertEqual(list(listed), ["scanners", "problem"])
         self.assertEqual(list(listed["scanners"][-1].items()), [
-            ("name", "virtual"), ("vendor", "Quenvar"), ("model", "Q750"), ("type", "flatbed scanner"),
+            ("name", "virtual"), ("vendor", "Quenvar"), ("model", "Q750 (virtual)"), ("type", "virtual device"),
             ("virtual", True), ("accessible", True), ("hint", "")])
 
     def test_of_a_scan_is_an_object_in_every_line(self):

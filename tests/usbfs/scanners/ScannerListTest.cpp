@@ -37,14 +37,16 @@ TEST_F(ScannerList, TellsWhatPeopleWantToKnow) {
   ASSERT_EQ(scanners.size(), 2U);
   for (const ScannerEntry& entry : scanners) {
     EXPECT_EQ(entry.vendor, "Quenvar");
-    EXPECT_EQ(entry.model, "Q750");
-    EXPECT_EQ(entry.type, "flatbed scanner");
     EXPECT_TRUE(entry.accessible);
     EXPECT_EQ(entry.hint, "");
   }
   EXPECT_EQ(scanners[0].name, "usb:1-1");
+  EXPECT_EQ(scanners[0].model, "Q750");
+  EXPECT_EQ(scanners[0].type, "flatbed scanner");
   EXPECT_FALSE(scanners[0].isVirtual);
   EXPECT_EQ(scanners[1].name, "virtual");
+  EXPECT_EQ(scanners[1].model, "Q750 (virtual)");
+  EXPECT_EQ(scanners[1].type, "virtual device");
   EXPECT_TRUE(scanners[1].isVirtual);
 }
 

@@ -10,7 +10,7 @@ SCAN = """
 import sane, sys
 for round in range(3):
     sane.init()
-    assert ("quenvar:virtual", "Quenvar", "Q750", "flatbed scanner") in sane.get_devices(), sane.get_devices()
+    assert ("quenvar:virtual", "Quenvar", "Q750 (virtual)", "virtual device") in sane.get_devices(), sane.get_devices()
     device = sane.open("quenvar:virtual")
     device.resolution = 75
     for mode in ("Color", "Gray", "Lineart"):

@@ -74,7 +74,7 @@ class Saned(SaneHost):
     def test_delivers_the_same_pixels_in_every_mode(self):
         self.serve()
         listed = self.run_program([STAGE["scanimage"], "-L"]).stdout.decode()
-        self.assertIn(f"device `{DEVICE}' is a Quenvar Q750 flatbed scanner", listed)
+        self.assertIn(f"device `{DEVICE}' is a Quenvar Q750 (virtual) virtual device", listed)
         for mode in ("Color", "Gray", "Lineart"):
             with self.subTest(mode=mode):
                 path = self.folder / "scan.pnm"

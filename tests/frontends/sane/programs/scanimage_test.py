@@ -14,7 +14,7 @@ IO_ERROR = 9
 class Scanimage(SaneHost):
     def test_lists_the_scanner(self):
         listed = self.run_program([STAGE["scanimage"], "-L"]).stdout.decode()
-        self.assertIn("device `quenvar:virtual' is a Quenvar Q750 flatbed scanner", listed)
+        self.assertIn("device `quenvar:virtual' is a Quenvar Q750 (virtual) virtual device", listed)
 
     def test_lists_none_where_there_is_none(self):
         self.quenvar("virtual off")
