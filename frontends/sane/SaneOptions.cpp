@@ -34,6 +34,19 @@ constexpr auto colorResolutions = resolutionsUpTo(highestColorResolution);
 constexpr auto allResolutions = resolutionsUpTo(bedResolutions.back());
 
 constexpr SANE_Range thresholds = {0, limits::highestThreshold, 1};
+constexpr SANE_Range tonePercents = {limits::lowestTonePercent, limits::highestTonePercent, 1};
+
+// Gammas count in hundredths, which SANE's fixed-point numbers can only approximate: any number in the range
+// is accepted, and the scan is made with the nearest hundredth. Rounded down like SANE_FIX(), with which
+// front ends convert what a user types, so that the range includes its limits.
+constexpr SANE_Word fixedHundredths(std::uint32_t hundredths) {
+  return static_cast<SANE_Word>((std::int64_t{hundredths} << SANE_FIXED_SCALE_SHIFT) / 100);
+}
+constexpr SANE_Range gammas = {fixedHundredths(limits::lowestGammaHundredths),
+                               fixedHundredths(limits::highestGammaHundredths), 0};
+std::uint32_t hundredthsOf(SANE_Word gamma) {
+  return static_cast<std::uint32_t>((std::int64_t{gamma} * 100 + SANE_FIX(0.5)) >> SANE_FIXED_SCALE_SHIFT);
+}
 
 // The nearest value of a list; the lower of two equally near.
 SANE_Word nearest(const SANE_Word* list, SANE_Word value) {
@@ -52,64 +65,32 @@ int indexOf(const char* text, SANE_Int size, const SANE_String_Const* names) {
   return -1;
 }
 
-}  // namespace
+struct Wording {
+  SANE_String_Const name, title, text;
+};
 
-SaneOptions::SaneOptions() {
-  static const SANE_Range horizontal = {0, bedWidthFixed(), 0};
-  static const SANE_Range vertical = {0, bedHeightFixed(), 0};
-
-  describe(count, SANE_NAME_NUM_OPTIONS, SANE_TITLE_NUM_OPTIONS, SANE_DESC_NUM_OPTIONS);
-  descriptors_[count].cap = SANE_CAP_SOFT_DETECT;
-  describe(standardGroup, SANE_NAME_STANDARD, SANE_TITLE_STANDARD, SANE_DESC_STANDARD);
-  describe(mode, SANE_NAME_SCAN_MODE, SANE_TITLE_SCAN_MODE, SANE_DESC_SCAN_MODE);
-  describeStrings(mode, modeNames);
-  describe(depth, SANE_NAME_BIT_DEPTH, SANE_TITLE_BIT_DEPTH, SANE_DESC_BIT_DEPTH);
-  descriptors_[depth].unit = SANE_UNIT_BIT;
-  descriptors_[depth].constraint_type = SANE_CONSTRAINT_WORD_LIST;
-  describe(resolution, SANE_NAME_SCAN_RESOLUTION, SANE_TITLE_SCAN_RESOLUTION, SANE_DESC_SCAN_RESOLUTION);
-  descriptors_[resolution].unit = SANE_UNIT_DPI;
-  descriptors_[resolution].constraint_type = SANE_CONSTRAINT_WORD_LIST;
-  describe(source, SANE_NAME_SCAN_SOURCE, SANE_TITLE_SCAN_SOURCE, SANE_DESC_SCAN_SOURCE);
-  describeStrings(source, sourceNames);
-  describe(preview, SANE_NAME_PREVIEW, SANE_TITLE_PREVIEW, SANE_DESC_PREVIEW);
-  descriptors_[preview].type = SANE_TYPE_BOOL;
-  describe(threshold, SANE_NAME_THRESHOLD, SANE_TITLE_THRESHOLD, SANE_DESC_THRESHOLD);
-  descriptors_[threshold].cap |= SANE_CAP_EMULATED;
-  descriptors_[threshold].constraint_type = SANE_CONSTRAINT_RANGE;
-  descriptors_[threshold].constraint.range = &thresholds;
-  describe(geometryGroup, SANE_NAME_GEOMETRY, SANE_TITLE_GEOMETRY, SANE_DESC_GEOMETRY);
-  for (const Index group : {standardGroup, geometryGroup}) {
-    descriptors_[group].type = SANE_TYPE_GROUP;
-    descriptors_[group].size = 0;
-    descriptors_[group].cap = 0;
-  }
-  describe(left, SANE_NAME_SCAN_TL_X, SANE_TITLE_SCAN_TL_X, SANE_DESC_SCAN_TL_X);
-  describe(top, SANE_NAME_SCAN_TL_Y, SANE_TITLE_SCAN_TL_Y, SANE_DESC_SCAN_TL_Y);
-  describe(right, SANE_NAME_SCAN_BR_X, SANE_TITLE_SCAN_BR_X, SANE_DESC_SCAN_BR_X);
-  describe(bottom, SANE_NAME_SCAN_BR_Y, SANE_TITLE_SCAN_BR_Y, SANE_DESC_SCAN_BR_Y);
-  for (const Index edge : {left, right}) describeEdge(edge, &horizontal);
-  for (const Index edge : {top, bottom}) describeEdge(edge, &vertical);
-
-  words_[count] = numberOfOptions;
-  words_[threshold] = limits::defaultThreshold;
-  words_[right] = horizontal.max;
-  words_[bottom] = vertical.max;
-  followMode();
-}
-
-// As a settable integer without limits; callers change what is different.
-void SaneOptions::describe(Index index, const char* name, const char* title, const char* text) {
-  SANE_Option_Descriptor& descriptor = descriptors_[index];
-  descriptor.name = name;
-  descriptor.title = title;
-  descriptor.desc = text;
+// A settable integer without limits; callers change what is different.
+SANE_Option_Descriptor word(const Wording& wording) {
+  SANE_Option_Descriptor descriptor{};
+  descriptor.name = wording.name;
+  descriptor.title = wording.title;
+  descriptor.desc = wording.text;
   descriptor.type = SANE_TYPE_INT;
   descriptor.size = sizeof(SANE_Word);
   descriptor.cap = SANE_CAP_SOFT_SELECT | SANE_CAP_SOFT_DETECT;
+  return descriptor;
 }
 
-void SaneOptions::describeStrings(Index index, const SANE_String_Const* list) {
-  SANE_Option_Descriptor& descriptor = descriptors_[index];
+SANE_Option_Descriptor group(const Wording& wording) {
+  SANE_Option_Descriptor descriptor = word(wording);
+  descriptor.type = SANE_TYPE_GROUP;
+  descriptor.size = 0;
+  descriptor.cap = 0;
+  return descriptor;
+}
+
+SANE_Option_Descriptor choice(const Wording& wording, const SANE_String_Const* list) {
+  SANE_Option_Descriptor descriptor = word(wording);
   descriptor.type = SANE_TYPE_STRING;
   descriptor.size = 0;
   for (const SANE_String_Const* name = list; *name != nullptr; ++name) {
@@ -117,14 +98,80 @@ void SaneOptions::describeStrings(Index index, const SANE_String_Const* list) {
   }
   descriptor.constraint_type = SANE_CONSTRAINT_STRING_LIST;
   descriptor.constraint.string_list = list;
+  return descriptor;
 }
 
-void SaneOptions::describeEdge(Index index, const SANE_Range* range) {
-  SANE_Option_Descriptor& descriptor = descriptors_[index];
-  descriptor.type = SANE_TYPE_FIXED;
-  descriptor.unit = SANE_UNIT_MM;
+// The range outlives the descriptor.
+SANE_Option_Descriptor ranged(const Wording& wording, SANE_Value_Type type, SANE_Unit unit,
+                              const SANE_Range& range) {
+  SANE_Option_Descriptor descriptor = word(wording);
+  descriptor.type = type;
+  descriptor.unit = unit;
   descriptor.constraint_type = SANE_CONSTRAINT_RANGE;
-  descriptor.constraint.range = range;
+  descriptor.constraint.range = &range;
+  return descriptor;
+}
+
+}  // namespace
+
+SaneOptions::SaneOptions() {
+  describeStandardOptions();
+  describeGeometry();
+  describeEnhancements();
+  words_[count] = numberOfOptions;
+  words_[right] = descriptors_[right].constraint.range->max;
+  words_[bottom] = descriptors_[bottom].constraint.range->max;
+  words_[threshold] = limits::defaultThreshold;
+  words_[brightness] = Tone().brightness;
+  words_[contrast] = Tone().contrast;
+  words_[gamma] = fixedHundredths(Tone().gammaHundredths);
+  followMode();
+}
+
+void SaneOptions::describeStandardOptions() {
+  descriptors_[count] = word({SANE_NAME_NUM_OPTIONS, SANE_TITLE_NUM_OPTIONS, SANE_DESC_NUM_OPTIONS});
+  descriptors_[count].cap = SANE_CAP_SOFT_DETECT;
+  descriptors_[standardGroup] = group({SANE_NAME_STANDARD, SANE_TITLE_STANDARD, SANE_DESC_STANDARD});
+  descriptors_[mode] = choice({SANE_NAME_SCAN_MODE, SANE_TITLE_SCAN_MODE, SANE_DESC_SCAN_MODE}, modeNames);
+  descriptors_[depth] = word({SANE_NAME_BIT_DEPTH, SANE_TITLE_BIT_DEPTH, SANE_DESC_BIT_DEPTH});
+  descriptors_[depth].unit = SANE_UNIT_BIT;
+  descriptors_[resolution] =
+      word({SANE_NAME_SCAN_RESOLUTION, SANE_TITLE_SCAN_RESOLUTION, SANE_DESC_SCAN_RESOLUTION});
+  descriptors_[resolution].unit = SANE_UNIT_DPI;
+  for (const Index listed : {depth, resolution})
+    descriptors_[listed].constraint_type = SANE_CONSTRAINT_WORD_LIST;
+  descriptors_[source] =
+      choice({SANE_NAME_SCAN_SOURCE, SANE_TITLE_SCAN_SOURCE, SANE_DESC_SCAN_SOURCE}, sourceNames);
+  descriptors_[preview] = word({SANE_NAME_PREVIEW, SANE_TITLE_PREVIEW, SANE_DESC_PREVIEW});
+  descriptors_[preview].type = SANE_TYPE_BOOL;
+}
+
+void SaneOptions::describeGeometry() {
+  static const SANE_Range horizontal = {0, bedWidthFixed(), 0};
+  static const SANE_Range vertical = {0, bedHeightFixed(), 0};
+  const auto edge = [](const Wording& wording, const SANE_Range& range) {
+    return ranged(wording, SANE_TYPE_FIXED, SANE_UNIT_MM, range);
+  };
+  descriptors_[geometryGroup] = group({SANE_NAME_GEOMETRY, SANE_TITLE_GEOMETRY, SANE_DESC_GEOMETRY});
+  descriptors_[left] = edge({SANE_NAME_SCAN_TL_X, SANE_TITLE_SCAN_TL_X, SANE_DESC_SCAN_TL_X}, horizontal);
+  descriptors_[top] = edge({SANE_NAME_SCAN_TL_Y, SANE_TITLE_SCAN_TL_Y, SANE_DESC_SCAN_TL_Y}, vertical);
+  descriptors_[right] = edge({SANE_NAME_SCAN_BR_X, SANE_TITLE_SCAN_BR_X, SANE_DESC_SCAN_BR_X}, horizontal);
+  descriptors_[bottom] = edge({SANE_NAME_SCAN_BR_Y, SANE_TITLE_SCAN_BR_Y, SANE_DESC_SCAN_BR_Y}, vertical);
+}
+
+void SaneOptions::describeEnhancements() {
+  descriptors_[enhancementGroup] =
+      group({SANE_NAME_ENHANCEMENT, SANE_TITLE_ENHANCEMENT, SANE_DESC_ENHANCEMENT});
+  descriptors_[threshold] = ranged({SANE_NAME_THRESHOLD, SANE_TITLE_THRESHOLD, SANE_DESC_THRESHOLD},
+                                   SANE_TYPE_INT, SANE_UNIT_NONE, thresholds);
+  descriptors_[brightness] = ranged({SANE_NAME_BRIGHTNESS, SANE_TITLE_BRIGHTNESS, SANE_DESC_BRIGHTNESS},
+                                    SANE_TYPE_INT, SANE_UNIT_PERCENT, tonePercents);
+  descriptors_[contrast] = ranged({SANE_NAME_CONTRAST, SANE_TITLE_CONTRAST, SANE_DESC_CONTRAST},
+                                  SANE_TYPE_INT, SANE_UNIT_PERCENT, tonePercents);
+  descriptors_[gamma] = ranged({SANE_NAME_ANALOG_GAMMA, SANE_TITLE_ANALOG_GAMMA, SANE_DESC_ANALOG_GAMMA},
+                               SANE_TYPE_FIXED, SANE_UNIT_NONE, gammas);
+  // The scanner has none of them.
+  for (const Index one : {threshold, brightness, contrast, gamma}) descriptors_[one].cap |= SANE_CAP_EMULATED;
 }
 
 void SaneOptions::followMode() {
@@ -204,12 +251,20 @@ SANE_Status SaneOptions::setWord(Index index, SANE_Word& value, SANE_Int* info) 
   return SANE_STATUS_GOOD;
 }
 
+Tone SaneOptions::tone() const {
+  return {words_[brightness], words_[contrast], hundredthsOf(words_[gamma])};
+}
+
 ScanRequest SaneOptions::requestFor(const PixelArea& area) const {
   ScanRequest request;
   request.settings.resolution = static_cast<std::uint32_t>(words_[resolution]);
   request.settings.mode = mode_ == Mode::color ? ColorMode::color : ColorMode::gray;
   request.settings.area = area;
-  if (mode_ == Mode::lineart) request.threshold = static_cast<std::uint8_t>(words_[threshold]);
+  if (mode_ == Mode::lineart) {
+    request.threshold = static_cast<std::uint8_t>(words_[threshold]);
+  } else {
+    request.tone = tone();
+  }
   return request;
 }
 

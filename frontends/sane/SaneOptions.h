@@ -9,13 +9,14 @@
 #include "PictureLayout.h"
 #include "ScanLimits.h"
 #include "ScanRequest.h"
+#include "Tone.h"
 
 namespace frontend {
 
 // The options of one handle: descriptors, values and dependencies. The mode determines the resolutions and
 // the depth. Options may be set in any order: a resolution that the mode does not have is remembered for the
-// modes that do, and the threshold can be set in every mode, although only Lineart uses it. Knows no scan.
-// One thread at a time; nothing throws but std::bad_alloc.
+// modes that do, and enhancements can be set in every mode, although only Lineart uses the threshold and only
+// Color and Gray the others. Knows no scan. One thread at a time; nothing throws but std::bad_alloc.
 //
 // The number of options is fixed, and descriptors keep their addresses for the life of the object; their
 // content may change when set() reports SANE_INFO_RELOAD_OPTIONS.
@@ -29,12 +30,16 @@ class SaneOptions {
     resolution,
     source,
     preview,
-    threshold,
     geometryGroup,
     left,
     top,
     right,
     bottom,
+    enhancementGroup,
+    threshold,
+    brightness,
+    contrast,
+    gamma,
     numberOfOptions
   };
 
@@ -54,7 +59,7 @@ class SaneOptions {
   // is invalid (an unknown string, a Boolean that is neither true nor false).
   SANE_Status set(SANE_Int index, void* value, SANE_Int* info);
 
-  // The scan that the values describe: mode, resolution, area and threshold. Nothing if the area is empty.
+  // The scan that the values describe: mode, resolution, area and enhancements. Nothing if the area is empty.
   std::optional<ScanRequest> request() const;
 
   // The layout of its picture. If the area is empty, that of a single pixel.
@@ -63,13 +68,14 @@ class SaneOptions {
  private:
   enum class Mode : std::uint8_t { color, gray, lineart };
 
-  void describe(Index index, const char* name, const char* title, const char* text);
-  void describeStrings(Index index, const SANE_String_Const* list);
-  void describeEdge(Index index, const SANE_Range* range);
+  void describeStandardOptions();
+  void describeGeometry();
+  void describeEnhancements();
   void followMode();
   SANE_Status setMode(const char* text, SANE_Int* info);
   SANE_Status setWord(Index index, SANE_Word& value, SANE_Int* info);
   ScanRequest requestFor(const PixelArea& area) const;
+  Tone tone() const;
 
   SANE_Option_Descriptor descriptors_[numberOfOptions] = {};
   SANE_Word words_[numberOfOptions] = {};  // in effect, of the options that are one word

@@ -65,7 +65,7 @@ std::vector<std::string> namesOf(const std::map<std::string, std::string>& entri
 
 // Every number in the text, but for those that are parts of names.
 Numbers numbersIn(const std::string& text) {
-  static const std::regex number(R"([0-9]+(\.[0-9]+)?)");
+  static const std::regex number(R"(-?[0-9]+(\.[0-9]+)?)");
   const std::string words = std::regex_replace(text, std::regex(R"(A4|q750 \(1\))"), "");
   Numbers numbers;
   for (std::sregex_iterator found(words.begin(), words.end(), number), end; found != end; ++found)
@@ -98,6 +98,13 @@ TEST(SaneManualPage, NamesTheRangesAndDefaultsOfTheOptions) {
   EXPECT_EQ(numbersIn(entries["resolution"]), resolutions);
   EXPECT_THAT(numbersIn(entries["threshold"]),
               ElementsAre(0, limits::highestThreshold, limits::defaultThreshold));
+  for (const char* name : {"brightness", "contrast"}) {
+    EXPECT_THAT(numbersIn(entries[name]),
+                ElementsAre(limits::lowestTonePercent, limits::highestTonePercent, 0));
+  }
+  EXPECT_THAT(numbersIn(entries["analog-gamma"]),
+              ElementsAre(limits::lowestGammaHundredths / 100.0, limits::highestGammaHundredths / 100.0, 1));
+  EXPECT_TRUE(Tone().isNeutral());
   EXPECT_THAT(numbersIn(entries["depth"]), ElementsAre(8, 1, 8, 1));
   EXPECT_THAT(numbersIn(entries["br-x"]), ElementsAre(DoubleEq(bedWidthInches * millimetresPerInch),
                                                       DoubleEq(bedHeightInches * millimetresPerInch)));

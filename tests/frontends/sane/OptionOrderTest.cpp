@@ -41,6 +41,9 @@ constexpr Setting settings[] = {
     {"tl-y", nullptr, SANE_FIX(73)},
     {"br-x", nullptr, SANE_FIX(57.3)},
     {"br-y", nullptr, SANE_FIX(79)},
+    {"brightness", nullptr, -20},
+    {"contrast", nullptr, 40},
+    {"analog-gamma", nullptr, SANE_FIX(1.8)},
 };
 
 auto fieldsOf(const SANE_Parameters& one) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "SaneOptions.h"
+#include "Tone.h"
 
 namespace {
 
@@ -56,9 +57,9 @@ TEST_F(SaneOptionsOf, AScannerBeginWithOneThatCountsThemAndCannotBeSet) {
   EXPECT_EQ(first.type, SANE_TYPE_INT);
   EXPECT_EQ(first.size, static_cast<SANE_Int>(sizeof(SANE_Word)));
   EXPECT_FALSE(SANE_OPTION_IS_SETTABLE(first.cap));
-  EXPECT_EQ(wordOf(0), 13);
-  EXPECT_EQ(set(0, 12), SANE_STATUS_INVAL);
-  EXPECT_EQ(options.descriptor(13), nullptr);
+  EXPECT_EQ(wordOf(0), 17);
+  EXPECT_EQ(set(0, 16), SANE_STATUS_INVAL);
+  EXPECT_EQ(options.descriptor(17), nullptr);
   EXPECT_EQ(options.descriptor(-1), nullptr);
 }
 
@@ -83,11 +84,14 @@ TEST_F(SaneOptionsOf, AScannerHaveTheNamesAndUnitsThatFrontEndsKnow) {
                              {Index::resolution, "resolution", SANE_TYPE_INT, SANE_UNIT_DPI},
                              {Index::source, "source", SANE_TYPE_STRING, SANE_UNIT_NONE},
                              {Index::preview, "preview", SANE_TYPE_BOOL, SANE_UNIT_NONE},
-                             {Index::threshold, "threshold", SANE_TYPE_INT, SANE_UNIT_NONE},
                              {Index::left, "tl-x", SANE_TYPE_FIXED, SANE_UNIT_MM},
                              {Index::top, "tl-y", SANE_TYPE_FIXED, SANE_UNIT_MM},
                              {Index::right, "br-x", SANE_TYPE_FIXED, SANE_UNIT_MM},
-                             {Index::bottom, "br-y", SANE_TYPE_FIXED, SANE_UNIT_MM}}) {
+                             {Index::bottom, "br-y", SANE_TYPE_FIXED, SANE_UNIT_MM},
+                             {Index::threshold, "threshold", SANE_TYPE_INT, SANE_UNIT_NONE},
+                             {Index::brightness, "brightness", SANE_TYPE_INT, SANE_UNIT_PERCENT},
+                             {Index::contrast, "contrast", SANE_TYPE_INT, SANE_UNIT_PERCENT},
+                             {Index::gamma, "analog-gamma", SANE_TYPE_FIXED, SANE_UNIT_NONE}}) {
     const SANE_Option_Descriptor& one = *options.descriptor(known.index);
     EXPECT_STREQ(one.name, known.name);
     EXPECT_EQ(one.type, known.type) << known.name;
@@ -191,7 +195,7 @@ TEST_F(SaneOptionsOf, AScannerAreReadAnewOnlyWhereAnotherMode) {
   EXPECT_EQ(info, SANE_INFO_RELOAD_PARAMS);
   set(Index::right, SANE_FIX(100));
   EXPECT_EQ(info, SANE_INFO_RELOAD_PARAMS);
-  for (const Index other : {Index::threshold, Index::preview}) {
+  for (const Index other : {Index::threshold, Index::preview, Index::brightness, Index::contrast}) {
     set(other, 1);
     EXPECT_EQ(info, 0) << other;
     EXPECT_EQ(wordOf(other), 1);
@@ -212,6 +216,10 @@ TEST_F(SaneOptionsOf, AScannerRoundToTheNearestLegalValueAndSaySo) {
                              {Index::resolution, 2147483647, 600},
                              {Index::threshold, 256, 255},
                              {Index::threshold, -2147483647 - 1, 0},
+                             {Index::brightness, 101, 100},
+                             {Index::contrast, -101, -100},
+                             {Index::gamma, 0, SANE_FIX(0.1)},
+                             {Index::gamma, SANE_FIX(5.1), SANE_FIX(5)},
                              {Index::depth, 8, 1},
                              {Index::depth, 16, 1},
                              {Index::left, -1, 0},
@@ -242,7 +250,7 @@ TEST_F(SaneOptionsOf, AScannerRefuseWhatIsNoValueAndKeepTheirOwn) {
   EXPECT_EQ(wordOf(Index::preview), SANE_FALSE);
   EXPECT_EQ(options.set(Index::mode, nullptr, nullptr), SANE_STATUS_INVAL);
   EXPECT_EQ(options.get(Index::mode, nullptr), SANE_STATUS_INVAL);
-  EXPECT_EQ(set(13, 1), SANE_STATUS_INVAL);
+  EXPECT_EQ(set(17, 1), SANE_STATUS_INVAL);
   EXPECT_EQ(set(-1, 1), SANE_STATUS_INVAL);
 }
 
@@ -266,10 +274,41 @@ TEST_F(SaneOptionsOf, AScannerWriteNoValueThatIsLegal) {
 }
 
 TEST_F(SaneOptionsOf, AScannerHaveNoValueWhereTheyAreGroups) {
-  for (const Index group : {Index::standardGroup, Index::geometryGroup}) {
+  for (const Index group : {Index::standardGroup, Index::geometryGroup, Index::enhancementGroup}) {
     EXPECT_EQ(options.descriptor(group)->type, SANE_TYPE_GROUP);
     EXPECT_EQ(options.get(group, &word), SANE_STATUS_INVAL);
     EXPECT_EQ(set(group, 1), SANE_STATUS_INVAL);
+  }
+}
+
+TEST_F(SaneOptionsOf, AScannerBeginWithANeutralTone) {
+  EXPECT_EQ(wordOf(Index::brightness), 0);
+  EXPECT_EQ(wordOf(Index::contrast), 0);
+  EXPECT_EQ(wordOf(Index::gamma), SANE_FIX(1));
+  EXPECT_TRUE(options.request()->tone.isNeutral());
+}
+
+TEST_F(SaneOptionsOf, AScannerApplyTheToneInColorAndGray) {
+  set(Index::brightness, -20);
+  set(Index::contrast, 30);
+  set(Index::gamma, SANE_FIX(1.8));
+  EXPECT_EQ(info, 0);
+  EXPECT_EQ(options.request()->tone, (Tone{-20, 30, 180}));
+  set(Index::mode, "Lineart");
+  EXPECT_TRUE(options.request()->tone.isNeutral()) << "its threshold applies to what the scanner sent";
+  EXPECT_EQ(wordOf(Index::brightness), -20);
+  set(Index::mode, "Gray");
+  EXPECT_EQ(options.request()->tone, (Tone{-20, 30, 180}));
+}
+
+// Every hundredth that a front end can name, in either direction of rounding to SANE's fixed point.
+TEST_F(SaneOptionsOf, AScannerScanWithTheNearestHundredthOfAGamma) {
+  for (std::uint32_t hundredths = 10; hundredths <= 500; ++hundredths) {
+    const auto below = static_cast<SANE_Word>(hundredths * 65536ULL / 100);
+    for (const SANE_Word gamma : {below, below + 1}) {
+      EXPECT_EQ(set(Index::gamma, gamma), SANE_STATUS_GOOD);
+      EXPECT_EQ(options.request()->tone.gammaHundredths, hundredths) << gamma;
+    }
   }
 }
 

@@ -10,6 +10,7 @@
 namespace {
 
 using testing::AnyOf;
+using testing::ElementsAreArray;
 
 class SaneScan : public FrontEnd {};
 
@@ -57,6 +58,49 @@ TEST_F(SaneScan, TurnsGreyIntoBlackBelowTheThreshold) {
     start();
     EXPECT_TRUE(readAll() == smallPage("Lineart", threshold)) << threshold;
   }
+}
+
+TEST_F(SaneScan, AppliesBrightnessContrastAndGammaToColorAndGray) {
+  writeContent(folder / "paper.pgm", std::string("P5 3 1 255\n\0\x80\xff", 14));  // three broad stripes
+  begin("virtual-paper " + (folder / "paper.pgm"));
+  struct Adjustment {
+    const char* option;
+    SANE_Word word;
+    std::vector<std::uint8_t> stripes;
+  };
+  for (const Adjustment& one : {Adjustment{"brightness", 0, {0, 128, 255}},
+                                {"brightness", 20, {51, 179, 255}},
+                                {"brightness", -100, {0, 0, 0}},
+                                {"contrast", 100, {0, 255, 255}},
+                                {"contrast", -50, {85, 128, 170}},
+                                {"analog-gamma", SANE_FIX(2), {0, 181, 255}}}) {
+    for (const std::size_t channels : {1U, 3U}) {
+      open();
+      set("mode", channels == 3 ? "Color" : "Gray");
+      set("resolution", 75);
+      setMillimetres("br-y", 1);
+      set(one.option, one.word);
+      start();
+      const auto page = readAll();
+      const auto at = [&](std::size_t x) { return page.at(x * channels); };
+      EXPECT_THAT((std::vector{at(100), at(318), at(530)}), ElementsAreArray(one.stripes))
+          << one.option << " " << one.word << ", channels: " << channels;
+      library.close(handle);
+    }
+  }
+}
+
+TEST_F(SaneScan, LeavesEveryByteAsItIsWhereTheToneIsNeutral) {
+  open();
+  askForSmallScan("Color");
+  set("brightness", 20);
+  set("contrast", -20);
+  set("analog-gamma", SANE_FIX(0.5));
+  set("brightness", 0);
+  set("contrast", 0);
+  set("analog-gamma", SANE_FIX(1));
+  start();
+  EXPECT_TRUE(readAll() == smallPage("Color"));
 }
 
 TEST_F(SaneScan, FillsBuffersOfAnySize) {
@@ -185,7 +229,7 @@ TEST_F(SaneScan, LetsNoOptionBeSetInItsMiddle) {
 
 TEST_F(SaneScan, LeavesAnAutomaticValueToNobody) {
   open();
-  for (SANE_Int option = 0; option < 13; ++option) {
+  for (SANE_Int option = 0; option < 17; ++option) {
     EXPECT_EQ(library.controlOption(handle, option, SANE_ACTION_SET_AUTO, nullptr, nullptr),
               SANE_STATUS_INVAL);
   }
@@ -196,7 +240,7 @@ TEST_F(SaneScan, LeavesTheInfoOfAGetAlone) {
   SANE_Word word = 0;
   SANE_Int info = 0;
   EXPECT_EQ(library.controlOption(handle, 0, SANE_ACTION_GET_VALUE, &word, &info), SANE_STATUS_GOOD);
-  EXPECT_EQ(word, 13);
+  EXPECT_EQ(word, 17);
   EXPECT_EQ(info, 0);
 }
 

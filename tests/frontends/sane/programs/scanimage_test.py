@@ -31,6 +31,8 @@ class Scanimage(SaneHost):
         shown = self.scanimage("-A").stdout.decode()
         for line in ("--mode Color|Gray|Lineart [Color]", "--resolution 75|150|200|300dpi [300]", "--depth 8bit [8]",
                      "--source Flatbed [Flatbed]", "--preview[=(yes|no)] [no]", "--threshold 0..255 (in steps of 1) [128]",
+                     "--brightness -100..100% (in steps of 1) [0]", "--contrast -100..100% (in steps of 1) [0]",
+                     "--analog-gamma 0.0999908..5 [1]",
                      "-l 0..215.9mm [0]", "-t 0..296.926mm [0]", "-x 0..215.9mm [215.9]", "-y 0..296.926mm [296.926]"):
             self.assertIn(line, " ".join(shown.split()))
 
