@@ -1,7 +1,6 @@
 #include "XMLEncoding.h"
 
 #include <libxml/tree.h>
-#include <libxml/xmlstring.h>
 
 #include <memory>
 #include <string>
@@ -57,7 +56,7 @@ std::string valueOf(const xmlAttr* attribute) {
 }
 
 bool holdsText(const xmlNode* node, const char* text) {
-  return xmlStrcmp(BAD_CAST textOf(node).c_str(), BAD_CAST text) == 0;
+  return textOf(node) == text;
 }
 
 using Value = std::unique_ptr<Element>;
@@ -174,7 +173,7 @@ constexpr Tag tags[] = {
 Value decode(const xmlNode* node, Reader Tag::*column, int level) {
   if (!isElement(node)) return nullptr;
   for (const Tag& tag : tags) {
-    if (xmlStrcmp(node->name, BAD_CAST tag.name) == 0) return (tag.*column)(node, level);
+    if (orEmpty(reinterpret_cast<const char*>(node->name)) == tag.name) return (tag.*column)(node, level);
   }
   return nullptr;
 }
@@ -187,7 +186,7 @@ const xmlNode* argumentOf(const xmlNode* first, const char* name) {
   const xmlNode* node = first;
   for (const xmlAttr* attribute = firstAttributeOf(node); attribute != nullptr;
        attribute = firstAttributeOf(node)) {
-    if (xmlStrcmp(BAD_CAST valueOf(attribute).c_str(), BAD_CAST name) == 0) return node;
+    if (valueOf(attribute) == name) return node;
     node = node->next;
   }
   return nullptr;
