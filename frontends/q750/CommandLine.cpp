@@ -106,17 +106,26 @@ void addOutputOptions(CLI::App& scan, ScanOptions& options) {
       ->type_name("N");
 }
 
+void addPageOptions(CLI::App& scan, ScanOptions& options) {
+  scan.add_option("--pages", options.pages,
+                  "Scan up to N pages with a prompt between them, or until q without N, see below: " +
+                      rangeOf(1, mostPages) + defaultIs(options.pages))
+      ->type_name("[N]")
+      ->expected(0, 1);
+  scan.add_option(
+          "--first-page", options.firstPage,
+          "The number of the first page in names of files: " + rangeOf(0, highestFirstPage) + defaultIs("1"))
+      ->type_name("N")
+      ->check(range(0, highestFirstPage));
+}
+
 void addScanOptions(CLI::App& scan, ScanOptions& options) {
   addOutputOptions(scan, options);
   scan.add_option("-d,--device", options.device,
                   "The scanner, by its name in q750 list" + defaultIs("the only one"))
       ->type_name("NAME");
   addPictureOptions(scan, options);
-  scan.add_option("--pages", options.pages,
-                  "Scan up to N pages with a prompt between them, see below: " + rangeOf(1, mostPages) +
-                      defaultIs(std::to_string(options.pages)))
-      ->type_name("N")
-      ->check(range(1, mostPages));
+  addPageOptions(scan, options);
   scan.add_option("--progress", options.progress, listOf(progressNames) + defaultIs(options.progress))
       ->type_name("STYLE");
   scan.add_option(

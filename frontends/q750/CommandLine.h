@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "Choices.h"
@@ -13,6 +14,7 @@
 namespace frontend {
 
 inline constexpr std::uint32_t mostPages = 9999;
+inline constexpr std::uint32_t highestFirstPage = 999999;
 // Shorter than that of a scan: whoever runs the doctor has a scanner that does not answer.
 inline constexpr std::chrono::milliseconds defaultDoctorTimeout = std::chrono::seconds(5);
 
@@ -28,11 +30,12 @@ struct ScanOptions {
   std::string format;  // empty: by the extension of the output
   std::string resolution = std::to_string(limits::defaultResolution);
   std::string mode = nameOf(defaultMode);
-  std::string threshold;  // empty: the default, or none outside lineart
-  std::string area;       // empty: the whole bed
-  std::string paper;      // empty: by the area
-  std::string quality;    // empty: the default
-  std::uint32_t pages = 1;
+  std::string threshold;    // empty: the default, or none outside lineart
+  std::string area;         // empty: the whole bed
+  std::string paper;        // empty: by the area
+  std::string quality;      // empty: the default
+  std::string pages = "1";  // empty: until the user has had enough
+  std::optional<std::uint32_t> firstPage;
   std::string progress{progressNames.front()};
   std::string timeout = inSeconds(limits::defaultTimeout);
   bool quiet = false;

@@ -27,7 +27,8 @@ constexpr char output[] =
 constexpr char pages[] =
     "With --pages the program prompts before every page but the first: Enter scans it, q finishes with the\n"
     "pages so far. A TIFF or PDF file holds all pages. Of the other formats each page is a file whose name\n"
-    "contains its number, in place of %d (or %03d) or before the extension: page-1.png, page-2.png, ...\n";
+    "contains its number, in place of %d (or %03d) or before the extension: page-1.png, page-2.png, ...\n"
+    "A percent sign in a name is written %%.\n";
 
 constexpr char doctor[] =
     "Checks that the parts of this program are installed, that scanners are connected and that you may use\n"

@@ -54,7 +54,8 @@ PageOutput::~PageOutput() {
 }
 
 std::string PageOutput::pathOf(std::uint32_t page) const {
-  return plan_.filePerPage ? numberedName(plan_.output, page) : plan_.output;
+  return plan_.filePerPage ? numberedName(plan_.output, plan_.firstPage + page - 1)
+                           : expandedName(plan_.output, plan_.firstPage);
 }
 
 std::string PageOutput::name() const {

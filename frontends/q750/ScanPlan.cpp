@@ -121,6 +121,29 @@ void setQuality(PictureSettings& settings, const std::string& quality, PictureFo
   settings.quality = *number;
 }
 
+std::uint32_t pagesFrom(const std::string& text) {
+  if (text.empty()) return mostPages;
+  const auto pages = numberIn<std::uint32_t>(text);
+  if (pages && *pages >= 1 && *pages <= mostPages) return *pages;
+  throw UsageError("--pages " + text + ": expected a number from 1 to " + std::to_string(mostPages) +
+                   ", or none to scan until the answer is q.");
+}
+
+void setNames(ScanPlan& plan, const ScanOptions& options) {
+  const std::string invalid = invalidPlaceIn(options.output);
+  if (!plan.toStandardOutput && !invalid.empty()) {
+    throw UsageError(options.output + ": \"" + invalid +
+                     "\" has no meaning in a name. Write %d or %03d for the number of the page, and %% for a "
+                     "percent sign.");
+  }
+  plan.firstPage = options.firstPage.value_or(1);
+  if (options.firstPage && (plan.toStandardOutput || !(plan.filePerPage || hasPlaceForNumber(plan.output)))) {
+    throw UsageError(
+        "--first-page numbers files, and there is no number in the name. Add %d to it, or leave out "
+        "--first-page.");
+  }
+}
+
 void setPages(ScanPlan& plan, std::uint32_t pages) {
   plan.pages = pages;
   plan.pictureSettings.multiPage = pages > 1;
@@ -188,7 +211,8 @@ ScanPlan planScan(const ScanOptions& options) {
   setFormat(plan, options, mode);
   plan.pictureSettings.software = std::string("q750 ") + version;
   setQuality(plan.pictureSettings, options.quality, plan.format);
-  setPages(plan, options.pages);
+  setPages(plan, pagesFrom(options.pages));
+  setNames(plan, options);
   setArea(plan, options);
   plan.request.timeout = timeoutOf(options.timeout);
   plan.request.verbose = options.verbose;

@@ -15,10 +15,11 @@ namespace frontend {
 // Everything that "q750 scan" is to do, decided from its options before any device is touched.
 struct ScanPlan {
   ScanRequest request;  // without `scanner`, which is chosen later
-  std::string output;
+  std::string output;   // with the places for numbers, see FileName.h
   PictureFormat format = PictureFormat::tiff;
   PictureSettings pictureSettings;
   std::uint32_t pages = 1;
+  std::uint32_t firstPage = 1;  // the number of the first one in names of files
   bool toStandardOutput = false;
   bool filePerPage = false;
   std::vector<std::string> notes;  // sentences for the user: where the picture differs from the request

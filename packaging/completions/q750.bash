@@ -56,7 +56,8 @@ _q750_values() {
     --quality) _q750_offer < <(printf '%s\n' 75 90 95 lossless) ;;
     --progress) _q750_offer < <(printf '%s\n' auto bar plain json none) ;;
     --virtual-fault) _q750_offer < <(_q750_faults) ;;
-    -a | --area | --threshold | --pages | --timeout | --listen) ;;
+    -a | --area | --threshold | --first-page | --timeout | --listen) ;;
+    --pages) [[ $current != -* ]] ;; # its number may be left out
     --virtual-packet-size | --virtual-warm-up | --virtual-speed) ;;
     *) return 1 ;;
   esac
@@ -68,7 +69,7 @@ _q750_options() {
     list) printf '%s\n' --json ;;
     scan)
       printf '%s\n' --output --format --quality --device --resolution --mode --threshold --area --paper --pages \
-        --progress --timeout --quiet --verbose --virtual-paper --virtual-fault --virtual-packet-size \
+        --first-page --progress --timeout --quiet --verbose --virtual-paper --virtual-fault --virtual-packet-size \
         --virtual-warm-up --virtual-speed --virtual-real-time
       ;;
     doctor)

@@ -31,10 +31,10 @@ std::string complaintAbout(const std::vector<const char*>& arguments) {
 
 TEST(CommandLine, TakesAllOptionsOfAScan) {
   const CommandLine line =
-      parse({"scan",       "--device",    "virtual",   "-o",      "page.png", "--format",  "png",
-             "--quality",  "lossless",    "--mode",    "lineart", "--area",   "1x1+2x2mm", "--resolution",
-             "150",        "--threshold", "40%",       "--paper", "a4",       "--pages",   "7",
-             "--progress", "json",        "--timeout", "2.5",     "--quiet",  "--verbose"});
+      parse({"scan",     "--device",  "virtual", "-o",      "page.png",  "--format",     "png", "--quality",
+             "lossless", "--mode",    "lineart", "--area",  "1x1+2x2mm", "--resolution", "150", "--threshold",
+             "40%",      "--paper",   "a4",      "--pages", "7",         "--first-page", "12",  "--progress",
+             "json",     "--timeout", "2.5",     "--quiet", "--verbose"});
   EXPECT_EQ(line.command, CommandLine::Command::scan);
   EXPECT_EQ(line.scan.device, "virtual");
   EXPECT_EQ(line.scan.output, "page.png");
@@ -45,11 +45,23 @@ TEST(CommandLine, TakesAllOptionsOfAScan) {
   EXPECT_EQ(line.scan.threshold, "40%");
   EXPECT_EQ(line.scan.area, "1x1+2x2mm");
   EXPECT_EQ(line.scan.paper, "a4");
-  EXPECT_EQ(line.scan.pages, 7U);
+  EXPECT_EQ(line.scan.pages, "7");
+  EXPECT_EQ(line.scan.firstPage, 12U);
   EXPECT_EQ(line.scan.progress, "json");
   EXPECT_EQ(line.scan.timeout, "2.5");
   EXPECT_TRUE(line.scan.quiet);
   EXPECT_TRUE(line.scan.verbose);
+}
+
+TEST(CommandLine, TakesPagesWithoutTheirNumber) {
+  for (const std::vector<const char*>& arguments :
+       std::vector<std::vector<const char*>>{{"scan", "--pages", "-o", "a.png"},
+                                             {"scan", "-o", "a.png", "--pages"},
+                                             {"scan", "-oa.png", "--pages="}}) {
+    EXPECT_EQ(parse(arguments).scan.pages, "");
+    EXPECT_EQ(parse(arguments).scan.output, "a.png");
+  }
+  EXPECT_EQ(parse({"scan", "-o", "a.png"}).scan.pages, "1");
 }
 
 const std::vector<const char*> virtualArguments = {
@@ -155,7 +167,8 @@ TEST(CommandLine, ReportsErrorsAndWhereTheHelpIs) {
       {{"scan", "-o", "a.png", "--virtual-packet-size", "0"},
        "--virtual-packet-size: Value 0 not in range 1 to 268435456."},
       {{"scan", "-o", "a.png", "--virtual-packet-size", "many"}, "Try q750 scan --help."},
-      {{"scan", "-o", "a.png", "--pages", "0"}, "--pages: Value 0 not in range 1 to 9999."},
+      {{"scan", "-o", "a.png", "--first-page", "1000000"},
+       "--first-page: Value 1000000 not in range 0 to 999999."},
       {{"scan", "-o", "a.png", "--virtual-warm-up", "-1"}, "Try q750 scan --help."},
       {{"virtual", "--listen"}, "Try q750 virtual --help."},
       {{"virtual", "3240"}, "The following argument was not expected: 3240. Try q750 virtual --help."},

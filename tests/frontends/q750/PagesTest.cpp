@@ -70,6 +70,13 @@ TEST_F(SeveralPages, AreFilesOfTheirOwnInOtherFormats) {
   EXPECT_EQ(PngFile(folder / "a-2.png").width, 30U);
 }
 
+TEST_F(SeveralPages, HaveTheirNumberWhereverTheNameHasAPlaceForIt) {
+  EXPECT_EQ(scanPages(folder / "a%d-%%.png", "").exitCode, 0);
+  EXPECT_EQ(scanPages(folder / "b%02d.pdf", "q\n", {"--pages", "2", "--first-page", "7"}).exitCode, 0);
+  EXPECT_EQ(scanPages(folder / "%%d.png", "\nq\n", {"--first-page", "9", "--pages"}).exitCode, 0);
+  EXPECT_THAT(folder.names(), ElementsAre("%d-10.png", "%d-9.png", "a1-%.png", "b07.pdf"));
+}
+
 TEST_F(SeveralPages, FollowEachOtherOnStandardOutput) {
   const std::string one = scanPages("-", "", {}).output;
   EXPECT_EQ(scanPages("-", "\n\n", {"--pages", "3"}).output, one + one + one);

@@ -125,8 +125,20 @@ TEST(ScanPlan, RejectsInvalidValues) {
       {[](ScanOptions& o) { o.timeout = "nan"; }, "--timeout nan: "},
       {[](ScanOptions& o) { o.timeout = "1e9"; }, "--timeout 1e9: "},
       {[](ScanOptions& o) { o.timeout = "5s"; }, "--timeout 5s: "},
-      {[](ScanOptions& o) { o.output = "-", o.format = "png", o.pages = 2; },
+      {[](ScanOptions& o) { o.output = "-", o.format = "png", o.pages = "2"; },
        "Several pages of PNG or JPEG cannot be written to standard output."},
+      {[](ScanOptions& o) { o.pages = "0"; },
+       "--pages 0: expected a number from 1 to 9999, or none to scan until the answer is q."},
+      {[](ScanOptions& o) { o.pages = "10000"; }, "--pages 10000: "},
+      {[](ScanOptions& o) { o.pages = "a.png"; }, "--pages a.png: "},
+      {[](ScanOptions& o) { o.output = "100%.tiff"; },
+       "100%.tiff: \"%.\" has no meaning in a name. Write %d or %03d for the number of the page, and %% for "
+       "a "
+       "percent sign."},
+      {[](ScanOptions& o) { o.firstPage = 2; },
+       "--first-page numbers files, and there is no number in the name."},
+      {[](ScanOptions& o) { o.firstPage = 2, o.output = "a.png"; }, "--first-page numbers files"},
+      {[](ScanOptions& o) { o.firstPage = 2, o.output = "-"; }, "--first-page numbers files"},
       {[](ScanOptions& o) { o.virtualScanner.faults = {"fire"}; },
        "--virtual-fault fire: unknown fault. Use NAME or NAME:N with one of: stall, time-out, "},
       {[](ScanOptions& o) { o.virtualScanner.paper = "/nonexistent.png"; },
@@ -242,11 +254,31 @@ TEST(ScanPlan, PutsPagesIntoOneFileWhereTheFormatHoldsThem) {
     ScanOptions options = optionsFor(one.output);
     EXPECT_FALSE(planScan(options).filePerPage);
     EXPECT_FALSE(planScan(options).pictureSettings.multiPage);
-    options.pages = 3;
+    options.pages = "3";
     EXPECT_EQ(planScan(options).filePerPage, one.filePerPage) << one.output;
     EXPECT_TRUE(planScan(options).pictureSettings.multiPage);
     EXPECT_EQ(planScan(options).pages, 3U);
   }
+}
+
+TEST(ScanPlan, NumbersThePagesFromTheFirst) {
+  for (const char* output : {"a%d.pdf", "a%02d.png"}) {
+    ScanOptions options = optionsFor(output);
+    EXPECT_EQ(planScan(options).firstPage, 1U);
+    options.firstPage = 0;
+    EXPECT_EQ(planScan(options).firstPage, 0U);
+  }
+  ScanOptions batch = optionsFor("a.png");
+  batch.pages = "3";
+  batch.firstPage = 999;
+  EXPECT_EQ(planScan(batch).firstPage, 999U);
+}
+
+TEST(ScanPlan, GoesOnToTheGreatestNumberOfPagesWithoutOne) {
+  ScanOptions options = optionsFor("a.png");
+  options.pages = "";
+  EXPECT_EQ(planScan(options).pages, mostPages);
+  EXPECT_TRUE(planScan(options).filePerPage);
 }
 
 TEST(ScanPlan, TakesTheQualityOfPictures) {
