@@ -1,34 +1,26 @@
 #include "OutputFile.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <random>
 #include <system_error>
 
+#include "FileName.h"
 #include "OutputError.h"
+#include "PrivateName.h"
 
 namespace frontend {
 namespace {
 
-constexpr int attempts = 100;  // a random name that exists is one in 2^64: something else is wrong then
+constexpr int attempts = 100;  // a random name that exists is one in 2^32: something else is wrong then
 
 std::string folderOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   if (slash == std::string::npos) return ".";
   return slash == 0 ? "/" : path.substr(0, slash);
-}
-
-// Not derived from the final name, which may already have the greatest length that the file system allows. In
-// the same folder, since rename() does not cross file systems.
-std::string privateNameIn(const std::string& folder) {
-  std::random_device random;
-  char name[40];
-  std::snprintf(name, sizeof name, "/.q750-%08x%08x.part", random(), random());
-  return folder + name;
 }
 
 [[noreturn]] void throwError(const std::string& path, int error) {
@@ -39,35 +31,107 @@ std::string privateNameIn(const std::string& folder) {
   if (error == EACCES || error == EPERM || error == EROFS) {
     throw OutputError(path + ": you may not write to the folder " + folder + ". Choose another one.");
   }
+  if (error == EEXIST) throw OutputError(path + ": a file of this name exists already.");
   throw OutputError(path + ": " + std::generic_category().message(error) + ".");
+}
+
+// The name under which the system links a file that has none (open(2), O_TMPFILE).
+std::string nameOfDescriptor(int descriptor) {
+  return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
+// Empty where the file system, the kernel or a missing /proc does not allow it.
+platform::OwnedDescriptor openNameless(const std::string& folder) {
+  platform::OwnedDescriptor file(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666));
+  if (file.get() >= 0 && access(nameOfDescriptor(file.get()).c_str(), F_OK) != 0) file.reset();
+  return file;
+}
+
+// 0 or an errno. A file system that cannot sync is not an error: nothing else would be any safer there.
+int syncDescriptor(int descriptor) {
+  return fsync(descriptor) == 0 || errno == EINVAL ? 0 : errno;
+}
+
+int syncFolder(const std::string& folder) {
+  const platform::OwnedDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  // A folder may be writable and yet not readable: then its entries reach the disk when the system likes.
+  return descriptor.get() < 0 ? 0 : syncDescriptor(descriptor.get());
+}
+
+// As rename(), but fails with EEXIST where the new name is taken.
+int renameToFreeName(const char* from, const char* to) {
+  if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return -1;
+  return link(from, to) == 0 ? unlink(from) : -1;  // NFS cannot do it in one step
 }
 
 }  // namespace
 
 OutputFile::OutputFile(const std::string& path) : path_(path) {
   const std::string folder = folderOf(path);
-  for (int attempt = 0; attempt < attempts && descriptor_ < 0; ++attempt) {
-    privatePath_ = privateNameIn(folder);
-    descriptor_ = open(privatePath_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-    if (descriptor_ < 0 && errno != EEXIST) break;
-  }
-  if (descriptor_ < 0) throwError(path, errno);
+  descriptor_ = openNameless(folder);
+  if (descriptor_.get() < 0) createPrivateFile(folder);
+  // Tells this file from one that a killed process left; a file system without locks does without.
+  flock(descriptor_.get(), LOCK_EX | LOCK_NB);
 }
 
 OutputFile::~OutputFile() {
-  if (descriptor_ >= 0) close(descriptor_);
   if (!privatePath_.empty()) unlink(privatePath_.c_str());
 }
 
-void OutputFile::commit() {
-  const int descriptor = descriptor_;
-  descriptor_ = -1;
-  if (close(descriptor) != 0) throwError(path_, errno);  // NFS and quotas report a full disk only here
-  if (rename(privatePath_.c_str(), path_.c_str()) != 0) throwError(path_, errno);
+void OutputFile::createPrivateFile(const std::string& folder) {
+  constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+  for (int attempt = 0; attempt < attempts && descriptor_.get() < 0; ++attempt) {
+    privatePath_ = privateNameIn(folder);
+    descriptor_ = platform::OwnedDescriptor(open(privatePath_.c_str(), flags, 0666));
+    if (descriptor_.get() < 0 && errno != EEXIST) break;
+  }
+  if (descriptor_.get() < 0) throwError(path_, errno);
+}
+
+void OutputFile::sync() {
+  if (syncError_ == 0) syncError_ = syncDescriptor(descriptor_.get());
+  if (syncError_ != 0) throwError(path_, syncError_);
+}
+
+bool OutputFile::link(const std::string& name) {
+  const std::string own = nameOfDescriptor(descriptor_.get());
+  return linkat(AT_FDCWD, own.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+void OutputFile::takeName(const std::string& name, ExistingFile existing) {
+  if (privatePath_.empty()) {
+    if (link(name)) return;
+    if (errno != EEXIST || existing == ExistingFile::keep) throwError(name, errno);
+    // A link cannot replace a file: this one gets a private name first, which is then renamed.
+    const std::string own = privateNameIn(folderOf(path_));
+    if (!link(own)) throwError(name, errno);
+    privatePath_ = own;
+  }
+  const int renamed = existing == ExistingFile::keep ? renameToFreeName(privatePath_.c_str(), name.c_str())
+                                                     : rename(privatePath_.c_str(), name.c_str());
+  if (renamed != 0) throwError(name, errno);
   privatePath_.clear();
 }
 
-void OutputFile::check(const std::string& path) {
+void OutputFile::commit(ExistingFile existing) {
+  sync();
+  takeName(path_, existing);
+  committed_ = true;
+  if (const int error = syncFolder(folderOf(path_)); error != 0) throwError(path_, error);
+}
+
+std::string OutputFile::keep() {
+  sync();
+  if (committed_) return path_;
+  const std::string extension = extensionOf(path_);
+  const std::string name = savedNameIn(folderOf(path_)) + (extension.empty() ? "" : "." + extension);
+  takeName(name, ExistingFile::keep);
+  syncFolder(folderOf(path_));  // its own error does not matter: that of commit() is the one to report
+  return name;
+}
+
+bool OutputFile::check(const std::string& path) {
   struct stat status {};
   const bool exists = lstat(path.c_str(), &status) == 0;
   if (!exists && !path.empty() && errno != ENOENT) throwError(path, errno);
@@ -77,7 +141,9 @@ void OutputFile::check(const std::string& path) {
   if (exists && !S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
     throw OutputError(path + ": this is not a regular file and will not be replaced. Choose another name.");
   }
+  removeAbandonedFiles(folderOf(path));
   const OutputFile probe(path);  // the only reliable test of permissions, quotas and read-only file systems
+  return exists;
 }
 
 }  // namespace frontend

@@ -17,7 +17,6 @@ using frontend::OutputFile;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 class Output : public testing::Test {
  protected:
@@ -51,7 +50,7 @@ TEST_F(Output, LeavesNothingUnlessCommitted) {
   {
     OutputFile file(path);
     write(file, "half a pict");
-    EXPECT_THAT(folder.names(), SizeIs(2));
+    EXPECT_EQ(contentOf(path), "old");
   }
   EXPECT_THAT(folder.names(), ElementsAre("page.tiff"));
   EXPECT_EQ(contentOf(path), "old");
@@ -106,6 +105,12 @@ TEST_F(Output, CheckLeavesNothingBehind) {
   writeContent(path, "old");
   EXPECT_EQ(complaintAbout(path), "");
   EXPECT_EQ(contentOf(path), "old");
+}
+
+TEST_F(Output, CheckReturnsWhetherThereIsAFileToReplace) {
+  EXPECT_FALSE(OutputFile::check(path));
+  std::filesystem::create_symlink("nowhere", path);
+  EXPECT_TRUE(OutputFile::check(path));
 }
 
 TEST_F(Output, CheckRejectsPlacesWhereNoPictureCanGo) {
