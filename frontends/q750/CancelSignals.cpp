@@ -31,10 +31,12 @@ CancelSignals::~CancelSignals() {
   installed = nullptr;
 }
 
-void CancelSignals::onSignal(int /*signal*/) {
+void CancelSignals::onSignal(int signal) {
   const int error = errno;
   if (CancelSignals* signals = installed) {
-    signals->cancellation_.request();
+    Cancellation& cancellation = signals->cancellation_;
+    if (cancellation.requested() && signal != SIGHUP) cancellation.insist();
+    cancellation.request();
     const std::uint64_t one = 1;
     // Fails only if the counter is full, and readable therefore.
     [[maybe_unused]] const ssize_t written = write(signals->event_.get(), &one, sizeof one);

@@ -9,9 +9,11 @@
 namespace frontend {
 
 // While it exists, Ctrl-C, SIGTERM and a closed terminal (SIGINT, SIGTERM, SIGHUP) request a cancel instead
-// of terminating the process, and blocking system calls return for them. Signals that the program was started
-// to ignore stay ignored. Writing to a closed pipe or past a file size limit becomes an error of the write
-// (SIGPIPE, SIGXFSZ are ignored). One at a time per process; restores the handlers that it found.
+// of terminating the process, and blocking system calls return for them. A second SIGINT or SIGTERM insists
+// on it; SIGHUP never does, since both the kernel and the shell send it when a terminal is closed. Signals
+// that the program was started to ignore stay ignored. Writing to a closed pipe or past a file size limit
+// becomes an error of the write (SIGPIPE, SIGXFSZ are ignored). One at a time per process; restores the
+// handlers that it found.
 class CancelSignals {
  public:
   // Throws std::system_error if the system has no descriptor left. `cancellation` outlives the object.

@@ -58,11 +58,19 @@ class Cancellation {
   }
   bool requested() const noexcept { return requested_; }
 
+  // A request that also ends what the work still does after a first one, such as saving what it has.
+  void insist() noexcept {
+    insisted_ = true;
+    request();
+  }
+  bool insisted() const noexcept { return insisted_; }
+
   // Forgets the requests so far: those from here on mean the next piece of work.
-  void reset() noexcept { requested_ = false; }
+  void reset() noexcept { requested_ = insisted_ = false; }
 
  private:
   std::atomic<bool> requested_{false};
+  std::atomic<bool> insisted_{false};
   std::atomic<const Aim*> aim_{nullptr};
   std::atomic<int> visitors_{0};  // in request(), which may be using the aim
   static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free &&

@@ -48,6 +48,26 @@ TEST_F(CancelSignalHandling, RequestsACancel) {
   }
 }
 
+TEST_F(CancelSignalHandling, InsistsOnACancelThatIsRepeated) {
+  const struct {
+    int first;
+    int second;
+    bool insists;
+  } cases[] = {{SIGINT, SIGINT, true},
+               {SIGTERM, SIGTERM, true},
+               {SIGHUP, SIGINT, true},
+               {SIGINT, SIGHUP, false},
+               {SIGHUP, SIGHUP, false}};
+  for (const auto& one : cases) {
+    Cancellation cancellation;
+    const CancelSignals signals(cancellation);
+    std::raise(one.first);
+    EXPECT_FALSE(cancellation.insisted());
+    std::raise(one.second);
+    EXPECT_EQ(cancellation.insisted(), one.insists) << one.first << ", " << one.second;
+  }
+}
+
 TEST_F(CancelSignalHandling, MakesTheDescriptorReadyForGood) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     Cancellation cancellation;
