@@ -49,6 +49,16 @@ bool ByteSink::truncate(std::uint64_t size) noexcept {
   return good();
 }
 
+bool ByteSink::sync() noexcept {
+  if (good() && fsync(descriptor_) != 0 && errno != EINVAL) error_ = errno;  // EINVAL: it cannot sync
+  return good();
+}
+
+void ByteSink::recover() noexcept {
+  error_ = 0;
+  reason_[0] = '\0';
+}
+
 std::uint64_t ByteSink::position() const noexcept {
   const off_t position = lseek(descriptor_, 0, SEEK_CUR);
   return position < 0 ? 0 : static_cast<std::uint64_t>(position);

@@ -11,7 +11,8 @@ namespace frontend {
 // Where the bytes of a picture go: a file, a pipe or a socket. Borrows the descriptor and the flag, which
 // outlive it. Writes in blocking mode; a cancel is noticed between pieces of a megabyte, and during one where
 // the signal that requests it interrupts the system call. The first error or cancel ends the sink: everything
-// after it fails at once. Throws nothing but from failure(), so that C libraries may call it. One thread.
+// after it fails at once, until recover(). Throws nothing but from failure(), so that C libraries may call
+// it. One thread.
 class ByteSink {
  public:
   explicit ByteSink(int descriptor, const Cancellation* cancellation = nullptr)
@@ -26,6 +27,12 @@ class ByteSink {
   std::size_t read(void* bytes, std::size_t count) noexcept;
   // Cuts the file off at `size`. Returns good().
   bool truncate(std::uint64_t size) noexcept;
+  // Waits until all bytes are on the disk of a descriptor that has one. Returns good().
+  bool sync() noexcept;
+  // While `saving`, only a request that insists is a cancel: what was scanned is worth the time it takes.
+  void setSaving(bool saving) noexcept { saving_ = saving; }
+  // Forgets the error that ended the sink. What was written before it may be incomplete.
+  void recover() noexcept;
   // While `discarding`, write() drops the bytes and succeeds.
   void discardWrites(bool discarding) noexcept { discarding_ = discarding; }
   // The current position, and the size of the file; 0 where the descriptor has none.
@@ -35,7 +42,9 @@ class ByteSink {
   void fail(const char* reason) noexcept;
 
   bool good() const noexcept;
-  bool cancelled() const noexcept { return cancellation_ != nullptr && cancellation_->requested(); }
+  bool cancelled() const noexcept {
+    return cancellation_ != nullptr && (saving_ ? cancellation_->insisted() : cancellation_->requested());
+  }
   // Why the sink ended, as a clause without a full stop; empty where it did not, or where a cancel ended it.
   std::string failure() const;
 
@@ -43,6 +52,7 @@ class ByteSink {
   int descriptor_;
   const Cancellation* cancellation_;
   bool discarding_ = false;
+  bool saving_ = false;
   int error_ = 0;          // an errno
   char reason_[200] = {};  // no std::string: fail() must not throw through a C library
 };

@@ -8,6 +8,7 @@
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFWriter.hh>
+#include <utility>
 #include <vector>
 
 #include "JpegEncoder.h"
@@ -133,13 +134,33 @@ class PdfWriter final : public PictureWriter {
     if (deflate_) guarded([&] { deflate_->finish(); });
     jpeg_.reset();
     deflate_.reset();
-    if (outOfMemory_) throw std::bad_alloc();
+    if (std::exchange(outOfMemory_, false)) throw std::bad_alloc();
     pages_.back().bytes = std::move(bytes_);
+    endedPages_ = pages_.size();
+    aside_.reset();
   }
   void abandonPage() override {
     jpeg_.reset();
     deflate_.reset();
+    pages_.resize(endedPages_);
+    if (aside_) pages_.push_back(*std::exchange(aside_, std::nullopt));
+    endedPages_ = pages_.size();
+  }
+  void setPageAside() override {
+    aside_ = std::move(pages_.back());
     pages_.pop_back();
+    endedPages_ = pages_.size();
+  }
+  std::uint32_t shrink() override {
+    // What the disk took is an upper bound for the pages that it has room for.
+    const std::uint64_t room = sink_.size();
+    std::uint64_t needed = 0;
+    std::size_t fitting = 0;
+    while (fitting + 1 < pages_.size() && (needed += pages_[fitting].bytes.size()) <= room) ++fitting;
+    pages_.resize(fitting);
+    endedPages_ = fitting;
+    if (sink_.truncate(0)) sink_.seek(0);
+    return static_cast<std::uint32_t>(fitting);
   }
   void finish() override {
     if (sink_.good()) guarded([&] { writeDocument(); });
@@ -190,6 +211,8 @@ class PdfWriter final : public PictureWriter {
   ByteSink& sink_;
   PictureSettings settings_;
   std::vector<Page> pages_;
+  std::size_t endedPages_ = 0;  // the complete ones of them
+  std::optional<Page> aside_;
   std::string bytes_;  // of the current page
   std::optional<JpegEncoder> jpeg_;
   std::optional<DeflatedRows> deflate_;

@@ -33,7 +33,7 @@ struct PictureSettings {
 // Holds at most one compressed page in memory (the compressed document for PDF). One thread at a time. Every
 // function writes to the sink and blocks as long as that does. Errors are reported through the sink: once it
 // is not good(), every function returns without doing anything. Nothing throws but std::bad_alloc, after
-// which the writer may only be destroyed. The same pages and settings give the same bytes every time.
+// which a page can only be abandoned. The same pages and settings give the same bytes every time.
 class PictureWriter {
  public:
   virtual ~PictureWriter() = default;
@@ -49,12 +49,24 @@ class PictureWriter {
   // Completes the page after its last row.
   virtual void endPage() = 0;
 
-  // Drops the page that was begun, so that finish(), the only call that may follow, completes a file of the
-  // pages before it. Only for formats that hold several pages, after the first one.
+  // The next three are for formats that hold several pages (holdsPages()); the others ignore them. They work
+  // on a sink that has recovered from an error, too.
+
+  // Drops the page that was begun, and puts back the one that was set aside for it: the document has its
+  // complete pages again. Where the disk has become too full to put a page back, the sink ends, and shrink()
+  // drops it.
   virtual void abandonPage() {}
 
-  // Completes the file after its last page; the sink is not used any more. A writer that is destroyed without
-  // it leaves an incomplete file.
+  // Takes the last complete page out of the document, until endPage() completes the page that replaces it or
+  // abandonPage() puts it back. Needs as much memory as the compressed page.
+  virtual void setPageAside() {}
+
+  // Drops complete pages from the end, for a disk that was too full when the document was written: one, or as
+  // many as the writer can foresee. Returns how many are left.
+  virtual std::uint32_t shrink() { return 0; }
+
+  // Completes the file after its last page; after an error shrink() may follow, and finish() again. A writer
+  // that is destroyed without it leaves an incomplete file.
   virtual void finish() = 0;
 };
 

@@ -4,8 +4,11 @@
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
+#include <optional>
+#include <utility>
 #include <vector>
 
+#include "PageJournal.h"
 #include "PictureWriter.h"
 
 namespace frontend {
@@ -14,8 +17,18 @@ namespace {
 // As for PNG. LZW makes a noisy scan larger than it is uncompressed.
 constexpr int compressionLevel = 4;
 
+// What the library writes to and reads from.
+struct TiffStream {
+  ByteSink& sink;
+  PageJournal journal{sink};
+};
+
+TiffStream& streamOf(thandle_t handle) {
+  return *static_cast<TiffStream*>(handle);
+}
+
 ByteSink& sinkOf(thandle_t handle) {
-  return *static_cast<ByteSink*>(handle);
+  return streamOf(handle).sink;
 }
 
 // Linking a page to the one before reads that page's directory.
@@ -24,7 +37,7 @@ tmsize_t readBytes(thandle_t handle, void* bytes, tmsize_t count) {
 }
 
 tmsize_t writeBytes(thandle_t handle, void* bytes, tmsize_t count) {
-  return sinkOf(handle).write(bytes, static_cast<std::size_t>(count)) ? count : -1;
+  return streamOf(handle).journal.write(bytes, static_cast<std::size_t>(count)) ? count : -1;
 }
 
 toff_t seekTo(thandle_t handle, toff_t offset, int whence) {
@@ -62,13 +75,13 @@ std::uint32_t rowsPerStrip(const PictureLayout& layout) {
 
 using TiffHandle = std::unique_ptr<TIFF, decltype(&TIFFClose)>;
 
-TiffHandle openTiff(ByteSink& sink) {
+// `mode` as for TIFFOpen().
+TiffHandle openTiff(TiffStream& stream, const char* mode) {
   const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(TIFFOpenOptionsAlloc(),
                                                                                  TIFFOpenOptionsFree);
-  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteError, &sink);
+  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteError, &stream.sink);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), dropWarning, nullptr);
-  // Little-endian on every machine: the same picture gives the same file.
-  return {TIFFClientOpenExt("picture", "wl", &sink, readBytes, writeBytes, seekTo, closeNothing, sizeOf,
+  return {TIFFClientOpenExt("picture", mode, &stream, readBytes, writeBytes, seekTo, closeNothing, sizeOf,
                             nullptr, nullptr, options.get()),
           TIFFClose};
 }
@@ -106,18 +119,17 @@ void setTags(TIFF* tiff, const PictureLayout& layout, const std::string& softwar
 
 class TiffWriter final : public PictureWriter {
  public:
-  TiffWriter(ByteSink& sink, const PictureSettings& settings)
-      : sink_(sink), settings_(settings), tiff_(openTiff(sink)) {
-    require(tiff_ != nullptr);
-  }
+  TiffWriter(ByteSink& sink, const PictureSettings& settings) : sink_(sink), settings_(settings) { open(); }
 
   void beginPage(const PictureLayout& layout) override {
     if (!sink_.good()) return;
-    sizeBefore_ = sink_.size();
+    if (!tiff_) open();
+    if (!sink_.good()) return;
+    stream_.journal.beginPage();
     setTags(tiff_.get(), layout, settings_.software);
     if (settings_.multiPage) {
       TIFFSetField(tiff_.get(), TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
-      TIFFSetField(tiff_.get(), TIFFTAG_PAGENUMBER, static_cast<int>(pages_), 0);  // 0: total unknown
+      TIFFSetField(tiff_.get(), TIFFTAG_PAGENUMBER, static_cast<int>(pages() - 1), 0);  // 0: total unknown
     }
     row_.resize(layout.rowBytes());
     rows_ = 0;
@@ -130,30 +142,58 @@ class TiffWriter final : public PictureWriter {
   }
   void endPage() override {
     if (!sink_.good()) return;
-    ++pages_;
     // Closing would write the rest too, but reports no error.
     require(settings_.multiPage ? TIFFWriteDirectory(tiff_.get()) == 1 : TIFFFlush(tiff_.get()) == 1);
+    if (sink_.good()) endedPages_ = pages();
+    if (sink_.good()) aside_.reset();
   }
   void abandonPage() override {
-    // The pages before it are complete in the file, and the last of them links to no other: what closing the
-    // library's handle would still write must not reach the file.
-    sink_.discardWrites(true);
-    tiff_.reset();
-    sink_.discardWrites(false);
-    sink_.truncate(sizeBefore_);
+    closeUnwritten();
+    // Also where only the page's directory is missing: the page before it may link to it already.
+    if (pages() > endedPages_) stream_.journal.undoPage();
+    if (!aside_) return;
+    stream_.journal.putBack(*aside_);
+    aside_.reset();
+    endedPages_ = pages();
+  }
+  void setPageAside() override {
+    closeUnwritten();
+    PageJournal::Page page = stream_.journal.takePage();
+    if (!sink_.good()) return;
+    aside_ = std::move(page);
+    endedPages_ = pages();
+  }
+  std::uint32_t shrink() override {
+    closeUnwritten();
+    if (pages() > 0) stream_.journal.undoPage();
+    return endedPages_ = pages();
   }
   void finish() override { tiff_.reset(); }
 
  private:
+  std::uint32_t pages() const { return stream_.journal.pages(); }
+  void open() {
+    sink_.seek(0);  // where the library looks for a header
+    // Little-endian on every machine: the same picture gives the same file.
+    tiff_ = openTiff(stream_, pages() == 0 ? "wl" : "a");
+    require(tiff_ != nullptr);
+  }
+  // What closing the library's handle would still write must not reach the file.
+  void closeUnwritten() {
+    sink_.discardWrites(true);
+    tiff_.reset();
+    sink_.discardWrites(false);
+  }
   void require(bool worked) {
     if (!worked) sink_.fail("the TIFF library reported an error");
   }
 
   ByteSink& sink_;
   PictureSettings settings_;
-  TiffHandle tiff_;
-  std::uint64_t sizeBefore_ = 0;  // of the file, without the current page
-  std::uint32_t pages_ = 0;
+  TiffStream stream_{sink_};
+  TiffHandle tiff_{nullptr, TIFFClose};
+  std::uint32_t endedPages_ = 0;  // the complete ones of the journal's pages
+  std::optional<PageJournal::Page> aside_;
   std::uint32_t rows_ = 0;
   std::vector<std::uint8_t> row_;
 };

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "FileSizeLimit.h"
 #include "PictureFiles.h"
 #include "PictureWriter.h"
 #include "TemporaryFolder.h"
@@ -325,6 +326,107 @@ TEST_F(WritingPictures, DropsAnAbandonedPage) {
   }
 }
 
+PictureSettings severalPages() {
+  PictureSettings several = settings();
+  several.multiPage = true;
+  return several;
+}
+
+TEST_F(WritingPictures, KeepsThePagesBeforeOneThatTheDiskHasNoRoomFor) {
+  ASSERT_TRUE(write(PictureFormat::tiff, {&color, &lineart}, severalPages()));
+  const std::string expected = contentOf(path);
+  ASSERT_TRUE(write(PictureFormat::tiff, {&color, &lineart, &grey}, severalPages()));
+  const auto whole = static_cast<rlim_t>(contentOf(path).size());
+  // Wherever the room ends: in the rows, in the directory, or in the link to it.
+  for (rlim_t room = expected.size(); room < whole; room += room + 400 < whole ? 9973 : 7) {
+    const int descriptor = create();
+    ByteSink sink(descriptor);
+    const auto writer = makePictureWriter(PictureFormat::tiff, sink, severalPages());
+    color.writeTo(*writer);
+    lineart.writeTo(*writer);
+    {
+      const FileSizeLimit limit(room);
+      grey.writeTo(*writer);
+    }
+    EXPECT_FALSE(sink.good());
+    sink.recover();
+    writer->abandonPage();
+    writer->finish();
+    close(descriptor);
+    EXPECT_TRUE(sink.good()) << sink.failure();
+    ASSERT_TRUE(contentOf(path) == expected) << room;
+  }
+}
+
+TEST_F(WritingPictures, ReplacesThePageThatWasSetAside) {
+  for (const PictureFormat format : {PictureFormat::tiff, PictureFormat::pdf}) {
+    for (const TestPicture* first : {&color, &lineart}) {
+      ASSERT_TRUE(write(format, {first, &narrowLineart, &color}, severalPages()));
+      const std::string expected = contentOf(path);
+      const int descriptor = create();
+      ByteSink sink(descriptor);
+      const auto writer = makePictureWriter(format, sink, severalPages());
+      first->writeTo(*writer);
+      grey.writeTo(*writer);
+      writer->setPageAside();
+      narrowLineart.writeTo(*writer);
+      color.writeTo(*writer);
+      writer->finish();
+      close(descriptor);
+      EXPECT_TRUE(sink.good());
+      EXPECT_TRUE(contentOf(path) == expected);
+    }
+  }
+}
+
+TEST_F(WritingPictures, PutsAPageBackWhereTheNextOneIsAbandoned) {
+  for (const PictureFormat format : {PictureFormat::tiff, PictureFormat::pdf}) {
+    for (const std::vector<const TestPicture*>& pages : std::vector<std::vector<const TestPicture*>>{
+             {&grey}, {&color, &lineart}, {&color, &lineart, &grey}}) {
+      ASSERT_TRUE(write(format, pages, severalPages()));
+      const std::string expected = contentOf(path);
+      const int descriptor = create();
+      ByteSink sink(descriptor);
+      const auto writer = makePictureWriter(format, sink, severalPages());
+      for (const TestPicture* page : pages) page->writeTo(*writer);
+      writer->setPageAside();
+      writer->beginPage(grey.layout);
+      grey.writeRows(*writer, 1000);
+      writer->abandonPage();
+      writer->finish();
+      close(descriptor);
+      EXPECT_TRUE(sink.good());
+      EXPECT_TRUE(contentOf(path) == expected);
+    }
+  }
+}
+
+TEST_F(WritingPictures, DropsPagesOfAPdfUntilItFits) {
+  std::vector<std::string> documents;  // of one page, of two, ...
+  std::vector<const TestPicture*> pages;
+  for (int i = 0; i < 4; ++i) {
+    pages.push_back(&grey);
+    ASSERT_TRUE(write(PictureFormat::pdf, pages));
+    documents.push_back(contentOf(path));
+  }
+  for (std::size_t fitting = 0; fitting < 4; ++fitting) {
+    const int descriptor = create();
+    ByteSink sink(descriptor);
+    const auto writer = makePictureWriter(PictureFormat::pdf, sink, settings());
+    for (const TestPicture* page : pages) page->writeTo(*writer);
+    const FileSizeLimit limit(fitting == 0 ? documents[0].size() - 1 : documents[fitting - 1].size());
+    std::uint32_t left = 4;
+    for (writer->finish(); !sink.good() && left > 0;) {
+      sink.recover();
+      left = writer->shrink();
+      if (left > 0) writer->finish();
+    }
+    close(descriptor);
+    EXPECT_EQ(left, fitting);
+    EXPECT_TRUE(contentOf(path) == (fitting == 0 ? "" : documents[fitting - 1])) << fitting;
+  }
+}
+
 TEST_F(WritingPictures, ReportsWhyItFailed) {
   const int full = open("/dev/full", O_RDWR);
   for (const PictureFormat format : formats) {
@@ -336,6 +438,20 @@ TEST_F(WritingPictures, ReportsWhyItFailed) {
     EXPECT_EQ(sink.failure(), "No space left on device");
   }
   close(full);
+}
+
+TEST_F(WritingPictures, EndsOnlyForACancelThatInsistsWhileSaving) {
+  Cancellation cancel;
+  cancel.request();
+  const int descriptor = create();
+  ByteSink sink(descriptor, &cancel);
+  sink.setSaving(true);
+  EXPECT_TRUE(sink.write("saved", 5));
+  cancel.insist();
+  EXPECT_FALSE(sink.write("lost", 4));
+  EXPECT_TRUE(sink.cancelled());
+  close(descriptor);
+  EXPECT_EQ(contentOf(path), "saved");
 }
 
 TEST_F(WritingPictures, StopsForACancel) {

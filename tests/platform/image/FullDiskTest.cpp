@@ -1,14 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <tiffio.h>
 
-#include <csignal>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "Bitmap.h"
+#include "FileSizeLimit.h"
 #include "RecordingLogSink.h"
 #include "TemporaryFolder.h"
 
@@ -18,26 +17,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
-
-// Lets every write past this length of a file fail, as on a full disk.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &limit_);
-    const rlimit lowered{bytes, limit_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &lowered);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &limit_);
-    static_cast<void>(std::signal(SIGXFSZ, handler_));
-  }
-
- private:
-  rlimit limit_{};
-  void (*handler_)(int);
-};
 
 class FullDisk : public testing::Test {
  protected:
