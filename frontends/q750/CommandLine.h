@@ -36,6 +36,7 @@ struct ScanOptions {
   std::string quality;      // empty: the default
   std::string pages = "1";  // empty: until the user has had enough
   std::optional<std::uint32_t> firstPage;
+  bool noClobber = false;
   std::string progress{progressNames.front()};
   std::string timeout = inSeconds(limits::defaultTimeout);
   bool quiet = false;

@@ -22,13 +22,17 @@ std::string areas() {
 }
 
 constexpr char output[] =
-    "The file appears under its name only when it is complete, and then replaces an older one.\n";
+    "The file appears under its name only when it is complete, and then replaces an older one, which a note\n"
+    "names, unless --no-clobber is given.\n";
 
 constexpr char pages[] =
-    "With --pages the program prompts before every page but the first: Enter scans it, q finishes with the\n"
-    "pages so far. A TIFF or PDF file holds all pages. Of the other formats each page is a file whose name\n"
-    "contains its number, in place of %d (or %03d) or before the extension: page-1.png, page-2.png, ...\n"
-    "A percent sign in a name is written %%.\n";
+    "With --pages the program prompts before every page but the first: Enter scans it, r scans the last "
+    "page\n"
+    "again, q saves the pages so far. They are saved after an error and after Ctrl-C, too. A TIFF or PDF "
+    "file\n"
+    "holds all pages. Of the other formats each page is a file whose name contains its number, in place of "
+    "%d\n"
+    "(or %03d) or before the extension: page-1.png, page-2.png, ... A percent sign is written %%.\n";
 
 constexpr char doctor[] =
     "Checks that the parts of this program are installed, that scanners are connected and that you may use\n"

@@ -32,7 +32,8 @@ PageAnswer readPageAnswer(int input, int cancelled) {
     if (character == '\n') break;
     if (first == '\0') first = character;
   }
-  return first == 'q' || first == 'Q' ? PageAnswer::finish : PageAnswer::scan;
+  if (first == 'q' || first == 'Q') return PageAnswer::finish;
+  return first == 'r' || first == 'R' ? PageAnswer::scanAgain : PageAnswer::scan;
 }
 
 }  // namespace frontend

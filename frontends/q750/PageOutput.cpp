@@ -3,15 +3,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <vector>
+#include <utility>
 
-#include "ByteSink.h"
 #include "CommandError.h"
 #include "FileName.h"
 #include "OutputError.h"
 #include "OutputFile.h"
-#include "PictureWriter.h"
 
 namespace frontend {
 namespace {
@@ -31,22 +28,11 @@ int takeStandardOutput() {
 
 }  // namespace
 
-struct PageOutput::File {
-  File(const ScanPlan& plan, const std::string& path, int standardOutput, const Cancellation& cancellation)
-      : onDisk(plan.toStandardOutput ? nullptr : std::make_unique<OutputFile>(path)),
-        sink(onDisk ? onDisk->descriptor() : standardOutput, &cancellation),
-        writer(makePictureWriter(plan.format, sink, plan.pictureSettings)) {}
-
-  std::unique_ptr<OutputFile> onDisk;
-  ByteSink sink;
-  std::unique_ptr<PictureWriter> writer;
-  std::vector<std::uint8_t> row;  // the first bytes of a row that is incomplete
-  std::size_t rowBytes = 0;
-};
-
 PageOutput::PageOutput(const ScanPlan& plan, const Cancellation& cancellation)
     : plan_(plan), cancellation_(cancellation) {
   if (plan.toStandardOutput) standardOutput_ = takeStandardOutput();
+  if (plan.filePerPage) saved_.place = SavedPages::Place::filePerPage;
+  if (plan.toStandardOutput) saved_.place = SavedPages::Place::standardOutput;
 }
 
 PageOutput::~PageOutput() {
@@ -58,80 +44,56 @@ std::string PageOutput::pathOf(std::uint32_t page) const {
                            : expandedName(plan_.output, plan_.firstPage);
 }
 
-std::string PageOutput::name() const {
-  return plan_.toStandardOutput ? "standard output" : path_;
-}
-
-void PageOutput::check(std::uint32_t page) const {
-  if (!plan_.toStandardOutput && (plan_.filePerPage || page == 1)) OutputFile::check(pathOf(page));
-}
-
-void PageOutput::open(std::uint32_t page) {
-  path_ = pathOf(page);
-  pagesInFile_ = 0;
-  file_ = std::make_unique<File>(plan_, path_, standardOutput_, cancellation_);
+std::string PageOutput::check(std::uint32_t page) const {
+  if (plan_.toStandardOutput || (!plan_.filePerPage && page > 1)) return "";
+  const std::string path = pathOf(page);
+  const bool exists = OutputFile::check(path);
+  if (exists && plan_.noClobber)
+    throw OutputError(path +
+                      ": the file exists. Choose another name, or leave out --no-clobber to replace it.");
+  return exists ? path : "";
 }
 
 void PageOutput::beginPage(std::uint32_t page, const PictureLayout& layout) {
-  if (!file_) open(page);
-  inPage_ = true;
-  file_->rowBytes = layout.rowBytes();
-  file_->row.clear();
-  file_->row.reserve(layout.rowBytes());
-  file_->writer->beginPage(layout);
-  throwIfFailed();
+  again_ = page == page_ && page == saved_.complete;
+  page_ = page;
+  if (!file_) file_ = std::make_unique<PictureFile>(plan_, pathOf(page), standardOutput_, cancellation_);
+  file_->beginPage(layout, again_);
 }
 
 void PageOutput::write(const std::uint8_t* bytes, std::size_t count) {
-  std::vector<std::uint8_t>& row = file_->row;
-  while (count > 0) {
-    const std::size_t taken = std::min(count, file_->rowBytes - row.size());
-    const bool complete = taken == file_->rowBytes;  // the usual case: no copy
-    if (complete) file_->writer->writeRow(bytes);
-    if (!complete) row.insert(row.end(), bytes, bytes + taken);
-    if (row.size() == file_->rowBytes) {
-      file_->writer->writeRow(row.data());
-      row.clear();
-    }
-    bytes += taken;
-    count -= taken;
-  }
-  throwIfFailed();
+  file_->write(bytes, count);
 }
 
 void PageOutput::endPage() {
-  file_->writer->endPage();
-  throwIfFailed();
-  inPage_ = false;
-  ++pagesInFile_;
-  if (plan_.filePerPage) close();
+  file_->endPage();
+  saved_.complete = page_;
+  if (!plan_.filePerPage) return;
+  // The file of a page that is scanned again is this batch's own.
+  close(plan_.noClobber && !again_ ? ExistingFile::keep : ExistingFile::replace);
+  if (!saved_.problem.empty()) throw OutputError(std::exchange(saved_.problem, ""));
 }
 
-void PageOutput::abandonPage() {
-  if (!inPage_) return;
-  inPage_ = false;
-  if (pagesInFile_ > 0 && holdsPages(plan_.format)) return file_->writer->abandonPage();
+void PageOutput::close(ExistingFile existing) {
+  const bool partOfAPage = file_->inPage() && !holdsPages(plan_.format);  // documents hold theirs back
+  const SavedFile file = file_->save(existing);
+  saved_.incomplete = plan_.toStandardOutput && (partOfAPage || file.pages < saved_.complete);
   file_.reset();
+  saved_.problem = file.problem;
+  if (file.pages == 0) return;
+  saved_.last = file.path;
+  if (plan_.filePerPage) {
+    saved_.pages = page_;
+    if (page_ == 1) saved_.first = file.path;
+  } else {
+    saved_.pages = file.pages;
+    saved_.elsewhere = file.path != pathOf(1);
+  }
 }
 
-void PageOutput::finish() {
-  if (file_) close();
-}
-
-void PageOutput::close() {
-  file_->writer->finish();
-  throwIfFailed();
-  if (file_->onDisk) file_->onDisk->commit();
-  file_.reset();
-}
-
-void PageOutput::throwIfFailed() const {
-  ByteSink& sink = file_->sink;
-  if (sink.good()) return;
-  if (sink.cancelled()) throw CommandError(ExitCode::cancelled, outcome::cancelled().sentence);
-  const std::string why = name() + ": cannot write the picture: " + sink.failure() + ".";
-  throw OutputError(
-      plan_.toStandardOutput ? why : why + " Free some space or choose another folder, then scan again.");
+SavedPages PageOutput::save() {
+  if (file_) close(plan_.noClobber ? ExistingFile::keep : ExistingFile::replace);
+  return saved_;
 }
 
 }  // namespace frontend

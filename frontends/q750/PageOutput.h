@@ -2,19 +2,20 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 
+#include "BatchEnd.h"
 #include "Cancellation.h"
+#include "PictureFile.h"
 #include "PictureLayout.h"
 #include "ScanPlan.h"
 
 namespace frontend {
 
 // Writes the pages of one command to one file, to a file each, or to standard output. Decides nothing: the
-// plan does. Files appear under their names only when they are complete; an incomplete one leaves no trace.
-// Blocks like the file system. Throws OutputError for what cannot be written, and CommandError once a cancel
-// is requested. One thread.
+// plan does. Files appear under their names only when they are complete. Blocks like the file system. Throws
+// OutputError for what cannot be written, and CommandError once a cancel is requested; save() then saves the
+// pages that are complete. One thread.
 class PageOutput {
  public:
   // Opens nothing but standard output. Borrows both, which must outlive the object. Throws UsageError if
@@ -24,39 +25,35 @@ class PageOutput {
   PageOutput(const PageOutput&) = delete;
   PageOutput& operator=(const PageOutput&) = delete;
 
-  // Throws if the page, counted from 1, could not be written. Leaves no trace.
-  void check(std::uint32_t page) const;
+  // Throws if the page, counted from 1, could not be written. Leaves no trace. Returns the name of the file
+  // that it would replace, or nothing.
+  std::string check(std::uint32_t page) const;
+  // Whether the last page can still be replaced by another.
+  bool canScanAgain() const { return !plan_.toStandardOutput || holdsPages(plan_.format); }
 
+  // Begins the page; one that was complete before is replaced when the new one is.
   void beginPage(std::uint32_t page, const PictureLayout& layout);
   // The next bytes of the page, in pieces of any size.
   void write(const std::uint8_t* bytes, std::size_t count);
-  // After the last byte of the page.
+  // After the last byte of the page. In a file of its own, the page is saved now.
   void endPage();
-  // Drops the current page, if there is one: finish() then completes the file with the pages before it, if
-  // it has any.
-  void abandonPage();
-  // Completes the last file. Harmless if there is none.
-  void finish();
 
-  // The number of complete pages in the latest file.
-  std::uint32_t pagesInFile() const { return pagesInFile_; }
-  // The name of the latest file, or "standard output".
-  std::string name() const;
+  // What was saved so far.
+  const SavedPages& saved() const { return saved_; }
+  // Completes the last file with the pages that are complete. Returns what was saved, and why it is not all.
+  SavedPages save();
 
  private:
-  struct File;
   std::string pathOf(std::uint32_t page) const;
-  void open(std::uint32_t page);
-  void close();
-  void throwIfFailed() const;
+  void close(ExistingFile existing);
 
   const ScanPlan& plan_;
   const Cancellation& cancellation_;
   int standardOutput_ = -1;  // a duplicate that we own
-  std::string path_;
-  std::unique_ptr<File> file_;
-  std::uint32_t pagesInFile_ = 0;
-  bool inPage_ = false;
+  std::unique_ptr<PictureFile> file_;
+  std::uint32_t page_ = 0;  // the latest one that was begun
+  bool again_ = false;      // it was complete before
+  SavedPages saved_;
 };
 
 }  // namespace frontend

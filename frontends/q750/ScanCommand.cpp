@@ -3,11 +3,16 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <new>
+#include <optional>
+#include <string>
 #include <vector>
 
+#include "BatchEnd.h"
 #include "CancelSignals.h"
 #include "CommandError.h"
 #include "Console.h"
+#include "OutputError.h"
 #include "PageAnswer.h"
 #include "PageOutput.h"
 #include "ScanPlan.h"
@@ -21,45 +26,80 @@ namespace {
 
 constexpr std::size_t bufferSize = 256 * 1024;
 
-// Scans the pages of one command. The first page is checked before anything is printed or the
-// scanner is touched.
-class Pages {
+// What ended a batch before its plan or its user wanted that.
+struct Reason {
+  ExitCode code;
+  std::string sentences;
+};
+
+// Scans the pages of one command and saves them, whatever ends the batch (BatchEnd.h). The first page is
+// checked before anything is printed or the scanner is touched.
+class Batch {
  public:
   // A readable `cancelDescriptor` ends the wait for the user's answer.
-  Pages(const ScanPlan& plan, ScanReport& report, Cancellation& cancellation, int cancelDescriptor)
+  Batch(const ScanPlan& plan, ScanReport& report, Cancellation& cancellation, int cancelDescriptor)
       : plan_(plan),
         report_(report),
         cancellation_(cancellation),
         cancelDescriptor_(cancelDescriptor),
-        output_(plan, cancellation) {
-    output_.check(1);
-  }
+        output_(plan, cancellation),
+        replaced_(output_.check(1)) {}
 
-  void scanAll() {
-    for (std::uint32_t page = 1; page <= plan_.pages; ++page) {
-      if (page > 1 && !wanted(page)) break;
-      const ScanOutcome outcome = scan(page);
-      report_.pageEnds();
-      if (!outcome.good()) fail(page, outcome);
-      if (plan_.filePerPage) report_.saved(output_.name(), layout_, 1);
-    }
-    output_.finish();
-    if (!plan_.filePerPage) report_.saved(output_.name(), layout_, output_.pagesInFile());
+  void run() {
+    std::optional<Reason> reason = scanPages();
+    report_.pageEnds();
+    const SavedPages saved = output_.save();
+    if (saved.place != SavedPages::Place::filePerPage && saved.pages > 0)
+      report_.saved(nameOf(saved), layout_, saved.pages);
+    if (cancellation_.requested()) reason = Reason{ExitCode::cancelled, ""};
+    if (!reason && !saved.problem.empty()) reason = Reason{ExitCode::output, saved.problem};
+    if (reason) throw errorOfBatch(reason->code, reason->sentences, saved);
   }
 
  private:
-  bool wanted(std::uint32_t page) {
-    output_.check(page);
-    report_.prompt(page);
-    switch (readPageAnswer(STDIN_FILENO, cancelDescriptor_)) {
-      case PageAnswer::scan:
-        return true;
-      case PageAnswer::finish:
-        return false;
-      case PageAnswer::cancel:
-        break;
+  // Returns the reason if it is not that of the plan or the user.
+  std::optional<Reason> scanPages() try {
+    noteReplaced();
+    for (std::uint32_t page = 1; page != 0; page = nextAfter(page)) {
+      const ScanOutcome outcome = scan(page);
+      report_.pageEnds();
+      if (!outcome.good()) return Reason{exitCodeFor(outcome.status), inPage(page, outcome.sentence)};
+      if (plan_.filePerPage) report_.saved(output_.saved().last, layout_, 1);
     }
-    throw CommandError(ExitCode::cancelled, outcome::cancelled().sentence);
+    return std::nullopt;
+  } catch (const CommandError& error) {
+    return Reason{error.code(), error.what()};
+  } catch (const OutputError& error) {
+    return Reason{ExitCode::output, error.what()};
+  } catch (const std::bad_alloc&) {
+    return Reason{ExitCode::noMemory, outcome::noMemory().sentence};
+  }
+
+  static std::string inPage(std::uint32_t page, const std::string& sentence) {
+    return page == 1 ? sentence : "Page " + std::to_string(page) + ": " + sentence;
+  }
+  static std::string nameOf(const SavedPages& saved) {
+    return saved.place == SavedPages::Place::standardOutput ? "standard output" : saved.last;
+  }
+
+  void noteReplaced() {
+    if (!replaced_.empty())
+      report_.note(replaced_ + " exists and will be replaced. Use --no-clobber to prevent that.");
+  }
+
+  // The page to scan after this one, which may be the same; 0 for none.
+  std::uint32_t nextAfter(std::uint32_t page) {
+    while (page < plan_.pages) {
+      replaced_ = output_.check(page + 1);
+      noteReplaced();
+      report_.prompt(page + 1, output_.canScanAgain());
+      const PageAnswer answer = readPageAnswer(STDIN_FILENO, cancelDescriptor_);
+      if (answer == PageAnswer::scan) return page + 1;
+      if (answer != PageAnswer::scanAgain) break;  // a cancel is found at the end
+      if (output_.canScanAgain()) return page;
+      report_.note("The last page is on standard output already and cannot be replaced.");
+    }
+    return 0;
   }
 
   ScanOutcome scan(std::uint32_t page) {
@@ -86,22 +126,12 @@ class Pages {
     }
   }
 
-  // Saves the pages before the one that failed, and throws the error.
-  [[noreturn]] void fail(std::uint32_t page, const ScanOutcome& outcome) {
-    const ExitCode code = exitCodeFor(outcome.status);
-    if (page == 1 || outcome.status == ScanStatus::cancelled) throw CommandError(code, outcome.sentence);
-    output_.abandonPage();
-    output_.finish();
-    const std::string before =
-        page == 2 ? " The page before it was saved." : " The pages before it were saved.";
-    throw CommandError(code, "Page " + std::to_string(page) + ": " + outcome.sentence + before);
-  }
-
   const ScanPlan& plan_;
   ScanReport& report_;
   Cancellation& cancellation_;
   const int cancelDescriptor_;
   PageOutput output_;
+  std::string replaced_;  // the file that the next page replaces, or empty
   PictureLayout layout_;
 };
 
@@ -113,11 +143,11 @@ void runScan(const ScanOptions& options) {
   ScanPlan plan = planScan(options);
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
-  Pages pages(plan, report, cancellation, signals.descriptor());
+  Batch batch(plan, report, cancellation, signals.descriptor());
   plan.request.scanner = chooseScanner(options.device, anyUsed(options.virtualScanner), takeInventory());
   report.scannerChosen(plan.request.scanner);
   for (const std::string& note : plan.notes) report.note(note);
-  pages.scanAll();
+  batch.run();
 }
 
 }  // namespace frontend

@@ -5,8 +5,8 @@
 namespace frontend {
 
 // "q750 scan": scans pages to files or standard output, and reports on standard error. Throws CommandError
-// and OutputError unless every page was scanned and saved. After an error the pages before it are saved;
-// after a cancel only the files that were complete by then remain.
+// and OutputError unless every page was scanned and saved. Pages that were scanned whole are saved whatever
+// ends the batch (BatchEnd.h).
 void runScan(const ScanOptions& options);
 
 }  // namespace frontend

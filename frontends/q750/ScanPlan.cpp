@@ -136,6 +136,7 @@ void setNames(ScanPlan& plan, const ScanOptions& options) {
                      "\" has no meaning in a name. Write %d or %03d for the number of the page, and %% for a "
                      "percent sign.");
   }
+  plan.noClobber = options.noClobber;
   plan.firstPage = options.firstPage.value_or(1);
   if (options.firstPage && (plan.toStandardOutput || !(plan.filePerPage || hasPlaceForNumber(plan.output)))) {
     throw UsageError(

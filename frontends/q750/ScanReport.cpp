@@ -86,9 +86,11 @@ void ScanReport::pageEnds() {
   display_.reset();
 }
 
-void ScanReport::prompt(std::uint32_t page) {
+void ScanReport::prompt(std::uint32_t page, bool canScanAgain) {
   if (json()) return output_(event("prompt").number("page", page).line());
-  output_("Place the next page on the scanner and press Enter (q to finish): ");
+  const char* again = canScanAgain ? "r to scan the last page again, " : "";
+  output_("Place the next page on the scanner and press Enter (" + std::string(again) +
+          "q to save and quit): ");
 }
 
 void ScanReport::saved(const std::string& name, const PictureLayout& layout, std::uint32_t pages) {

@@ -30,8 +30,8 @@ class ScanReport {
   void progress(const ScanProgress& progress);
   // Leaves the cursor on a new line.
   void pageEnds();
-  // Asks for the page to be placed on the scanner.
-  void prompt(std::uint32_t page);
+  // Asks for the page to be placed on the scanner, or for the last one again where that can be replaced.
+  void prompt(std::uint32_t page, bool canScanAgain);
   void saved(const std::string& name, const PictureLayout& layout, std::uint32_t pages);
 
  private:

@@ -69,7 +69,7 @@ _q750_options() {
     list) printf '%s\n' --json ;;
     scan)
       printf '%s\n' --output --format --quality --device --resolution --mode --threshold --area --paper --pages \
-        --first-page --progress --timeout --quiet --verbose --virtual-paper --virtual-fault --virtual-packet-size \
+        --first-page --no-clobber --progress --timeout --quiet --verbose --virtual-paper --virtual-fault --virtual-packet-size \
         --virtual-warm-up --virtual-speed --virtual-real-time
       ;;
     doctor)

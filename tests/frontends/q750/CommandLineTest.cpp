@@ -31,10 +31,11 @@ std::string complaintAbout(const std::vector<const char*>& arguments) {
 
 TEST(CommandLine, TakesAllOptionsOfAScan) {
   const CommandLine line =
-      parse({"scan",     "--device",  "virtual", "-o",      "page.png",  "--format",     "png", "--quality",
-             "lossless", "--mode",    "lineart", "--area",  "1x1+2x2mm", "--resolution", "150", "--threshold",
-             "40%",      "--paper",   "a4",      "--pages", "7",         "--first-page", "12",  "--progress",
-             "json",     "--timeout", "2.5",     "--quiet", "--verbose"});
+      parse({"scan",       "--device",     "virtual",   "-o",           "page.png",     "--format",
+             "png",        "--quality",    "lossless",  "--mode",       "lineart",      "--area",
+             "1x1+2x2mm",  "--resolution", "150",       "--threshold",  "40%",          "--paper",
+             "a4",         "--pages",      "7",         "--no-clobber", "--first-page", "12",
+             "--progress", "json",         "--timeout", "2.5",          "--quiet",      "--verbose"});
   EXPECT_EQ(line.command, CommandLine::Command::scan);
   EXPECT_EQ(line.scan.device, "virtual");
   EXPECT_EQ(line.scan.output, "page.png");
@@ -47,6 +48,7 @@ TEST(CommandLine, TakesAllOptionsOfAScan) {
   EXPECT_EQ(line.scan.paper, "a4");
   EXPECT_EQ(line.scan.pages, "7");
   EXPECT_EQ(line.scan.firstPage, 12U);
+  EXPECT_TRUE(line.scan.noClobber);
   EXPECT_EQ(line.scan.progress, "json");
   EXPECT_EQ(line.scan.timeout, "2.5");
   EXPECT_TRUE(line.scan.quiet);

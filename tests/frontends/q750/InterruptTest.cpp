@@ -10,6 +10,7 @@
 
 namespace {
 
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -109,7 +110,8 @@ TEST_F(InterruptingOutput, EndsAPictureThatNobodyReads) {
   ASSERT_EQ(read(out.reader(), &first, 1), 1);
   kill(process, SIGINT);
   readAll(out.reader());
-  EXPECT_EQ(readAll(errors.reader()), "q750: The scan was cancelled; nothing was saved.\n");
+  EXPECT_EQ(readAll(errors.reader()),
+            "q750: The scan was cancelled; the picture on standard output is incomplete.\n");
   EXPECT_EQ(waitFor(process), 130);
 }
 
@@ -132,11 +134,12 @@ TEST_F(InterruptingOutput, EndsTheQuestionForTheNextPage) {
       scanArguments({"-o", folder / "a.pdf", "-r", "75", "-a", "0x0+9x9px", "-q", "--pages", "2"}),
       out.writer(), errors.writer(), [&answers] { dup2(answers.reader(), STDIN_FILENO); });
   errors.closeWriter();
-  errors.readThrough("(q to finish): ");
+  errors.readThrough("q to save and quit): ");
   kill(process, SIGINT);
-  EXPECT_EQ(readAll(errors.reader()), "q750: The scan was cancelled; nothing was saved.\n");
+  EXPECT_EQ(readAll(errors.reader()),
+            "q750: The scan was cancelled; " + (folder / "a.pdf") + " holds 1 complete page.\n");
   EXPECT_EQ(waitFor(process), 130);
-  EXPECT_THAT(folder.names(), IsEmpty());
+  EXPECT_THAT(folder.names(), ElementsAre("a.pdf"));
 }
 
 TEST_F(InterruptingOutput, EndsTheDoctor) {

@@ -42,10 +42,10 @@ class Answers : public testing::Test {
 };
 
 TEST_F(Answers, ScanOrFinishLineByLine) {
-  type("\nq\nyes\n Q\nQuit\n");
+  type("\nq\nyes\n Q\nQuit\nr\nRedo\n");
   std::vector<PageAnswer> answers;
-  for (int i = 0; i < 5; ++i) answers.push_back(answer());
-  EXPECT_EQ(answers, (std::vector{scan, finish, scan, scan, finish}));
+  for (int i = 0; i < 7; ++i) answers.push_back(answer());
+  EXPECT_EQ(answers, (std::vector{scan, finish, scan, scan, finish, scanAgain, scanAgain}));
 }
 
 TEST_F(Answers, FinishWhereTheyEnd) {

@@ -214,7 +214,9 @@ TEST_F(Program, EndsCleanlyWhenItsReaderGoesAway) {
   char first = 0;
   ASSERT_EQ(read(output.reader(), &first, 1), 1);
   output.closeReader();
-  EXPECT_EQ(readAll(errors.reader()), "q750: standard output: cannot write the picture: Broken pipe.\n");
+  EXPECT_EQ(readAll(errors.reader()),
+            "q750: standard output: cannot write the picture: Broken pipe. The picture on standard output is "
+            "incomplete.\n");
   EXPECT_EQ(waitFor(process), 9);
 }
 

@@ -26,7 +26,8 @@ std::string reportOf(ProgressStyle style, bool quiet) {
   report.progress({1, letter.bytes()});
   report.progress({letter.bytes(), letter.bytes()});
   report.pageEnds();
-  report.prompt(2);
+  report.prompt(2, true);
+  report.prompt(2, false);
   report.pageBegins(2);
   report.layoutKnown(drawing);
   report.pageEnds();
@@ -36,17 +37,23 @@ std::string reportOf(ProgressStyle style, bool quiet) {
 }
 
 TEST(ScanReport, PrintsSentences) {
-  EXPECT_EQ(reportOf(ProgressStyle::plain, false),
-            "q750: Mind the gap.\n"
-            "q750: scanning: 100 %\n"
-            "Place the next page on the scanner and press Enter (q to finish): "
-            "q750: a.pdf: 2 pages of 100 x 50 pixels, black and white, 600 dots per inch\n"
-            "q750: a.png: 2550 x 3300 pixels, colour, 300 dots per inch\n");
+  EXPECT_EQ(
+      reportOf(ProgressStyle::plain, false),
+      "q750: Mind the gap.\n"
+      "q750: scanning: 100 %\n"
+      "Place the next page on the scanner and press Enter (r to scan the last page again, q to save and "
+      "quit): "
+      "Place the next page on the scanner and press Enter (q to save and quit): "
+      "q750: a.pdf: 2 pages of 100 x 50 pixels, black and white, 600 dots per inch\n"
+      "q750: a.png: 2550 x 3300 pixels, colour, 300 dots per inch\n");
 }
 
 TEST(ScanReport, IsQuietButForQuestions) {
-  EXPECT_EQ(reportOf(ProgressStyle::none, true),
-            "Place the next page on the scanner and press Enter (q to finish): ");
+  EXPECT_EQ(
+      reportOf(ProgressStyle::none, true),
+      "Place the next page on the scanner and press Enter (r to scan the last page again, q to save and "
+      "quit): "
+      "Place the next page on the scanner and press Enter (q to save and quit): ");
 }
 
 TEST(ScanReport, PrintsJson) {
@@ -58,6 +65,7 @@ TEST(ScanReport, PrintsJson) {
 {"event":"picture","page":1,"width":2550,"height":3300,"mode":"color","resolution":300}
 {"event":"progress","page":1,"bytes":1,"total":25245000,"percent":0}
 {"event":"progress","page":1,"bytes":25245000,"total":25245000,"percent":100}
+{"event":"prompt","page":2}
 {"event":"prompt","page":2}
 {"event":"page","page":2}
 {"event":"picture","page":2,"width":100,"height":50,"mode":"lineart","resolution":600}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ByteSink.h"
+#include "OutputFile.h"
+#include "PictureLayout.h"
+#include "PictureWriter.h"
+#include "ScanPlan.h"
+
+namespace frontend {
+
+// What became of a file.
+struct SavedFile {
+  std::string path;         // where the pages are: usually the name asked for
+  std::uint32_t pages = 0;  // in it; with 0 there is no file
+  std::string problem;      // sentences: why pages are missing or are elsewhere; empty if all is well
+};
+
+// One file of pictures, or standard output, while it is being written. Cuts the bytes of a page into rows.
+// Pages that are complete are never lost for what happens later: save() writes as many of them as the disk
+// takes. One that is destroyed before save() leaves no trace. Blocks like the file system. One thread.
+class PictureFile {
+ public:
+  // Creates the file at the path, or writes to the descriptor of standard output, unless it is -1. Borrows
+  // the descriptor, the plan and the cancellation. Throws OutputError.
+  PictureFile(const ScanPlan& plan, std::string path, int standardOutput, const Cancellation& cancellation);
+
+  // Begins a page, which replaces the last one as soon as it is complete if `again`. These three throw
+  // OutputError for what cannot be written, and CommandError once a cancel is requested.
+  void beginPage(const PictureLayout& layout, bool again);
+  // The next bytes of the page, in pieces of any size.
+  void write(const std::uint8_t* bytes, std::size_t count);
+  // After the last byte of the page. Only a cancel that insists stops it: the page was scanned whole.
+  void endPage();
+
+  // The number of complete pages, and whether another one was begun.
+  std::uint32_t pages() const { return pages_; }
+  bool inPage() const { return inPage_; }
+
+  // Drops a page that is not complete, completes the file and gives it its name. A cancel that insists leaves
+  // nothing. Throws nothing but std::bad_alloc; at most once.
+  SavedFile save(ExistingFile existing);
+
+ private:
+  void abandonPage();
+  bool complete();
+  void shrink();
+  void takeName(SavedFile& saved, ExistingFile existing);
+  std::string failure() const;
+  void throwIfFailed() const;
+
+  std::string path_;
+  PictureFormat format_;
+  std::unique_ptr<OutputFile> onDisk_;
+  ByteSink sink_;
+  std::unique_ptr<PictureWriter> writer_;
+  std::vector<std::uint8_t> row_;  // the first bytes of a row that is incomplete
+  std::size_t rowBytes_ = 0;
+  std::uint32_t pages_ = 0;
+  bool inPage_ = false;
+  bool again_ = false;
+};
+
+}  // namespace frontend
