@@ -1,0 +1,77 @@
+#include "PdfDocument.h"
+
+#include <cstdio>
+#include <qpdf/Buffer.hh>
+#include <qpdf/QPDF.hh>
+#include <qpdf/QPDFPageDocumentHelper.hh>
+#include <qpdf/QPDFWriter.hh>
+
+namespace frontend {
+namespace {
+
+constexpr int pointsPerInch = 72;
+
+// Passes the finished document to the sink.
+class SinkPipeline final : public Pipeline {
+ public:
+  explicit SinkPipeline(ByteSink& sink) : Pipeline("file", nullptr), sink_(sink) {}
+  void write(const unsigned char* bytes, std::size_t count) override { sink_.write(bytes, count); }
+  void finish() override {}
+
+ private:
+  ByteSink& sink_;
+};
+
+std::string points(std::uint32_t pixels, std::uint32_t resolution) {
+  char text[40];
+  const std::uint64_t thousandths =
+      (std::uint64_t{pixels} * pointsPerInch * 1000 + resolution / 2) / resolution;
+  std::snprintf(text, sizeof text, "%u.%03u", static_cast<unsigned>(thousandths / 1000),
+                static_cast<unsigned>(thousandths % 1000));
+  return text;
+}
+
+QPDFObjectHandle imageOf(QPDF& document, const PdfPicture& page) {
+  const PictureLayout& layout = page.layout;
+  // The buffer borrows the bytes: a copy would double the memory that the document takes.
+  auto* bytes = reinterpret_cast<unsigned char*>(const_cast<char*>(page.bytes.data()));
+  QPDFObjectHandle image = document.newStream(std::make_shared<Buffer>(bytes, page.bytes.size()));
+  image.replaceDict(
+      QPDFObjectHandle::parse("<< /Type /XObject /Subtype /Image /Width " + std::to_string(layout.width) +
+                              " /Height " + std::to_string(layout.height) + " /ColorSpace " +
+                              (layout.channels == 3 ? "/DeviceRGB" : "/DeviceGray") + " /BitsPerComponent " +
+                              std::to_string(layout.bitsPerChannel) + " " + page.filter + " >>"));
+  return image;
+}
+
+void addPage(QPDF& document, const PdfPicture& page) {
+  const std::string width = points(page.layout.width, page.layout.resolution);
+  const std::string height = points(page.layout.height, page.layout.resolution);
+  QPDFObjectHandle sheet = QPDFObjectHandle::parse("<< /Type /Page /MediaBox [ 0 0 " + width + " " + height +
+                                                   " ] /Resources << /XObject << >> >> >>");
+  sheet.getKey("/Resources").getKey("/XObject").replaceKey("/Page", imageOf(document, page));
+  sheet.replaceKey("/Contents", document.newStream("q " + width + " 0 0 " + height + " 0 0 cm /Page Do Q\n"));
+  QPDFPageDocumentHelper(document).addPage(document.makeIndirectObject(sheet), false);
+}
+
+}  // namespace
+
+void writePdfDocument(ByteSink& sink, const std::vector<PdfPicture>& pages, const PictureSettings& settings) {
+  QPDF document;
+  document.emptyPDF();
+  for (const PdfPicture& page : pages) addPage(document, page);
+  QPDFObjectHandle information = QPDFObjectHandle::newDictionary();
+  information.replaceKey("/Producer", QPDFObjectHandle::newUnicodeString(settings.software));
+  document.getTrailer().replaceKey("/Info", document.makeIndirectObject(information));
+
+  SinkPipeline pipeline(sink);
+  QPDFWriter writer(document);
+  writer.setOutputPipeline(&pipeline);
+  writer.setStreamDataMode(qpdf_s_preserve);
+  writer.setObjectStreamMode(qpdf_o_disable);
+  writer.setMinimumPDFVersion("1.4");
+  writer.setDeterministicID(true);
+  writer.write();
+}
+
+}  // namespace frontend
