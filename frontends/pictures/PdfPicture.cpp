@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "Group4Encoder.h"
 #include "JpegEncoder.h"
 
 namespace frontend {
@@ -54,28 +55,25 @@ class JpegPicture final : public PdfPictureEncoder {
   JpegEncoder encoder_;  // last: its constructor may already append
 };
 
-// Deflate of rows, those of 8 bits as horizontal differences (ISO 32000-1, 7.4.4.4, predictor 2).
+// Deflate of the horizontal differences of rows (ISO 32000-1, 7.4.4.4, predictor 2).
 class DeflatedPicture final : public PdfPictureEncoder {
  public:
   explicit DeflatedPicture(const PictureLayout& layout)
-      : picture_{layout, "/Filter /FlateDecode", {}},
+      : picture_{layout,
+                 "/Filter /FlateDecode /DecodeParms << /Predictor 2 /Colors " +
+                     std::to_string(layout.channels) + " /BitsPerComponent 8 /Columns " +
+                     std::to_string(layout.width) + " >>",
+                 {}},
         end_("page", nullptr, picture_.bytes),
         deflate_("deflate", &end_, Pl_Flate::a_deflate),
         row_(layout.rowBytes()) {
     Pl_Flate::setCompressionLevel(compressionLevel);
-    if (layout.bitsPerChannel == 1) return;
-    picture_.filter += " /DecodeParms << /Predictor 2 /Colors " + std::to_string(layout.channels) +
-                       " /BitsPerComponent 8 /Columns " + std::to_string(layout.width) + " >>";
   }
 
   void writeRow(const std::uint8_t* row) override {
-    const bool bits = picture_.layout.bitsPerChannel == 1;
     const std::size_t channels = picture_.layout.channels;
-    for (std::size_t i = 0; i < row_.size(); ++i) {
-      // In a PDF, 1 is white.
-      if (bits) row_[i] = static_cast<std::uint8_t>(~row[i]);
-      if (!bits) row_[i] = static_cast<std::uint8_t>(i < channels ? row[i] : row[i] - row[i - channels]);
-    }
+    for (std::size_t i = 0; i < row_.size(); ++i)
+      row_[i] = static_cast<std::uint8_t>(i < channels ? row[i] : row[i] - row[i - channels]);
     deflate_.write(row_.data(), row_.size());
   }
   PdfPicture finish() override {
@@ -90,13 +88,32 @@ class DeflatedPicture final : public PdfPictureEncoder {
   std::vector<std::uint8_t> row_;
 };
 
+// Group 4, whose black runs are the ones of a row. BlackIs1 is about the decoded samples: false makes black
+// 0, as it is in the color space of the page.
+class FaxPicture final : public PdfPictureEncoder {
+ public:
+  explicit FaxPicture(const PictureLayout& layout) : layout_(layout), encoder_(layout) {}
+
+  void writeRow(const std::uint8_t* row) override { encoder_.writeRow(row); }
+  PdfPicture finish() override {
+    return {layout_,
+            "/Filter /CCITTFaxDecode /DecodeParms << /K -1 /BlackIs1 false /Columns " +
+                std::to_string(layout_.width) + " /Rows " + std::to_string(layout_.height) + " >>",
+            encoder_.finish()};
+  }
+
+ private:
+  PictureLayout layout_;
+  Group4Encoder encoder_;
+};
+
 }  // namespace
 
 std::unique_ptr<PdfPictureEncoder> makePdfPictureEncoder(const PictureLayout& layout,
                                                          const PictureSettings& settings) {
-  if (layout.bitsPerChannel == 8 && !settings.lossless)
-    return std::make_unique<JpegPicture>(layout, settings.quality);
-  return std::make_unique<DeflatedPicture>(layout);
+  if (layout.bitsPerChannel == 1) return std::make_unique<FaxPicture>(layout);
+  if (settings.lossless) return std::make_unique<DeflatedPicture>(layout);
+  return std::make_unique<JpegPicture>(layout, settings.quality);
 }
 
 }  // namespace frontend

@@ -29,7 +29,7 @@ class PdfPictureEncoder {
   virtual PdfPicture finish() = 0;
 };
 
-// The encoder for this layout: JPEG where a byte is a channel, Deflate for lineart and if lossless.
+// The encoder for this layout: CCITT Group 4 for lineart, else JPEG, or Deflate if lossless.
 std::unique_ptr<PdfPictureEncoder> makePdfPictureEncoder(const PictureLayout& layout,
                                                          const PictureSettings& settings);
 

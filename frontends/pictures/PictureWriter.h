@@ -84,8 +84,8 @@ std::unique_ptr<PictureWriter> makePngWriter(ByteSink& sink, const PictureSettin
 std::unique_ptr<PictureWriter> makeJpegWriter(ByteSink& sink, const PictureSettings& settings);
 // PBM, PGM or PPM (P4, P5, P6), one after another, with the resolution in a comment.
 std::unique_ptr<PictureWriter> makePnmWriter(ByteSink& sink, const PictureSettings& settings);
-// Each page has the size of the scanned area. Color and gray as JPEG, or with Deflate if lossless; lineart
-// always with Deflate.
+// Each page has the size of the scanned area. Color and gray as JPEG, or with Deflate if lossless; lineart in
+// CCITT Group 4.
 std::unique_ptr<PictureWriter> makePdfWriter(ByteSink& sink, const PictureSettings& settings);
 
 }  // namespace frontend

@@ -189,6 +189,14 @@ TEST_F(WritingPictures, WritesPnm) {
                                  std::string(narrowLineart.pixels.begin(), narrowLineart.pixels.end()));
 }
 
+// Rows of one bit per pixel with their padding bits set to 0.
+std::vector<std::uint8_t> withoutPadding(std::vector<std::uint8_t> rows, const PictureLayout& layout) {
+  const auto spare = static_cast<unsigned>(layout.rowBytes() * 8 - layout.width);
+  for (std::size_t last = layout.rowBytes() - 1; last < rows.size(); last += layout.rowBytes())
+    rows[last] = static_cast<std::uint8_t>(rows[last] >> spare << spare);
+  return rows;
+}
+
 // The greatest difference between the pixels of two pictures.
 int distance(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t>& b) {
   int largest = a.size() == b.size() ? 0 : 256;
@@ -264,7 +272,7 @@ TEST_F(WritingPictures, WritesPagesIntoOnePdf) {
   EXPECT_THAT(images,
               testing::ContainsRegex("2 +1 image +501 +1203 +gray +1 +8 +jpeg +no +[0-9]+ +0 +300 +300"));
   EXPECT_THAT(images,
-              testing::ContainsRegex("3 +2 image +72 +61 +gray +1 +1 +image +no +[0-9]+ +0 +300 +300"));
+              testing::ContainsRegex("3 +2 image +72 +61 +gray +1 +1 +ccitt +no +[0-9]+ +0 +300 +300"));
 }
 
 TEST_F(WritingPictures, LosesNothingInAPdfOnRequest) {
@@ -276,6 +284,31 @@ TEST_F(WritingPictures, LosesNothingInAPdfOnRequest) {
   EXPECT_EQ(pageOfPdf(0), color.pixels);
   EXPECT_EQ(pageOfPdf(1), grey.pixels);
   EXPECT_EQ(pageOfPdf(2), lineart.inverted());
+}
+
+TEST_F(WritingPictures, WritesBlackAndWhiteAsGroup4IntoAPdf) {
+  const TestPicture wide(1001, 40, 1, 1);
+  for (const TestPicture* picture : {&lineart, &narrowLineart, &wide}) {
+    ASSERT_TRUE(write(PictureFormat::pdf, {picture}));
+    EXPECT_THAT(printedBy("qpdf --json --json-key=qpdf '" + path + "'"),
+                AllOf(HasSubstr("\"/Filter\": \"/CCITTFaxDecode\""), HasSubstr("\"/K\": -1")));
+    extractPages(path);
+    EXPECT_EQ(withoutPadding(pageOfPdf(), picture->layout),
+              withoutPadding(picture->inverted(), picture->layout));
+  }
+}
+
+// The polarity of the page as it is printed, not only of its image.
+TEST_F(WritingPictures, PrintsTheOnesOfBlackAndWhiteInBlack) {
+  TestPicture half(16, 8, 1, 1);
+  for (std::size_t i = 0; i < half.pixels.size(); ++i) half.pixels[i] = i % 2 == 0 ? 0xFF : 0;
+  ASSERT_TRUE(write(PictureFormat::pdf, {&half}));
+  printedBy("pdftoppm -r 300 -gray '" + path + "' '" + path + "'");
+  const std::string page = contentOf(path + "-1.pgm");
+  const std::string header = "P5\n16 8\n255\n";
+  ASSERT_THAT(page, StartsWith(header));
+  EXPECT_EQ(page.substr(header.size(), 7), std::string(7, '\0'));  // between both halves it is interpolated
+  EXPECT_EQ(page.substr(header.size() + 9, 7), std::string(7, '\xFF'));
 }
 
 TEST_F(WritingPictures, PutsTheJpegIntoThePdfAsItIs) {
