@@ -1,5 +1,6 @@
 #include "PdfDocument.h"
 
+#include <chrono>
 #include <cstdio>
 #include <qpdf/Buffer.hh>
 #include <qpdf/QPDF.hh>
@@ -54,15 +55,38 @@ void addPage(QPDF& document, const PdfPicture& page) {
   QPDFPageDocumentHelper(document).addPage(document.makeIndirectObject(sheet), false);
 }
 
+// "D:20261122042700Z" (ISO 32000-1, 7.9.4).
+std::string dateOf(std::int64_t secondsSince1970) {
+  using namespace std::chrono;
+  const sys_seconds time{seconds(secondsSince1970)};
+  const auto day = floor<days>(time);
+  const year_month_day date{day};
+  const hh_mm_ss clock{time - day};
+  char text[40];
+  std::snprintf(text, sizeof text, "D:%04d%02u%02u%02d%02d%02dZ", static_cast<int>(date.year()),
+                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                static_cast<int>(clock.seconds().count()));
+  return text;
+}
+
+QPDFObjectHandle informationFrom(const PictureSettings& settings) {
+  QPDFObjectHandle information = QPDFObjectHandle::newDictionary();
+  information.replaceKey("/Producer", QPDFObjectHandle::newUnicodeString(settings.software));
+  if (!settings.title.empty())
+    information.replaceKey("/Title", QPDFObjectHandle::newUnicodeString(settings.title));
+  if (settings.created)
+    information.replaceKey("/CreationDate", QPDFObjectHandle::newString(dateOf(*settings.created)));
+  return information;
+}
+
 }  // namespace
 
 void writePdfDocument(ByteSink& sink, const std::vector<PdfPicture>& pages, const PictureSettings& settings) {
   QPDF document;
   document.emptyPDF();
   for (const PdfPicture& page : pages) addPage(document, page);
-  QPDFObjectHandle information = QPDFObjectHandle::newDictionary();
-  information.replaceKey("/Producer", QPDFObjectHandle::newUnicodeString(settings.software));
-  document.getTrailer().replaceKey("/Info", document.makeIndirectObject(information));
+  document.getTrailer().replaceKey("/Info", document.makeIndirectObject(informationFrom(settings)));
 
   SinkPipeline pipeline(sink);
   QPDFWriter writer(document);

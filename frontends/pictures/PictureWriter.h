@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "ByteSink.h"
@@ -17,10 +18,12 @@ inline constexpr int defaultQuality = 90;
 
 // What a picture file contains besides its pixels, and how they are compressed.
 struct PictureSettings {
-  std::string software;          // the program that the file names as its origin: "q750 1.0.0"
-  bool multiPage = false;        // whether the file may get more than one page
-  int quality = defaultQuality;  // of JPEG pictures and those in a PDF
-  bool lossless = false;         // PDF: Deflate instead of JPEG
+  std::string software;                      // the program that the file names as its origin: "q750 1.0.0"
+  std::string title = {};                    // PDF: of the document, in UTF-8; none if empty
+  std::optional<std::int64_t> created = {};  // PDF: seconds since 1970, UTC, of a year up to 9999
+  bool multiPage = false;                    // whether the file may get more than one page
+  int quality = defaultQuality;              // of JPEG pictures and those in a PDF
+  bool lossless = false;                     // PDF: Deflate instead of JPEG
 };
 
 // Encodes a picture, or a document of several, row by row as it arrives from the scanner:

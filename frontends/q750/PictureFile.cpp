@@ -1,12 +1,23 @@
 #include "PictureFile.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
 #include "CommandError.h"
 #include "OutputError.h"
 
 namespace frontend {
+namespace {
+
+// The file's name without its folder and extension is the title; what is piped has none.
+PictureSettings settingsFor(const ScanPlan& plan, const std::string& path) {
+  PictureSettings settings = plan.pictureSettings;
+  if (!plan.toStandardOutput) settings.title = std::filesystem::path(path).stem();
+  return settings;
+}
+
+}  // namespace
 
 PictureFile::PictureFile(const ScanPlan& plan, std::string path, int standardOutput,
                          const Cancellation& cancellation)
@@ -14,7 +25,7 @@ PictureFile::PictureFile(const ScanPlan& plan, std::string path, int standardOut
       format_(plan.format),
       onDisk_(standardOutput < 0 ? std::make_unique<OutputFile>(path_) : nullptr),
       sink_(onDisk_ ? onDisk_->descriptor() : standardOutput, &cancellation),
-      writer_(makePictureWriter(plan.format, sink_, plan.pictureSettings)) {}
+      writer_(makePictureWriter(plan.format, sink_, settingsFor(plan, path_))) {}
 
 void PictureFile::beginPage(const PictureLayout& layout, bool again) {
   sink_.setSaving(false);

@@ -9,6 +9,7 @@
 #include "Bed.h"
 #include "Choices.h"
 #include "CommandError.h"
+#include "CreationTime.h"
 #include "FileName.h"
 #include "PaperSize.h"
 #include "ScanLimits.h"
@@ -211,6 +212,7 @@ ScanPlan planScan(const ScanOptions& options) {
   setResolution(plan.request.settings, resolutionFrom(options.resolution), plan.notes);
   setFormat(plan, options, mode);
   plan.pictureSettings.software = std::string("q750 ") + version;
+  plan.pictureSettings.created = creationTime();
   setQuality(plan.pictureSettings, options.quality, plan.format);
   setPages(plan, pagesFrom(options.pages));
   setNames(plan, options);

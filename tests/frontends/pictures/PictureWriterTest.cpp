@@ -275,6 +275,24 @@ TEST_F(WritingPictures, WritesPagesIntoOnePdf) {
               testing::ContainsRegex("3 +2 image +72 +61 +gray +1 +1 +ccitt +no +[0-9]+ +0 +300 +300"));
 }
 
+TEST_F(WritingPictures, NamesTheTitleAndTheTimeOfAPdf) {
+  PictureSettings dated = settings();
+  dated.title = "R\xC3\xA9sum\xC3\xA9 (2)";
+  dated.created = 951868799;  // one second before the end of a leap day
+  ASSERT_TRUE(write(PictureFormat::pdf, {&color}, dated));
+  const std::string information = printedBy("pdfinfo -isodates '" + path + "'");
+  EXPECT_THAT(information, HasSubstr("Title:           R\xC3\xA9sum\xC3\xA9 (2)\n"));
+  EXPECT_THAT(information, HasSubstr("CreationDate:    2000-02-29T23:59:59Z\n"));
+}
+
+TEST_F(WritingPictures, WritesAPdfWhoseTitleIsNotInUtf8) {
+  PictureSettings latin = settings();
+  latin.title = "R\xE9sum\xE9";
+  ASSERT_TRUE(write(PictureFormat::pdf, {&color}, latin));
+  EXPECT_THAT(printedBy("qpdf --check '" + path + "'"),
+              HasSubstr("No syntax or stream encoding errors found"));
+}
+
 TEST_F(WritingPictures, LosesNothingInAPdfOnRequest) {
   PictureSettings lossless = settings();
   lossless.lossless = true;

@@ -130,14 +130,52 @@ TEST_P(EveryMode, IsWrittenAsJpeg) {
 }
 
 TEST_P(EveryMode, IsStreamedToStandardOutput) {
-  const std::string part = folder / "part";
-  for (const char* format : {"pnm", "png", "jpeg", "pdf"}) {
+  for (const char* format : {"pnm", "png", "jpeg"}) {
     scanTo("file", {"--format", format});
     std::vector<std::string> arguments{
         "-o", "-", "--format", format, "-r", "150", "-m", GetParam().name, "-a", "59x118+201x99px", "-q"};
     if (GetParam().lineart) arguments.insert(arguments.end(), {"--threshold", "100"});
     EXPECT_TRUE(scan(arguments).output == contentOf(folder / "file")) << format;
   }
+}
+
+class Documents : public ProgramFixture {
+ protected:
+  ~Documents() override { unsetenv("SOURCE_DATE_EPOCH"); }
+  static std::string scanTo(const std::string& path) {
+    const ProgramResult result =
+        scan({"-o", path, "--format", "pdf", "-r", "75", "-m", "lineart", "-a", "0x0+9x9px", "-q"});
+    EXPECT_EQ(result.exitCode, 0);
+    return result.output;
+  }
+};
+
+TEST_F(Documents, NameTheirFileAndTheTime) {
+  setenv("SOURCE_DATE_EPOCH", "951868799", 1);
+  scanTo(folder / "Tax return.2026.pdf");
+  const std::string information = printedBy("pdfinfo -isodates '" + (folder / "Tax return.2026.pdf") + "'");
+  EXPECT_THAT(information, HasSubstr("Title:           Tax return.2026\n"));
+  EXPECT_THAT(information, HasSubstr("CreationDate:    2000-02-29T23:59:59Z\n"));
+}
+
+TEST_F(Documents, AreDatedByTheClockOtherwise) {
+  scanTo(folder / "page.pdf");
+  EXPECT_THAT(printedBy("pdfinfo -isodates '" + (folder / "page.pdf") + "'"),
+              testing::ContainsRegex("CreationDate: +20[2-9][0-9]-"));
+}
+
+TEST_F(Documents, AreStreamedToStandardOutputWithoutATitle) {
+  writeContent(folder / "streamed.pdf", scanTo("-"));
+  printedBy("qpdf --check '" + (folder / "streamed.pdf") + "'");
+  EXPECT_THAT(printedBy("pdfinfo '" + (folder / "streamed.pdf") + "'"), testing::Not(HasSubstr("Title:")));
+}
+
+TEST_F(Documents, AreTheSameBytesForTheSameTime) {
+  setenv("SOURCE_DATE_EPOCH", "951868799", 1);
+  scanTo(folder / "page.pdf");
+  const std::string first = contentOf(folder / "page.pdf");
+  scanTo(folder / "page.pdf");
+  EXPECT_TRUE(contentOf(folder / "page.pdf") == first);
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, EveryMode, testing::ValuesIn(modes),
