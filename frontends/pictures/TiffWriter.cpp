@@ -86,35 +86,52 @@ TiffHandle openTiff(TiffStream& stream, const char* mode) {
           TIFFClose};
 }
 
-void setCompression(TIFF* tiff, const PictureLayout& layout) {
+// Sets the fields of the current directory and remembers whether the library accepted all of them: it reports
+// some refusals by the result alone.
+class Fields {
+ public:
+  explicit Fields(TIFF* tiff) : tiff_(tiff) {}
+
+  template <typename... Values>
+  void set(std::uint32_t tag, Values... values) {
+    accepted_ = TIFFSetField(tiff_, tag, values...) == 1 && accepted_;
+  }
+  bool accepted() const { return accepted_; }
+
+ private:
+  TIFF* tiff_;
+  bool accepted_ = true;
+};
+
+void setCompression(Fields& fields, const PictureLayout& layout) {
   if (layout.bitsPerChannel == 1) {
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+    fields.set(TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+    fields.set(TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
     // Group 4 starts every strip from a white reference row: one strip compresses best.
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, layout.height);
+    fields.set(TIFFTAG_ROWSPERSTRIP, layout.height);
     return;
   }
-  TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
-  TIFFSetField(tiff, TIFFTAG_ZIPQUALITY, compressionLevel);
-  TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
-  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, layout.channels == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
-  TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsPerStrip(layout));
+  fields.set(TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+  fields.set(TIFFTAG_ZIPQUALITY, compressionLevel);
+  fields.set(TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
+  fields.set(TIFFTAG_PHOTOMETRIC, layout.channels == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+  fields.set(TIFFTAG_ROWSPERSTRIP, rowsPerStrip(layout));
 }
 
-void setTags(TIFF* tiff, const PictureLayout& layout, const std::string& software) {
-  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, layout.width);
-  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, layout.height);
-  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, layout.bitsPerChannel);
-  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, layout.channels);
-  TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-  TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-  TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
-  TIFFSetField(tiff, TIFFTAG_XRESOLUTION, static_cast<double>(layout.resolution));
-  TIFFSetField(tiff, TIFFTAG_YRESOLUTION, static_cast<double>(layout.resolution));
-  TIFFSetField(tiff, TIFFTAG_MAKE, "Quenvar");
-  TIFFSetField(tiff, TIFFTAG_MODEL, "Q750");
-  TIFFSetField(tiff, TIFFTAG_SOFTWARE, software.c_str());
-  setCompression(tiff, layout);
+void setTags(Fields& fields, const PictureLayout& layout, const std::string& software) {
+  fields.set(TIFFTAG_IMAGEWIDTH, layout.width);
+  fields.set(TIFFTAG_IMAGELENGTH, layout.height);
+  fields.set(TIFFTAG_BITSPERSAMPLE, layout.bitsPerChannel);
+  fields.set(TIFFTAG_SAMPLESPERPIXEL, layout.channels);
+  fields.set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+  fields.set(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+  fields.set(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+  fields.set(TIFFTAG_XRESOLUTION, static_cast<double>(layout.resolution));
+  fields.set(TIFFTAG_YRESOLUTION, static_cast<double>(layout.resolution));
+  fields.set(TIFFTAG_MAKE, "Quenvar");
+  fields.set(TIFFTAG_MODEL, "Q750");
+  fields.set(TIFFTAG_SOFTWARE, software.c_str());
+  setCompression(fields, layout);
 }
 
 class TiffWriter final : public PictureWriter {
@@ -126,11 +143,13 @@ class TiffWriter final : public PictureWriter {
     if (!tiff_) open();
     if (!sink_.good()) return;
     stream_.journal.beginPage();
-    setTags(tiff_.get(), layout, settings_.software);
+    Fields fields(tiff_.get());
+    setTags(fields, layout, settings_.software);
     if (settings_.multiPage) {
-      TIFFSetField(tiff_.get(), TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
-      TIFFSetField(tiff_.get(), TIFFTAG_PAGENUMBER, static_cast<int>(pages() - 1), 0);  // 0: total unknown
+      fields.set(TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
+      fields.set(TIFFTAG_PAGENUMBER, static_cast<int>(pages() - 1), 0);  // 0: total unknown
     }
+    require(fields.accepted());
     row_.resize(layout.rowBytes());
     rows_ = 0;
   }
