@@ -62,7 +62,7 @@ struct JpegEncoder::State {
     of(jpeg).put(bufferSize - of(jpeg).destination.free_in_buffer);
   }
 
-  void begin(int quality, const std::string& comment) {
+  void begin(const JpegSettings& settings) {
     if (setjmp(leave) != 0) return;
     jpeg_create_compress(&jpeg);
     jpeg.dest = &destination;
@@ -71,13 +71,17 @@ struct JpegEncoder::State {
     jpeg.input_components = static_cast<int>(layout.channels);
     jpeg.in_color_space = layout.channels == 3 ? JCS_RGB : JCS_GRAYSCALE;
     jpeg_set_defaults(&jpeg);
-    jpeg_set_quality(&jpeg, quality, TRUE);
+    jpeg_set_quality(&jpeg, settings.quality, TRUE);
     jpeg.density_unit = 1;  // dots per inch
     jpeg.X_density = jpeg.Y_density = static_cast<UINT16>(layout.resolution);
     jpeg_start_compress(&jpeg, TRUE);
-    if (comment.empty()) return;
-    jpeg_write_marker(&jpeg, JPEG_COM, reinterpret_cast<const JOCTET*>(comment.data()),
-                      static_cast<unsigned>(comment.size()));
+    if (!settings.profile.empty()) {
+      jpeg_write_icc_profile(&jpeg, reinterpret_cast<const JOCTET*>(settings.profile.data()),
+                             static_cast<unsigned>(settings.profile.size()));
+    }
+    if (settings.comment.empty()) return;
+    jpeg_write_marker(&jpeg, JPEG_COM, reinterpret_cast<const JOCTET*>(settings.comment.data()),
+                      static_cast<unsigned>(settings.comment.size()));
   }
   void writeSamples(JSAMPROW samples) {
     if (ended || setjmp(leave) != 0) return;
@@ -89,7 +93,7 @@ struct JpegEncoder::State {
   }
 };
 
-JpegEncoder::JpegEncoder(const PictureLayout& layout, int quality, const std::string& comment, Output output)
+JpegEncoder::JpegEncoder(const PictureLayout& layout, const JpegSettings& settings, Output output)
     : state_(std::make_unique<State>()) {
   State& state = *state_;
   state.layout = layout;
@@ -102,7 +106,7 @@ JpegEncoder::JpegEncoder(const PictureLayout& layout, int quality, const std::st
   state.destination.init_destination = State::beginBuffer;
   state.destination.empty_output_buffer = State::emptyBuffer;
   state.destination.term_destination = State::endBuffer;
-  state.begin(quality, comment);
+  state.begin(settings);
 }
 
 JpegEncoder::~JpegEncoder() {

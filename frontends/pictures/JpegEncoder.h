@@ -10,6 +10,13 @@
 
 namespace frontend {
 
+// What a JPEG picture contains besides its pixels, and how much of these it keeps.
+struct JpegSettings {
+  int quality;          // 1 to 100
+  std::string comment;  // none if empty
+  std::string profile;  // ICC; none if empty
+};
+
 // Encodes one JPEG picture (JFIF) from its rows and passes the bytes on as they are produced, for the writers
 // of JPEG and PDF. Lineart becomes gray. Owns the library's state, a buffer of 64 KiB and its copies of
 // layout and output; the rows stay the caller's. Errors are reported through failure(): once there is one, or
@@ -21,8 +28,7 @@ class JpegEncoder {
   // inside the functions below, through a C library: must not throw.
   using Output = std::function<bool(const std::uint8_t* bytes, std::size_t count)>;
 
-  // `quality` is 1 to 100. The comment is written into the file unless it is empty.
-  JpegEncoder(const PictureLayout& layout, int quality, const std::string& comment, Output output);
+  JpegEncoder(const PictureLayout& layout, const JpegSettings& settings, Output output);
   ~JpegEncoder();
   JpegEncoder(const JpegEncoder&) = delete;
   JpegEncoder& operator=(const JpegEncoder&) = delete;

@@ -1,5 +1,6 @@
 #include <optional>
 
+#include "ColorProfile.h"
 #include "JpegEncoder.h"
 #include "PictureWriter.h"
 
@@ -12,8 +13,10 @@ class JpegWriter final : public PictureWriter {
   JpegWriter(ByteSink& sink, const PictureSettings& settings) : sink_(sink), settings_(settings) {}
 
   void beginPage(const PictureLayout& layout) override {
+    // Lineart is gray here.
+    const PictureLayout stored{layout.width, layout.height, layout.channels, 8, layout.resolution};
     encoder_.emplace(
-        layout, settings_.quality, settings_.software,
+        layout, JpegSettings{settings_.quality, settings_.software, colorProfileOf(stored)},
         [this](const std::uint8_t* bytes, std::size_t count) { return sink_.write(bytes, count); });
     reportFailure();
   }

@@ -2,10 +2,13 @@
 
 #include <chrono>
 #include <cstdio>
+#include <map>
 #include <qpdf/Buffer.hh>
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFWriter.hh>
+
+#include "ColorProfile.h"
 
 namespace frontend {
 namespace {
@@ -32,25 +35,56 @@ std::string points(std::uint32_t pixels, std::uint32_t resolution) {
   return text;
 }
 
-QPDFObjectHandle imageOf(QPDF& document, const PdfPicture& page) {
+// A copy would double the memory that a document takes.
+std::shared_ptr<Buffer> borrow(const std::string& bytes) {
+  auto* start = reinterpret_cast<unsigned char*>(const_cast<char*>(bytes.data()));
+  return std::make_shared<Buffer>(start, bytes.size());
+}
+
+// The color spaces of the pages of one document, which borrow the bytes of their profiles. All pages of a
+// kind share one.
+class ColorSpaces {
+ public:
+  explicit ColorSpaces(QPDF& document) : document_(document) {}
+
+  QPDFObjectHandle of(const PictureLayout& layout) {
+    const std::string& profile = colorProfileOf(layout);
+    if (profile.empty()) return QPDFObjectHandle::newName("/DeviceGray");
+    const auto [space, added] = spaces_.try_emplace(layout.channels);
+    if (added) space->second = document_.makeIndirectObject(newSpace(layout.channels, profile));
+    return space->second;
+  }
+
+ private:
+  QPDFObjectHandle newSpace(std::uint32_t channels, const std::string& profile) {
+    QPDFObjectHandle stream = document_.newStream(borrow(profile));
+    stream.getDict().replaceKey("/N", QPDFObjectHandle::newInteger(channels));
+    stream.getDict().replaceKey("/Alternate",
+                                QPDFObjectHandle::newName(channels == 3 ? "/DeviceRGB" : "/DeviceGray"));
+    return QPDFObjectHandle::newArray({QPDFObjectHandle::newName("/ICCBased"), stream});
+  }
+
+  QPDF& document_;
+  std::map<std::uint32_t, QPDFObjectHandle> spaces_;  // by their number of channels
+};
+
+QPDFObjectHandle imageOf(QPDF& document, ColorSpaces& spaces, const PdfPicture& page) {
   const PictureLayout& layout = page.layout;
-  // The buffer borrows the bytes: a copy would double the memory that the document takes.
-  auto* bytes = reinterpret_cast<unsigned char*>(const_cast<char*>(page.bytes.data()));
-  QPDFObjectHandle image = document.newStream(std::make_shared<Buffer>(bytes, page.bytes.size()));
+  QPDFObjectHandle image = document.newStream(borrow(page.bytes));
   image.replaceDict(
       QPDFObjectHandle::parse("<< /Type /XObject /Subtype /Image /Width " + std::to_string(layout.width) +
-                              " /Height " + std::to_string(layout.height) + " /ColorSpace " +
-                              (layout.channels == 3 ? "/DeviceRGB" : "/DeviceGray") + " /BitsPerComponent " +
+                              " /Height " + std::to_string(layout.height) + " /BitsPerComponent " +
                               std::to_string(layout.bitsPerChannel) + " " + page.filter + " >>"));
+  image.getDict().replaceKey("/ColorSpace", spaces.of(layout));
   return image;
 }
 
-void addPage(QPDF& document, const PdfPicture& page) {
+void addPage(QPDF& document, ColorSpaces& spaces, const PdfPicture& page) {
   const std::string width = points(page.layout.width, page.layout.resolution);
   const std::string height = points(page.layout.height, page.layout.resolution);
   QPDFObjectHandle sheet = QPDFObjectHandle::parse("<< /Type /Page /MediaBox [ 0 0 " + width + " " + height +
                                                    " ] /Resources << /XObject << >> >> >>");
-  sheet.getKey("/Resources").getKey("/XObject").replaceKey("/Page", imageOf(document, page));
+  sheet.getKey("/Resources").getKey("/XObject").replaceKey("/Page", imageOf(document, spaces, page));
   sheet.replaceKey("/Contents", document.newStream("q " + width + " 0 0 " + height + " 0 0 cm /Page Do Q\n"));
   QPDFPageDocumentHelper(document).addPage(document.makeIndirectObject(sheet), false);
 }
@@ -85,7 +119,8 @@ QPDFObjectHandle informationFrom(const PictureSettings& settings) {
 void writePdfDocument(ByteSink& sink, const std::vector<PdfPicture>& pages, const PictureSettings& settings) {
   QPDF document;
   document.emptyPDF();
-  for (const PdfPicture& page : pages) addPage(document, page);
+  ColorSpaces spaces(document);
+  for (const PdfPicture& page : pages) addPage(document, spaces, page);
   document.getTrailer().replaceKey("/Info", document.makeIndirectObject(informationFrom(settings)));
 
   SinkPipeline pipeline(sink);

@@ -19,7 +19,7 @@ class JpegPicture final : public PdfPictureEncoder {
  public:
   JpegPicture(const PictureLayout& layout, int quality)
       : picture_{layout, "/Filter /DCTDecode", {}},
-        encoder_(layout, quality, "",
+        encoder_(layout, {quality, "", ""},  // the profile is the document's
                  [this](const std::uint8_t* bytes, std::size_t count) { return append(bytes, count); }) {
     throwIfFailed();
   }

@@ -9,6 +9,7 @@ namespace frontend {
 namespace {
 
 constexpr double inchesPerMetre = 1 / 0.0254;
+constexpr png_fixed_point gamma22 = 45455;  // 1 / 2.2
 // Measured on scans: higher levels take twice the time for a few percent.
 constexpr int compressionLevel = 4;
 
@@ -32,6 +33,10 @@ void setHeader(png_structp png, png_infop info, const PictureLayout& layout,
                PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   const auto perMetre = static_cast<png_uint_32>(std::lround(layout.resolution * inchesPerMetre));
   png_set_pHYs(png, info, perMetre, perMetre, PNG_RESOLUTION_METER);
+  // Gray has no primaries for sRGB to name: its tone curve says it all, the same as in the profile of the
+  // other formats. Black and white need neither.
+  if (layout.channels == 3) png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
+  if (layout.channels == 1 && layout.bitsPerChannel == 8) png_set_gAMA_fixed(png, info, gamma22);
   png_text text{};
   text.compression = PNG_TEXT_COMPRESSION_NONE;
   text.key = const_cast<char*>("Software");

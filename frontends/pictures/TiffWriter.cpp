@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "ColorProfile.h"
 #include "PageJournal.h"
 #include "PictureWriter.h"
 
@@ -131,6 +132,9 @@ void setTags(Fields& fields, const PictureLayout& layout, const std::string& sof
   fields.set(TIFFTAG_MAKE, "Quenvar");
   fields.set(TIFFTAG_MODEL, "Q750");
   fields.set(TIFFTAG_SOFTWARE, software.c_str());
+  const std::string& profile = colorProfileOf(layout);
+  if (!profile.empty())
+    fields.set(TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(profile.size()), profile.data());
   setCompression(fields, layout);
 }
 

@@ -5,6 +5,7 @@
 #include <png.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 PngFile::PngFile(const std::string& path) {
   std::FILE* file = std::fopen(path.c_str(), "rb");
@@ -25,6 +26,9 @@ PngFile::PngFile(const std::string& path) {
   EXPECT_EQ(unit, PNG_RESOLUTION_METER);
   png_textp text = nullptr;
   if (png_get_text(png, info, &text, nullptr) == 1) software = text[0].text;
+  int intent = 0;
+  srgb = png_get_sRGB(png, info, &intent) != 0;
+  png_get_gAMA(png, info, &gamma);
   const std::size_t rowBytes = png_get_rowbytes(png, info);
   for (png_uint_32 row = 0; row < height; ++row) {
     const png_bytep bytes = png_get_rows(png, info)[row];
@@ -46,6 +50,7 @@ JpegFile::JpegFile(const std::string& path) {
   jpeg_create_decompress(&jpeg);
   jpeg_stdio_src(&jpeg, file);
   jpeg_save_markers(&jpeg, JPEG_COM, 1000);
+  jpeg_save_markers(&jpeg, JPEG_APP0 + 2, 0xFFFF);
   jpeg_read_header(&jpeg, TRUE);
   jpeg_start_decompress(&jpeg);
   width = jpeg.output_width;
@@ -54,8 +59,15 @@ JpegFile::JpegFile(const std::string& path) {
   densityUnit = jpeg.density_unit;
   densityX = jpeg.X_density;
   densityY = jpeg.Y_density;
-  if (jpeg.marker_list != nullptr)
-    comment.assign(reinterpret_cast<const char*>(jpeg.marker_list->data), jpeg.marker_list->data_length);
+  for (jpeg_saved_marker_ptr marker = jpeg.marker_list; marker != nullptr; marker = marker->next) {
+    if (marker->marker == JPEG_COM)
+      comment.assign(reinterpret_cast<const char*>(marker->data), marker->data_length);
+  }
+  JOCTET* icc = nullptr;
+  unsigned iccSize = 0;
+  if (jpeg_read_icc_profile(&jpeg, &icc, &iccSize) == TRUE)
+    profile.assign(reinterpret_cast<const char*>(icc), iccSize);
+  std::free(icc);
   const std::size_t rowBytes = std::size_t{width} * static_cast<std::size_t>(channels);
   pixels.resize(rowBytes * height);
   while (jpeg.output_scanline < height) {
@@ -75,6 +87,15 @@ std::string printedBy(const std::string& command) {
   while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) printed.append(buffer, count);
   EXPECT_EQ(pclose(pipe), 0) << command << ":\n" << printed;
   return printed;
+}
+
+std::vector<std::uint8_t> storedPixels(const std::string& pdf, int page) {
+  const std::string number = std::to_string(page);
+  const std::string object = printedBy("pdfimages -list -f " + number + " -l " + number + " '" + pdf +
+                                       "' | awk 'NR == 3 { printf \"%d,%d\", $11, $12 }'");
+  const std::string pixels =
+      printedBy("qpdf --filtered-stream-data --show-object=" + object + " '" + pdf + "'");
+  return {pixels.begin(), pixels.end()};
 }
 
 void extractPages(const std::string& pdf) {

@@ -16,6 +16,8 @@ struct PngFile {
   std::uint32_t pixelsPerMetreX = 0;
   std::uint32_t pixelsPerMetreY = 0;
   std::string software;
+  bool srgb = false;
+  double gamma = 0;                  // 0 if the file has none
   std::vector<std::uint8_t> pixels;  // rows as stored in the file
 };
 
@@ -29,6 +31,7 @@ struct JpegFile {
   int densityX = 0;
   int densityY = 0;
   std::string comment;
+  std::string profile;  // ICC
   std::vector<std::uint8_t> pixels;
 };
 
@@ -36,6 +39,10 @@ struct JpegFile {
 // the command does.
 std::string printedBy(const std::string& command);
 
+// The pixels of the only image of a page, as they are stored in the PDF with a compression that loses nothing
+// but is not that of faxes.
+std::vector<std::uint8_t> storedPixels(const std::string& pdf, int page);
+
 // Writes the pages of a PDF to PNG files of its name and a number, "document.pdf-000.png", at
-// their stored size.
+// their stored size, their colors as a screen would show them.
 void extractPages(const std::string& pdf);

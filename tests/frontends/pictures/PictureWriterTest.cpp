@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "ColorProfile.h"
 #include "FileSizeLimit.h"
 #include "PictureFiles.h"
 #include "PictureWriter.h"
@@ -106,6 +107,7 @@ TEST_F(WritingPictures, WritesColourAsTiff) {
             "  Make: Quenvar\n"
             "  Model: Q750\n"
             "  Software: q750 9.9.9\n"
+            "  ICC Profile: <present>, 2628 bytes\n"
             "  Predictor: horizontal differencing 2 (0x2)\n");
 }
 
@@ -268,9 +270,9 @@ TEST_F(WritingPictures, WritesPagesIntoOnePdf) {
   EXPECT_THAT(information, HasSubstr("Page    3 size:  17.28 x 14.64 pts\n"));
   EXPECT_THAT(information, HasSubstr("PDF version:     1.4\n"));
   const std::string images = printedBy("pdfimages -list '" + path + "'");
-  EXPECT_THAT(images, testing::ContainsRegex("1 +0 image +37 +29 +rgb +3 +8 +jpeg +no +[0-9]+ +0 +300 +300"));
+  EXPECT_THAT(images, testing::ContainsRegex("1 +0 image +37 +29 +icc +3 +8 +jpeg +no +[0-9]+ +0 +300 +300"));
   EXPECT_THAT(images,
-              testing::ContainsRegex("2 +1 image +501 +1203 +gray +1 +8 +jpeg +no +[0-9]+ +0 +300 +300"));
+              testing::ContainsRegex("2 +1 image +501 +1203 +icc +1 +8 +jpeg +no +[0-9]+ +0 +300 +300"));
   EXPECT_THAT(images,
               testing::ContainsRegex("3 +2 image +72 +61 +gray +1 +1 +ccitt +no +[0-9]+ +0 +300 +300"));
 }
@@ -293,6 +295,54 @@ TEST_F(WritingPictures, WritesAPdfWhoseTitleIsNotInUtf8) {
               HasSubstr("No syntax or stream encoding errors found"));
 }
 
+TEST_F(WritingPictures, NamesTheColorSpaceInATiff) {
+  for (const TestPicture* picture : {&color, &grey, &lineart}) {
+    write(PictureFormat::tiff, {picture});
+    const std::string& profile = colorProfileOf(picture->layout);
+    const std::string content = contentOf(path);
+    EXPECT_EQ(content.find(profile) != std::string::npos, true);
+    EXPECT_EQ(TiffFile(path).tags.find("ICC Profile") == std::string::npos, profile.empty());
+  }
+}
+
+TEST_F(WritingPictures, NamesTheColorSpaceInAPng) {
+  write(PictureFormat::png, {&color});
+  EXPECT_TRUE(PngFile(path).srgb);
+  write(PictureFormat::png, {&grey});
+  EXPECT_FALSE(PngFile(path).srgb);
+  EXPECT_NEAR(PngFile(path).gamma, 1 / 2.2, 1e-5);
+  write(PictureFormat::png, {&lineart});
+  EXPECT_FALSE(PngFile(path).srgb);
+  EXPECT_EQ(PngFile(path).gamma, 0);
+}
+
+TEST_F(WritingPictures, NamesTheColorSpaceInAJpeg) {
+  write(PictureFormat::jpeg, {&color});
+  EXPECT_EQ(JpegFile(path).profile, colorProfileOf(color.layout));
+  for (const TestPicture* gray : {&grey, &lineart}) {
+    write(PictureFormat::jpeg, {gray});
+    EXPECT_EQ(JpegFile(path).profile, colorProfileOf(grey.layout));
+  }
+}
+
+std::size_t countOf(const std::string& part, const std::string& text) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) ++count;
+  return count;
+}
+
+TEST_F(WritingPictures, NamesEachColorSpaceOnceInAPdf) {
+  write(PictureFormat::pdf, {&color, &grey, &color, &lineart, &grey});
+  const std::string content = contentOf(path);
+  EXPECT_EQ(countOf(colorProfileOf(color.layout), content), 1U);
+  EXPECT_EQ(countOf(colorProfileOf(grey.layout), content), 1U);
+  EXPECT_EQ(countOf("/ICCBased", content), 2U);
+  EXPECT_EQ(countOf("/ColorSpace /DeviceGray", content), 1U);
+  const std::string images = printedBy("pdfimages -list '" + path + "'");
+  EXPECT_EQ(countOf(" icc ", images), 4U);
+  EXPECT_EQ(countOf(" gray ", images), 1U);
+}
+
 TEST_F(WritingPictures, LosesNothingInAPdfOnRequest) {
   PictureSettings lossless = settings();
   lossless.lossless = true;
@@ -300,7 +350,8 @@ TEST_F(WritingPictures, LosesNothingInAPdfOnRequest) {
   printedBy("qpdf --check '" + path + "'");
   extractPages(path);
   EXPECT_EQ(pageOfPdf(0), color.pixels);
-  EXPECT_EQ(pageOfPdf(1), grey.pixels);
+  EXPECT_EQ(storedPixels(path, 1), color.pixels);
+  EXPECT_EQ(storedPixels(path, 2), grey.pixels);
   EXPECT_EQ(pageOfPdf(2), lineart.inverted());
 }
 
