@@ -72,6 +72,9 @@ struct JpegEncoder::State {
     jpeg.in_color_space = layout.channels == 3 ? JCS_RGB : JCS_GRAYSCALE;
     jpeg_set_defaults(&jpeg);
     jpeg_set_quality(&jpeg, settings.quality, TRUE);
+    // The other channels are sampled once for each sample of the first, by default once for four of it.
+    if (settings.quality >= fullColorQuality)
+      jpeg.comp_info[0].h_samp_factor = jpeg.comp_info[0].v_samp_factor = 1;
     jpeg.density_unit = 1;  // dots per inch
     jpeg.X_density = jpeg.Y_density = static_cast<UINT16>(layout.resolution);
     jpeg_start_compress(&jpeg, TRUE);

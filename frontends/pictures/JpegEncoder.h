@@ -12,10 +12,13 @@ namespace frontend {
 
 // What a JPEG picture contains besides its pixels, and how much of these it keeps.
 struct JpegSettings {
-  int quality;          // 1 to 100
+  int quality;          // 1 to 100; from fullColorQuality on, color has the resolution of brightness
   std::string comment;  // none if empty
   std::string profile;  // ICC; none if empty
 };
+
+// From here on what is lost of fine colored lines would show more than what the quality loses.
+inline constexpr int fullColorQuality = 90;
 
 // Encodes one JPEG picture (JFIF) from its rows and passes the bytes on as they are produced, for the writers
 // of JPEG and PDF. Lineart becomes gray. Owns the library's state, a buffer of 64 KiB and its copies of

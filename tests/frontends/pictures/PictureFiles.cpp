@@ -59,6 +59,7 @@ JpegFile::JpegFile(const std::string& path) {
   densityUnit = jpeg.density_unit;
   densityX = jpeg.X_density;
   densityY = jpeg.Y_density;
+  fullColor = jpeg.max_h_samp_factor == 1 && jpeg.max_v_samp_factor == 1;
   for (jpeg_saved_marker_ptr marker = jpeg.marker_list; marker != nullptr; marker = marker->next) {
     if (marker->marker == JPEG_COM)
       comment.assign(reinterpret_cast<const char*>(marker->data), marker->data_length);

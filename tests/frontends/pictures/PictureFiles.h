@@ -31,7 +31,8 @@ struct JpegFile {
   int densityX = 0;
   int densityY = 0;
   std::string comment;
-  std::string profile;  // ICC
+  std::string profile;     // ICC
+  bool fullColor = false;  // whether all channels have the same resolution
   std::vector<std::uint8_t> pixels;
 };
 

@@ -343,6 +343,18 @@ TEST_F(WritingPictures, NamesEachColorSpaceOnceInAPdf) {
   EXPECT_EQ(countOf(" gray ", images), 1U);
 }
 
+TEST_F(WritingPictures, KeepsTheColorOfFineLinesInAJpegOfHighQuality) {
+  PictureSettings chosen = settings();
+  for (const int quality : {lowestQuality, 89, 90, highestQuality}) {
+    chosen.quality = quality;
+    write(PictureFormat::jpeg, {&color}, chosen);
+    EXPECT_EQ(JpegFile(path).fullColor, quality >= 90) << quality;
+    write(PictureFormat::pdf, {&color}, chosen);
+    printedBy("pdfimages -j '" + path + "' '" + path + "'");
+    EXPECT_EQ(JpegFile(path + "-000.jpg").fullColor, quality >= 90) << quality;
+  }
+}
+
 TEST_F(WritingPictures, LosesNothingInAPdfOnRequest) {
   PictureSettings lossless = settings();
   lossless.lossless = true;
