@@ -7,6 +7,7 @@
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFWriter.hh>
+#include <stdexcept>
 
 #include "ColorProfile.h"
 
@@ -114,14 +115,26 @@ QPDFObjectHandle informationFrom(const PictureSettings& settings) {
   return information;
 }
 
+// A document that the PDF library merely warns of may lack what was scanned: it counts as failed.
+void requireComplete(QPDF& document, std::size_t pages) {
+  if (document.anyWarnings()) throw std::runtime_error(document.getWarnings().front().what());
+  const std::size_t found = document.getAllPages().size();
+  if (found == pages) return;
+  throw std::runtime_error("the document has " + std::to_string(found) + " pages instead of " +
+                           std::to_string(pages));
+}
+
 }  // namespace
 
 void writePdfDocument(ByteSink& sink, const std::vector<PdfPicture>& pages, const PictureSettings& settings) {
+  if (pages.empty()) throw std::runtime_error("the document has no pages");
   QPDF document;
+  document.setSuppressWarnings(true);
   document.emptyPDF();
   ColorSpaces spaces(document);
   for (const PdfPicture& page : pages) addPage(document, spaces, page);
   document.getTrailer().replaceKey("/Info", document.makeIndirectObject(informationFrom(settings)));
+  requireComplete(document, pages.size());
 
   SinkPipeline pipeline(sink);
   QPDFWriter writer(document);
@@ -131,6 +144,7 @@ void writePdfDocument(ByteSink& sink, const std::vector<PdfPicture>& pages, cons
   writer.setMinimumPDFVersion("1.4");
   writer.setDeterministicID(true);
   writer.write();
+  requireComplete(document, pages.size());
 }
 
 }  // namespace frontend

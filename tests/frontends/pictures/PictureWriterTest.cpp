@@ -568,6 +568,15 @@ TEST_F(WritingPictures, DropsPagesOfAPdfUntilItFits) {
   }
 }
 
+TEST_F(WritingPictures, NeverSavesAPdfWithoutPages) {
+  const int descriptor = create();
+  ByteSink sink(descriptor);
+  makePictureWriter(PictureFormat::pdf, sink, settings())->finish();
+  EXPECT_EQ(sink.failure(), "the document has no pages");
+  EXPECT_EQ(contentOf(path), "");
+  close(descriptor);
+}
+
 TEST_F(WritingPictures, ReportsWhyItFailed) {
   const int full = open("/dev/full", O_RDWR);
   for (const PictureFormat format : formats) {
