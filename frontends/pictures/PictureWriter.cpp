@@ -1,8 +1,11 @@
 #include "PictureWriter.h"
 
-namespace frontend {
+#include "RotatedWriter.h"
 
-std::unique_ptr<PictureWriter> makePictureWriter(PictureFormat format, ByteSink& sink,
+namespace frontend {
+namespace {
+
+std::unique_ptr<PictureWriter> makeUprightWriter(PictureFormat format, ByteSink& sink,
                                                  const PictureSettings& settings) {
   switch (format) {
     case PictureFormat::tiff:
@@ -17,6 +20,15 @@ std::unique_ptr<PictureWriter> makePictureWriter(PictureFormat format, ByteSink&
       break;
   }
   return makePdfWriter(sink, settings);
+}
+
+}  // namespace
+
+std::unique_ptr<PictureWriter> makePictureWriter(PictureFormat format, ByteSink& sink,
+                                                 const PictureSettings& settings) {
+  auto writer = makeUprightWriter(format, sink, settings);
+  if (settings.rotation == Rotation::none) return writer;
+  return makeRotatedWriter(std::move(writer), settings.rotation);
 }
 
 }  // namespace frontend

@@ -8,6 +8,7 @@
 #include "ByteSink.h"
 #include "PictureFormat.h"
 #include "PictureLayout.h"
+#include "Rotation.h"
 
 namespace frontend {
 
@@ -24,6 +25,7 @@ struct PictureSettings {
   bool multiPage = false;                    // whether the file may get more than one page
   int quality = defaultQuality;              // of JPEG pictures and those in a PDF
   bool lossless = false;                     // PDF: Deflate instead of JPEG
+  Rotation rotation = Rotation::none;        // of every page
 };
 
 // Encodes a picture, or a document of several, row by row as it arrives from the scanner:
@@ -73,12 +75,12 @@ class PictureWriter {
   virtual void finish() = 0;
 };
 
-// The writer for the format. It borrows the sink, which must outlive it and, for TIFF, be able to seek; the
-// settings are copied.
+// The writer for the format and the rotation. It borrows the sink, which must outlive it and, for TIFF, be
+// able to seek; the settings are copied.
 std::unique_ptr<PictureWriter> makePictureWriter(PictureFormat format, ByteSink& sink,
                                                  const PictureSettings& settings);
 
-// The same for each format, in the source named after it.
+// The same for each format, in the source named after it, without rotation.
 
 // TIFF 6.0: Deflate with horizontal differencing; lineart in CCITT Group 4.
 std::unique_ptr<PictureWriter> makeTiffWriter(ByteSink& sink, const PictureSettings& settings);

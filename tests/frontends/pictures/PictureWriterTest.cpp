@@ -426,6 +426,44 @@ TEST_F(WritingPictures, PutsTheJpegIntoThePdfAsItIs) {
   EXPECT_LT(distance(pageOfPdf(), picture.pixels), 6);
 }
 
+TEST_F(WritingPictures, TurnsPagesInEveryFormat) {
+  PictureSettings turned = settings();
+  turned.rotation = Rotation::quarter;
+  turned.lossless = true;
+  TestPicture upright(narrowLineart.layout.height, narrowLineart.layout.width, 1, 1);
+  const auto rows = makeRotatedRows(narrowLineart.pixels, narrowLineart.layout, Rotation::quarter);
+  for (std::uint32_t row = 0; row < upright.layout.height; ++row)
+    std::copy_n(rows->next(), upright.layout.rowBytes(), &upright.pixels[row * upright.layout.rowBytes()]);
+  for (const PictureFormat format : formats) {
+    ASSERT_TRUE(write(format, {&upright}));
+    const std::string expected = contentOf(path);
+    ASSERT_TRUE(write(format, {&narrowLineart}, turned));
+    EXPECT_TRUE(contentOf(path) == expected) << static_cast<int>(format);
+  }
+}
+
+TEST_F(WritingPictures, AbandonsATurnedPage) {
+  PictureSettings turned = settings();
+  turned.multiPage = true;
+  turned.rotation = Rotation::threeQuarters;
+  for (const PictureFormat format : {PictureFormat::tiff, PictureFormat::pdf}) {
+    ASSERT_TRUE(write(format, {&color}, turned));
+    const std::string expected = contentOf(path);
+    const int descriptor = create();
+    ByteSink sink(descriptor);
+    const auto writer = makePictureWriter(format, sink, turned);
+    grey.writeTo(*writer);
+    writer->setPageAside();
+    color.writeTo(*writer);
+    writer->beginPage(lineart.layout);
+    lineart.writeRows(*writer, 1);
+    writer->abandonPage();
+    writer->finish();
+    close(descriptor);
+    EXPECT_TRUE(contentOf(path) == expected);
+  }
+}
+
 TEST_F(WritingPictures, WritesTheSmallestPicture) {
   const TestPicture bit(1, 1, 1, 1);
   const TestPicture byte(1, 1, 1);
