@@ -35,6 +35,14 @@ std::string timeoutRange() {
   return inSeconds(limits::shortestTimeout) + " to " + inSeconds(limits::longestTimeout);
 }
 
+// Distinguishes an empty name from none at all, which the parser's own conversion to std::optional does not.
+void addDeviceOption(CLI::App& command, std::optional<std::string>& device, const std::string& description) {
+  command
+      .add_option_function<std::string>(
+          "-d,--device", [&device](const std::string& name) { device = name; }, description)
+      ->type_name("NAME");
+}
+
 void addVirtualOptions(CLI::App& command, VirtualScannerOptions& options, const std::string& group) {
   command
       .add_option("--virtual-paper", options.paper,
@@ -122,9 +130,8 @@ void addPageOptions(CLI::App& scan, ScanOptions& options) {
 
 void addScanOptions(CLI::App& scan, ScanOptions& options) {
   addOutputOptions(scan, options);
-  scan.add_option("-d,--device", options.device,
-                  "The scanner, by its name in q750 list" + defaultIs("the only one"))
-      ->type_name("NAME");
+  addDeviceOption(scan, options.device,
+                  "The scanner, by its name in q750 list" + defaultIs("the only real one"));
   addPictureOptions(scan, options);
   addPageOptions(scan, options);
   scan.add_option("--progress", options.progress, listOf(progressNames) + defaultIs(options.progress))
@@ -141,10 +148,8 @@ void addScanOptions(CLI::App& scan, ScanOptions& options) {
 }
 
 void addDoctorOptions(CLI::App& doctor, DoctorOptions& options) {
-  doctor
-      .add_option("-d,--device", options.device,
-                  "The scanner to check, by its name in q750 list" + defaultIs("all"))
-      ->type_name("NAME");
+  addDeviceOption(doctor, options.device,
+                  "The scanner to check, by its name in q750 list" + defaultIs("all"));
   doctor
       .add_option("--timeout", options.timeout,
                   "How long a scanner may be silent during the test scan: " + timeoutRange() +

@@ -25,9 +25,9 @@ struct ListOptions {
 
 // The options of "q750 scan" as they were given; ScanPlan.h interprets them.
 struct ScanOptions {
-  std::string device;  // empty: the only one
-  std::string output;  // "-": standard output
-  std::string format;  // empty: by the extension of the output
+  std::optional<std::string> device;  // nothing: the only real one
+  std::string output;                 // "-": standard output
+  std::string format;                 // empty: by the extension of the output
   std::string resolution = std::to_string(limits::defaultResolution);
   std::string mode = nameOf(defaultMode);
   std::string threshold;    // empty: the default, or none outside lineart
@@ -46,7 +46,7 @@ struct ScanOptions {
 
 // The options of "q750 doctor".
 struct DoctorOptions {
-  std::string device;  // empty: all there are
+  std::optional<std::string> device;  // nothing: all real ones
   std::string timeout = inSeconds(defaultDoctorTimeout);
   VirtualScannerOptions virtualScanner;
 };

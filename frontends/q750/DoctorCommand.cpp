@@ -48,9 +48,9 @@ void runDoctor(const DoctorOptions& options) {
   request.settings = {bedResolutions.front(), ColorMode::gray, {0, 0, 16, 16}};
   request.timeout = timeoutOf(options.timeout);
   request.virtualScanner = checkedOptions(options.virtualScanner);
-  if (!options.device.empty() && !parseScannerName(options.device))
+  if (options.device && !parseScannerName(*options.device))
     throw CommandError(ExitCode::noDevice,
-                       "--device " + options.device + ": this is not the name of a scanner. See q750 list.");
+                       "--device " + *options.device + ": this is not the name of a scanner. See q750 list.");
 
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
@@ -60,7 +60,7 @@ void runDoctor(const DoctorOptions& options) {
                              return testScan(request, cancellation);
                            },
                            [](const Finding& finding) { console::print(lineOf(finding)); }});
-  const ExitCode code = examination.run(options.device);
+  const ExitCode code = examination.run(options.device.value_or(""));
   if (code == ExitCode::cancelled) throw CommandError(code, "The check was cancelled.");
   if (code != ExitCode::good) throw CommandError(code, "At least one finding needs attention, see above.");
 }

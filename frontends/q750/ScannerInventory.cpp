@@ -9,11 +9,22 @@
 namespace frontend {
 namespace {
 
+std::string problemIn(const ScannerInventory& inventory) {
+  return inventory.problem.empty() ? "" : " (" + inventory.problem + ")";
+}
+
 [[noreturn]] void throwNotFound(const std::string& requested, const ScannerInventory& inventory) {
-  const std::string problem = inventory.problem.empty() ? "" : " (" + inventory.problem + ")";
-  throw CommandError(ExitCode::noDevice, "--device " + requested + ": no such scanner" + problem +
-                                             ". Available scanners:\n" + scannerTable(inventory.scanners) +
-                                             "Choose one of them.");
+  throw CommandError(ExitCode::noDevice, "--device " + requested + ": no such scanner" +
+                                             problemIn(inventory) + ". Available scanners:\n" +
+                                             scannerTable(inventory.scanners) + "Choose one of them.");
+}
+
+[[noreturn]] void throwNoneConnected(const ScannerInventory& inventory) {
+  const std::string why = inventory.problem.empty()
+                              ? "No Quenvar Q750 is connected. Check its cable and its power."
+                              : "No Quenvar Q750 can be found" + problemIn(inventory) + ".";
+  throw CommandError(ExitCode::noDevice,
+                     why + " To scan from the virtual scanner instead, add --device virtual.");
 }
 
 // Before the worker tries: it could report only that the system denied the access, not what to do about it.
@@ -29,6 +40,9 @@ std::vector<ScannerEntry> realScanners(const ScannerInventory& inventory) {
 }
 
 void checkNamed(const std::string& requested, bool virtualOptionsUsed, const ScannerInventory& inventory) {
+  // As of "$SCANNER" where the variable is not set: whoever wrote that did not mean any scanner.
+  if (requested.empty())
+    throw CommandError(ExitCode::noDevice, "--device: the name is empty. See q750 list for the names.");
   const auto name = parseScannerName(requested);
   if (!name) throwNotFound(requested, inventory);
   if (name->isVirtual) return;
@@ -86,14 +100,15 @@ std::string inventoryAsJson(const ScannerInventory& inventory) {
   return JsonObject().array("scanners", scanners).text("problem", inventory.problem).document();
 }
 
-std::string chooseScanner(const std::string& requested, bool virtualOptionsUsed,
+std::string chooseScanner(const std::optional<std::string>& requested, bool virtualOptionsUsed,
                           const ScannerInventory& inventory) {
-  if (!requested.empty()) {
-    checkNamed(requested, virtualOptionsUsed, inventory);
-    return requested;
+  if (requested) {
+    checkNamed(*requested, virtualOptionsUsed, inventory);
+    return *requested;
   }
+  if (virtualOptionsUsed) return std::string(virtualScannerName);
   const std::vector<ScannerEntry> real = realScanners(inventory);
-  if (virtualOptionsUsed || real.empty()) return std::string(virtualScannerName);
+  if (real.empty()) throwNoneConnected(inventory);
   if (real.size() > 1) {
     throw UsageError("There are several scanners:\n" + scannerTable(real) +
                      "Choose one of them with --device NAME.");

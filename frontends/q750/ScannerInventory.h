@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,11 +23,12 @@ std::string scannerTable(const std::vector<ScannerEntry>& scanners);
 // The same as a JSON document, which q750(1) describes.
 std::string inventoryAsJson(const ScannerInventory& inventory);
 
-// The name of the scanner to use. `requested` is a name, or empty for: the virtual scanner if its options are
-// used; otherwise the only real one; the virtual one if there is none. Throws CommandError: noDevice for an
-// unknown scanner, accessDenied for one that this user may not use, usage if several could be meant or the
-// name contradicts the options.
-std::string chooseScanner(const std::string& requested, bool virtualOptionsUsed,
+// The name of the scanner to use: the one requested, or else the virtual one if its options are used, or else
+// the only real one. The virtual scanner never stands in for a real one that is missing: a script would save
+// its test chart as a page. Throws CommandError: noDevice for an unknown scanner and if none is connected,
+// accessDenied for one that this user may not use, usage if several could be meant or the name contradicts
+// the options.
+std::string chooseScanner(const std::optional<std::string>& requested, bool virtualOptionsUsed,
                           const ScannerInventory& inventory);
 
 }  // namespace frontend

@@ -103,6 +103,12 @@ TEST(CommandLine, TakesShortOptions) {
   EXPECT_TRUE(line.scan.quiet);
 }
 
+TEST(CommandLine, DistinguishesAnEmptyNameOfAScannerFromNone) {
+  EXPECT_EQ(parse({"scan", "-o", "a.png"}).scan.device, std::nullopt);
+  EXPECT_EQ(parse({"scan", "-o", "a.png", "-d", ""}).scan.device, "");
+  EXPECT_EQ(parse({"doctor", "--device", ""}).doctor.device, "");
+}
+
 TEST(CommandLine, TakesOneValueForEachFault) {
   EXPECT_THAT(complaintAbout({"scan", "-o", "a.png", "--virtual-fault", "stall", "unplug"}),
               HasSubstr("unplug"));

@@ -254,6 +254,13 @@ TEST_F(Program, RejectsAnUnknownScanner) {
   EXPECT_THAT(result.errors, StartsWith("q750: --device flatbed: no such scanner. Available scanners:\n"));
 }
 
+TEST_F(Program, ScansFromNoScannerForAnEmptyName) {
+  const ProgramResult result = runProgram({"scan", "-o", folder / "page.png", "--device", ""});
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.errors, "q750: --device: the name is empty. See q750 list for the names.\n");
+  EXPECT_THAT(folder.names(), IsEmpty());
+}
+
 TEST_F(Program, GivesUpAfterTheTimeout) {
   const ProgramResult result = scan({"-o", folder / "page.png", "-r", "75", "-q", "--timeout", "0.3",
                                      "--virtual-fault", "silence:0", "--virtual-real-time"});

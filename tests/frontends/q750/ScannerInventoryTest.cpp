@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "CommandError.h"
 #include "ScannerInventory.h"
 
@@ -58,7 +60,7 @@ TEST(InventoryAsJson, IsAnObject) {
 }
 
 struct Choice {
-  std::string asked;
+  std::optional<std::string> asked;
   bool virtualWanted = false;
   std::vector<ScannerEntry> there;
 };
@@ -68,13 +70,12 @@ std::string chosen(const Choice& choice) {
 }
 
 TEST(ChoosingAScanner, TakesTheOnlyOne) {
-  EXPECT_EQ(chosen({"", false, {simulated()}}), "virtual");
-  EXPECT_EQ(chosen({"", false, {}}), "virtual");
-  EXPECT_EQ(chosen({"", false, {real("usb:1-2"), simulated()}}), "usb:1-2");
+  EXPECT_EQ(chosen({std::nullopt, false, {real("usb:1-2"), simulated()}}), "usb:1-2");
 }
 
 TEST(ChoosingAScanner, TakesTheVirtualOneForItsOptions) {
-  EXPECT_EQ(chosen({"", true, {real("usb:1-2"), simulated()}}), "virtual");
+  EXPECT_EQ(chosen({std::nullopt, true, {real("usb:1-2"), simulated()}}), "virtual");
+  EXPECT_EQ(chosen({std::nullopt, true, {simulated()}}), "virtual");
   EXPECT_EQ(chosen({"virtual", true, {real("usb:1-2"), simulated()}}), "virtual");
 }
 
@@ -90,11 +91,13 @@ TEST(ChoosingAScanner, ReportsWhyItCannot) {
     ExitCode code;
     const char* complaint;
   } cases[] = {
-      {{"", false, {real("usb:1-2"), real("usb:1-3"), simulated()}},
+      {{std::nullopt, false, {real("usb:1-2"), real("usb:1-3"), simulated()}},
        ExitCode::usage,
        "There are several scanners:\nusb:1-2  Quenvar Q750\nusb:1-3  Quenvar Q750\nChoose one of them with "
        "--device NAME."},
-      {{"", false, {forbidden("usb:1-2"), simulated()}}, ExitCode::accessDenied, "usb:1-2: Join the group."},
+      {{std::nullopt, false, {forbidden("usb:1-2"), simulated()}},
+       ExitCode::accessDenied,
+       "usb:1-2: Join the group."},
       {{"usb", false, {forbidden("usb:1-2"), simulated()}},
        ExitCode::accessDenied,
        "usb:1-2: Join the group."},
@@ -106,6 +109,9 @@ TEST(ChoosingAScanner, ReportsWhyItCannot) {
        "Q750 (virtual)\nChoose one of them."},
       {{"usb", false, {simulated()}}, ExitCode::noDevice, "--device usb: no such scanner."},
       {{"flatbed", false, {simulated()}}, ExitCode::noDevice, "--device flatbed: no such scanner."},
+      {{"", false, {real("usb:1-2"), simulated()}},
+       ExitCode::noDevice,
+       "--device: the name is empty. See q750 list for the names."},
       {{"usb:1-2", true, {real("usb:1-2")}},
        ExitCode::usage,
        "--device usb:1-2: options that begin with --virtual"},
@@ -118,6 +124,25 @@ TEST(ChoosingAScanner, ReportsWhyItCannot) {
       EXPECT_THAT(error.what(), HasSubstr(one.complaint));
     }
   }
+}
+
+std::string complaintWithoutAScanner(const ScannerInventory& inventory) {
+  try {
+    return chooseScanner(std::nullopt, false, inventory);
+  } catch (const CommandError& error) {
+    EXPECT_EQ(error.code(), ExitCode::noDevice);
+    return error.what();
+  }
+}
+
+TEST(ChoosingAScanner, NeverTakesTheVirtualOneUnasked) {
+  EXPECT_EQ(complaintWithoutAScanner({{simulated()}, ""}),
+            "No Quenvar Q750 is connected. Check its cable and its power. To scan from the virtual scanner "
+            "instead, add --device virtual.");
+  EXPECT_EQ(
+      complaintWithoutAScanner({{simulated()}, "USB cannot be used: Other error"}),
+      "No Quenvar Q750 can be found (USB cannot be used: Other error). To scan from the virtual scanner "
+      "instead, add --device virtual.");
 }
 
 TEST(ChoosingAScanner, ReportsAProblemOfTheUsb) {

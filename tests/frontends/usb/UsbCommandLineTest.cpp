@@ -126,6 +126,18 @@ TEST_F(UsbCommandLine, FindsTheScannerUnderItsNameAfterAReplug) {
   expectWholePage();
 }
 
+TEST_F(UsbCommandLine, SavesNothingWithoutAScanner) {
+  plugIn();
+  usbfs_->unplug();
+  const ProgramResult result = scanUsb();
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(
+      result.errors,
+      "q750: No Quenvar Q750 is connected. Check its cable and its power. To scan from the virtual scanner "
+      "instead, add --device virtual.\n");
+  EXPECT_THAT(folder.names(), IsEmpty());
+}
+
 TEST_F(UsbCommandLine, ReportsThatAnotherProgramUsesTheScanner) {
   plugIn({.inUse = true});
   const ProgramResult result = scanUsb();
