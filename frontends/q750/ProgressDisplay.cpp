@@ -29,6 +29,14 @@ ProgressDisplay::~ProgressDisplay() {
   finish();
 }
 
+void ProgressDisplay::wait() {
+  const std::string text = "waiting for the scanner";
+  if (style_ == ProgressStyle::bar) redraw(text);
+  if (style_ == ProgressStyle::plain) output_("q750: " + text + "\n");
+  if (style_ == ProgressStyle::json)
+    output_(JsonObject().text("event", "waiting").number("page", page_).line());
+}
+
 void ProgressDisplay::update(const ScanProgress& progress) {
   if (style_ == ProgressStyle::none) return;
   const TimePoint now = now_();
@@ -49,7 +57,10 @@ void ProgressDisplay::drawBar(TimePoint now) {
   displayedPercent_ = meter_.percent();
   const std::size_t room = columns_ > columnsForFigures ? columns_ - columnsForFigures : 0;
   std::string line = room < narrowestBar ? "" : bar(std::min(room, widestBar), *displayedPercent_);
-  line += meter_.figures();
+  redraw(line + meter_.figures());
+}
+
+void ProgressDisplay::redraw(std::string line) {
   // The last column stays empty: some terminals wrap after it.
   line.resize(std::min(line.size(), columns_ > 1 ? columns_ - 1 : 0));
   const std::size_t width = line.size();

@@ -17,7 +17,8 @@ enum class ProgressStyle : std::uint8_t { bar, plain, json, none };
 
 // Displays the progress of one page in ASCII: as a bar that is redrawn on the last line of a terminal, at
 // most ten times a second; as a line for every ten percent; or, for programs, as a JSON object on a line for
-// every percent. One thread.
+// every percent. Before the first update it displays, in the same style, that the scanner is waited for. One
+// thread.
 class ProgressDisplay {
  public:
   // `columns` is the width of the terminal and matters to bars only; `page` is reported in JSON only.
@@ -28,12 +29,15 @@ class ProgressDisplay {
   ProgressDisplay(const ProgressDisplay&) = delete;
   ProgressDisplay& operator=(const ProgressDisplay&) = delete;
 
+  // Reports that nothing has arrived yet: a lamp may need a minute to warm up. Once, before the updates.
+  void wait();
   void update(const ScanProgress& progress);
   // Moves the cursor below the bar, if one was drawn, for whatever is printed next. Harmless a second time.
   void finish();
 
  private:
   void drawBar(TimePoint now);
+  void redraw(std::string line);
   void printLine();
   void printObject();
   bool isTooSoon(TimePoint now) const;

@@ -68,6 +68,7 @@ void ScanReport::pageBegins(std::uint32_t page) {
   page_ = page;
   display_.emplace(style_, columns_, output_, now_, page);
   if (json()) output_(event("page").number("page", page).line());
+  display_->wait();
 }
 
 void ScanReport::layoutKnown(const PictureLayout& layout) {

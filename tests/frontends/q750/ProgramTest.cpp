@@ -70,7 +70,7 @@ TEST_F(Program, ScansToEveryFormat) {
 TEST_F(Program, ScansTheWholeBedInGrey) {
   const ProgramResult result = scan({"-o", folder / "page.png", "-r", "75", "-m", "gray"});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_THAT(result.errors, StartsWith("q750: scanning:  "));
+  EXPECT_THAT(result.errors, StartsWith("q750: waiting for the scanner\nq750: scanning:  "));
   EXPECT_THAT(result.errors, HasSubstr("q750: scanning: 100 %"));
   EXPECT_THAT(result.errors, EndsWith("page.png: 637 x 876 pixels, grey, 75 dots per inch\n"));
   EXPECT_EQ(virtualscanner::readImageFile(folder / "page.png").height, 876U);
@@ -232,6 +232,7 @@ TEST_F(Program, DrawsABarOnATerminal) {
   const std::string shown = readAll(master);
   close(master);
   EXPECT_EQ(waitFor(process), 0);
+  EXPECT_THAT(shown, StartsWith("\rwaiting for the scanner"));
   EXPECT_THAT(shown, HasSubstr("\r[##########################] 100 %"));
   EXPECT_THAT(shown, testing::Not(HasSubstr("q750: scanning")));
   EXPECT_THAT(shown, EndsWith("page.tiff: 637 x 876 pixels, colour, 75 dots per inch\r\n"));
@@ -295,7 +296,8 @@ TEST_F(Program, ReportsErrorsAsJsonToo) {
       scan({"-o", folder / "page.png", "-r", "75", "--progress", "json", "--virtual-fault", "unplug"});
   EXPECT_EQ(result.exitCode, 2);
   EXPECT_THAT(result.errors, StartsWith("{\"event\":\"scanner\",\"device\":\"virtual\"}\n"
-                                        "{\"event\":\"page\",\"page\":1}\n"));
+                                        "{\"event\":\"page\",\"page\":1}\n"
+                                        "{\"event\":\"waiting\",\"page\":1}\n"));
   EXPECT_THAT(result.errors,
               HasSubstr("{\"event\":\"error\",\"status\":\"no-device\",\"exit_code\":2,\"message\":"
                         "\"The scanner was disconnected"));

@@ -122,6 +122,31 @@ TEST_F(Display, DrawsTheBarAgainOnTheSameLine) {
                           "\r[########################################] 100 %  3.0 MB/s           ", "\n"));
 }
 
+TEST_F(Display, ReplacesTheWaitForTheScannerByTheBar) {
+  use(ProgressStyle::bar, 46);
+  display->wait();
+  display->update({0, 8});
+  EXPECT_THAT(output, ElementsAre("\rwaiting for the scanner", "\r[............]   0 %   "));
+}
+
+TEST_F(Display, PrintsThatItWaitsForTheScanner) {
+  use(ProgressStyle::plain);
+  display->wait();
+  display->update({1, 8});
+  EXPECT_THAT(output, ElementsAre("q750: waiting for the scanner\n", "q750: scanning:  12 %\n"));
+  output.clear();
+  use(ProgressStyle::json);
+  display->wait();
+  EXPECT_THAT(output, ElementsAre("{\"event\":\"waiting\",\"page\":1}\n"));
+}
+
+TEST_F(Display, LeavesTheCursorBelowAWaitThatEndsWithoutABar) {
+  use(ProgressStyle::bar, 12);
+  display->wait();
+  display.reset();
+  EXPECT_THAT(output, ElementsAre("\rwaiting for", "\n"));
+}
+
 TEST_F(Display, DrawsAtMostTenTimesASecondAndTheLastOneAlways) {
   use(ProgressStyle::bar);
   run(10ms);
@@ -151,6 +176,7 @@ TEST_F(Display, EndsTheBarsLineOnceOnly) {
 
 TEST_F(Display, ShowsNothingWhereNothingIsWanted) {
   use(ProgressStyle::none);
+  display->wait();
   run(100ms);
   display.reset();
   EXPECT_THAT(output, IsEmpty());

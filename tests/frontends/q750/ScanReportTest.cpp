@@ -40,10 +40,12 @@ TEST(ScanReport, PrintsSentences) {
   EXPECT_EQ(
       reportOf(ProgressStyle::plain, false),
       "q750: Mind the gap.\n"
+      "q750: waiting for the scanner\n"
       "q750: scanning: 100 %\n"
       "Place the next page on the scanner and press Enter (r to scan the last page again, q to save and "
       "quit): "
       "Place the next page on the scanner and press Enter (q to save and quit): "
+      "q750: waiting for the scanner\n"
       "q750: a.pdf: 2 pages of 100 x 50 pixels, black and white, 600 dots per inch\n"
       "q750: a.png: 2550 x 3300 pixels, colour, 300 dots per inch\n");
 }
@@ -62,12 +64,14 @@ TEST(ScanReport, PrintsJson) {
               R"({"event":"scanner","device":"usb:1-2"}
 {"event":"note","message":"Mind the gap."}
 {"event":"page","page":1}
+{"event":"waiting","page":1}
 {"event":"picture","page":1,"width":2550,"height":3300,"mode":"color","resolution":300}
 {"event":"progress","page":1,"bytes":1,"total":25245000,"percent":0}
 {"event":"progress","page":1,"bytes":25245000,"total":25245000,"percent":100}
 {"event":"prompt","page":2}
 {"event":"prompt","page":2}
 {"event":"page","page":2}
+{"event":"waiting","page":2}
 {"event":"picture","page":2,"width":100,"height":50,"mode":"lineart","resolution":600}
 {"event":"saved","file":"a.pdf","pages":2,"width":100,"height":50,"mode":"lineart","resolution":600}
 {"event":"saved","file":"a.png","pages":1,"width":2550,"height":3300,"mode":"color","resolution":300}

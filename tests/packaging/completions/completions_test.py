@@ -185,7 +185,7 @@ class Json(unittest.TestCase):
                 check=True, text=True, stderr=subprocess.PIPE, timeout=60).stderr.splitlines()
         events = [json.loads(line) for line in lines]
         self.assertEqual([event["event"] for event in events if event["event"] != "progress"],
-                         ["scanner", "note", "page", "picture", "saved"])
+                         ["scanner", "note", "page", "waiting", "picture", "saved"])
         self.assertEqual(events[-1], {"event": "saved", "file": path, "pages": 1, "width": 30, "height": 20,
                                       "mode": "color", "resolution": 300})
 
