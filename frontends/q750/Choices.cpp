@@ -1,5 +1,6 @@
 #include "Choices.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <vector>
 
@@ -19,6 +20,20 @@ std::string nameOf(PictureMode mode) {
 
 std::string describe(PictureMode mode) {
   return std::string(modeDescriptions[static_cast<std::size_t>(mode)]);
+}
+
+std::string lowerCase(std::string_view text) {
+  std::string lower(text);
+  for (char& character : lower) {
+    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
+  }
+  return lower;
+}
+
+std::optional<std::size_t> indexIn(std::span<const std::string_view> choices, std::string_view text) {
+  const auto found = std::find(choices.begin(), choices.end(), text);
+  if (found == choices.end()) return std::nullopt;
+  return static_cast<std::size_t>(found - choices.begin());
 }
 
 std::string listOf(std::span<const std::string_view> choices) {

@@ -2,6 +2,8 @@
 
 #include <array>
 #include <chrono>
+#include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -26,6 +28,11 @@ inline constexpr std::string_view losslessName = "lossless";
 std::string nameOf(PictureMode mode);
 // The mode in a sentence: "colour", "grey", "black and white".
 std::string describe(PictureMode mode);
+
+// With the letters of ASCII in lower case, as all choices are written.
+std::string lowerCase(std::string_view text);
+// Where the text is among the choices, or nothing.
+std::optional<std::size_t> indexIn(std::span<const std::string_view> choices, std::string_view text);
 
 // "tiff, png or pdf".
 std::string listOf(std::span<const std::string_view> choices);

@@ -1,12 +1,10 @@
 #include "PaperSize.h"
 
-#include <strings.h>
-
 #include <cstdio>
 #include <vector>
 
 #include "Choices.h"
-#include "CommandError.h"
+#include "OptionValues.h"
 
 namespace frontend {
 namespace {
@@ -33,12 +31,11 @@ std::span<const PaperSize> paperSizes() {
 AreaRequest areaOfPaper(const std::string& name) {
   std::vector<std::string_view> names;
   for (const PaperSize& paper : papers) {
-    if (name.size() == paper.name.size() && strncasecmp(name.data(), paper.name.data(), name.size()) == 0)
+    if (lowerCase(name) == paper.name)
       return {{0, paper.unit}, {0, paper.unit}, {paper.width, paper.unit}, {paper.height, paper.unit}};
     names.push_back(paper.name);
   }
-  throw UsageError("--paper " + name + ": unknown paper. Choose " + listOf(names) +
-                   ", or give the size with --area.");
+  throw ValueError("unknown paper. Choose " + listOf(names) + ", or give the size with --area.");
 }
 
 std::string paperHelp() {

@@ -20,7 +20,7 @@ struct PaperSize {
 std::span<const PaperSize> paperSizes();
 
 // The part of the bed that a sheet of this size covers, upright in the top left corner. The case of the name
-// does not matter. Throws UsageError for an unknown name.
+// does not matter. Throws ValueError for an unknown name.
 AreaRequest areaOfPaper(const std::string& name);
 
 // A line for each paper, for the help: name and size.

@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 
+#include "Choices.h"
 #include "CommandError.h"
 #include "CommandLine.h"
 #include "Console.h"
@@ -71,7 +72,7 @@ int runProgram(int argc, const char* const* argv) {
   ExitCode code = run([&] { commandLine = parseCommandLine(argc, argv); }, logError);
   if (code == ExitCode::good) {
     const bool json =
-        commandLine.command == CommandLine::Command::scan && commandLine.scan.progress == "json";
+        commandLine.command == CommandLine::Command::scan && lowerCase(commandLine.scan.progress) == "json";
     code = run([&] { runCommand(commandLine); }, json ? logErrorAsJson : logError);
   }
   return static_cast<int>(code);

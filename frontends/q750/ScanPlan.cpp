@@ -1,8 +1,5 @@
 #include "ScanPlan.h"
 
-#include <algorithm>
-#include <charconv>
-#include <cmath>
 #include <optional>
 
 #include "Area.h"
@@ -11,6 +8,7 @@
 #include "CommandError.h"
 #include "CreationTime.h"
 #include "FileName.h"
+#include "OptionValues.h"
 #include "PaperSize.h"
 #include "ScanLimits.h"
 #include "Version.h"
@@ -22,54 +20,12 @@ namespace {
 // A paper may exceed the bed by half a millimetre without a note: A4 is 0.1 mm longer than the bed.
 constexpr std::uint32_t unnoticedPartsOfAnInch = 50;
 
-// The number that is all of the text, or nothing.
-template <typename Number>
-std::optional<Number> numberIn(std::string_view text) {
-  Number number{};
-  const char* end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || rest != end) return std::nullopt;
-  return number;
-}
-
-PictureMode modeFrom(const std::string& name) {
-  if (name == "colour") return PictureMode::color;
-  if (name == "grey") return PictureMode::gray;
-  const auto found = std::find(modeNames.begin(), modeNames.end(), name);
-  if (found != modeNames.end()) return static_cast<PictureMode>(found - modeNames.begin());
-  throw UsageError("--mode " + name + ": unknown mode. Choose " + listOf(modeNames) + ".");
-}
-
-std::uint32_t resolutionFrom(const std::string& text) {
-  const auto resolution = numberIn<std::uint32_t>(text);
-  if (resolution && isBedResolution(*resolution)) return *resolution;
-  throw UsageError("--resolution " + text + ": not supported by the scanner. Choose " + listOfResolutions() +
-                   " dots per inch.");
-}
-
-std::uint8_t thresholdFrom(const std::string& text) {
-  if (text.ends_with('%')) {
-    const auto percent = numberIn<double>(std::string_view(text).substr(0, text.size() - 1));
-    if (percent && *percent >= 0 && *percent <= 100)
-      return static_cast<std::uint8_t>(std::lround(*percent * limits::highestThreshold / 100));
-  } else if (const auto gray = numberIn<std::uint8_t>(text)) {
-    return *gray;
-  }
-  throw UsageError("--threshold " + text + ": expected a grey level from 0 to " +
-                   std::to_string(limits::highestThreshold) + ", or 0% to 100%, for example " +
-                   std::to_string(limits::defaultThresholdPercent) + "%.");
-}
-
 std::optional<std::uint8_t> thresholdFor(const ScanOptions& options, PictureMode mode) {
   if (mode == PictureMode::lineart)
-    return options.threshold.empty() ? limits::defaultThreshold : thresholdFrom(options.threshold);
+    return options.threshold.empty() ? limits::defaultThreshold
+                                     : valueOf("--threshold", options.threshold, optionvalue::threshold);
   if (options.threshold.empty()) return std::nullopt;
   throw UsageError("--threshold applies to --mode lineart only. Add that mode, or leave --threshold out.");
-}
-
-PictureFormat formatFromOption(const std::string& name) {
-  if (const auto format = formatNamed(name)) return *format;
-  throw UsageError("--format " + name + ": unknown format. Choose " + listOf(pictureFormatNames) + ".");
 }
 
 PictureFormat formatFromFileName(const std::string& path, PictureMode mode) {
@@ -87,7 +43,7 @@ PictureFormat formatFromFileName(const std::string& path, PictureMode mode) {
 }
 
 PictureFormat formatFor(const ScanOptions& options, PictureMode mode, bool toStandardOutput) {
-  if (!options.format.empty()) return formatFromOption(options.format);
+  if (!options.format.empty()) return valueOf("--format", options.format, optionvalue::format);
   return toStandardOutput ? PictureFormat::pnm : formatFromFileName(options.output, mode);
 }
 
@@ -109,17 +65,12 @@ void setQuality(PictureSettings& settings, const std::string& quality, PictureFo
   if (quality.empty()) return;
   if (format != PictureFormat::jpeg && format != PictureFormat::pdf)
     throw UsageError("--quality applies to JPEG and PDF only. Leave it out: the other formats are lossless.");
-  if (quality == losslessName && format == PictureFormat::pdf) {
-    settings.lossless = true;
-    return;
-  }
-  const auto number = numberIn<int>(quality);
-  if (!number || *number < lowestQuality || *number > highestQuality) {
+  const Quality value = valueOf("--quality", quality, optionvalue::quality);
+  if (value.lossless && format == PictureFormat::jpeg)
     throw UsageError("--quality " + quality + ": expected a number from " + std::to_string(lowestQuality) +
-                     " to " + std::to_string(highestQuality) +
-                     (format == PictureFormat::pdf ? ", or " + std::string(losslessName) + "." : "."));
-  }
-  settings.quality = *number;
+                     " to " + std::to_string(highestQuality) + ".");
+  settings.quality = value.number;
+  settings.lossless = value.lossless;
 }
 
 std::uint32_t pagesFrom(const std::string& text) {
@@ -181,7 +132,7 @@ void setArea(ScanPlan& plan, const ScanOptions& options) {
   if (!options.area.empty() && !options.paper.empty())
     throw UsageError("--area and --paper exclude each other. Give one of them.");
   if (!options.paper.empty()) {
-    const PlacedArea placed = placeOnBed(areaOfPaper(options.paper), settings.resolution);
+    const PlacedArea placed = placeOnBed(valueOf("--paper", options.paper, areaOfPaper), settings.resolution);
     settings.area = placed.area;
     if (placed.cutPixels * unnoticedPartsOfAnInch > settings.resolution)
       plan.notes.push_back(cutNote("The paper is larger than the scan bed", placed.area));
@@ -196,20 +147,18 @@ void setArea(ScanPlan& plan, const ScanOptions& options) {
 }  // namespace
 
 std::chrono::milliseconds timeoutOf(const std::string& timeout) {
-  if (const auto value = limits::timeoutFromSeconds(timeout)) return *value;
-  throw UsageError("--timeout " + timeout + ": expected seconds from " + inSeconds(limits::shortestTimeout) +
-                   " to " + inSeconds(limits::longestTimeout) + ", for example " +
-                   inSeconds(limits::defaultTimeout) + ".");
+  return valueOf("--timeout", timeout, optionvalue::timeout);
 }
 
 ScanPlan planScan(const ScanOptions& options) {
   if (options.output.empty())
     throw UsageError("--output: the name is empty. Give the name of a file, or - for standard output.");
-  const PictureMode mode = modeFrom(options.mode);
+  const PictureMode mode = valueOf("--mode", options.mode, optionvalue::mode);
   ScanPlan plan;
   plan.request.settings.mode = mode == PictureMode::color ? ColorMode::color : ColorMode::gray;
   plan.request.threshold = thresholdFor(options, mode);
-  setResolution(plan.request.settings, resolutionFrom(options.resolution), plan.notes);
+  setResolution(plan.request.settings, valueOf("--resolution", options.resolution, optionvalue::resolution),
+                plan.notes);
   setFormat(plan, options, mode);
   plan.pictureSettings.software = std::string("q750 ") + version;
   plan.pictureSettings.created = creationTime();

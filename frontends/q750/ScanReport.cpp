@@ -6,6 +6,7 @@
 #include "Choices.h"
 #include "CommandError.h"
 #include "JsonObject.h"
+#include "OptionValues.h"
 
 namespace frontend {
 namespace {
@@ -31,7 +32,7 @@ void addLayout(JsonObject& object, const PictureLayout& layout) {
 }  // namespace
 
 ProgressStyle progressStyle(const ScanOptions& options, bool terminal) {
-  const std::string& name = options.progress;
+  const std::string name = valueOf("--progress", options.progress, optionvalue::progress);
   if (name == "bar") return ProgressStyle::bar;
   if (name == "plain") return ProgressStyle::plain;
   if (name == "none") return ProgressStyle::none;
@@ -40,8 +41,6 @@ ProgressStyle progressStyle(const ScanOptions& options, bool terminal) {
       throw UsageError("--verbose prints lines that are not JSON. Leave out --verbose or --progress json.");
     return ProgressStyle::json;
   }
-  if (name != "auto")
-    throw UsageError("--progress " + name + ": unknown style. Choose " + listOf(progressNames) + ".");
   if (options.quiet) return ProgressStyle::none;
   // Log lines and a bar would overwrite each other.
   return terminal && !options.verbose ? ProgressStyle::bar : ProgressStyle::plain;

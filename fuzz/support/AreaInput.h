@@ -4,6 +4,7 @@
 
 #include "Area.h"
 #include "CommandError.h"
+#include "OptionValues.h"
 #include "PaperSize.h"
 
 // A value of --area or, if it is none, of --paper. Throws UsageError if it is neither.
@@ -11,7 +12,7 @@ inline frontend::AreaRequest areaOrPaper(const std::string& text) {
   try {
     return frontend::parseArea(text);
   } catch (const frontend::UsageError&) {
-    return frontend::areaOfPaper(text);
+    return frontend::valueOf("--paper", text, frontend::areaOfPaper);
   }
 }
 

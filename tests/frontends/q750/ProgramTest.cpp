@@ -301,7 +301,7 @@ TEST_F(Program, ReportsErrorsAsJsonToo) {
   EXPECT_THAT(result.errors,
               HasSubstr("{\"event\":\"error\",\"status\":\"no-device\",\"exit_code\":2,\"message\":"
                         "\"The scanner was disconnected"));
-  const ProgramResult usage = scan({"-o", folder / "page.gif", "--progress", "json"});
+  const ProgramResult usage = scan({"-o", folder / "page.gif", "--progress", "JSON"});
   EXPECT_THAT(usage.errors, StartsWith("{\"event\":\"error\",\"status\":\"usage\",\"exit_code\":1,"));
 }
 

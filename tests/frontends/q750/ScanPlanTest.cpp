@@ -115,7 +115,7 @@ TEST(ScanPlan, RejectsInvalidValues) {
       {[](ScanOptions& o) { o.quality = "lossless", o.format = "jpeg"; },
        "--quality lossless: expected a number from 1 to 100."},
       {[](ScanOptions& o) { o.quality = "0", o.format = "pdf"; },
-       "--quality 0: expected a number from 1 to 100, or lossless."},
+       "--quality 0: expected a number from 1 to 100, or lossless for PDF."},
       {[](ScanOptions& o) { o.quality = "101", o.format = "jpeg"; }, "--quality 101: "},
       {[](ScanOptions& o) { o.paper = "a3"; }, "--paper a3: unknown paper. Choose a4, a5, "},
       {[](ScanOptions& o) { o.paper = "a4", o.area = "0x0+1x1in"; },
@@ -179,6 +179,19 @@ TEST(ScanPlan, AcceptsBothSpellings) {
   options = optionsFor("page.ppm");
   options.mode = "colour";
   EXPECT_EQ(planScan(options).request.settings.mode, ColorMode::color);
+}
+
+TEST(ScanPlan, IgnoresTheCaseOfChoices) {
+  ScanOptions options = optionsFor("page.png");
+  options.mode = "Gray";
+  options.format = "PDF";
+  options.quality = "Lossless";
+  options.paper = "A5";
+  const ScanPlan plan = planScan(options);
+  EXPECT_EQ(plan.request.settings.mode, ColorMode::gray);
+  EXPECT_EQ(plan.format, PictureFormat::pdf);
+  EXPECT_TRUE(plan.pictureSettings.lossless);
+  EXPECT_EQ(plan.request.settings.area.width, 1748U);
 }
 
 TEST(ScanPlan, MakesBlackAndWhiteOfGrey) {

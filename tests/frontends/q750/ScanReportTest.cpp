@@ -95,6 +95,7 @@ TEST(ProgressStyles, DependOnTheTerminalUnlessNamed) {
       {"auto", true, false, true, ProgressStyle::plain}, {"auto", true, true, false, ProgressStyle::none},
       {"bar", false, true, true, ProgressStyle::bar},    {"plain", true, true, false, ProgressStyle::plain},
       {"none", true, false, false, ProgressStyle::none}, {"json", true, true, false, ProgressStyle::json},
+      {"Bar", false, false, false, ProgressStyle::bar},
   };
   for (const auto& one : cases) {
     ScanOptions options;
