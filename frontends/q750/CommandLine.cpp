@@ -1,12 +1,14 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <sstream>
 
 #include "Bed.h"
 #include "CommandError.h"
 #include "HelpText.h"
 #include "ListenAddress.h"
+#include "NearestName.h"
 #include "PictureWriter.h"
 #include "UsbipFormat.h"
 #include "Version.h"
@@ -17,6 +19,11 @@ namespace {
 
 constexpr std::size_t helpColumn = 30;
 constexpr char virtualGroup[] = "For the virtual scanner";
+
+// Lists an option that may be given without its name once, among the options.
+class HelpFormatter : public CLI::Formatter {
+  std::string make_positionals(const CLI::App* /*app*/) const override { return ""; }
+};
 
 std::string defaultIs(const std::string& value) {
   return " (default: " + value + ")";
@@ -102,7 +109,8 @@ void addPictureOptions(CLI::App& scan, ScanOptions& options) {
 }
 
 void addOutputOptions(CLI::App& scan, ScanOptions& options) {
-  scan.add_option("-o,--output", options.output, "The file to write, or - for standard output")
+  scan.add_option("-o,--output,FILE", options.output,
+                  "The file to write, or - for standard output; -o may be left out")
       ->type_name("FILE")
       ->required();
   scan.add_option("--format", options.format,
@@ -178,10 +186,34 @@ CommandLine::Command commandOf(const CLI::App& app) {
   return CommandLine::Command::serve;
 }
 
+std::string unknownCommand(const CLI::App& app, const std::string& typed) {
+  const std::vector<const CLI::App*> commands = app.get_subcommands(nullptr);
+  std::vector<std::string_view> names;
+  for (const CLI::App* command : commands) names.emplace_back(command->get_name());
+  const auto nearest = nearestName(typed, names);
+  return typed + ": unknown command. " +
+         (nearest ? "Did you mean " + std::string(*nearest) + "?" : "Choose " + listOf(names) + ".");
+}
+
+// What is wrong, as a sentence; the parser's own one where it serves.
+std::string reasonOf(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<CLI::App*> parsed = app.get_subcommands();
+  if (parsed.empty()) {
+    const std::vector<std::string> rest = app.remaining();
+    if (!rest.empty() && !rest.front().starts_with('-')) return unknownCommand(app, rest.front());
+    return error.what() + std::string(".");
+  }
+  for (const CLI::Option* option : parsed.front()->get_options()) {
+    if (option->count() > 1 && option->get_expected_max() == 1)
+      return option->get_name() + " is given twice.";
+  }
+  return error.what() + std::string(".");
+}
+
 [[noreturn]] void throwUsageError(const CLI::App& app, const CLI::ParseError& error) {
   std::string command = "q750";
   for (const CLI::App* parsed : app.get_subcommands()) command += " " + parsed->get_name();
-  throw UsageError(std::string(error.what()) + ". Try " + command + " --help.");
+  throw UsageError(reasonOf(app, error) + " Try " + command + " --help.");
 }
 
 }  // namespace
@@ -193,6 +225,7 @@ std::string defaultListenAddress() {
 CommandLine parseCommandLine(int argc, const char* const* argv) {
   CommandLine result;
   CLI::App app("Scan pages with the Quenvar Q750.", "q750");
+  app.formatter(std::make_shared<HelpFormatter>());
   app.get_formatter()->column_width(helpColumn);
   app.set_version_flag("--version", std::string("q750 ") + version, "Show the version and exit");
   app.set_help_flag("-h,--help", "Show this help and exit");

@@ -109,6 +109,14 @@ TEST(CommandLine, DistinguishesAnEmptyNameOfAScannerFromNone) {
   EXPECT_EQ(parse({"doctor", "--device", ""}).doctor.device, "");
 }
 
+TEST(CommandLine, TakesTheFileWithoutItsOption) {
+  EXPECT_EQ(parse({"scan", "a.png"}).scan.output, "a.png");
+  EXPECT_EQ(parse({"scan", "-m", "gray", "a.png", "-q"}).scan.output, "a.png");
+  EXPECT_EQ(parse({"scan", "--virtual-fault", "stall", "a.png"}).scan.output, "a.png");
+  EXPECT_EQ(parse({"scan", "-"}).scan.output, "-");
+  EXPECT_EQ(parse({"scan", "--", "-a.png"}).scan.output, "-a.png");
+}
+
 TEST(CommandLine, TakesOneValueForEachFault) {
   EXPECT_THAT(complaintAbout({"scan", "-o", "a.png", "--virtual-fault", "stall", "unplug"}),
               HasSubstr("unplug"));
@@ -163,15 +171,18 @@ TEST(CommandLine, ReportsErrorsAndWhereTheHelpIs) {
     const char* complaint;
   } cases[] = {
       {{}, "A subcommand is required. Try q750 --help."},
-      {{"print"}, "Try q750 --help."},
+      {{"print"}, "print: unknown command. Choose list, scan, doctor or virtual. Try q750 --help."},
+      {{"scna", "-o", "a.png"}, "scna: unknown command. Did you mean scan? Try q750 --help."},
+      {{"--scan"}, "A subcommand is required. Try q750 --help."},
       {{"scan"}, "--output is required. Try q750 scan --help."},
       {{"scan", "-o"}, "Try q750 scan --help."},
       {{"scan", "-o", "a.png", "--loud"},
        "The following argument was not expected: --loud. Try q750 scan --help."},
-      {{"scan", "-o", "a.png", "extra"},
-       "The following argument was not expected: extra. Try q750 scan --help."},
-      {{"scan", "-o", "a.png", "-o", "b.png"},
-       "--output: At Most 1 required but received 2. Try q750 scan --help."},
+      {{"scan", "a.png", "extra"}, "The following argument was not expected: extra. Try q750 scan --help."},
+      {{"scan", "-o", "a.png", "-o", "b.png"}, "--output is given twice. Try q750 scan --help."},
+      {{"scan", "-o", "a.png", "b.png"}, "The following argument was not expected: b.png."},
+      {{"scan", "b.png", "--output=a.png"}, "--output is given twice. Try q750 scan --help."},
+      {{"scan", "a.png", "-m", "gray", "-m", "gray"}, "--mode is given twice. Try q750 scan --help."},
       {{"scan", "-o", "a.png", "--virtual-packet-size", "0"},
        "--virtual-packet-size: Value 0 not in range 1 to 268435456."},
       {{"scan", "-o", "a.png", "--virtual-packet-size", "many"}, "Try q750 scan --help."},
