@@ -1,4 +1,4 @@
-// Reads: the PNG or PNM file of --virtual-paper.
+// Reads: the PNG, JPEG or PNM file of --virtual-paper.
 // Checks: a picture within the limits with all of its pixels, or an error that names the file.
 #include "ImageFile.h"
 

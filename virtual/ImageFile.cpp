@@ -32,6 +32,10 @@ bool isPng(const std::array<unsigned char, 8>& head) {
   return std::memcmp(head.data(), "\x89PNG\r\n\x1a\n", head.size()) == 0;
 }
 
+bool isJpeg(const std::array<unsigned char, 8>& head) {
+  return std::memcmp(head.data(), "\xFF\xD8\xFF", 3) == 0;
+}
+
 }  // namespace
 
 void checkImageSize(std::uint64_t width, std::uint64_t height, const std::string& path) {
@@ -50,8 +54,9 @@ Image readImageFile(const std::string& path) {
   if (std::ferror(file.get()) != 0) throw PaperError(path + ": cannot be read");
   std::rewind(file.get());
   if (count == head.size() && isPng(head)) return readPng(file.get(), path);
+  if (count >= 3 && isJpeg(head)) return readJpeg(file.get(), path);
   if (count >= 2 && head[0] == 'P' && head[1] >= '1' && head[1] <= '6') return readPnm(file.get(), path);
-  throw PaperError(path + ": is neither a PNG nor a PNM picture");
+  throw PaperError(path + ": is not a PNG, JPEG or PNM picture");
 }
 
 }  // namespace virtualscanner

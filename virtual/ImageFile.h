@@ -27,11 +27,12 @@ struct Image {
 inline constexpr std::uint32_t largestImageSide = 65535;
 inline constexpr std::uint64_t largestImagePixels = 100'000'000;
 
-// Reads a PNG or PNM file, recognised by its first bytes. Throws PaperError; see Paper::fromFile().
+// Reads a PNG, JPEG or PNM file, recognised by its first bytes. Throws PaperError; see Paper::fromFile().
 Image readImageFile(const std::string& path);
 
 // Each reads one format. The file, open at its start, remains the caller's; `path` is for messages.
 Image readPng(std::FILE* file, const std::string& path);
+Image readJpeg(std::FILE* file, const std::string& path);
 Image readPnm(std::FILE* file, const std::string& path);
 
 // Throws PaperError unless a picture of this size is within the limits and not empty.

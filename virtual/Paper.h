@@ -28,9 +28,9 @@ class Paper {
   static std::shared_ptr<const Paper> testChart();
   // One colour all over.
   static std::shared_ptr<const Paper> plain(Color color);
-  // The picture of a PNG or PNM file (P1 to P6, recognised by its first bytes), scaled to fit the glass in
-  // its proportions, in the top left corner. Transparent parts are white. Throws PaperError for a file that
-  // cannot be read, has another format, is damaged or truncated, or is larger than ImageFile.h allows.
+  // The picture of a PNG, JPEG or PNM file (P1 to P6, recognised by its first bytes), scaled to fit the glass
+  // in its proportions, in the top left corner. Transparent parts are white. Throws PaperError for a file
+  // that cannot be read, has another format, is damaged or truncated, or is larger than ImageFile.h allows.
   static std::shared_ptr<const Paper> fromFile(const std::string& path);
 
   // The colour at a point, in 1/2400 inch from the top left corner of the glass; any value is allowed.

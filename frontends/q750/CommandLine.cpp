@@ -53,7 +53,7 @@ void addDeviceOption(CLI::App& command, std::optional<std::string>& device, cons
 void addVirtualOptions(CLI::App& command, VirtualScannerOptions& options, const std::string& group) {
   command
       .add_option("--virtual-paper", options.paper,
-                  "The PNG or PNM file to put on the glass (default: a test chart)")
+                  "The PNG, JPEG or PNM file to put on the glass (default: a test chart)")
       ->type_name("FILE")
       ->group(group);
   command

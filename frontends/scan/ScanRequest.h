@@ -15,7 +15,7 @@ namespace frontend {
 
 // Options of the virtual scanner alone.
 struct VirtualScannerOptions {
-  std::string paper;                 // a PNG or PNM file on the glass; empty for the built-in test chart
+  std::string paper;                 // a PNG, JPEG or PNM file on the glass; empty for the test chart
   std::vector<std::string> faults;   // to inject: "stall", "stall:7"
   std::uint32_t packetSize = 0;      // image bytes in one packet; 0 for the default
   bool realTime = false;             // whether USB time-outs take real time or expire at once

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -32,8 +33,26 @@ inline bool isPng(const std::string& file) {
   return file.starts_with("\x89PNG\r\n\x1a\n");
 }
 
-// Pixels that the header of a PNG file announces; 0 for another file.
+inline bool isJpeg(const std::string& file) {
+  return file.starts_with("\xFF\xD8\xFF");
+}
+
+// The most pixels that any frame header of a JPEG file announces, wherever it is: the decoder looks for the
+// next marker in whatever lies between two segments.
+inline std::uint64_t announcedPixelsOfJpeg(const std::string& file) {
+  std::uint64_t most = 0;
+  // | 0xFF | 0xC0 to 0xCF | length:2 | bits per channel:1 | height:2 | width:2 |
+  for (std::size_t at = 0; at + 9 <= file.size(); ++at) {
+    if (file[at] != '\xFF' || (file[at + 1] & 0xF0) != 0xC0) continue;
+    const std::uint64_t size = pnginput::read32(file, at + 5);
+    most = std::max(most, (size >> 16) * (size & 0xFFFF));
+  }
+  return most;
+}
+
+// Pixels that the header of a PNG or JPEG file announces; 0 for another file.
 inline std::uint64_t announcedPixels(const std::string& file) {
+  if (isJpeg(file)) return announcedPixelsOfJpeg(file);
   if (!isPng(file) || file.size() < pnginput::sizeOffset + 8) return 0;
   return std::uint64_t{pnginput::read32(file, pnginput::sizeOffset)} *
          pnginput::read32(file, pnginput::sizeOffset + 4);

@@ -38,4 +38,12 @@ TEST(PngInput, FindsTheAnnouncedPixels) {
   EXPECT_EQ(announcedPixels("P6 3 5 255 "), 0u);
 }
 
+TEST(PngInput, FindsThePixelsOfAJpegWhereverItsFrameHeaderIs) {
+  const std::string start = "\xFF\xD8\xFF\xE0";
+  const std::string frame = "\xFF\xC2\0\x0B\x08\0\x03\0\x05"s;  // 5 x 3 pixels
+  EXPECT_EQ(announcedPixels(start + frame), 15u);
+  EXPECT_EQ(announcedPixels(start + "rubbish" + frame + "more"), 15u);
+  EXPECT_EQ(announcedPixels(start + frame.substr(0, 8)), 0u);
+}
+
 }  // namespace

@@ -2,8 +2,13 @@
 #include <gtest/gtest.h>
 #include <png.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
+
+// The library's header needs <cstdio>.
+#include <jpeglib.h>
 
 #include "ImageFile.h"
 #include "Paper.h"
@@ -44,6 +49,35 @@ class ImageFile : public testing::Test {
     image.format = format;
     EXPECT_NE(png_image_write_to_file(&image, path_.c_str(), 0, pixels.data(), 0, nullptr), 0);
     return contentOf(path_);
+  }
+
+  // At the best quality, with a channel for each letter of the color space.
+  static std::string jpegOf(std::uint32_t width, std::uint32_t height, J_COLOR_SPACE space,
+                            std::vector<std::uint8_t> pixels, bool progressive = false) {
+    jpeg_compress_struct jpeg{};
+    jpeg_error_mgr errors{};
+    jpeg.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&jpeg);
+    unsigned char* bytes = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&jpeg, &bytes, &size);
+    jpeg.image_width = width;
+    jpeg.image_height = height;
+    jpeg.input_components = static_cast<int>(pixels.size() / width / height);
+    jpeg.in_color_space = space;
+    jpeg_set_defaults(&jpeg);
+    jpeg_set_quality(&jpeg, 100, TRUE);
+    if (progressive) jpeg_simple_progression(&jpeg);
+    jpeg_start_compress(&jpeg, TRUE);
+    for (std::uint32_t y = 0; y < height; ++y) {
+      JSAMPROW row = pixels.data() + y * pixels.size() / height;
+      jpeg_write_scanlines(&jpeg, &row, 1);
+    }
+    jpeg_finish_compress(&jpeg);
+    jpeg_destroy_compress(&jpeg);
+    std::string content(reinterpret_cast<const char*>(bytes), size);
+    std::free(bytes);
+    return content;
   }
 
   TemporaryFolder folder_;
@@ -104,11 +138,39 @@ TEST_F(ImageFile, LaysTransparentPartsOnWhite) {
               ElementsAre(255, 255, 255, 4, 5, 6));
 }
 
+TEST_F(ImageFile, ReadsJpeg) {
+  for (const bool progressive : {false, true}) {
+    const Image gray = read(jpegOf(2, 1, JCS_GRAYSCALE, {77, 77}, progressive));
+    EXPECT_EQ(gray.width, 2U);
+    EXPECT_EQ(gray.height, 1U);
+    EXPECT_THAT(gray.rgb, ElementsAre(77, 77, 77, 77, 77, 77));
+    const Image red = read(jpegOf(1, 2, JCS_RGB, {255, 0, 0, 255, 0, 0}, progressive));
+    EXPECT_NEAR(red.at(0, 1).red, 255, 2);
+    EXPECT_NEAR(red.at(0, 1).green, 0, 2);
+  }
+}
+
+TEST_F(ImageFile, ReportsWhatIsWrongWithADamagedJpeg) {
+  const std::string whole = jpegOf(40, 40, JCS_GRAYSCALE, std::vector<std::uint8_t>(1600, 7));
+  EXPECT_EQ(complaintAbout("\xFF\xD8\xFF"), "Premature end of JPEG file");
+  EXPECT_EQ(complaintAbout(whole.substr(0, whole.size() - 4)), "Premature end of JPEG file");
+  EXPECT_THAT(complaintAbout("\xFF\xD8\xFFGIF89a"), HasSubstr("Unsupported marker type"));
+  EXPECT_EQ(complaintAbout(jpegOf(1, 1, JCS_CMYK, {1, 2, 3, 4})), "Unsupported color conversion request");
+}
+
+TEST_F(ImageFile, RefusesAJpegBeyondItsLimitsBeforeReadingPixels) {
+  std::string jpeg = jpegOf(1, 1, JCS_GRAYSCALE, {7});
+  const std::size_t frame = jpeg.find("\xFF\xC0");  // | marker:2 | length:2 | bits:1 | height:2 | width:2 |
+  ASSERT_NE(frame, std::string::npos);
+  jpeg.replace(frame + 5, 4, "\x4E\x20\x4E\x20");
+  EXPECT_THAT(complaintAbout(jpeg), HasSubstr("too large (20000 x 20000 pixels"));
+}
+
 TEST_F(ImageFile, ReportsWhyAFileIsNotAPicture) {
-  EXPECT_EQ(complaintAbout(""), "is neither a PNG nor a PNM picture");
-  EXPECT_EQ(complaintAbout("P"), "is neither a PNG nor a PNM picture");
-  EXPECT_EQ(complaintAbout("P7 1 1"), "is neither a PNG nor a PNM picture");
-  EXPECT_EQ(complaintAbout("GIF89a"), "is neither a PNG nor a PNM picture");
+  EXPECT_EQ(complaintAbout(""), "is not a PNG, JPEG or PNM picture");
+  EXPECT_EQ(complaintAbout("P"), "is not a PNG, JPEG or PNM picture");
+  EXPECT_EQ(complaintAbout("P7 1 1"), "is not a PNG, JPEG or PNM picture");
+  EXPECT_EQ(complaintAbout("GIF89a"), "is not a PNG, JPEG or PNM picture");
 }
 
 TEST_F(ImageFile, ReportsWhatIsWrongWithADamagedPnm) {
@@ -135,6 +197,10 @@ TEST_F(ImageFile, RefusesEveryPrefixOfAPicture) {
   const std::string pnm = "P6\n# c\n2 2\n255\nabcdefghijkl";
   for (std::size_t length = 0; length < pnm.size(); ++length) {
     EXPECT_NE(complaintAbout(pnm.substr(0, length)), "none") << length;
+  }
+  const std::string jpeg = jpegOf(3, 3, JCS_RGB, std::vector<std::uint8_t>(27, 9));
+  for (std::size_t length = 0; length + 2 < jpeg.size(); ++length) {  // the end marker holds no pixels
+    EXPECT_NE(complaintAbout(jpeg.substr(0, length)), "none") << length;
   }
   const std::string png = pngOf(3, 3, PNG_FORMAT_RGB, std::vector<std::uint8_t>(27, 9));
   for (std::size_t length = 0; length + 13 < png.size(); ++length) {  // the last chunk holds no pixels
