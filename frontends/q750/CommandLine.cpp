@@ -163,6 +163,7 @@ void addDoctorOptions(CLI::App& doctor, DoctorOptions& options) {
                   "How long a scanner may be silent during the test scan: " + timeoutRange() +
                       defaultIs(options.timeout))
       ->type_name("SECONDS");
+  doctor.add_flag("--json", options.json, "As JSON, for programs");
   addVirtualOptions(doctor, options.virtualScanner, virtualGroup);
   addVirtualTimes(doctor, options.virtualScanner, virtualGroup);
   doctor.footer(help::ofDoctor());

@@ -48,6 +48,7 @@ struct ScanOptions {
 struct DoctorOptions {
   std::optional<std::string> device;  // nothing: all real ones
   std::string timeout = inSeconds(defaultDoctorTimeout);
+  bool json = false;
   VirtualScannerOptions virtualScanner;
 };
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 #include "Bed.h"
 #include "CancelSignals.h"
@@ -54,13 +55,18 @@ void runDoctor(const DoctorOptions& options) {
 
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
+  std::vector<Finding> findings;
   Examination examination({takeInventory, findWorker, deviceRuleInstalled,
                            [&](const std::string& scanner) {
                              request.scanner = scanner;
                              return testScan(request, cancellation);
                            },
-                           [](const Finding& finding) { console::print(lineOf(finding)); }});
+                           [&](const Finding& finding) {
+                             findings.push_back(finding);
+                             if (!options.json) console::print(lineOf(finding));
+                           }});
   const ExitCode code = examination.run(options.device.value_or(""));
+  if (options.json) console::print(findingsAsJson(findings, code));
   if (code == ExitCode::cancelled) throw CommandError(code, "The check was cancelled.");
   if (code != ExitCode::good) throw CommandError(code, "At least one finding needs attention, see above.");
 }

@@ -1,19 +1,50 @@
 #include "Examination.h"
 
+#include <span>
+#include <string_view>
+
+#include "JsonObject.h"
 #include "ScannerName.h"
 
 namespace frontend {
 namespace {
 
+using Check = Finding::Check;
 using Level = Finding::Level;
+
+// In the order of the enumerations. Programs rely on the words: none ever changes its meaning.
+constexpr std::string_view checkNames[] = {"worker", "rule", "usb", "connection", "access", "scan"};
+constexpr std::string_view levelNames[] = {"ok", "note", "attention"};
+constexpr std::size_t textColumn = 11;
+
+template <typename Enumeration>
+std::string_view nameIn(std::span<const std::string_view> names, Enumeration value) {
+  return names[static_cast<std::size_t>(value)];
+}
 
 }  // namespace
 
 std::string lineOf(const Finding& finding) {
-  const char* level = finding.level == Level::ok     ? "ok         "
-                      : finding.level == Level::note ? "note       "
-                                                     : "attention  ";
-  return level + finding.text + "\n";
+  std::string line(nameIn(levelNames, finding.level));
+  line.resize(textColumn, ' ');
+  return line + finding.text + "\n";
+}
+
+std::string findingsAsJson(const std::vector<Finding>& findings, ExitCode code) {
+  std::vector<JsonObject> objects;
+  for (const Finding& finding : findings) {
+    objects.emplace_back()
+        .text("check", nameIn(checkNames, finding.check))
+        .text("level", nameIn(levelNames, finding.level))
+        .text("scanner", finding.scanner)
+        .text("message", finding.text)
+        .text("status", nameOf(finding.code));
+  }
+  return versionedDocument()
+      .array("findings", objects)
+      .text("status", nameOf(code))
+      .number("exit_code", static_cast<std::uint64_t>(code))
+      .document();
 }
 
 ExitCode Examination::run(const std::string& device) {
@@ -26,36 +57,38 @@ ExitCode Examination::run(const std::string& device) {
   return code_;
 }
 
-void Examination::report(Level level, const std::string& text, ExitCode code) {
-  if (code_ == ExitCode::good || code == ExitCode::cancelled) code_ = code;
-  dependencies_.report({level, text, code});
+void Examination::report(Finding finding) {
+  if (code_ == ExitCode::good || finding.code == ExitCode::cancelled) code_ = finding.code;
+  dependencies_.report(finding);
 }
 
 bool Examination::checkWorker() {
   const std::string worker = dependencies_.worker();
   if (worker.empty()) {
-    report(Level::attention, "The worker program q750-worker is missing. Reinstall the package quenvar-q750.",
-           ExitCode::ioError);
+    report({Check::worker, Level::attention, "",
+            "The worker program q750-worker is missing. Reinstall the package quenvar-q750.",
+            ExitCode::ioError});
     return false;
   }
-  report(Level::ok, "The worker program is installed: " + worker);
+  report({Check::worker, Level::ok, "", "The worker program is installed: " + worker});
   return true;
 }
 
 void Examination::checkDeviceRule() {
   if (dependencies_.deviceRuleInstalled()) {
-    report(Level::ok, "The rule that grants users access to the scanner is installed.");
+    report({Check::rule, Level::ok, "", "The rule that grants users access to the scanner is installed."});
   } else {
-    report(Level::note,
-           "The rule that grants users access to the scanner is not installed: only root may use a scanner "
-           "on the "
-           "USB. Install the package quenvar-q750 and plug the scanner in again.");
+    report(
+        {Check::rule, Level::note, "",
+         "The rule that grants users access to the scanner is not installed: only root may use a scanner on "
+         "the USB. Install the package quenvar-q750 and plug the scanner in again."});
   }
 }
 
 std::vector<std::string> Examination::findUsableScanners(const std::string& device) {
   const ScannerInventory inventory = dependencies_.inventory();
-  if (!inventory.problem.empty()) report(Level::attention, inventory.problem, ExitCode::ioError);
+  if (!inventory.problem.empty())
+    report({Check::usb, Level::attention, "", inventory.problem, ExitCode::ioError});
   const bool anyReal = device.empty() || device == firstUsbScannerName;
   std::vector<std::string> usable;
   bool found = false;
@@ -65,12 +98,12 @@ std::vector<std::string> Examination::findUsableScanners(const std::string& devi
     if (scanner.isVirtual || checkAccess(scanner)) usable.push_back(scanner.name);
   }
   if (found) return usable;
-  report(Level::attention,
-         anyReal
-             ? "No Quenvar Q750 is connected. Check its cable and its power; dmesg shows whether the system "
-               "detects it."
-             : "There is no scanner " + device + ". See q750 list for the available ones.",
-         ExitCode::noDevice);
+  report({Check::connection, Level::attention, anyReal ? "" : device,
+          anyReal
+              ? "No Quenvar Q750 is connected. Check its cable and its power; dmesg shows whether the system "
+                "detects it."
+              : "There is no scanner " + device + ". See q750 list for the available ones.",
+          ExitCode::noDevice});
   // A test scan that works shows that only the scanner is missing.
   if (device.empty()) usable.emplace_back(virtualScannerName);
   return usable;
@@ -78,28 +111,31 @@ std::vector<std::string> Examination::findUsableScanners(const std::string& devi
 
 bool Examination::checkAccess(const ScannerEntry& scanner) {
   if (scanner.accessible) {
-    report(Level::ok, scanner.name + ": a " + scanner.vendor + " " + scanner.model + " that you may use.");
+    report({Check::access, Level::ok, scanner.name,
+            scanner.name + ": a " + scanner.vendor + " " + scanner.model + " that you may use."});
   } else {
-    report(Level::attention, scanner.name + ": " + scanner.hint, ExitCode::accessDenied);
+    report({Check::access, Level::attention, scanner.name, scanner.name + ": " + scanner.hint,
+            ExitCode::accessDenied});
   }
   return scanner.accessible;
 }
 
 void Examination::checkScan(const std::string& scanner) {
   const ScanOutcome first = dependencies_.testScan(scanner);
-  if (first.good()) return report(Level::ok, scanner + ": the test scan succeeded.");
+  if (first.good()) return report({Check::scan, Level::ok, scanner, scanner + ": the test scan succeeded."});
   // A failed scan clears the pipes, so a scanner that an earlier scan left in disorder works at
   // the second attempt.
   const bool mayRecover = first.status == ScanStatus::timedOut || first.status == ScanStatus::badData ||
                           first.status == ScanStatus::ioError;
   if (mayRecover && dependencies_.testScan(scanner).good()) {
-    return report(Level::note,
-                  scanner +
-                      ": its pipes were blocked by an earlier scan; they are cleared now, and the test "
-                      "scan succeeded. (The first attempt failed: " +
-                      first.sentence + ")");
+    return report({Check::scan, Level::note, scanner,
+                   scanner +
+                       ": its pipes were blocked by an earlier scan; they are cleared now, and the test "
+                       "scan succeeded. (The first attempt failed: " +
+                       first.sentence + ")"});
   }
-  report(Level::attention, scanner + ": " + first.sentence, exitCodeFor(first.status));
+  report(
+      {Check::scan, Level::attention, scanner, scanner + ": " + first.sentence, exitCodeFor(first.status)});
 }
 
 }  // namespace frontend

@@ -14,15 +14,23 @@ namespace frontend {
 
 // The result of one check.
 struct Finding {
+  // The worker program is installed; users are granted access to the scanner; USB works; a scanner is
+  // connected; this user may use it; it scans.
+  enum class Check : std::uint8_t { worker, rule, usb, connection, access, scan };
   enum class Level : std::uint8_t { ok, note, attention };
 
+  Check check;
   Level level;
+  std::string scanner;  // that the finding is about; empty where it is about none
   std::string text;
   ExitCode code = ExitCode::good;  // of a finding that needs attention
 };
 
 // The finding as a line: "ok         " and its text.
 std::string lineOf(const Finding& finding);
+
+// All findings as a JSON document, which q750(1) describes.
+std::string findingsAsJson(const std::vector<Finding>& findings, ExitCode code);
 
 // Checks what scanning depends on, most fundamental first, so that the first finding that needs
 // attention is the one to begin with. Reports each finding as soon as it is known. Reaches the system
@@ -44,7 +52,7 @@ class Examination {
   ExitCode run(const std::string& device);
 
  private:
-  void report(Finding::Level level, const std::string& text, ExitCode code = ExitCode::good);
+  void report(Finding finding);
   bool checkWorker();
   void checkDeviceRule();
   std::vector<std::string> findUsableScanners(const std::string& device);

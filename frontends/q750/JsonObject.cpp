@@ -7,6 +7,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+constexpr std::uint64_t documentVersion = 1;
 constexpr int onOneLine = -1;
 
 std::string written(const Json& json, int indentation) {
@@ -53,6 +54,12 @@ std::string JsonObject::line() const {
 
 std::string JsonObject::document() const {
   return written(members_->json, 2);
+}
+
+JsonObject versionedDocument() {
+  JsonObject document;
+  document.number("version", documentVersion);
+  return document;
 }
 
 }  // namespace frontend

@@ -35,4 +35,8 @@ class JsonObject {
   std::unique_ptr<Members> members_;
 };
 
+// A document of the commands that print one, with their version as its first member. A member keeps its name
+// and meaning as long as the version is the same; others may be added.
+JsonObject versionedDocument();
+
 }  // namespace frontend

@@ -97,7 +97,7 @@ std::string inventoryAsJson(const ScannerInventory& inventory) {
         .boolean("accessible", scanner.accessible)
         .text("hint", scanner.hint);
   }
-  return JsonObject().array("scanners", scanners).text("problem", inventory.problem).document();
+  return versionedDocument().array("scanners", scanners).text("problem", inventory.problem).document();
 }
 
 std::string chooseScanner(const std::optional<std::string>& requested, bool virtualOptionsUsed,

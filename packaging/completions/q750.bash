@@ -73,7 +73,7 @@ _q750_options() {
         --virtual-warm-up --virtual-speed --virtual-real-time
       ;;
     doctor)
-      printf '%s\n' --device --timeout --virtual-paper --virtual-fault --virtual-packet-size --virtual-warm-up \
+      printf '%s\n' --device --timeout --json --virtual-paper --virtual-fault --virtual-packet-size --virtual-warm-up \
         --virtual-speed --virtual-real-time
       ;;
     virtual) printf '%s\n' --listen --virtual-paper --virtual-fault --virtual-packet-size ;;

@@ -142,6 +142,8 @@ TEST(CommandLine, TakesDoctor) {
   EXPECT_EQ(line.command, CommandLine::Command::doctor);
   EXPECT_EQ(line.doctor.device, "usb");
   EXPECT_EQ(line.doctor.timeout, "1");
+  EXPECT_FALSE(line.doctor.json);
+  EXPECT_TRUE(parse({"doctor", "--json"}).doctor.json);
 }
 
 TEST(CommandLine, ListensOnTheLoopbackInterfaceByDefault) {

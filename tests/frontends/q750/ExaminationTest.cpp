@@ -20,6 +20,7 @@ constexpr char ruleLine[] = "ok         The rule that grants users access to the
 class ExaminingASystem : public testing::Test {
  protected:
   ExitCode examine(const std::string& device = "") {
+    findings.clear();
     lines.clear();
     tried.clear();
     Examination examination({[this] { return inventory; }, [this] { return worker; }, [this] { return rule; },
@@ -29,7 +30,10 @@ class ExaminingASystem : public testing::Test {
                                if (outcomes.size() > 1) outcomes.erase(outcomes.begin());
                                return outcome;
                              },
-                             [this](const Finding& finding) { lines.push_back(lineOf(finding)); }});
+                             [this](const Finding& finding) {
+                               findings.push_back(finding);
+                               lines.push_back(lineOf(finding));
+                             }});
     return examination.run(device);
   }
 
@@ -39,6 +43,7 @@ class ExaminingASystem : public testing::Test {
   std::string worker = "/usr/libexec/q750-worker";
   bool rule = true;
   std::vector<ScanOutcome> outcomes{outcome::good()};
+  std::vector<Finding> findings;
   std::vector<std::string> lines;
   std::vector<std::string> tried;
 };
@@ -128,6 +133,64 @@ TEST_F(ExaminingASystem, StopsForACancel) {
   outcomes = {outcome::cancelled()};
   EXPECT_EQ(examine(), ExitCode::cancelled);
   EXPECT_THAT(tried, ElementsAre("usb:1-2"));
+}
+
+TEST_F(ExaminingASystem, IsReportedAsJson) {
+  scanner.accessible = false;
+  scanner.hint = "Join the group.";
+  inventory = {{scanner, simulated}, "There is no \"USB\"."};
+  const ExitCode code = examine();
+  EXPECT_EQ(findingsAsJson(findings, code), R"({
+  "version": 1,
+  "findings": [
+    {
+      "check": "worker",
+      "level": "ok",
+      "scanner": "",
+      "message": "The worker program is installed: /usr/libexec/q750-worker",
+      "status": "good"
+    },
+    {
+      "check": "rule",
+      "level": "ok",
+      "scanner": "",
+      "message": "The rule that grants users access to the scanner is installed.",
+      "status": "good"
+    },
+    {
+      "check": "usb",
+      "level": "attention",
+      "scanner": "",
+      "message": "There is no \"USB\".",
+      "status": "io-error"
+    },
+    {
+      "check": "access",
+      "level": "attention",
+      "scanner": "usb:1-2",
+      "message": "usb:1-2: Join the group.",
+      "status": "access-denied"
+    }
+  ],
+  "status": "io-error",
+  "exit_code": 7
+}
+)");
+  EXPECT_EQ(findingsAsJson({}, ExitCode::good),
+            "{\n  \"version\": 1,\n  \"findings\": [],\n  \"status\": \"good\",\n  \"exit_code\": 0\n}\n");
+}
+
+TEST_F(ExaminingASystem, NamesCheckAndScannerOfEachFinding) {
+  inventory.scanners = {simulated};
+  examine();
+  ASSERT_EQ(findings.size(), 4U);
+  EXPECT_EQ(findings[2].check, Finding::Check::connection);
+  EXPECT_EQ(findings[2].scanner, "");
+  EXPECT_EQ(findings[3].check, Finding::Check::scan);
+  EXPECT_EQ(findings[3].scanner, "virtual");
+  examine("usb:1-9");
+  EXPECT_EQ(findings.back().check, Finding::Check::connection);
+  EXPECT_EQ(findings.back().scanner, "usb:1-9");
 }
 
 }  // namespace

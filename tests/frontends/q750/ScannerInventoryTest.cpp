@@ -33,6 +33,7 @@ TEST(ScannerTable, PrintsHints) {
 TEST(InventoryAsJson, IsAnObject) {
   EXPECT_EQ(inventoryAsJson({{forbidden("usb:2-1"), simulated()}, "no \"USB\"\n\xff"}),
             R"json({
+  "version": 1,
   "scanners": [
     {
       "name": "usb:2-1",
@@ -56,7 +57,7 @@ TEST(InventoryAsJson, IsAnObject) {
   "problem": "no \"USB\"\n\ufffd"
 }
 )json");
-  EXPECT_EQ(inventoryAsJson({{}, ""}), "{\n  \"scanners\": [],\n  \"problem\": \"\"\n}\n");
+  EXPECT_EQ(inventoryAsJson({{}, ""}), "{\n  \"version\": 1,\n  \"scanners\": [],\n  \"problem\": \"\"\n}\n");
 }
 
 struct Choice {

@@ -172,10 +172,27 @@ class Zsh(unittest.TestCase):
 class Json(unittest.TestCase):
     def test_of_the_list_is_an_object(self):
         listed = json.loads(run(PROGRAM, "list", "--json"))
-        self.assertEqual(list(listed), ["scanners", "problem"])
+        self.assertEqual(list(listed), ["version", "scanners", "problem"])
+        self.assertEqual(listed["version"], 1)
         self.assertEqual(list(listed["scanners"][-1].items()), [
             ("name", "virtual"), ("vendor", "Quenvar"), ("model", "Q750 (virtual)"), ("type", "virtual device"),
             ("virtual", True), ("accessible", True), ("hint", "")])
+
+    def test_of_the_doctor_is_an_object(self):
+        found = json.loads(run(PROGRAM, "doctor", "--device", "virtual", "--json"))
+        self.assertEqual(list(found), ["version", "findings", "status", "exit_code"])
+        self.assertEqual((found["version"], found["status"], found["exit_code"]), (1, "good", 0))
+        self.assertEqual([finding["check"] for finding in found["findings"]], ["worker", "rule", "scan"])
+        self.assertEqual(list(found["findings"][-1].items()), [
+            ("check", "scan"), ("level", "ok"), ("scanner", "virtual"),
+            ("message", "virtual: the test scan succeeded."), ("status", "good")])
+
+    def test_of_a_doctor_with_a_finding_is_an_object_too(self):
+        result = subprocess.run([PROGRAM, "doctor", "-d", "virtual", "--virtual-fault", "exception-reply", "--json"],
+                                text=True, capture_output=True, timeout=60)
+        found = json.loads(result.stdout)
+        self.assertEqual((found["status"], found["exit_code"], result.returncode), ("refused", 8, 8))
+        self.assertEqual(found["findings"][-1]["status"], "refused")
 
     def test_of_a_scan_is_an_object_in_every_line(self):
         with tempfile.TemporaryDirectory() as folder:
