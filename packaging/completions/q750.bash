@@ -14,13 +14,17 @@ _q750_words() {
   fi
 }
 
-# Offers those lines of its input that begin with the current word, without the part up to the last colon, which bash
-# keeps.
+# Offers those lines of its input that begin with the current word, after the option and the equals sign before it,
+# without the part that bash keeps: up to the last colon or equals sign.
 _q750_offer() {
-  local kept='' choice
-  if [[ $current == *:* && $COMP_WORDBREAKS == *:* ]]; then kept=${current%"${current##*:}"}; fi
+  local whole=$option$current kept='' choice
+  if [[ $COMP_WORDBREAKS == *=* ]]; then kept=$option; fi
+  if [[ $whole == *:* && $COMP_WORDBREAKS == *:* ]]; then kept=${whole%"${whole##*:}"}; fi
   while IFS= read -r choice; do
-    if [[ -n $choice && $choice == "$current"* ]]; then COMPREPLY+=("${choice#"$kept"}"); fi
+    if [[ -n $choice && $choice == "$current"* ]]; then
+      choice=$option$choice
+      COMPREPLY+=("${choice#"$kept"}")
+    fi
   done
 }
 
@@ -31,9 +35,8 @@ _q750_devices() {
 }
 
 _q750_files() {
-  local file
   compopt -o filenames 2>/dev/null
-  while IFS= read -r file; do COMPREPLY+=("$file"); done < <(compgen -f -- "$current")
+  _q750_offer < <(compgen -f -- "$current")
 }
 
 _q750_faults() {
@@ -82,14 +85,24 @@ _q750_options() {
 }
 
 _q750() {
-  local words current
+  local words current option=''
   COMPREPLY=()
   _q750_words
+  if [[ $current == --*=* ]]; then
+    option=${current%%=*}=
+    current=${current#*=}
+    _q750_values "${option%=}"
+    return
+  fi
   if ((${#words[@]} == 1)) && [[ $current != -* ]]; then
     _q750_offer < <(printf '%s\n' list scan doctor virtual)
     return
   fi
   if ((${#words[@]} > 2)) && _q750_values "${words[-1]}"; then return; fi
+  if [[ ${words[1]-} == scan && -n $current && $current != -* ]]; then
+    _q750_files
+    return
+  fi
   _q750_offer < <(_q750_options "${words[1]-}")
 }
 

@@ -64,6 +64,19 @@ class Bash(unittest.TestCase):
         self.assertEqual(complete(" scan --progress j"), ["json"])
         self.assertEqual(complete(" scan --timeout "), [])
 
+    def test_completes_values_after_an_equals_sign(self):
+        self.assertEqual(complete(" scan --mode=g"), ["gray"])
+        self.assertEqual(complete(" scan --mode="), ["color", "gray", "lineart"])
+        self.assertEqual(complete(" scan a.png --quiet="), [])
+        with tempfile.TemporaryDirectory() as folder:
+            (pathlib.Path(folder) / "a page.png").touch()
+            self.assertEqual(complete(" scan --output=a", folder), ["a page.png"])
+
+    def test_completes_values_after_an_equals_sign_where_bash_does_not_split_there(self):
+        script = f"""source {FOLDER}/q750.bash; COMP_WORDBREAKS=' '; COMP_LINE="{PROGRAM} scan --mode=g"
+          COMP_POINT=${{#COMP_LINE}}; _q750; printf '%s\\n' "${{COMPREPLY[@]}}" """
+        self.assertEqual(run("bash", "-c", script), "--mode=gray\n")
+
     def test_completes_exactly_the_choices_of_the_help(self):
         for option in ("--mode", "--resolution", "--format", "--progress"):
             self.assertEqual(complete(f" scan {option} "), choices_of(option), option)
@@ -100,6 +113,7 @@ class Bash(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             (pathlib.Path(folder) / "a page.png").touch()
             self.assertEqual(complete(" scan -o a", folder), ["a page.png"])
+            self.assertEqual(complete(" scan a", folder), ["a page.png"])
 
 
 # An interactive zsh in which the tab key writes what would be offered to a file: every choice on a line, then "end".
@@ -164,9 +178,14 @@ class Zsh(unittest.TestCase):
             self.assertEqual(choices, complete(f" scan {option} "), option)
             self.assertTrue(choices, option)
 
+    def test_completes_values_after_an_equals_sign(self):
+        self.assertEqual(self.complete(" scan --mode=g"), ["gray"])
+        self.assertEqual(self.complete(" scan --mode="), complete(" scan --mode "))
+
     def test_completes_files(self):
         (self.home / "a-page.png").touch()
         self.assertEqual(self.complete(" scan -o a-"), ["a-page.png"])
+        self.assertEqual(self.complete(" scan a-"), ["a-page.png"])
 
 
 class Json(unittest.TestCase):
