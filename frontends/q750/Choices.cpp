@@ -51,6 +51,12 @@ std::string listOfResolutions() {
   return listOf(std::vector<std::string_view>(texts.begin(), texts.end()));
 }
 
+std::string hundredths(std::uint32_t value) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%u.%02u", value / 100, value % 100);
+  return text;
+}
+
 std::string inSeconds(std::chrono::milliseconds time) {
   char text[40];
   std::snprintf(text, sizeof text, "%.9g", std::chrono::duration<double>(time).count());

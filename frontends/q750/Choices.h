@@ -3,6 +3,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -38,6 +39,8 @@ std::optional<std::size_t> indexIn(std::span<const std::string_view> choices, st
 std::string listOf(std::span<const std::string_view> choices);
 // "75, 150, 200, 300, 400 or 600".
 std::string listOfResolutions();
+// "2.20", as --gamma takes it.
+std::string hundredths(std::uint32_t value);
 // "0.1", as --timeout takes it.
 std::string inSeconds(std::chrono::milliseconds time);
 

@@ -29,7 +29,7 @@ std::string defaultIs(const std::string& value) {
   return " (default: " + value + ")";
 }
 
-std::string rangeOf(std::uint64_t least, std::uint64_t most) {
+std::string rangeOf(std::int64_t least, std::int64_t most) {
   return std::to_string(least) + " to " + std::to_string(most);
 }
 
@@ -90,6 +90,25 @@ void addVirtualTimes(CLI::App& command, VirtualScannerOptions& options, const st
       ->group(group);
 }
 
+void addToneOptions(CLI::App& scan, ScanOptions& options) {
+  constexpr Tone neutral;
+  const std::string range = rangeOf(limits::lowestTonePercent, limits::highestTonePercent);
+  scan.add_option(
+          "--brightness", options.brightness,
+          "In color and gray, above 0 is lighter: " + range + defaultIs(std::to_string(neutral.brightness)))
+      ->type_name("N");
+  scan.add_option(
+          "--contrast", options.contrast,
+          "In color and gray, above 0 is more: " + range + defaultIs(std::to_string(neutral.contrast)))
+      ->type_name("N");
+  scan.add_option(
+          "--gamma", options.gamma,
+          "In color and gray, above 1 lightens the midtones: " + hundredths(limits::lowestGammaHundredths) +
+              " to " + hundredths(limits::highestGammaHundredths) +
+              defaultIs(hundredths(neutral.gammaHundredths)))
+      ->type_name("N");
+}
+
 void addPictureOptions(CLI::App& scan, ScanOptions& options) {
   scan.add_option("-r,--resolution", options.resolution,
                   listOfResolutions() + " dots per inch, colour at most " +
@@ -102,6 +121,7 @@ void addPictureOptions(CLI::App& scan, ScanOptions& options) {
                   "In lineart, greys below it become black: " + rangeOf(0, limits::highestThreshold) +
                       ", or 0% to 100%" + defaultIs(std::to_string(limits::defaultThresholdPercent) + "%"))
       ->type_name("N");
+  addToneOptions(scan, options);
   scan.add_option("-a,--area", options.area, "The part of the bed to scan, see below" + defaultIs("all"))
       ->type_name("AREA");
   scan.add_option("-p,--paper", options.paper, "The same as a paper size, in the top left corner, see below")

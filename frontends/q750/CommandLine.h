@@ -30,7 +30,10 @@ struct ScanOptions {
   std::string format;                 // empty: by the extension of the output
   std::string resolution = std::to_string(limits::defaultResolution);
   std::string mode = nameOf(defaultMode);
-  std::string threshold;    // empty: the default, or none outside lineart
+  std::string threshold;   // empty: the default, or none outside lineart
+  std::string brightness;  // empty: neutral, like the next two
+  std::string contrast;
+  std::string gamma;
   std::string area;         // empty: the whole bed
   std::string paper;        // empty: by the area
   std::string quality;      // empty: the default

@@ -13,6 +13,8 @@
 namespace frontend::optionvalue {
 namespace {
 
+constexpr double roundingError = 1e-6;  // of hundredths
+
 // The number that is all of the text, or nothing.
 template <typename Number>
 std::optional<Number> numberIn(std::string_view text) {
@@ -49,6 +51,25 @@ std::uint8_t threshold(const std::string& text) {
   }
   throw ValueError("expected a grey level from 0 to " + std::to_string(limits::highestThreshold) +
                    ", or 0% to 100%, for example " + std::to_string(limits::defaultThresholdPercent) + "%.");
+}
+
+std::int32_t tonePercent(const std::string& text) {
+  const auto percent = numberIn<std::int32_t>(text);
+  if (percent && *percent >= limits::lowestTonePercent && *percent <= limits::highestTonePercent)
+    return *percent;
+  throw ValueError("expected a whole number from " + std::to_string(limits::lowestTonePercent) + " to " +
+                   std::to_string(limits::highestTonePercent) + ".");
+}
+
+std::uint32_t gamma(const std::string& text) {
+  const double value = numberIn<double>(text).value_or(0) * 100;
+  // Not a number, which from_chars() reads too, is in no range.
+  const bool inRange = value >= limits::lowestGammaHundredths && value <= limits::highestGammaHundredths;
+  if (inRange && std::abs(value - std::round(value)) < roundingError)
+    return static_cast<std::uint32_t>(std::lround(value));
+  throw ValueError("expected a number from " + hundredths(limits::lowestGammaHundredths) + " to " +
+                   hundredths(limits::highestGammaHundredths) + " with at most two decimals, for example " +
+                   hundredths(180) + ".");
 }
 
 PictureFormat format(const std::string& text) {

@@ -32,6 +32,10 @@ PictureMode mode(const std::string& text);
 std::uint32_t resolution(const std::string& text);
 // Of a gray level or a percentage.
 std::uint8_t threshold(const std::string& text);
+// Of brightness and contrast.
+std::int32_t tonePercent(const std::string& text);
+// In hundredths.
+std::uint32_t gamma(const std::string& text);
 PictureFormat format(const std::string& text);
 Quality quality(const std::string& text);
 // The name in progressNames.

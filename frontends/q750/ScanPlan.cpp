@@ -28,6 +28,28 @@ std::optional<std::uint8_t> thresholdFor(const ScanOptions& options, PictureMode
   throw UsageError("--threshold applies to --mode lineart only. Add that mode, or leave --threshold out.");
 }
 
+void requireTones(const char* option, PictureMode mode) {
+  if (mode != PictureMode::lineart) return;
+  throw UsageError(std::string(option) +
+                   " applies to --mode color and gray only. Choose one of them, or leave " + option +
+                   " out.");
+}
+
+// Neutral values are accepted in every mode.
+Tone toneFor(const ScanOptions& options, PictureMode mode) {
+  Tone tone;
+  if (!options.brightness.empty())
+    tone.brightness = valueOf("--brightness", options.brightness, optionvalue::tonePercent);
+  if (!options.contrast.empty())
+    tone.contrast = valueOf("--contrast", options.contrast, optionvalue::tonePercent);
+  if (!options.gamma.empty()) tone.gammaHundredths = valueOf("--gamma", options.gamma, optionvalue::gamma);
+  constexpr Tone neutral;
+  if (tone.brightness != neutral.brightness) requireTones("--brightness", mode);
+  if (tone.contrast != neutral.contrast) requireTones("--contrast", mode);
+  if (tone.gammaHundredths != neutral.gammaHundredths) requireTones("--gamma", mode);
+  return tone;
+}
+
 PictureFormat formatFromFileName(const std::string& path, PictureMode mode) {
   const auto type = fileTypeOf(path);
   if (!type) {
@@ -157,6 +179,7 @@ ScanPlan planScan(const ScanOptions& options) {
   ScanPlan plan;
   plan.request.settings.mode = mode == PictureMode::color ? ColorMode::color : ColorMode::gray;
   plan.request.threshold = thresholdFor(options, mode);
+  plan.request.tone = toneFor(options, mode);
   setResolution(plan.request.settings, valueOf("--resolution", options.resolution, optionvalue::resolution),
                 plan.notes);
   setFormat(plan, options, mode);

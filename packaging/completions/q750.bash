@@ -59,7 +59,7 @@ _q750_values() {
     --quality) _q750_offer < <(printf '%s\n' 75 90 95 lossless) ;;
     --progress) _q750_offer < <(printf '%s\n' auto bar plain json none) ;;
     --virtual-fault) _q750_offer < <(_q750_faults) ;;
-    -a | --area | --threshold | --first-page | --timeout | --listen) ;;
+    -a | --area | --threshold | --brightness | --contrast | --gamma | --first-page | --timeout | --listen) ;;
     --pages) [[ $current != -* ]] ;; # its number may be left out
     --virtual-packet-size | --virtual-warm-up | --virtual-speed) ;;
     *) return 1 ;;
@@ -71,7 +71,7 @@ _q750_options() {
   case $1 in
     list) printf '%s\n' --json ;;
     scan)
-      printf '%s\n' --output --format --quality --device --resolution --mode --threshold --area --paper --pages \
+      printf '%s\n' --output --format --quality --device --resolution --mode --threshold --brightness --contrast --gamma --area --paper --pages \
         --first-page --no-clobber --progress --timeout --quiet --verbose --virtual-paper --virtual-fault --virtual-packet-size \
         --virtual-warm-up --virtual-speed --virtual-real-time
       ;;

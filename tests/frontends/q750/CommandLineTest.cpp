@@ -31,11 +31,12 @@ std::string complaintAbout(const std::vector<const char*>& arguments) {
 
 TEST(CommandLine, TakesAllOptionsOfAScan) {
   const CommandLine line =
-      parse({"scan",       "--device",     "virtual",   "-o",           "page.png",     "--format",
-             "png",        "--quality",    "lossless",  "--mode",       "lineart",      "--area",
-             "1x1+2x2mm",  "--resolution", "150",       "--threshold",  "40%",          "--paper",
-             "a4",         "--pages",      "7",         "--no-clobber", "--first-page", "12",
-             "--progress", "json",         "--timeout", "2.5",          "--quiet",      "--verbose"});
+      parse({"scan",         "--device",     "virtual",    "-o",           "page.png",     "--format",
+             "png",          "--quality",    "lossless",   "--mode",       "lineart",      "--area",
+             "1x1+2x2mm",    "--resolution", "150",        "--threshold",  "40%",          "--paper",
+             "a4",           "--pages",      "7",          "--no-clobber", "--first-page", "12",
+             "--progress",   "json",         "--timeout",  "2.5",          "--quiet",      "--verbose",
+             "--brightness", "-20",          "--contrast", "15",           "--gamma",      "1.8"});
   EXPECT_EQ(line.command, CommandLine::Command::scan);
   EXPECT_EQ(line.scan.device, "virtual");
   EXPECT_EQ(line.scan.output, "page.png");
@@ -44,6 +45,9 @@ TEST(CommandLine, TakesAllOptionsOfAScan) {
   EXPECT_EQ(line.scan.resolution, "150");
   EXPECT_EQ(line.scan.mode, "lineart");
   EXPECT_EQ(line.scan.threshold, "40%");
+  EXPECT_EQ(line.scan.brightness, "-20");
+  EXPECT_EQ(line.scan.contrast, "15");
+  EXPECT_EQ(line.scan.gamma, "1.8");
   EXPECT_EQ(line.scan.area, "1x1+2x2mm");
   EXPECT_EQ(line.scan.paper, "a4");
   EXPECT_EQ(line.scan.pages, "7");

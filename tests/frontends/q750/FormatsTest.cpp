@@ -185,6 +185,25 @@ TEST_F(Documents, AreTheSameBytesForTheSameTime) {
 INSTANTIATE_TEST_SUITE_P(Modes, EveryMode, testing::ValuesIn(modes),
                          [](const auto& row) { return std::string(row.param.name); });
 
+class Tones : public ProgramFixture {};
+
+TEST_F(Tones, ChangeTheValuesOfThePicture) {
+  const std::vector<std::string> grey{"-r", "75", "-m", "gray", "-a", "0x0+9x9px", "-q"};
+  const auto sample = [&](std::vector<std::string> more) {
+    more.insert(more.end(), grey.begin(), grey.end());
+    more.insert(more.end(), {"-o", folder / "page.pgm", "--virtual-paper", folder / "paper.pgm"});
+    const ProgramResult result = scan(more);
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    return static_cast<std::uint8_t>(contentOf(folder / "page.pgm").back());
+  };
+  writeContent(folder / "paper.pgm", "P5 1 1 255 \x40");
+  EXPECT_EQ(sample({"--brightness", "0", "--contrast", "0", "--gamma", "1"}), 0x40);
+  EXPECT_GT(sample({"--brightness", "20"}), 0x40);
+  EXPECT_LT(sample({"--contrast=20"}), 0x40);
+  EXPECT_GT(sample({"--gamma", "1.8"}), 0x40);
+  EXPECT_EQ(sample({"--contrast", "100"}), 0);
+}
+
 class Papers : public ProgramFixture {};
 
 TEST_F(Papers, HaveTheirSizeInAPdf) {

@@ -111,6 +111,22 @@ TEST(ScanPlan, RejectsInvalidValues) {
       {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "nan%"; }, "--threshold nan%: "},
       {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "%"; }, "--threshold %: "},
       {[](ScanOptions& o) { o.mode = "lineart", o.threshold = "-1"; }, "--threshold -1: "},
+      {[](ScanOptions& o) { o.brightness = "101"; },
+       "--brightness 101: expected a whole number from -100 to 100."},
+      {[](ScanOptions& o) { o.brightness = "5.5"; }, "--brightness 5.5: "},
+      {[](ScanOptions& o) { o.contrast = "-101"; }, "--contrast -101: "},
+      {[](ScanOptions& o) { o.contrast = "high"; }, "--contrast high: "},
+      {[](ScanOptions& o) { o.gamma = "0.09"; },
+       "--gamma 0.09: expected a number from 0.10 to 5.00 with at most two decimals, for example 1.80."},
+      {[](ScanOptions& o) { o.gamma = "5.01"; }, "--gamma 5.01: "},
+      {[](ScanOptions& o) { o.gamma = "nan"; }, "--gamma nan: "},
+      {[](ScanOptions& o) { o.gamma = "1.005"; }, "--gamma 1.005: "},
+      {[](ScanOptions& o) { o.mode = "lineart", o.brightness = "1"; },
+       "--brightness applies to --mode color and gray only. Choose one of them, or leave --brightness out."},
+      {[](ScanOptions& o) { o.mode = "lineart", o.contrast = "1"; },
+       "--contrast applies to --mode color and gray"},
+      {[](ScanOptions& o) { o.mode = "lineart", o.gamma = "1.1"; },
+       "--gamma applies to --mode color and gray"},
       {[](ScanOptions& o) { o.quality = "90"; }, "--quality applies to JPEG and PDF only."},
       {[](ScanOptions& o) { o.quality = "lossless", o.format = "jpeg"; },
        "--quality lossless: expected a number from 1 to 100."},
@@ -212,6 +228,29 @@ TEST(ScanPlan, MakesBlackAndWhiteOfGrey) {
     EXPECT_EQ(plan.format, PictureFormat::pnm);
   }
   EXPECT_FALSE(planScan(optionsFor("page.ppm")).request.threshold);
+}
+
+TEST(ScanPlan, TakesTheToneOfThePicture) {
+  ScanOptions options = optionsFor("page.png");
+  EXPECT_TRUE(planScan(options).request.tone.isNeutral());
+  options.brightness = "-100";
+  options.contrast = "35";
+  options.gamma = "2.2";
+  EXPECT_EQ(planScan(options).request.tone, (Tone{-100, 35, 220}));
+  const std::pair<const char*, std::uint32_t> gammas[] = {{"0.1", 10},   {"0.10", 10},  {"1", 100},
+                                                          {"1.15", 115}, {"4.99", 499}, {"5.00", 500}};
+  for (const auto& [text, hundredths] : gammas) {
+    options.gamma = text;
+    EXPECT_EQ(planScan(options).request.tone.gammaHundredths, hundredths) << text;
+  }
+}
+
+TEST(ScanPlan, AcceptsInLineartOnlyTheToneThatChangesNothing) {
+  ScanOptions options = optionsFor("page.png");
+  options.mode = "lineart";
+  options.brightness = options.contrast = "0";
+  options.gamma = "1.00";
+  EXPECT_TRUE(planScan(options).request.tone.isNeutral());
 }
 
 TEST(ScanPlan, NotesThatAJpegOfLineartIsGrey) {
