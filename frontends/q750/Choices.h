@@ -23,6 +23,8 @@ inline constexpr PictureMode defaultMode = PictureMode::color;
 static_assert(limits::defaultMode == ColorMode::color);
 // Of --progress, the default first.
 inline constexpr std::array<std::string_view, 5> progressNames = {"auto", "bar", "plain", "json", "none"};
+// Of --pages.
+inline constexpr std::uint32_t mostPages = 9999;
 // Of --quality, besides its numbers.
 inline constexpr std::string_view losslessName = "lossless";
 

@@ -13,7 +13,6 @@
 // the command line alone are here.
 namespace frontend {
 
-inline constexpr std::uint32_t mostPages = 9999;
 inline constexpr std::uint32_t highestFirstPage = 999999;
 // Shorter than that of a scan: whoever runs the doctor has a scanner that does not answer.
 inline constexpr std::chrono::milliseconds defaultDoctorTimeout = std::chrono::seconds(5);

@@ -72,6 +72,13 @@ std::uint32_t gamma(const std::string& text) {
                    hundredths(180) + ".");
 }
 
+std::uint32_t pages(const std::string& text) {
+  const auto pages = numberIn<std::uint32_t>(text);
+  if (pages && *pages >= 1 && *pages <= mostPages) return *pages;
+  throw ValueError("expected a number from 1 to " + std::to_string(mostPages) +
+                   ", or none to scan until the answer is q.");
+}
+
 PictureFormat format(const std::string& text) {
   if (const auto format = formatNamed(lowerCase(text))) return *format;
   throw ValueError("unknown format. Choose " + listOf(pictureFormatNames) + ".");

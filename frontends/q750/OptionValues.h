@@ -36,6 +36,7 @@ std::uint8_t threshold(const std::string& text);
 std::int32_t tonePercent(const std::string& text);
 // In hundredths.
 std::uint32_t gamma(const std::string& text);
+std::uint32_t pages(const std::string& text);
 PictureFormat format(const std::string& text);
 Quality quality(const std::string& text);
 // The name in progressNames.

@@ -95,14 +95,6 @@ void setQuality(PictureSettings& settings, const std::string& quality, PictureFo
   settings.lossless = value.lossless;
 }
 
-std::uint32_t pagesFrom(const std::string& text) {
-  if (text.empty()) return mostPages;
-  const auto pages = numberIn<std::uint32_t>(text);
-  if (pages && *pages >= 1 && *pages <= mostPages) return *pages;
-  throw UsageError("--pages " + text + ": expected a number from 1 to " + std::to_string(mostPages) +
-                   ", or none to scan until the answer is q.");
-}
-
 void setNames(ScanPlan& plan, const ScanOptions& options) {
   const std::string invalid = invalidPlaceIn(options.output);
   if (!plan.toStandardOutput && !invalid.empty()) {
@@ -186,7 +178,7 @@ ScanPlan planScan(const ScanOptions& options) {
   plan.pictureSettings.software = std::string("q750 ") + version;
   plan.pictureSettings.created = creationTime();
   setQuality(plan.pictureSettings, options.quality, plan.format);
-  setPages(plan, pagesFrom(options.pages));
+  setPages(plan, options.pages.empty() ? mostPages : valueOf("--pages", options.pages, optionvalue::pages));
   setNames(plan, options);
   setArea(plan, options);
   plan.request.timeout = timeoutOf(options.timeout);
