@@ -19,7 +19,7 @@ struct PaperSize {
 // Every size there is.
 std::span<const PaperSize> paperSizes();
 
-// The part of the bed that a sheet of this size covers, upright in the top left corner. The case of the name
+// The part of the bed that a sheet of this size covers in the top left corner. The case of the name
 // does not matter. Throws ValueError for an unknown name.
 AreaRequest areaOfPaper(const std::string& name);
 

@@ -52,8 +52,9 @@ _q750_values() {
     -m | --mode) _q750_offer < <(printf '%s\n' color gray lineart) ;;
     -r | --resolution) _q750_offer < <(printf '%s\n' 75 150 200 300 400 600) ;;
     -p | --paper)
-      _q750_offer < <(printf '%s\n' a4 a5 a6 b5 b6 letter legal executive statement card 9x13cm 10x15cm 13x18cm \
-        3.5x5in 4x6in 5x7in 8x10in)
+      _q750_offer < <(printf '%s\n' a4 a5 a5-landscape a6 a6-landscape b5 b6 b6-landscape letter legal executive \
+        statement statement-landscape card 9x13cm 9x13cm-landscape 10x15cm 10x15cm-landscape 13x18cm \
+        13x18cm-landscape 3.5x5in 3.5x5in-landscape 4x6in 4x6in-landscape 5x7in 5x7in-landscape 8x10in)
       ;;
     --format) _q750_offer < <(printf '%s\n' tiff png jpeg pnm pdf) ;;
     --quality) _q750_offer < <(printf '%s\n' 75 90 95 lossless) ;;
