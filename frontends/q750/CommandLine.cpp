@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <sstream>
+#include <utility>
 
 #include "Bed.h"
 #include "CommandError.h"
@@ -27,6 +28,11 @@ class HelpFormatter : public CLI::Formatter {
 
 std::string defaultIs(const std::string& value) {
   return " (default: " + value + ")";
+}
+
+// The user's own default, or else the program's.
+std::string defaultOf(const ScanOptions& options, std::string_view name, const std::string& otherwise) {
+  return defaultIs(options.defaults.valueOr(name, otherwise));
 }
 
 std::string rangeOf(std::int64_t least, std::int64_t most) {
@@ -93,19 +99,19 @@ void addVirtualTimes(CLI::App& command, VirtualScannerOptions& options, const st
 void addToneOptions(CLI::App& scan, ScanOptions& options) {
   constexpr Tone neutral;
   const std::string range = rangeOf(limits::lowestTonePercent, limits::highestTonePercent);
-  scan.add_option(
-          "--brightness", options.brightness,
-          "In color and gray, above 0 is lighter: " + range + defaultIs(std::to_string(neutral.brightness)))
+  scan.add_option("--brightness", options.brightness,
+                  "In color and gray, above 0 is lighter: " + range +
+                      defaultOf(options, "brightness", std::to_string(neutral.brightness)))
       ->type_name("N");
-  scan.add_option(
-          "--contrast", options.contrast,
-          "In color and gray, above 0 is more: " + range + defaultIs(std::to_string(neutral.contrast)))
+  scan.add_option("--contrast", options.contrast,
+                  "In color and gray, above 0 is more: " + range +
+                      defaultOf(options, "contrast", std::to_string(neutral.contrast)))
       ->type_name("N");
   scan.add_option(
           "--gamma", options.gamma,
           "In color and gray, above 1 lightens the midtones: " + hundredths(limits::lowestGammaHundredths) +
               " to " + hundredths(limits::highestGammaHundredths) +
-              defaultIs(hundredths(neutral.gammaHundredths)))
+              defaultOf(options, "gamma", hundredths(neutral.gammaHundredths)))
       ->type_name("N");
 }
 
@@ -119,7 +125,8 @@ void addPictureOptions(CLI::App& scan, ScanOptions& options) {
       ->type_name("MODE");
   scan.add_option("--threshold", options.threshold,
                   "In lineart, greys below it become black: " + rangeOf(0, limits::highestThreshold) +
-                      ", or 0% to 100%" + defaultIs(std::to_string(limits::defaultThresholdPercent) + "%"))
+                      ", or 0% to 100%" +
+                      defaultOf(options, "threshold", std::to_string(limits::defaultThresholdPercent) + "%"))
       ->type_name("N");
   addToneOptions(scan, options);
   scan.add_option("-a,--area", options.area, "The part of the bed to scan, see below" + defaultIs("all"))
@@ -138,7 +145,8 @@ void addOutputOptions(CLI::App& scan, ScanOptions& options) {
       ->type_name("FORMAT");
   scan.add_option("--quality", options.quality,
                   "Of JPEG, in a PDF too: " + rangeOf(lowestQuality, highestQuality) + ", or " +
-                      std::string(losslessName) + " for PDF" + defaultIs(std::to_string(defaultQuality)))
+                      std::string(losslessName) + " for PDF" +
+                      defaultOf(options, "quality", std::to_string(defaultQuality)))
       ->type_name("N");
 }
 
@@ -158,11 +166,13 @@ void addPageOptions(CLI::App& scan, ScanOptions& options) {
 
 void addScanOptions(CLI::App& scan, ScanOptions& options) {
   addOutputOptions(scan, options);
-  addDeviceOption(scan, options.device,
-                  "The scanner, by its name in q750 list" + defaultIs("the only real one"));
+  addDeviceOption(
+      scan, options.device,
+      "The scanner, by its name in q750 list" + defaultOf(options, "device", "the only real one"));
   addPictureOptions(scan, options);
   addPageOptions(scan, options);
-  scan.add_option("--progress", options.progress, listOf(progressNames) + defaultIs(options.progress))
+  scan.add_option("--progress", options.progress,
+                  listOf(progressNames) + defaultOf(options, "progress", std::string(progressNames.front())))
       ->type_name("STYLE");
   scan.add_option(
           "--timeout", options.timeout,
@@ -172,7 +182,7 @@ void addScanOptions(CLI::App& scan, ScanOptions& options) {
   scan.add_flag("-v,--verbose", options.verbose, "Print the log of the driver library");
   addVirtualOptions(scan, options.virtualScanner, virtualGroup);
   addVirtualTimes(scan, options.virtualScanner, virtualGroup);
-  scan.footer(help::ofScan());
+  scan.footer(help::ofScan(options.defaults));
 }
 
 void addDoctorOptions(CLI::App& doctor, DoctorOptions& options) {
@@ -197,6 +207,14 @@ void addServeOptions(CLI::App& serve, ServeOptions& options) {
       ->type_name("ADDRESS:PORT");
   addVirtualOptions(serve, options.virtualScanner, "Options");
   serve.footer(help::ofVirtual());
+}
+
+// Those that fit every scan replace the program's own; the others are for the plan to use.
+void useDefaults(ScanOptions& options, UserDefaults defaults) {
+  options.resolution = defaults.valueOr("resolution", options.resolution);
+  options.mode = defaults.valueOr("mode", options.mode);
+  options.timeout = defaults.valueOr("timeout", options.timeout);
+  options.defaults = std::move(defaults);
 }
 
 CommandLine::Command commandOf(const CLI::App& app) {
@@ -243,8 +261,10 @@ std::string defaultListenAddress() {
   return virtualscanner::textOf({"127.0.0.1", virtualscanner::usbip::defaultPort});
 }
 
-CommandLine parseCommandLine(int argc, const char* const* argv) {
+CommandLine parseCommandLine(int argc, const char* const* argv, const DefaultsReader& readDefaults) {
   CommandLine result;
+  // Before the options are described: the help gives the defaults that are in force.
+  if (argc > 1 && std::string_view(argv[1]) == "scan") useDefaults(result.scan, readDefaults());
   CLI::App app("Scan pages with the Quenvar Q750.", "q750");
   app.formatter(std::make_shared<HelpFormatter>());
   app.get_formatter()->column_width(helpColumn);

@@ -2,12 +2,14 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
 #include "Choices.h"
 #include "ScanLimits.h"
 #include "ScanRequest.h"
+#include "UserDefaults.h"
 
 // The options of the commands. Ranges and defaults that other front ends share are in ScanLimits.h; those of
 // the command line alone are here.
@@ -39,11 +41,12 @@ struct ScanOptions {
   std::string pages = "1";  // empty: until the user has had enough
   std::optional<std::uint32_t> firstPage;
   bool noClobber = false;
-  std::string progress{progressNames.front()};
+  std::string progress;  // empty: the default
   std::string timeout = inSeconds(limits::defaultTimeout);
   bool quiet = false;
   bool verbose = false;
   VirtualScannerOptions virtualScanner;
+  UserDefaults defaults;  // for what is empty above, where they fit the rest
 };
 
 // The options of "q750 doctor".
@@ -74,8 +77,11 @@ struct CommandLine {
   ServeOptions serve;
 };
 
+using DefaultsReader = std::function<UserDefaults()>;
+
 // Parses the command line. Checks names and numbers of options, and leaves the meaning of their values to the
-// commands. Throws UsageError.
-CommandLine parseCommandLine(int argc, const char* const* argv);
+// commands. Calls `readDefaults` for the command whose options have defaults of the user. Throws UsageError.
+CommandLine parseCommandLine(
+    int argc, const char* const* argv, const DefaultsReader& readDefaults = [] { return UserDefaults(); });
 
 }  // namespace frontend

@@ -34,6 +34,17 @@ constexpr char pages[] =
     "%d\n"
     "(or %03d) or before the extension: page-1.png, page-2.png, ... A percent sign is written %%.\n";
 
+std::string defaults(const UserDefaults& inForce) {
+  if (!inForce.values.empty()) {
+    std::string text = "Defaults from " + inForce.path + ":\n";
+    for (const auto& [name, value] : inForce.values) text += "  " + name + " = " + value + "\n";
+    return text;
+  }
+  return "Lines such as \"resolution = 150\" in $XDG_CONFIG_HOME/q750/config, or else ~/.config/q750/config, "
+         "set your "
+         "own\ndefaults, see q750(1).\n";
+}
+
 constexpr char doctor[] =
     "Checks that the parts of this program are installed, that scanners are connected and that you may use\n"
     "them, and scans a few pixels with each, or with the virtual scanner if there is no real one. Each line\n"
@@ -60,9 +71,9 @@ std::string ofProgram() {
          exitCodeTable();
 }
 
-std::string ofScan() {
-  return areas() + "\nPapers:\n" + paperHelp() + "\n" + output + "\n" + pages + "\n" + faults() + "\n" +
-         exitCodeTable();
+std::string ofScan(const UserDefaults& userDefaults) {
+  return areas() + "\nPapers:\n" + paperHelp() + "\n" + output + "\n" + pages + "\n" +
+         defaults(userDefaults) + "\n" + faults() + "\n" + exitCodeTable();
 }
 
 std::string ofDoctor() {

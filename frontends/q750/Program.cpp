@@ -14,6 +14,7 @@
 #include "OutputError.h"
 #include "ScanCommand.h"
 #include "ScanReport.h"
+#include "UserDefaults.h"
 #include "VirtualCommand.h"
 
 namespace frontend {
@@ -64,17 +65,21 @@ ExitCode run(const std::function<void()>& work, ErrorReport report) {
   }
 }
 
+bool reportsAsJson(const CommandLine& commandLine) {
+  const std::string& progress = commandLine.scan.progress;
+  if (commandLine.command != CommandLine::Command::scan) return false;
+  // An invalid name is refused by the command itself.
+  return progress.empty() ? progressName(commandLine.scan) == "json" : lowerCase(progress) == "json";
+}
+
 }  // namespace
 
 int runProgram(int argc, const char* const* argv) {
   console::reserveDescriptors();
   CommandLine commandLine;
-  ExitCode code = run([&] { commandLine = parseCommandLine(argc, argv); }, logError);
-  if (code == ExitCode::good) {
-    const bool json =
-        commandLine.command == CommandLine::Command::scan && lowerCase(commandLine.scan.progress) == "json";
-    code = run([&] { runCommand(commandLine); }, json ? logErrorAsJson : logError);
-  }
+  ExitCode code = run([&] { commandLine = parseCommandLine(argc, argv, readUserDefaults); }, logError);
+  if (code == ExitCode::good)
+    code = run([&] { runCommand(commandLine); }, reportsAsJson(commandLine) ? logErrorAsJson : logError);
   return static_cast<int>(code);
 }
 

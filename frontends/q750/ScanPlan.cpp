@@ -28,6 +28,25 @@ std::optional<std::uint8_t> thresholdFor(const ScanOptions& options, PictureMode
   throw UsageError("--threshold applies to --mode lineart only. Add that mode, or leave --threshold out.");
 }
 
+// Completes the options by the user's defaults where these fit the rest: what would be refused as an option
+// has to be left out as a default.
+ScanOptions withDefaults(ScanOptions options, PictureMode mode) {
+  const auto complete = [&options](std::string& option, const char* name) {
+    if (option.empty()) option = options.defaults.valueOr(name, "");
+  };
+  if (mode == PictureMode::lineart) {
+    complete(options.threshold, "threshold");
+  } else {
+    complete(options.brightness, "brightness");
+    complete(options.contrast, "contrast");
+    complete(options.gamma, "gamma");
+  }
+  if (options.area.empty()) complete(options.paper, "paper");
+  const std::string device = options.defaults.valueOr("device", "");
+  if (!options.device && !device.empty() && !anyUsed(options.virtualScanner)) options.device = device;
+  return options;
+}
+
 void requireTones(const char* option, PictureMode mode) {
   if (mode != PictureMode::lineart) return;
   throw UsageError(std::string(option) +
@@ -81,6 +100,15 @@ void setFormat(ScanPlan& plan, const ScanOptions& options, PictureMode mode) {
   }
   if (mode == PictureMode::lineart && plan.format == PictureFormat::jpeg)
     plan.notes.emplace_back("JPEG cannot store bilevel images: the picture is saved as grey.");
+}
+
+// The user's default where the format has a quality, and this one.
+void setDefaultQuality(PictureSettings& settings, const std::string& quality, PictureFormat format) {
+  if (quality.empty() || (format != PictureFormat::jpeg && format != PictureFormat::pdf)) return;
+  const Quality value = optionvalue::quality(quality);
+  if (value.lossless && format == PictureFormat::jpeg) return;
+  settings.quality = value.number;
+  settings.lossless = value.lossless;
 }
 
 void setQuality(PictureSettings& settings, const std::string& quality, PictureFormat format) {
@@ -164,11 +192,13 @@ std::chrono::milliseconds timeoutOf(const std::string& timeout) {
   return valueOf("--timeout", timeout, optionvalue::timeout);
 }
 
-ScanPlan planScan(const ScanOptions& options) {
-  if (options.output.empty())
+ScanPlan planScan(const ScanOptions& given) {
+  if (given.output.empty())
     throw UsageError("--output: the name is empty. Give the name of a file, or - for standard output.");
-  const PictureMode mode = valueOf("--mode", options.mode, optionvalue::mode);
+  const PictureMode mode = valueOf("--mode", given.mode, optionvalue::mode);
+  const ScanOptions options = withDefaults(given, mode);
   ScanPlan plan;
+  plan.device = options.device;
   plan.request.settings.mode = mode == PictureMode::color ? ColorMode::color : ColorMode::gray;
   plan.request.threshold = thresholdFor(options, mode);
   plan.request.tone = toneFor(options, mode);
@@ -177,6 +207,7 @@ ScanPlan planScan(const ScanOptions& options) {
   setFormat(plan, options, mode);
   plan.pictureSettings.software = std::string("q750 ") + version;
   plan.pictureSettings.created = creationTime();
+  setDefaultQuality(plan.pictureSettings, options.defaults.valueOr("quality", ""), plan.format);
   setQuality(plan.pictureSettings, options.quality, plan.format);
   setPages(plan, options.pages.empty() ? mostPages : valueOf("--pages", options.pages, optionvalue::pages));
   setNames(plan, options);

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,9 @@ namespace frontend {
 
 // Everything that "q750 scan" is to do, decided from its options before any device is touched.
 struct ScanPlan {
-  ScanRequest request;  // without `scanner`, which is chosen later
-  std::string output;   // with the places for numbers, see FileName.h
+  ScanRequest request;                // without `scanner`, which is chosen later
+  std::optional<std::string> device;  // the scanner by its name; nothing for the only real one
+  std::string output;                 // with the places for numbers, see FileName.h
   PictureFormat format = PictureFormat::tiff;
   PictureSettings pictureSettings;
   std::uint32_t pages = 1;

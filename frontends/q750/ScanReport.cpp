@@ -31,8 +31,16 @@ void addLayout(JsonObject& object, const PictureLayout& layout) {
 
 }  // namespace
 
+std::string progressName(const ScanOptions& options) {
+  if (!options.progress.empty()) return valueOf("--progress", options.progress, optionvalue::progress);
+  const std::string automatic(progressNames.front());
+  // A default must not contradict these two.
+  if (options.quiet || options.verbose) return automatic;
+  return lowerCase(options.defaults.valueOr("progress", automatic));
+}
+
 ProgressStyle progressStyle(const ScanOptions& options, bool terminal) {
-  const std::string name = valueOf("--progress", options.progress, optionvalue::progress);
+  const std::string name = progressName(options);
   if (name == "bar") return ProgressStyle::bar;
   if (name == "plain") return ProgressStyle::plain;
   if (name == "none") return ProgressStyle::none;

@@ -11,6 +11,9 @@
 
 namespace frontend {
 
+// The style that was asked for, as one of progressNames. Throws UsageError for an unknown one.
+std::string progressName(const ScanOptions& options);
+
 // The style for --progress; "auto" depends on whether there is a terminal and on the other options. Throws
 // UsageError for an unknown name, and for a style that contradicts the other options.
 ProgressStyle progressStyle(const ScanOptions& options, bool terminal);

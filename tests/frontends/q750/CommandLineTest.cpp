@@ -171,6 +171,34 @@ TEST(CommandLine, ShowsHelpForEachCommand) {
   expectGolden("help-virtual.txt", parse({"virtual", "--help"}).text);
 }
 
+CommandLine parseWithDefaults(std::vector<const char*> arguments, const std::string& defaults) {
+  arguments.insert(arguments.begin(), "q750");
+  return parseCommandLine(static_cast<int>(arguments.size()), arguments.data(),
+                          [&] { return parseUserDefaults(defaults, "/home/me/config"); });
+}
+
+TEST(CommandLine, TakesTheUsersDefaultsUnlessOptionsSayOtherwise) {
+  const std::string defaults = "resolution = 150\nmode = gray\ntimeout = 7\n";
+  const ScanOptions scan = parseWithDefaults({"scan", "a.png", "-m", "color"}, defaults).scan;
+  EXPECT_EQ(scan.resolution, "150");
+  EXPECT_EQ(scan.mode, "color");
+  EXPECT_EQ(scan.timeout, "7");
+  EXPECT_EQ(parseWithDefaults({"doctor"}, defaults).doctor.timeout, "5");
+}
+
+TEST(CommandLine, ReadsTheUsersDefaultsForAScanOnly) {
+  EXPECT_NO_THROW(parseWithDefaults({"list"}, "invalid"));
+  EXPECT_NO_THROW(parseWithDefaults({"--help"}, "invalid"));
+  EXPECT_THROW(parseWithDefaults({"scan", "a.png"}, "invalid"), UsageError);
+}
+
+TEST(CommandLine, ShowsTheDefaultsInForce) {
+  const std::string help = parseWithDefaults({"scan", "--help"}, "resolution = 150\ngamma = 2.2\n").text;
+  EXPECT_THAT(help, HasSubstr("colour at most 300 (default: 150)\n"));
+  EXPECT_THAT(help, HasSubstr("0.10 to 5.00 (default: 2.2)\n"));
+  EXPECT_THAT(help, HasSubstr("\nDefaults from /home/me/config:\n  resolution = 150\n  gamma = 2.2\n\n"));
+}
+
 TEST(CommandLine, ReportsErrorsAndWhereTheHelpIs) {
   const struct {
     std::vector<const char*> arguments;

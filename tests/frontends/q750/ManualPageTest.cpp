@@ -154,6 +154,10 @@ TEST(ManualPage, NamesEveryPaper) {
   }
 }
 
+TEST(ManualPage, NamesEverySettingOfAUsersDefaults) {
+  EXPECT_THAT(manualPage().text(), HasSubstr("The names are " + listOf(userDefaultNames()) + ". "));
+}
+
 TEST(ManualPage, NamesEveryExitCode) {
   const std::vector<ManualPage::Entry> documented = manualPage().entries("EXIT STATUS");
   ASSERT_EQ(documented.size(), exitCodes().size());

@@ -186,6 +186,23 @@ TEST_F(Program, ReportsAFullDiskAndLeavesNothing) {
   EXPECT_THAT(folder.names(), IsEmpty());
 }
 
+TEST_F(Program, UsesTheDefaultsOfTheUser) {
+  std::filesystem::create_directory(folder / "q750");
+  const auto useFolder = [this] { setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1); };
+  writeContent(folder / "q750/config", "resolution = 75\nmode = gray\ndevice = virtual\nprogress = json\n");
+  const ProgramResult result = runProgram({"scan", folder / "page.png", "-a", "0x0+9x9px"}, useFolder);
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.errors, EndsWith("\"width\":9,\"height\":9,\"mode\":\"gray\",\"resolution\":75}\n"));
+  EXPECT_THAT(runProgram({"scan", folder / "page.gif"}, useFolder).errors,
+              StartsWith("{\"event\":\"error\""));
+  writeContent(folder / "q750/config", "\nmode = sepia\n");
+  const ProgramResult invalid = runProgram({"scan", folder / "other.png"}, useFolder);
+  EXPECT_EQ(invalid.exitCode, 1);
+  EXPECT_EQ(invalid.errors, "q750: " + (folder / "q750/config") +
+                                ":2: mode = sepia: unknown mode. Choose color, gray or lineart.\n");
+  EXPECT_EQ(runProgram({"list"}, useFolder).exitCode, 0);
+}
+
 TEST_F(Program, WorksWithoutStandardDescriptors) {
   const ProgramResult result = scan(
       {"-o", folder / "page.pnm", "-r", "75", "-a", "0x0+2x2px", "--virtual-fault", "garbage-reply:5"}, [] {

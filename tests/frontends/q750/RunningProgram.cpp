@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 
 #include "TemporaryFolder.h"
 
@@ -21,6 +22,8 @@ pid_t startProgram(const std::vector<std::string>& arguments, int output, int er
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_DFL);
   dup2(output, STDOUT_FILENO);
   dup2(errors, STDERR_FILENO);
+  // The user who runs the tests may have set defaults.
+  setenv("XDG_CONFIG_HOME", "/nonexistent", 1);
   if (inChild) inChild();
   execv(argv[0], argv.data());
   _exit(127);

@@ -357,4 +357,46 @@ TEST(ScanPlan, HandsTheRestToTheWorker) {
   EXPECT_THAT(plan.request.virtualScanner.faults, ElementsAre("stall:7", "unplug"));
 }
 
+ScanOptions optionsWith(const std::string& defaults, const std::string& output = "page.png") {
+  ScanOptions options = optionsFor(output);
+  options.defaults = parseUserDefaults(defaults, "config");
+  return options;
+}
+
+TEST(DefaultsOfAUser, ReplaceThoseOfTheProgram) {
+  const ScanPlan plan =
+      planScan(optionsWith("device = usb:1-2\nbrightness = 5\ncontrast = 6\ngamma = 2\npaper = a5\n"));
+  EXPECT_EQ(plan.device, "usb:1-2");
+  EXPECT_EQ(plan.request.tone, (Tone{5, 6, 200}));
+  EXPECT_EQ(plan.request.settings.area.width, 1748U);
+}
+
+TEST(DefaultsOfAUser, GiveWayToOptions) {
+  ScanOptions options =
+      optionsWith("device = usb:1-2\nbrightness = 5\npaper = a5\nquality = 40\n", "page.jpg");
+  options.device = "usb";
+  options.brightness = "0";
+  options.quality = "80";
+  options.area = "0x0+9x9px";
+  const ScanPlan plan = planScan(options);
+  EXPECT_EQ(plan.device, "usb");
+  EXPECT_TRUE(plan.request.tone.isNeutral());
+  EXPECT_EQ(plan.pictureSettings.quality, 80);
+  EXPECT_EQ(plan.request.settings.area, (PixelArea{0, 0, 9, 9}));
+}
+
+TEST(DefaultsOfAUser, AreLeftOutWhereTheyDoNotFit) {
+  const std::string defaults = "threshold = 0\nbrightness = 5\ngamma = 2\nquality = lossless\ndevice = usb\n";
+  ScanOptions options = optionsWith(defaults);
+  EXPECT_EQ(planScan(options).request.threshold, std::nullopt);
+  EXPECT_FALSE(planScan(options).pictureSettings.lossless);  // of PNG
+  options.mode = "lineart";
+  EXPECT_EQ(planScan(options).request.threshold, 0);
+  EXPECT_TRUE(planScan(options).request.tone.isNeutral());
+  options.virtualScanner.warmUpMs = 1;  // an option of the virtual scanner selects that
+  EXPECT_EQ(planScan(options).device, std::nullopt);
+  EXPECT_EQ(planScan(optionsWith(defaults, "page.jpg")).pictureSettings.quality, 90);
+  EXPECT_TRUE(planScan(optionsWith(defaults, "page.pdf")).pictureSettings.lossless);
+}
+
 }  // namespace

@@ -106,6 +106,17 @@ TEST(ProgressStyles, DependOnTheTerminalUnlessNamed) {
   }
 }
 
+TEST(ProgressStyles, AreTheUsersDefaultUnlessOptionsSayOtherwise) {
+  ScanOptions options;
+  EXPECT_EQ(progressName(options), "auto");
+  options.defaults = parseUserDefaults("progress = None", "config");
+  EXPECT_EQ(progressStyle(options, true), ProgressStyle::none);
+  options.verbose = true;
+  EXPECT_EQ(progressStyle(options, true), ProgressStyle::plain);
+  options.progress = "bar";
+  EXPECT_EQ(progressStyle(options, true), ProgressStyle::bar);
+}
+
 TEST(ProgressStyles, AreRejectedIfUnknownOrContradictory) {
   ScanOptions options;
   options.progress = "dots";

@@ -1,9 +1,9 @@
-#include "WorkerNeeds.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+
+#include "WorkerNeeds.h"
 
 namespace {
 

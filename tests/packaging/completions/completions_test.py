@@ -9,6 +9,7 @@ import tempfile
 import time
 import unittest
 
+os.environ["XDG_CONFIG_HOME"] = "/nonexistent"  # the user who runs the tests may have set defaults
 PROGRAM = os.environ["Q750_PROGRAM"]
 FOLDER = pathlib.Path(os.environ["Q750_COMPLETIONS"])
 
