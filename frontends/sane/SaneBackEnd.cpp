@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "QuenvarConfig.h"
+#include "ScannerName.h"
 
 namespace frontend {
 
@@ -12,11 +13,16 @@ SaneBackEnd::SaneBackEnd() : debug_(DebugOutput::levelOfEnvironment()) {}
 
 SaneBackEnd::~SaneBackEnd() = default;
 
-std::vector<ScannerEntry> SaneBackEnd::scanners() const {
+std::vector<ScannerEntry> SaneBackEnd::scanners(std::string_view wanted) const {
   const QuenvarConfig config = QuenvarConfig::load();
   for (const std::string& complaint : config.complaints) debug_.line(DebugOutput::failures, complaint);
   std::string failure;
-  std::vector<ScannerEntry> found = listScanners(config.virtualScanner, &failure);
+  std::vector<ScannerEntry> found;
+  if (wanted != virtualScannerName) {
+    found = listScanners(config.virtualScanner, &failure);
+  } else if (config.virtualScanner) {
+    found.push_back(virtualScanner());
+  }
   if (!failure.empty()) debug_.line(DebugOutput::failures, failure);
   for (const ScannerEntry& scanner : found) {
     debug_.line(DebugOutput::steps, "found " + scanner.name);
@@ -41,7 +47,7 @@ const SANE_Device** SaneBackEnd::devices() {
 
 SANE_Status SaneBackEnd::open(std::string_view name, SaneHandle** handle) {
   const std::lock_guard lock(mutex_);
-  const std::vector<ScannerEntry> present = scanners();
+  const std::vector<ScannerEntry> present = scanners(name);
   const auto found = std::find_if(present.begin(), present.end(), [name](const ScannerEntry& scanner) {
     return name.empty() || scanner.name == name;
   });

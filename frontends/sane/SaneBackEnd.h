@@ -38,7 +38,8 @@ class SaneBackEnd {
   const DebugOutput& debug() const { return debug_; }
 
  private:
-  std::vector<ScannerEntry> scanners() const;
+  // Those that are connected now; all that matter if one of this name is wanted.
+  std::vector<ScannerEntry> scanners(std::string_view wanted = {}) const;
 
   const DebugOutput debug_;
   std::mutex mutex_;  // guards all members below

@@ -32,13 +32,13 @@ ScannerEntry realScanner(const platform::LibusbDevices::Device& device) {
   return {std::move(name), "Quenvar", "Q750", "flatbed scanner", false, accessible, hintFor(device)};
 }
 
+}  // namespace
+
 // Nobody should take it for a scanner with paper in it: applications show the model, some also the type,
 // which is one of those that SANE defines.
 ScannerEntry virtualScanner() {
   return {std::string(virtualScannerName), "Quenvar", "Q750 (virtual)", "virtual device", true, true, ""};
 }
-
-}  // namespace
 
 std::vector<ScannerEntry> listScanners(bool withVirtual, std::string* failure) {
   std::vector<ScannerEntry> scanners;

@@ -22,4 +22,8 @@ struct ScannerEntry {
 // `failure`, unless null, receives the reason; otherwise it is emptied. Any thread.
 std::vector<ScannerEntry> listScanners(bool withVirtual, std::string* failure = nullptr);
 
+// The virtual scanner alone, without a look at USB, which takes longer than all else that opening a scanner
+// does.
+ScannerEntry virtualScanner();
+
 }  // namespace frontend

@@ -25,8 +25,9 @@ class ScanimageOverUsb : public testing::Test {
   ScanimageOverUsb() { writeContent(folder / "dll.conf", "quenvar\n"); }
 
   // Answers the exit status; what it writes is left in `output` and `errors`.
-  int scanimage(const std::string& arguments) {
-    const std::string environment = "LD_PRELOAD=libumockdev-preload.so.0 LD_LIBRARY_PATH=" + libraries +
+  int scanimage(const std::string& arguments, const std::string& moreEnvironment = "") {
+    const std::string environment = moreEnvironment +
+                                    "LD_PRELOAD=libumockdev-preload.so.0 LD_LIBRARY_PATH=" + libraries +
                                     " SANE_CONFIG_DIR=" + folder.path().string() + " LC_ALL=C ";
     const std::string command = environment + Q750_SCANIMAGE " " + arguments + " >" + (folder / "output") +
                                 " 2>" + (folder / "errors");
@@ -50,6 +51,16 @@ TEST_F(ScanimageOverUsb, ListsTheScannerByItsPort) {
   usbfs.unplug();
   scanimage("-L");
   EXPECT_THAT(output, Not(HasSubstr("quenvar:usb")));
+}
+
+TEST_F(ScanimageOverUsb, DoesNotLookForScannersToOpenTheVirtualOne) {
+  EmulatedUsbfs usbfs(scanner, {});
+  writeContent(folder / "quenvar.conf", "virtual on\n");
+  const std::string verbosely = "SANE_DEBUG_QUENVAR=3 ";
+  EXPECT_EQ(scanimage("-d quenvar:virtual -A --format=pnm", verbosely), 0);
+  EXPECT_EQ(errors, "[quenvar] found virtual\n");
+  EXPECT_EQ(scanimage("-d quenvar:usb:1-1 -A --format=pnm", verbosely), 0);
+  EXPECT_EQ(errors, "[quenvar] found usb:1-1\n[quenvar] found virtual\n");
 }
 
 TEST_F(ScanimageOverUsb, DeliversTheModelsPageAgainAndAgain) {
