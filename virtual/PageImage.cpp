@@ -31,12 +31,16 @@ RowPainter::RowPainter(std::shared_ptr<const Paper> paper, const PageRequest& re
     : paper_(std::move(paper)), request_(request), rgb_(request.color ? 0 : std::size_t{request.width} * 3) {}
 
 void RowPainter::paint(std::uint32_t row, std::uint8_t* destination) {
-  std::uint8_t* rgb = request_.color ? destination : rgb_.data();
-  paper_->paintRow(request_.resolution, std::int64_t{request_.top} + row, request_.left, request_.width, rgb);
-  if (request_.color) return;
+  const PageRequest& request = request_;
+  const std::int64_t place = std::int64_t{request.top} + row;
+  if (request.color)
+    return paper_->paintRow(request.resolution, place, request.left, request.width, destination);
+  if (paper_->paintGreyRow(request.resolution, place, request.left, request.width, destination)) return;
+  const std::uint8_t* rgb = rgb_.data();
+  paper_->paintRow(request.resolution, place, request.left, request.width, rgb_.data());
   // Runs of one colour are common, and comparing pixels is cheaper than computing their luma.
-  for (std::size_t column = 0; column < request_.width;) {
-    const std::size_t run = runLength(rgb + column * 3, request_.width - column);
+  for (std::size_t column = 0; column < request.width;) {
+    const std::size_t run = runLength(rgb + column * 3, request.width - column);
     std::memset(destination + column, greyOf({rgb[column * 3], rgb[column * 3 + 1], rgb[column * 3 + 2]}),
                 run);
     column += run;

@@ -40,6 +40,12 @@ class Paper {
   // each row of a scan. The result equals pixelAt() for each column; papers override it for speed.
   virtual void paintRow(std::uint32_t resolution, std::int64_t row, std::int64_t left, std::uint32_t width,
                         std::uint8_t* rgb) const;
+  // The same in grey, one byte per pixel: greyOf() of each colour. For papers that can do so without painting
+  // in colour first; others return false and leave `grey` alone.
+  virtual bool paintGreyRow(std::uint32_t /*resolution*/, std::int64_t /*row*/, std::int64_t /*left*/,
+                            std::uint32_t /*width*/, std::uint8_t* /*grey*/) const {
+    return false;
+  }
 
   // The colour of one pixel, which is the colour at its centre: what every scan of this paper must deliver.
   Color pixelAt(std::uint32_t resolution, std::int64_t column, std::int64_t row) const {

@@ -235,6 +235,21 @@ TEST(ImagePaper, PaintsRowsOfThePixelsThatItReturns) {
   }
 }
 
+TEST(ImagePaper, PaintsGreyRowsAsTheLumaOfItsPixels) {
+  const ImagePaper paper(Image{.width = 3,
+                               .height = 2,
+                               .rgb = {255, 0, 0, 9, 9, 9, 0, 0, 255,  //
+                                       0, 7, 0, 255, 0, 9, 1, 2, 3}});
+  constexpr std::uint32_t width = 700;
+  for (const std::int64_t row : {-1, 0, 300, 420, 500, 875, 876}) {
+    const auto rgb = paintedRow(paper, 75, row, -20, width);
+    std::vector<std::uint8_t> grey(width, 0x5A);
+    ASSERT_TRUE(paper.paintGreyRow(75, row, -20, width, grey.data()));
+    for (std::size_t i = 0; i < width; ++i)
+      ASSERT_EQ(grey[i], greyOf({rgb[i * 3], rgb[i * 3 + 1], rgb[i * 3 + 2]})) << row << ", " << i;
+  }
+}
+
 TEST(ImagePaper, FillsTheWidthWithAWidePicture) {
   const ImagePaper paper(Image{2, 1, {255, 0, 0, 0, 0, 255}});
   EXPECT_EQ(paper.colorAt(0, 0), (Color{255, 0, 0}));
