@@ -25,6 +25,8 @@ static_assert(limits::defaultMode == ColorMode::color);
 inline constexpr std::array<std::string_view, 5> progressNames = {"auto", "bar", "plain", "json", "none"};
 // Of --pages.
 inline constexpr std::uint32_t mostPages = 9999;
+// Of --rotate, in the order of Rotation, the default first.
+inline constexpr std::array<std::string_view, 4> rotationNames = {"0", "90", "180", "270"};
 // Of --quality, besides its numbers.
 inline constexpr std::string_view losslessName = "lossless";
 

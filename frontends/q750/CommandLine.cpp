@@ -133,6 +133,10 @@ void addPictureOptions(CLI::App& scan, ScanOptions& options) {
       ->type_name("AREA");
   scan.add_option("-p,--paper", options.paper, "The same as a paper size, in the top left corner, see below")
       ->type_name("NAME");
+  scan.add_option(
+          "--rotate", options.rotation,
+          "Turn the pages clockwise by " + listOf(rotationNames) + " degrees" + defaultIs(options.rotation))
+      ->type_name("DEGREES");
 }
 
 void addOutputOptions(CLI::App& scan, ScanOptions& options) {

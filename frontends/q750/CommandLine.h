@@ -35,8 +35,9 @@ struct ScanOptions {
   std::string brightness;  // empty: neutral, like the next two
   std::string contrast;
   std::string gamma;
-  std::string area;         // empty: the whole bed
-  std::string paper;        // empty: by the area
+  std::string area;   // empty: the whole bed
+  std::string paper;  // empty: by the area
+  std::string rotation{rotationNames.front()};
   std::string quality;      // empty: the default
   std::string pages = "1";  // empty: until the user has had enough
   std::optional<std::uint32_t> firstPage;

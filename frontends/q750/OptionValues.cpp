@@ -84,6 +84,12 @@ PictureFormat format(const std::string& text) {
   throw ValueError("unknown format. Choose " + listOf(pictureFormatNames) + ".");
 }
 
+Rotation rotation(const std::string& text) {
+  if (const auto index = indexIn(rotationNames, text)) return static_cast<Rotation>(*index);
+  throw ValueError("pages can be turned by quarter turns only. Choose " + listOf(rotationNames) +
+                   " degrees.");
+}
+
 Quality quality(const std::string& text) {
   if (lowerCase(text) == losslessName) return {defaultQuality, true};
   const auto number = numberIn<int>(text);

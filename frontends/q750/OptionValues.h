@@ -38,6 +38,7 @@ std::int32_t tonePercent(const std::string& text);
 std::uint32_t gamma(const std::string& text);
 std::uint32_t pages(const std::string& text);
 PictureFormat format(const std::string& text);
+Rotation rotation(const std::string& text);
 Quality quality(const std::string& text);
 // The name in progressNames.
 std::string progress(const std::string& text);

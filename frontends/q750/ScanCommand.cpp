@@ -107,18 +107,18 @@ class Batch {
     SupervisedScan scan(plan_.request);
     const Cancellation::Aim aim(cancellation_, scan);
     if (const auto layout = scan.awaitLayout()) {
-      layout_ = *layout;
+      layout_ = rotated(*layout, plan_.pictureSettings.rotation);
       report_.layoutKnown(layout_);
-      output_.beginPage(page, layout_);
-      receive(scan);
+      output_.beginPage(page, *layout);
+      receive(scan, layout->bytes());
     }
     if (scan.outcome().good()) output_.endPage();
     return scan.outcome();
   }
 
-  void receive(SupervisedScan& scan) {
+  void receive(SupervisedScan& scan, std::uint64_t total) {
     std::vector<std::uint8_t> buffer(bufferSize);
-    ScanProgress progress{0, layout_.bytes()};
+    ScanProgress progress{0, total};
     while (const std::size_t count = scan.read(buffer.data(), buffer.size())) {
       output_.write(buffer.data(), count);
       progress.bytes += count;
@@ -132,7 +132,7 @@ class Batch {
   const int cancelDescriptor_;
   PageOutput output_;
   std::string replaced_;  // the file that the next page replaces, or empty
-  PictureLayout layout_;
+  PictureLayout layout_;  // of the latest page as it is written
 };
 
 }  // namespace

@@ -206,6 +206,7 @@ ScanPlan planScan(const ScanOptions& given) {
                 plan.notes);
   setFormat(plan, options, mode);
   plan.pictureSettings.software = std::string("q750 ") + version;
+  plan.pictureSettings.rotation = valueOf("--rotate", options.rotation, optionvalue::rotation);
   plan.pictureSettings.created = creationTime();
   setDefaultQuality(plan.pictureSettings, options.defaults.valueOr("quality", ""), plan.format);
   setQuality(plan.pictureSettings, options.quality, plan.format);

@@ -56,6 +56,7 @@ _q750_values() {
         statement statement-landscape card 9x13cm 9x13cm-landscape 10x15cm 10x15cm-landscape 13x18cm \
         13x18cm-landscape 3.5x5in 3.5x5in-landscape 4x6in 4x6in-landscape 5x7in 5x7in-landscape 8x10in)
       ;;
+    --rotate) _q750_offer < <(printf '%s\n' 0 90 180 270) ;;
     --format) _q750_offer < <(printf '%s\n' tiff png jpeg pnm pdf) ;;
     --quality) _q750_offer < <(printf '%s\n' 75 90 95 lossless) ;;
     --progress) _q750_offer < <(printf '%s\n' auto bar plain json none) ;;
@@ -72,7 +73,7 @@ _q750_options() {
   case $1 in
     list) printf '%s\n' --json ;;
     scan)
-      printf '%s\n' --output --format --quality --device --resolution --mode --threshold --brightness --contrast --gamma --area --paper --pages \
+      printf '%s\n' --output --format --quality --device --resolution --mode --threshold --brightness --contrast --gamma --area --paper --rotate --pages \
         --first-page --no-clobber --progress --timeout --quiet --verbose --virtual-paper --virtual-fault --virtual-packet-size \
         --virtual-warm-up --virtual-speed --virtual-real-time
       ;;

@@ -30,13 +30,44 @@ std::string complaintAbout(const std::vector<const char*>& arguments) {
 }
 
 TEST(CommandLine, TakesAllOptionsOfAScan) {
-  const CommandLine line =
-      parse({"scan",         "--device",     "virtual",    "-o",           "page.png",     "--format",
-             "png",          "--quality",    "lossless",   "--mode",       "lineart",      "--area",
-             "1x1+2x2mm",    "--resolution", "150",        "--threshold",  "40%",          "--paper",
-             "a4",           "--pages",      "7",          "--no-clobber", "--first-page", "12",
-             "--progress",   "json",         "--timeout",  "2.5",          "--quiet",      "--verbose",
-             "--brightness", "-20",          "--contrast", "15",           "--gamma",      "1.8"});
+  const CommandLine line = parse({"scan",
+                                  "--device",
+                                  "virtual",
+                                  "-o",
+                                  "page.png",
+                                  "--format",
+                                  "png",
+                                  "--quality",
+                                  "lossless",
+                                  "--mode",
+                                  "lineart",
+                                  "--area",
+                                  "1x1+2x2mm",
+                                  "--resolution",
+                                  "150",
+                                  "--threshold",
+                                  "40%",
+                                  "--paper",
+                                  "a4",
+                                  "--pages",
+                                  "7",
+                                  "--no-clobber",
+                                  "--first-page",
+                                  "12",
+                                  "--progress",
+                                  "json",
+                                  "--timeout",
+                                  "2.5",
+                                  "--quiet",
+                                  "--verbose",
+                                  "--brightness",
+                                  "-20",
+                                  "--contrast",
+                                  "15",
+                                  "--gamma",
+                                  "1.8",
+                                  "--rotate",
+                                  "90"});
   EXPECT_EQ(line.command, CommandLine::Command::scan);
   EXPECT_EQ(line.scan.device, "virtual");
   EXPECT_EQ(line.scan.output, "page.png");
@@ -50,6 +81,7 @@ TEST(CommandLine, TakesAllOptionsOfAScan) {
   EXPECT_EQ(line.scan.gamma, "1.8");
   EXPECT_EQ(line.scan.area, "1x1+2x2mm");
   EXPECT_EQ(line.scan.paper, "a4");
+  EXPECT_EQ(line.scan.rotation, "90");
   EXPECT_EQ(line.scan.pages, "7");
   EXPECT_EQ(line.scan.firstPage, 12U);
   EXPECT_TRUE(line.scan.noClobber);

@@ -204,6 +204,39 @@ TEST_F(Tones, ChangeTheValuesOfThePicture) {
   EXPECT_EQ(sample({"--contrast", "100"}), 0);
 }
 
+class Turning : public ProgramFixture {};
+
+TEST_F(Turning, AppliesToTheAreaOnTheBed) {
+  const std::vector<std::string> area = {"-r",         "75",  "-m", "gray", "-a", "10x20+31x17px",
+                                         "--progress", "json"};
+  const auto scanTo = [&](const std::string& name, const std::string& degrees) {
+    std::vector<std::string> arguments = area;
+    arguments.insert(arguments.end(), {"-o", folder / name, "--rotate", degrees});
+    return scan(arguments).errors;
+  };
+  EXPECT_THAT(scanTo("upright.png", "0"), HasSubstr("\"width\":31,\"height\":17"));
+  const std::string events = scanTo("turned.png", "90");
+  EXPECT_EQ(events.find("\"width\":31"), std::string::npos) << events;
+  EXPECT_THAT(events, HasSubstr("\"width\":17,\"height\":31"));
+  const PngFile upright(folder / "upright.png");
+  const PngFile turned(folder / "turned.png");
+  ASSERT_EQ(turned.width, 17U);
+  ASSERT_EQ(turned.height, 31U);
+  EXPECT_EQ(turned.pixelsPerMetreX, upright.pixelsPerMetreX);
+  for (std::size_t y = 0; y < 31; ++y) {
+    for (std::size_t x = 0; x < 17; ++x)
+      ASSERT_EQ(turned.pixels[y * 17 + x], upright.pixels[(16 - x) * 31 + y]) << x << ", " << y;
+  }
+}
+
+TEST_F(Turning, LaysAPageOfAPdfOnItsSide) {
+  const std::string path = folder / "page.pdf";
+  EXPECT_EQ(
+      scan({"-o", path, "-r", "150", "-m", "lineart", "-p", "letter", "--rotate", "270", "-q"}).exitCode, 0);
+  EXPECT_THAT(printedBy("pdfinfo '" + path + "'"),
+              testing::AllOf(HasSubstr("Page size:       792 x 612 pts"), HasSubstr("Page rot:        0\n")));
+}
+
 class Papers : public ProgramFixture {};
 
 TEST_F(Papers, HaveTheirSizeInAPdf) {

@@ -260,6 +260,26 @@ TEST(ScanPlan, NotesThatAJpegOfLineartIsGrey) {
               ElementsAre("JPEG cannot store bilevel images: the picture is saved as grey."));
 }
 
+TEST(ScanPlan, TurnsByQuarters) {
+  ScanOptions options = optionsFor("page.png");
+  EXPECT_EQ(planScan(options).pictureSettings.rotation, Rotation::none);
+  const struct {
+    const char* degrees;
+    Rotation rotation;
+  } cases[] = {{"0", Rotation::none},
+               {"90", Rotation::quarter},
+               {"180", Rotation::half},
+               {"270", Rotation::threeQuarters}};
+  for (const auto& one : cases) {
+    options.rotation = one.degrees;
+    EXPECT_EQ(planScan(options).pictureSettings.rotation, one.rotation) << one.degrees;
+  }
+  for (const char* degrees : {"45", "-90", "360", "90.0", ""}) {
+    options.rotation = degrees;
+    EXPECT_THROW(planScan(options), UsageError) << degrees;
+  }
+}
+
 TEST(ScanPlan, PlacesPapersInTheCorner) {
   const struct {
     const char* paper;
