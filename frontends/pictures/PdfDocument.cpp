@@ -1,13 +1,19 @@
 #include "PdfDocument.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <map>
 #include <qpdf/Buffer.hh>
+#include <qpdf/Pl_Discard.hh>
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFWriter.hh>
 #include <stdexcept>
+#include <system_error>
 
 #include "ColorProfile.h"
 
@@ -115,6 +121,34 @@ QPDFObjectHandle informationFrom(const PictureSettings& settings) {
   return information;
 }
 
+// The document of a file, which is read on demand. Nothing is repaired: what the library guessed would
+// replace what may be all that is left of the original.
+void open(QPDF& document, int descriptor) {
+  const int own = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+  std::FILE* file = own < 0 ? nullptr : fdopen(own, "rb");
+  if (file == nullptr) throw std::system_error(errno, std::generic_category());
+  document.setAttemptRecovery(false);
+  document.processFile("document", file, true);
+}
+
+bool isSigned(QPDF& document) {
+  QPDFObjectHandle form = document.getRoot().getKey("/AcroForm");
+  if (!form.isDictionary()) return false;
+  QPDFObjectHandle flags = form.getKey("/SigFlags");
+  return flags.isInteger() && (flags.getIntValue() & 1) != 0;
+}
+
+// Writes the document, through which all of its objects are read.
+void write(QPDF& document, Pipeline& pipeline, bool appended) {
+  QPDFWriter writer(document);
+  writer.setOutputPipeline(&pipeline);
+  writer.setStreamDataMode(qpdf_s_preserve);
+  writer.setObjectStreamMode(appended ? qpdf_o_preserve : qpdf_o_disable);
+  writer.setMinimumPDFVersion("1.4");
+  writer.setDeterministicID(true);
+  writer.write();
+}
+
 // A document that the PDF library merely warns of may lack what was scanned: it counts as failed.
 void requireComplete(QPDF& document, std::size_t pages) {
   if (document.anyWarnings()) throw std::runtime_error(document.getWarnings().front().what());
@@ -128,23 +162,42 @@ void requireComplete(QPDF& document, std::size_t pages) {
 
 void writePdfDocument(ByteSink& sink, const std::vector<PdfPicture>& pages, const PictureSettings& settings) {
   if (pages.empty()) throw std::runtime_error("the document has no pages");
+  const bool appended = settings.appendTo >= 0;
   QPDF document;
   document.setSuppressWarnings(true);
-  document.emptyPDF();
+  if (appended) open(document, settings.appendTo);
+  if (!appended) document.emptyPDF();
+  const std::size_t all = document.getAllPages().size() + pages.size();
   ColorSpaces spaces(document);
   for (const PdfPicture& page : pages) addPage(document, spaces, page);
-  document.getTrailer().replaceKey("/Info", document.makeIndirectObject(informationFrom(settings)));
-  requireComplete(document, pages.size());
+  if (!appended)
+    document.getTrailer().replaceKey("/Info", document.makeIndirectObject(informationFrom(settings)));
+  requireComplete(document, all);
 
   SinkPipeline pipeline(sink);
-  QPDFWriter writer(document);
-  writer.setOutputPipeline(&pipeline);
-  writer.setStreamDataMode(qpdf_s_preserve);
-  writer.setObjectStreamMode(qpdf_o_disable);
-  writer.setMinimumPDFVersion("1.4");
-  writer.setDeterministicID(true);
-  writer.write();
-  requireComplete(document, pages.size());
+  write(document, pipeline, appended);
+  requireComplete(document, all);
+}
+
+std::uint32_t pagesOfPdf(int descriptor) {
+  char header[5] = {};
+  if (pread(descriptor, header, sizeof header, 0) != sizeof header || std::string(header, 5) != "%PDF-")
+    throw std::runtime_error("it is not a PDF file");
+  QPDF document;
+  document.setSuppressWarnings(true);
+  try {
+    open(document, descriptor);
+    if (document.isEncrypted()) throw std::runtime_error("it is encrypted");
+    if (isSigned(document))
+      throw std::runtime_error("it is signed, and another page would break the signature");
+    Pl_Discard nothing;
+    write(document, nothing, true);
+    if (document.anyWarnings()) throw document.getWarnings().front();
+    return static_cast<std::uint32_t>(document.getAllPages().size());
+  } catch (const QPDFExc& error) {
+    if (error.getErrorCode() == qpdf_e_password) throw std::runtime_error("it is encrypted");
+    throw std::runtime_error("it is damaged (" + error.getMessageDetail() + ")");
+  }
 }
 
 }  // namespace frontend

@@ -23,9 +23,11 @@ struct PictureSettings {
   std::string title = {};                    // PDF: of the document, in UTF-8; none if empty
   std::optional<std::int64_t> created = {};  // PDF: seconds since 1970, UTC, of a year up to 9999
   bool multiPage = false;                    // whether the file may get more than one page
-  int quality = defaultQuality;              // of JPEG pictures and those in a PDF
-  bool lossless = false;                     // PDF: Deflate instead of JPEG
-  Rotation rotation = Rotation::none;        // of every page
+  int appendTo =
+      -1;  // a document of the format that the pages follow (ExistingDocument.h), borrowed; -1: none
+  int quality = defaultQuality;        // of JPEG pictures and those in a PDF
+  bool lossless = false;               // PDF: Deflate instead of JPEG
+  Rotation rotation = Rotation::none;  // of every page
 };
 
 // Encodes a picture, or a document of several, row by row as it arrives from the scanner:

@@ -1,4 +1,5 @@
 #include <tiffio.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdarg>
@@ -140,7 +141,11 @@ void setTags(Fields& fields, const PictureLayout& layout, const std::string& sof
 
 class TiffWriter final : public PictureWriter {
  public:
-  TiffWriter(ByteSink& sink, const PictureSettings& settings) : sink_(sink), settings_(settings) { open(); }
+  TiffWriter(ByteSink& sink, const PictureSettings& settings) : sink_(sink), settings_(settings) {
+    if (settings.appendTo >= 0) copyExisting();
+    open();
+    if (settings.appendTo >= 0 && tiff_) existingPages_ = TIFFNumberOfDirectories(tiff_.get());
+  }
 
   void beginPage(const PictureLayout& layout) override {
     if (!sink_.good()) return;
@@ -151,7 +156,7 @@ class TiffWriter final : public PictureWriter {
     setTags(fields, layout, settings_.software);
     if (settings_.multiPage) {
       fields.set(TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
-      fields.set(TIFFTAG_PAGENUMBER, static_cast<int>(pages() - 1), 0);  // 0: total unknown
+      fields.set(TIFFTAG_PAGENUMBER, static_cast<int>(existingPages_ + pages() - 1), 0);  // 0: total unknown
     }
     require(fields.accepted());
     row_.resize(layout.rowBytes());
@@ -198,8 +203,16 @@ class TiffWriter final : public PictureWriter {
   void open() {
     sink_.seek(0);  // where the library looks for a header
     // Little-endian on every machine: the same picture gives the same file.
-    tiff_ = openTiff(stream_, pages() == 0 ? "wl" : "a");
+    tiff_ = openTiff(stream_, pages() == 0 && settings_.appendTo < 0 ? "wl" : "a");
     require(tiff_ != nullptr);
+  }
+  void copyExisting() {
+    std::vector<char> piece(1 << 20);
+    ssize_t count = 0;
+    for (off_t at = 0; (count = pread(settings_.appendTo, piece.data(), piece.size(), at)) > 0; at += count) {
+      if (!sink_.write(piece.data(), static_cast<std::size_t>(count))) return;
+    }
+    if (count < 0) sink_.fail("the existing document cannot be read");
   }
   // What closing the library's handle would still write must not reach the file.
   void closeUnwritten() {
@@ -215,7 +228,8 @@ class TiffWriter final : public PictureWriter {
   PictureSettings settings_;
   TiffStream stream_{sink_};
   TiffHandle tiff_{nullptr, TIFFClose};
-  std::uint32_t endedPages_ = 0;  // the complete ones of the journal's pages
+  std::uint32_t existingPages_ = 0;  // ahead of those of the journal
+  std::uint32_t endedPages_ = 0;     // the complete ones of the journal's pages
   std::optional<PageJournal::Page> aside_;
   std::uint32_t rows_ = 0;
   std::vector<std::uint8_t> row_;

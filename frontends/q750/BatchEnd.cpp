@@ -11,9 +11,11 @@ std::string describeDocument(const SavedPages& saved) {
   if (saved.elsewhere) {
     return completePages(saved.pages) + (saved.pages == 1 ? " was" : " were") + " saved as " + saved.last;
   }
+  if (saved.before > 0 && saved.pages == saved.complete)
+    return completePages(saved.pages) + (saved.pages == 1 ? " was" : " were") + " added to " + saved.last;
   if (saved.pages == saved.complete) return saved.last + " holds " + completePages(saved.pages);
-  return saved.last + " holds the first " + (saved.pages == 1 ? "" : std::to_string(saved.pages) + " ") +
-         "of " + completePages(saved.complete);
+  return saved.last + (saved.before > 0 ? " got the first " : " holds the first ") +
+         (saved.pages == 1 ? "" : std::to_string(saved.pages) + " ") + "of " + completePages(saved.complete);
 }
 
 std::string describeFiles(const SavedPages& saved) {

@@ -30,9 +30,10 @@ struct SavedPages {
   std::uint32_t pages = 0;     // of these, saved
   std::string first;           // the files of the first and the last page; for a document both are its own
   std::string last;
-  bool elsewhere = false;   // the document has another name than was asked for
-  bool incomplete = false;  // standard output ends in a part of a page
-  std::string problem;      // sentences: what went wrong when the pages were saved; empty if nothing did
+  std::uint32_t before = 0;  // pages that the document had, to which these were appended
+  bool elsewhere = false;    // the document has another name than was asked for
+  bool incomplete = false;   // standard output ends in a part of a page
+  std::string problem;       // sentences: what went wrong when the pages were saved; empty if nothing did
 };
 
 // A clause for the user: "a.pdf holds 2 complete pages", "nothing was saved".

@@ -165,6 +165,7 @@ void addPageOptions(CLI::App& scan, ScanOptions& options) {
           "The number of the first page in names of files: " + rangeOf(0, highestFirstPage) + defaultIs("1"))
       ->type_name("N")
       ->check(range(0, highestFirstPage));
+  scan.add_flag("--append", options.append, "Add the pages to a TIFF or PDF file that exists");
   scan.add_flag("--no-clobber", options.noClobber, "Never replace a file that exists");
 }
 

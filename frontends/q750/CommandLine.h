@@ -41,6 +41,7 @@ struct ScanOptions {
   std::string quality;      // empty: the default
   std::string pages = "1";  // empty: until the user has had enough
   std::optional<std::uint32_t> firstPage;
+  bool append = false;
   bool noClobber = false;
   std::string progress;  // empty: the default
   std::string timeout = inSeconds(limits::defaultTimeout);

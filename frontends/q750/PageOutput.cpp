@@ -33,6 +33,10 @@ PageOutput::PageOutput(const ScanPlan& plan, const Cancellation& cancellation)
   if (plan.toStandardOutput) standardOutput_ = takeStandardOutput();
   if (plan.filePerPage) saved_.place = SavedPages::Place::filePerPage;
   if (plan.toStandardOutput) saved_.place = SavedPages::Place::standardOutput;
+  if (plan.append) existing_ = ExistingDocument::open(pathOf(1), plan.format);
+  if (!existing_) return;
+  saved_.before = existing_->pages();
+  file_ = newFile(1);
 }
 
 PageOutput::~PageOutput() {
@@ -51,13 +55,22 @@ std::string PageOutput::check(std::uint32_t page) const {
   if (exists && plan_.noClobber)
     throw OutputError(path +
                       ": the file exists. Choose another name, or leave out --no-clobber to replace it.");
-  return exists ? path : "";
+  return exists && !existing_ ? path : "";
+}
+
+std::unique_ptr<PictureFile> PageOutput::newFile(std::uint32_t page) const {
+  return std::make_unique<PictureFile>(plan_, pathOf(page), standardOutput_, cancellation_, existing_.get());
+}
+
+// A document that was not there when pages were to be appended to it has appeared since.
+ExistingFile PageOutput::existingFile() const {
+  return plan_.noClobber || (plan_.append && !existing_) ? ExistingFile::keep : ExistingFile::replace;
 }
 
 void PageOutput::beginPage(std::uint32_t page, const PictureLayout& layout) {
   again_ = page == page_ && page == saved_.complete;
   page_ = page;
-  if (!file_) file_ = std::make_unique<PictureFile>(plan_, pathOf(page), standardOutput_, cancellation_);
+  if (!file_) file_ = newFile(page);
   file_->beginPage(layout, again_);
 }
 
@@ -70,7 +83,7 @@ void PageOutput::endPage() {
   saved_.complete = page_;
   if (!plan_.filePerPage) return;
   // The file of a page that is scanned again is this batch's own.
-  close(plan_.noClobber && !again_ ? ExistingFile::keep : ExistingFile::replace);
+  close(again_ ? ExistingFile::replace : existingFile());
   if (!saved_.problem.empty()) throw OutputError(std::exchange(saved_.problem, ""));
 }
 
@@ -92,7 +105,7 @@ void PageOutput::close(ExistingFile existing) {
 }
 
 SavedPages PageOutput::save() {
-  if (file_) close(plan_.noClobber ? ExistingFile::keep : ExistingFile::replace);
+  if (file_) close(existingFile());
   return saved_;
 }
 

@@ -6,6 +6,7 @@
 
 #include "BatchEnd.h"
 #include "Cancellation.h"
+#include "ExistingDocument.h"
 #include "PictureFile.h"
 #include "PictureLayout.h"
 #include "ScanPlan.h"
@@ -18,8 +19,9 @@ namespace frontend {
 // pages that are complete. One thread.
 class PageOutput {
  public:
-  // Opens nothing but standard output. Borrows both, which must outlive the object. Throws UsageError if
-  // pictures would go to a terminal.
+  // Opens nothing but standard output and a document that pages are appended to, of which a TIFF is copied
+  // now: that may take long. Borrows both, which must outlive the object. Throws UsageError if pictures would
+  // go to a terminal.
   PageOutput(const ScanPlan& plan, const Cancellation& cancellation);
   ~PageOutput();
   PageOutput(const PageOutput&) = delete;
@@ -45,11 +47,14 @@ class PageOutput {
 
  private:
   std::string pathOf(std::uint32_t page) const;
+  std::unique_ptr<PictureFile> newFile(std::uint32_t page) const;
+  ExistingFile existingFile() const;
   void close(ExistingFile existing);
 
   const ScanPlan& plan_;
   const Cancellation& cancellation_;
-  int standardOutput_ = -1;  // a duplicate that we own
+  int standardOutput_ = -1;                     // a duplicate that we own
+  std::unique_ptr<ExistingDocument> existing_;  // that pages are appended to, or null
   std::unique_ptr<PictureFile> file_;
   std::uint32_t page_ = 0;  // the latest one that was begun
   bool again_ = false;      // it was complete before

@@ -11,21 +11,25 @@ namespace frontend {
 namespace {
 
 // The file's name without its folder and extension is the title; what is piped has none.
-PictureSettings settingsFor(const ScanPlan& plan, const std::string& path) {
+PictureSettings settingsFor(const ScanPlan& plan, const std::string& path, const ExistingDocument* existing) {
   PictureSettings settings = plan.pictureSettings;
   if (!plan.toStandardOutput) settings.title = std::filesystem::path(path).stem();
+  if (existing != nullptr) settings.appendTo = existing->descriptor();
   return settings;
 }
 
 }  // namespace
 
 PictureFile::PictureFile(const ScanPlan& plan, std::string path, int standardOutput,
-                         const Cancellation& cancellation)
+                         const Cancellation& cancellation, const ExistingDocument* existing)
     : path_(std::move(path)),
+      existing_(existing),
       format_(plan.format),
       onDisk_(standardOutput < 0 ? std::make_unique<OutputFile>(path_) : nullptr),
       sink_(onDisk_ ? onDisk_->descriptor() : standardOutput, &cancellation),
-      writer_(makePictureWriter(plan.format, sink_, settingsFor(plan, path_))) {}
+      writer_(makePictureWriter(plan.format, sink_, settingsFor(plan, path_, existing))) {
+  throwIfFailed();
+}
 
 void PictureFile::beginPage(const PictureLayout& layout, bool again) {
   sink_.setSaving(false);
@@ -98,6 +102,9 @@ SavedFile PictureFile::save(ExistingFile existing) {
 
 void PictureFile::takeName(SavedFile& saved, ExistingFile existing) {
   try {
+    if (existing_ != nullptr && !existing_->isUnchanged())
+      throw OutputError(path_ + ": another program changed the file during the scan.");
+    if (existing_ != nullptr) existing_->copyPermissionsTo(onDisk_->descriptor());
     return onDisk_->commit(existing);
   } catch (const OutputError& error) {
     saved.problem = error.what();
@@ -119,7 +126,7 @@ std::string PictureFile::failure() const {
 
 void PictureFile::throwIfFailed() const {
   if (sink_.good()) return;
-  if (sink_.cancelled()) throw CommandError(ExitCode::cancelled, failure());
+  if (sink_.cancelled()) throw CommandError(ExitCode::cancelled, outcome::cancelled().sentence);
   throw OutputError(failure());
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ByteSink.h"
+#include "ExistingDocument.h"
 #include "OutputFile.h"
 #include "PictureLayout.h"
 #include "PictureWriter.h"
@@ -25,9 +26,11 @@ struct SavedFile {
 // takes. One that is destroyed before save() leaves no trace. Blocks like the file system. One thread.
 class PictureFile {
  public:
-  // Creates the file at the path, or writes to the descriptor of standard output, unless it is -1. Borrows
-  // the descriptor, the plan and the cancellation. Throws OutputError.
-  PictureFile(const ScanPlan& plan, std::string path, int standardOutput, const Cancellation& cancellation);
+  // Creates the file at the path, or writes to the descriptor of standard output, unless it is -1. Pages
+  // follow those of `existing`, unless it is null. Borrows everything but the path. Throws OutputError, and
+  // CommandError once a cancel is requested.
+  PictureFile(const ScanPlan& plan, std::string path, int standardOutput, const Cancellation& cancellation,
+              const ExistingDocument* existing);
 
   // Begins a page, which replaces the last one as soon as it is complete if `again`. These three throw
   // OutputError for what cannot be written, and CommandError once a cancel is requested.
@@ -54,6 +57,7 @@ class PictureFile {
   void throwIfFailed() const;
 
   std::string path_;
+  const ExistingDocument* existing_;
   PictureFormat format_;
   std::unique_ptr<OutputFile> onDisk_;
   ByteSink sink_;

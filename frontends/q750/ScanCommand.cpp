@@ -50,7 +50,7 @@ class Batch {
     report_.pageEnds();
     const SavedPages saved = output_.save();
     if (saved.place != SavedPages::Place::filePerPage && saved.pages > 0)
-      report_.saved(nameOf(saved), layout_, saved.pages);
+      report_.saved(nameOf(saved), layout_, saved.before + saved.pages);
     if (cancellation_.requested()) reason = Reason{ExitCode::cancelled, ""};
     if (!reason && !saved.problem.empty()) reason = Reason{ExitCode::output, saved.problem};
     if (reason) throw errorOfBatch(reason->code, reason->sentences, saved);

@@ -130,6 +130,12 @@ void setNames(ScanPlan& plan, const ScanOptions& options) {
                      "\" has no meaning in a name. Write %d or %03d for the number of the page, and %% for a "
                      "percent sign.");
   }
+  plan.append = options.append;
+  if (plan.append && (plan.toStandardOutput || !holdsPages(plan.format)))
+    throw UsageError("--append adds pages to a TIFF or PDF file. Choose one, or leave out --append.");
+  if (plan.append && options.noClobber)
+    throw UsageError("--append and --no-clobber exclude each other. Give one of them.");
+  plan.pictureSettings.multiPage |= plan.append;
   plan.noClobber = options.noClobber;
   plan.firstPage = options.firstPage.value_or(1);
   if (options.firstPage && (plan.toStandardOutput || !(plan.filePerPage || hasPlaceForNumber(plan.output)))) {

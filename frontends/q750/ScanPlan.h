@@ -24,6 +24,7 @@ struct ScanPlan {
   std::uint32_t firstPage = 1;  // the number of the first one in names of files
   bool toStandardOutput = false;
   bool filePerPage = false;
+  bool append = false;             // to the document, if it exists
   bool noClobber = false;          // a file that exists is an error
   std::vector<std::string> notes;  // sentences for the user: where the picture differs from the request
 };

@@ -73,8 +73,9 @@ _q750_options() {
   case $1 in
     list) printf '%s\n' --json ;;
     scan)
-      printf '%s\n' --output --format --quality --device --resolution --mode --threshold --brightness --contrast --gamma --area --paper --rotate --pages \
-        --first-page --no-clobber --progress --timeout --quiet --verbose --virtual-paper --virtual-fault --virtual-packet-size \
+      printf '%s\n' --output --format --quality --device --resolution --mode --threshold --brightness --contrast --gamma \
+        --area --paper --rotate --pages --first-page --append --no-clobber --progress --timeout --quiet --verbose \
+        --virtual-paper --virtual-fault --virtual-packet-size \
         --virtual-warm-up --virtual-speed --virtual-real-time
       ;;
     doctor)

@@ -26,6 +26,12 @@ SavedPages elsewhere(std::uint32_t pages) {
   return saved;
 }
 
+SavedPages appended(std::uint32_t complete, std::uint32_t pages) {
+  SavedPages saved = of(document, complete, pages);
+  saved.before = 5;
+  return saved;
+}
+
 SavedPages cutOff(std::uint32_t pages) {
   SavedPages saved = of(standardOutput, pages, pages);
   saved.incomplete = true;
@@ -43,6 +49,10 @@ TEST(BatchEnd, DescribesWhatWasSaved) {
       {of(document, 3, 3), "a.pdf holds 3 complete pages"},
       {of(document, 3, 1), "a.pdf holds the first of 3 complete pages"},
       {of(document, 3, 2), "a.pdf holds the first 2 of 3 complete pages"},
+      {appended(1, 1), "1 complete page was added to a.pdf"},
+      {appended(2, 2), "2 complete pages were added to a.pdf"},
+      {appended(3, 2), "a.pdf got the first 2 of 3 complete pages"},
+      {appended(3, 0), "nothing was saved"},
       {elsewhere(1), "1 complete page was saved as q750-saved-1.pdf"},
       {elsewhere(2), "2 complete pages were saved as q750-saved-1.pdf"},
       {of(filePerPage, 0, 0), "nothing was saved"},

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,14 @@ CommandLine parse(std::vector<const char*> arguments) {
   return parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
 }
 
+CommandLine parseWords(const std::string& text) {
+  std::istringstream stream(text);
+  const std::vector<std::string> words(std::istream_iterator<std::string>(stream), {});
+  std::vector<const char*> arguments;
+  for (const std::string& word : words) arguments.push_back(word.c_str());
+  return parse(arguments);
+}
+
 std::string complaintAbout(const std::vector<const char*>& arguments) {
   try {
     parse(arguments);
@@ -30,44 +40,10 @@ std::string complaintAbout(const std::vector<const char*>& arguments) {
 }
 
 TEST(CommandLine, TakesAllOptionsOfAScan) {
-  const CommandLine line = parse({"scan",
-                                  "--device",
-                                  "virtual",
-                                  "-o",
-                                  "page.png",
-                                  "--format",
-                                  "png",
-                                  "--quality",
-                                  "lossless",
-                                  "--mode",
-                                  "lineart",
-                                  "--area",
-                                  "1x1+2x2mm",
-                                  "--resolution",
-                                  "150",
-                                  "--threshold",
-                                  "40%",
-                                  "--paper",
-                                  "a4",
-                                  "--pages",
-                                  "7",
-                                  "--no-clobber",
-                                  "--first-page",
-                                  "12",
-                                  "--progress",
-                                  "json",
-                                  "--timeout",
-                                  "2.5",
-                                  "--quiet",
-                                  "--verbose",
-                                  "--brightness",
-                                  "-20",
-                                  "--contrast",
-                                  "15",
-                                  "--gamma",
-                                  "1.8",
-                                  "--rotate",
-                                  "90"});
+  const CommandLine line = parseWords(
+      "scan --device virtual -o page.png --format png --quality lossless --mode lineart --area 1x1+2x2mm "
+      "--resolution 150 --threshold 40% --brightness -20 --contrast 15 --gamma 1.8 --paper a4 --rotate 90 "
+      "--pages 7 --first-page 12 --append --no-clobber --progress json --timeout 2.5 --quiet --verbose");
   EXPECT_EQ(line.command, CommandLine::Command::scan);
   EXPECT_EQ(line.scan.device, "virtual");
   EXPECT_EQ(line.scan.output, "page.png");
@@ -84,6 +60,7 @@ TEST(CommandLine, TakesAllOptionsOfAScan) {
   EXPECT_EQ(line.scan.rotation, "90");
   EXPECT_EQ(line.scan.pages, "7");
   EXPECT_EQ(line.scan.firstPage, 12U);
+  EXPECT_TRUE(line.scan.append);
   EXPECT_TRUE(line.scan.noClobber);
   EXPECT_EQ(line.scan.progress, "json");
   EXPECT_EQ(line.scan.timeout, "2.5");

@@ -1,0 +1,90 @@
+#include "TiffDocument.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <tiffio.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+namespace frontend {
+namespace {
+
+// The library's first complaint, which is the cause of the others.
+struct Complaint {
+  char text[200] = {};
+};
+
+int noteComplaint(TIFF* /*tiff*/, void* user, const char* /*module*/, const char* format, va_list arguments) {
+  auto& complaint = *static_cast<Complaint*>(user);
+  if (complaint.text[0] == '\0') std::vsnprintf(complaint.text, sizeof complaint.text, format, arguments);
+  return 1;
+}
+
+// Unknown fields and the like are what other programs may well have written. Only a field whose value lies
+// beyond the end of the file belongs to a file that was cut off.
+int noteMissingField(TIFF* tiff, void* user, const char* module, const char* format, va_list arguments) {
+  return std::strstr(format, "IO error") == nullptr ? 1
+                                                    : noteComplaint(tiff, user, module, format, arguments);
+}
+
+[[noreturn]] void throwDamaged(const std::string& why) {
+  throw std::runtime_error("it is damaged" + (why.empty() ? "" : " (" + why + ")"));
+}
+
+bool hasTiffHeader(int descriptor) {
+  char header[4] = {};
+  if (pread(descriptor, header, sizeof header, 0) != sizeof header) return false;
+  const std::string text(header, sizeof header);
+  return text == std::string("II*\0", 4) || text == std::string("MM\0*", 4) ||
+         text == std::string("II+\0", 4) || text == std::string("MM\0+", 4);
+}
+
+// A file that was cut off has its directories where they were and lacks pixels.
+bool hasAllPixels(TIFF* tiff, std::uint64_t size) {
+  const std::uint32_t pieces = TIFFIsTiled(tiff) != 0 ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+  for (std::uint32_t piece = 0; piece < pieces; ++piece) {
+    const std::uint64_t begin = TIFFGetStrileOffset(tiff, piece);
+    const std::uint64_t length = TIFFGetStrileByteCount(tiff, piece);
+    if (begin > size || length > size - begin) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::uint32_t pagesOfTiff(int descriptor) {
+  if (!hasTiffHeader(descriptor)) throw std::runtime_error("it is not a TIFF file");
+  struct stat status {};
+  fstat(descriptor, &status);
+  Complaint complaint;
+  const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(TIFFOpenOptionsAlloc(),
+                                                                                 TIFFOpenOptionsFree);
+  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteComplaint, &complaint);
+  TIFFOpenOptionsSetWarningHandlerExtR(options.get(), noteMissingField, &complaint);
+  lseek(descriptor, 0, SEEK_SET);
+  const int own = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);  // the library closes its descriptor
+  // Not mapped into memory: another program may cut the file off meanwhile.
+  const std::unique_ptr<TIFF, decltype(&TIFFClose)> tiff(TIFFFdOpenExt(own, "document", "rm", options.get()),
+                                                         TIFFClose);
+  if (!tiff && own >= 0) close(own);
+  if (!tiff) throwDamaged(complaint.text);
+  std::uint32_t pages = 0;
+  do {
+    if (!hasAllPixels(tiff.get(), static_cast<std::uint64_t>(status.st_size)))
+      throwDamaged("the pixels of page " + std::to_string(pages + 1) + " are missing");
+    ++pages;
+  } while (TIFFReadDirectory(tiff.get()) == 1);
+  if (complaint.text[0] != '\0') throwDamaged(complaint.text);
+  // In a chain of directories without an end no page could be added.
+  if (TIFFLastDirectory(tiff.get()) == 0) throwDamaged("its directories have no end");
+  return pages;
+}
+
+}  // namespace frontend
