@@ -7,6 +7,7 @@
 
 #include "CommandError.h"
 #include "PictureFormat.h"
+#include "Rotation.h"
 
 namespace frontend {
 
