@@ -1,5 +1,5 @@
-# The files of an installation, by component: runtime (the library that hosts load), development (headers,
-# CMake package and pkg-config file), virtual (the library with the virtual scanner), tools (the command line and its
+# The files of an installation, by component: runtime (the library that hosts load), development (headers, CMake package,
+# pkg-config file, guide and examples), virtual (the library with the virtual scanner), tools (the command line and its
 # worker) and sane (the SANE back end).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -75,6 +75,23 @@ file(RELATIVE_PATH q750_includedir_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_I
 configure_file(${PROJECT_SOURCE_DIR}/cmake/quenvar-q750.pc.in ${PROJECT_BINARY_DIR}/quenvar-q750.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quenvar-q750.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
+
+# The guide for programmers of hosts, and the examples. The guide's links to headers of the source tree become links to
+# the installed ones; those to the examples hold where it is installed.
+set(q750_doc_folder ${CMAKE_INSTALL_DATADIR}/doc/quenvar-q750)
+file(RELATIVE_PATH q750_headers_from_doc
+  ${CMAKE_INSTALL_FULL_DATADIR}/doc/quenvar-q750 ${CMAKE_INSTALL_FULL_INCLUDEDIR}/quenvar-q750)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/behaviour.md)
+file(READ ${PROJECT_SOURCE_DIR}/docs/behaviour.md q750_guide)
+string(REGEX REPLACE "\\]\\(\\.\\./(Sources|platform)/[^)]*/([A-Za-z0-9]+\\.h)\\)" "](${q750_headers_from_doc}/\\2)"
+  q750_guide "${q750_guide}")
+string(REPLACE "](../examples/" "](examples/" q750_guide "${q750_guide}")
+file(WRITE ${PROJECT_BINARY_DIR}/behaviour.md "${q750_guide}")
+install(FILES ${PROJECT_BINARY_DIR}/behaviour.md DESTINATION ${q750_doc_folder} COMPONENT development)
+foreach(example IN ITEMS messages scan-to-pnm)
+  file(GLOB q750_example_files CONFIGURE_DEPENDS LIST_DIRECTORIES FALSE ${PROJECT_SOURCE_DIR}/examples/${example}/*)
+  install(FILES ${q750_example_files} DESTINATION ${q750_doc_folder}/examples/${example} COMPONENT development)
+endforeach()
 
 # The same file name in a folder that is not searched: a host is run with it by LD_LIBRARY_PATH, and never by accident.
 set(q750_virtual_folder ${CMAKE_INSTALL_LIBDIR}/quenvar-q750/virtual)

@@ -54,6 +54,10 @@ def header_folder(prefix):
     return prefix / STAGE.include / "quenvar-q750"
 
 
+def examples_folder(prefix):
+    return prefix / STAGE.data / "doc/quenvar-q750/examples"
+
+
 def configure(project, build, prefix, *options):
     """Configures a project of its own, with the compilers of this build."""
     if STAGE.toolchain:
@@ -64,7 +68,7 @@ def configure(project, build, prefix, *options):
 
 def build_with_cmake(example, build, prefix):
     language, compiler = ("C", STAGE.cc) if example == "scan-to-pnm" else ("CXX", STAGE.cxx)
-    configure(SOURCE / "examples" / example, build, prefix,
+    configure(examples_folder(prefix) / example, build, prefix,
               f"-DCMAKE_{language}_COMPILER={compiler}", f"-DCMAKE_{language}_FLAGS={FLAGS}")
     run(STAGE.cmake, "--build", build)
     return build / example
@@ -81,7 +85,7 @@ def build_as_readme_says(example, folder, prefix):
     """Runs the command of the README in a folder that contains the examples. Optimised, because some warnings need
     that."""
     fresh(folder)
-    (folder / "examples").symlink_to(SOURCE / "examples")
+    (folder / "examples").symlink_to(examples_folder(prefix))
     for name, compiler in (("cc", STAGE.cc), ("c++", STAGE.cxx)):
         wrapper = folder / "bin" / name
         wrapper.parent.mkdir(exist_ok=True)

@@ -49,6 +49,13 @@ class InstalledTree(unittest.TestCase):
                 self.assertNotIn(STAGE.build, text, path)
                 self.assertNotIn(STAGE.source, text, path)
 
+    def test_has_a_guide_whose_links_lead_to_installed_files(self):
+        guide = PREFIX / STAGE.data / "doc/quenvar-q750/behaviour.md"
+        links = re.findall(r"\]\(([^)#]+)", guide.read_text())
+        self.assertGreater(len(links), 3)
+        for link in links:
+            self.assertTrue((guide.parent / link).is_file(), link)
+
 
 if __name__ == "__main__":
     unittest.main()
