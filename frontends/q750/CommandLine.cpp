@@ -218,6 +218,7 @@ void addServeOptions(CLI::App& serve, ServeOptions& options) {
 void useDefaults(ScanOptions& options, UserDefaults defaults) {
   options.resolution = defaults.valueOr("resolution", options.resolution);
   options.mode = defaults.valueOr("mode", options.mode);
+  options.rotation = defaults.valueOr("rotate", options.rotation);
   options.timeout = defaults.valueOr("timeout", options.timeout);
   options.defaults = std::move(defaults);
 }

@@ -47,6 +47,7 @@ constexpr Setting settings[] = {
     {"contrast", checkWith<optionvalue::tonePercent>},
     {"gamma", checkWith<optionvalue::gamma>},
     {"paper", checkWith<areaOfPaper>},
+    {"rotate", checkWith<optionvalue::rotation>},
     {"quality", checkWith<optionvalue::quality>},
     {"progress", checkWith<optionvalue::progress>},
     {"timeout", checkWith<optionvalue::timeout>},

@@ -187,11 +187,12 @@ CommandLine parseWithDefaults(std::vector<const char*> arguments, const std::str
 }
 
 TEST(CommandLine, TakesTheUsersDefaultsUnlessOptionsSayOtherwise) {
-  const std::string defaults = "resolution = 150\nmode = gray\ntimeout = 7\n";
+  const std::string defaults = "resolution = 150\nmode = gray\ntimeout = 7\nrotate = 180\n";
   const ScanOptions scan = parseWithDefaults({"scan", "a.png", "-m", "color"}, defaults).scan;
   EXPECT_EQ(scan.resolution, "150");
   EXPECT_EQ(scan.mode, "color");
   EXPECT_EQ(scan.timeout, "7");
+  EXPECT_EQ(scan.rotation, "180");
   EXPECT_EQ(parseWithDefaults({"doctor"}, defaults).doctor.timeout, "5");
 }
 

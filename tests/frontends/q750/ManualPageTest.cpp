@@ -155,7 +155,7 @@ TEST(ManualPage, NamesEveryPaper) {
 }
 
 TEST(ManualPage, NamesEverySettingOfAUsersDefaults) {
-  EXPECT_THAT(manualPage().text(), HasSubstr("The names are " + listOf(userDefaultNames()) + ". "));
+  EXPECT_THAT(manualPage().text(), HasSubstr("A name is one of " + listOf(userDefaultNames()) + ". "));
 }
 
 TEST(ManualPage, NamesEveryExitCode) {

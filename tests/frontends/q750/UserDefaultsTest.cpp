@@ -41,9 +41,9 @@ TEST(UserDefaults, AreTheSettingsOfTheFile) {
 TEST(UserDefaults, TakeEveryNameWithTheValuesOfItsOption) {
   EXPECT_EQ(complaintAbout("device = virtual\nresolution = 600\nmode = lineart\nthreshold = 40%\n"
                            "brightness = -100\ncontrast = 100\ngamma = 2.20\npaper = A5-Landscape\n"
-                           "quality = lossless\nprogress = Plain\ntimeout = 2.5\n"),
+                           "rotate = 90\nquality = lossless\nprogress = Plain\ntimeout = 2.5\n"),
             "none");
-  EXPECT_EQ(userDefaultNames().size(), 11U);
+  EXPECT_EQ(userDefaultNames().size(), 12U);
 }
 
 TEST(UserDefaults, ReportFileAndLineOfAnError) {
@@ -65,6 +65,7 @@ TEST(UserDefaults, ReportFileAndLineOfAnError) {
       {"quality = 0", "config:1: quality = 0: expected a number from 1 to 100, or lossless for PDF."},
       {"progress = dots", "config:1: progress = dots: unknown style."},
       {"paper = a3", "config:1: paper = a3: unknown paper."},
+      {"rotate = 45", "config:1: rotate = 45: pages can be turned by quarter turns only."},
       {"device = flatbed", "config:1: device = flatbed: this is not the name of a scanner. See q750 list."},
       {"mode = \x1b[2J\xff", "config:1: mode = ?[2J?: unknown mode."},
   };
