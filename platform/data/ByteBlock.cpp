@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -19,13 +20,41 @@ constexpr std::size_t maxBlock = std::numeric_limits<std::ptrdiff_t>::max();
 std::atomic<std::size_t> totalReserved{0};
 std::atomic<std::uint64_t> totalRelocated{0};
 
-// From this size on a mapping asks for huge pages, which halve the time that filling it takes. At most one of
-// them is room not yet used.
-constexpr std::size_t hugePagesFrom = std::size_t{4} << 20;
+constexpr std::size_t hugePage = ByteBlock::hugePage;
+
+std::size_t wholeHugePages(std::size_t size) {
+  return (size + hugePage - 1) / hugePage * hugePage;
+}
 
 std::size_t wholePages(std::size_t size) {
   static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   return (size + page - 1) / page * page;
+}
+
+// A mapping of whole huge pages that begins where one may: from any other place on its ends would be small
+// pages, and moving it would split all others.
+void* newMapping(std::size_t size) {
+  void* const whole =
+      mmap(nullptr, size + hugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (whole == MAP_FAILED) return MAP_FAILED;
+  const std::size_t before = (hugePage - reinterpret_cast<std::uintptr_t>(whole) % hugePage) % hugePage;
+  auto* const begin = static_cast<std::uint8_t*>(whole) + before;
+  if (before > 0) munmap(whole, before);
+  munmap(begin + size, hugePage - before);
+  // Only advice: a kernel that does not support it fills the mapping page by page.
+  madvise(begin, size, MADV_HUGEPAGE);
+  return begin;
+}
+
+// The same bytes with more room. MAP_FAILED, with nothing changed, if there is none.
+void* grownMapping(void* mapping, std::size_t size, std::size_t newSize) {
+  void* const inPlace = mremap(mapping, size, newSize, 0);
+  if (inPlace != MAP_FAILED) return inPlace;
+  void* const place = newMapping(newSize);
+  if (place == MAP_FAILED) return MAP_FAILED;
+  void* const moved = mremap(mapping, size, newSize, MREMAP_MAYMOVE | MREMAP_FIXED, place);
+  if (moved == MAP_FAILED) munmap(place, newSize);
+  return moved;
 }
 
 }  // namespace
@@ -68,18 +97,23 @@ bool ByteBlock::resizeOnHeap(std::size_t capacity, std::size_t used) {
 }
 
 bool ByteBlock::resizeMapping(std::size_t capacity, std::size_t used) {
-  if (capacity > maxBlock - mappedFrom) return false;  // rounding up must not wrap
-  const std::size_t size = wholePages(capacity);
-  void* mapping = mapped_ ? mremap(data_, capacity_, size, MREMAP_MAYMOVE)
-                          : mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (capacity > maxBlock - 2 * hugePage) return false;  // rounding up must not wrap
+  const bool grows = capacity > capacity_;
+  const std::size_t size = grows ? wholeHugePages(capacity) : wholePages(capacity);
+  void* mapping = MAP_FAILED;
+  if (!mapped_) {
+    mapping = newMapping(size);
+  } else if (grows) {
+    mapping = grownMapping(data_, capacity_, size);
+  } else {
+    mapping = mremap(data_, capacity_, size, 0);
+  }
   if (mapping == MAP_FAILED) return false;
   if (!mapped_) {
     if (used > 0) std::memcpy(mapping, data_, used);
     totalRelocated.fetch_add(used, std::memory_order_relaxed);
     std::free(data_);
   }
-  // Only advice: a kernel that does not support it fills the mapping page by page.
-  if (size >= hugePagesFrom) madvise(mapping, size, MADV_HUGEPAGE);
   data_ = static_cast<std::uint8_t*>(mapping);
   capacity_ = size;
   mapped_ = true;

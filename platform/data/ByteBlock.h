@@ -6,13 +6,16 @@
 namespace platform {
 
 // A block of memory that grows at its end and costs no second copy of itself while it does. A large block is
-// a mapping of its own: growing moves page table entries instead of bytes, and pages that were never written
-// take no memory. The allocator alone is not enough: once it has seen large blocks freed, it keeps such
-// blocks on the heap, where growing copies them. Owns its memory. One thread at a time.
+// a mapping of its own: growing moves page table entries instead of bytes, and huge pages that were never
+// written take no memory. The allocator alone is not enough: once it has seen large blocks freed, it keeps
+// such blocks on the heap, where growing copies them. Owns its memory. One thread at a time.
 class ByteBlock {
  public:
   // From this size on a block is a mapping of its own.
   static constexpr std::size_t mappedFrom = std::size_t{256} << 10;
+  // Mappings consist of these, where the system has them: a fault for every small page would cost more than
+  // all that is done with its bytes. At most one huge page is room not yet used.
+  static constexpr std::size_t hugePage = std::size_t{2} << 20;
 
   ByteBlock() = default;
   ByteBlock(const ByteBlock&) = delete;
