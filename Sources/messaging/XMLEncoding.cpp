@@ -55,8 +55,13 @@ std::string valueOf(const xmlAttr* attribute) {
   return orEmpty(attribute == nullptr ? nullptr : contentOf(attribute->children));
 }
 
+// No text equals a missing one.
+bool equals(const std::string& text, const char* other) {
+  return other != nullptr && text == other;
+}
+
 bool holdsText(const xmlNode* node, const char* text) {
-  return textOf(node) == text;
+  return equals(textOf(node), text);
 }
 
 using Value = std::unique_ptr<Element>;
@@ -186,7 +191,7 @@ const xmlNode* argumentOf(const xmlNode* first, const char* name) {
   const xmlNode* node = first;
   for (const xmlAttr* attribute = firstAttributeOf(node); attribute != nullptr;
        attribute = firstAttributeOf(node)) {
-    if (valueOf(attribute) == name) return node;
+    if (equals(valueOf(attribute), name)) return node;
     node = node->next;
   }
   return nullptr;
