@@ -1,91 +1,118 @@
 #include "PdfPicture.h"
 
+#include <algorithm>
 #include <new>
-#include <qpdf/Pl_Flate.hh>
-#include <qpdf/Pl_String.hh>
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 #include "Group4Encoder.h"
 #include "JpegEncoder.h"
+#include "PngEncoder.h"
 
 namespace frontend {
 namespace {
 
-constexpr int compressionLevel = 4;  // as for PNG
-
-class JpegPicture final : public PdfPictureEncoder {
+// Collects what an encoder passes on through a C library, which no exception may cross.
+class OutputInMemory {
  public:
-  JpegPicture(const PictureLayout& layout, int quality)
-      : picture_{layout, "/Filter /DCTDecode", {}},
-        encoder_(layout, {quality, "", ""},  // the profile is the document's
-                 [this](const std::uint8_t* bytes, std::size_t count) { return append(bytes, count); }) {
-    throwIfFailed();
-  }
-
-  void writeRow(const std::uint8_t* row) override {
-    encoder_.writeRow(row);
-    throwIfFailed();
-  }
-  PdfPicture finish() override {
-    encoder_.finish();
-    throwIfFailed();
-    return std::move(picture_);
-  }
-
- private:
-  // Called through a C library, which no exception may cross.
-  bool append(const std::uint8_t* bytes, std::size_t count) noexcept {
+  bool append(std::string& to, const std::uint8_t* bytes, std::size_t count) noexcept {
     try {
-      picture_.bytes.append(reinterpret_cast<const char*>(bytes), count);
+      to.append(reinterpret_cast<const char*>(bytes), count);
       return true;
     } catch (const std::exception&) {
       outOfMemory_ = true;
       return false;
     }
   }
-  void throwIfFailed() const {
+  // `failure` is the encoder's.
+  void throwIfFailed(const std::string& failure) const {
     if (outOfMemory_) throw std::bad_alloc();
-    if (!encoder_.failure().empty()) throw std::runtime_error(encoder_.failure());
+    if (!failure.empty()) throw std::runtime_error(failure);
   }
 
-  PdfPicture picture_;
+ private:
   bool outOfMemory_ = false;
-  JpegEncoder encoder_;  // last: its constructor may already append
 };
 
-// Deflate of the horizontal differences of rows (ISO 32000-1, 7.4.4.4, predictor 2).
-class DeflatedPicture final : public PdfPictureEncoder {
+class JpegPicture final : public PdfPictureEncoder {
  public:
-  explicit DeflatedPicture(const PictureLayout& layout)
-      : picture_{layout,
-                 "/Filter /FlateDecode /DecodeParms << /Predictor 2 /Colors " +
-                     std::to_string(layout.channels) + " /BitsPerComponent 8 /Columns " +
-                     std::to_string(layout.width) + " >>",
-                 {}},
-        end_("page", nullptr, picture_.bytes),
-        deflate_("deflate", &end_, Pl_Flate::a_deflate),
-        row_(layout.rowBytes()) {
-    Pl_Flate::setCompressionLevel(compressionLevel);
+  JpegPicture(const PictureLayout& layout, int quality)
+      : picture_{layout, "/Filter /DCTDecode", {}},
+        encoder_(layout, {quality, "", ""},  // the profile is the document's
+                 [this](const std::uint8_t* bytes, std::size_t count) {
+                   return output_.append(picture_.bytes, bytes, count);
+                 }) {
+    output_.throwIfFailed(encoder_.failure());
   }
 
   void writeRow(const std::uint8_t* row) override {
-    const std::size_t channels = picture_.layout.channels;
-    for (std::size_t i = 0; i < row_.size(); ++i)
-      row_[i] = static_cast<std::uint8_t>(i < channels ? row[i] : row[i] - row[i - channels]);
-    deflate_.write(row_.data(), row_.size());
+    encoder_.writeRow(row);
+    output_.throwIfFailed(encoder_.failure());
   }
   PdfPicture finish() override {
-    deflate_.finish();
+    encoder_.finish();
+    output_.throwIfFailed(encoder_.failure());
     return std::move(picture_);
   }
 
  private:
   PdfPicture picture_;
-  Pl_String end_;
-  Pl_Flate deflate_;
-  std::vector<std::uint8_t> row_;
+  OutputInMemory output_;
+  JpegEncoder encoder_;  // last: its constructor may already append
+};
+
+std::uint32_t bigEndian(const std::string& bytes, std::size_t at) {
+  std::uint32_t number = 0;
+  for (std::size_t i = at; i < at + 4; ++i) number = number << 8 | static_cast<std::uint8_t>(bytes[i]);
+  return number;
+}
+
+// The contents of the IDAT chunks of a PNG, in place. | signature:8 | and chunks | length:4 | type:4 |
+// content | CRC:4 |
+void keepImageData(std::string& png) {
+  std::size_t kept = 0;
+  for (std::size_t at = 8; at + 12 <= png.size();) {
+    const std::size_t length = bigEndian(png, at);
+    if (png.compare(at + 4, 4, "IDAT") == 0) {
+      std::copy_n(png.begin() + static_cast<std::ptrdiff_t>(at + 8), length,
+                  png.begin() + static_cast<std::ptrdiff_t>(kept));
+      kept += length;
+    }
+    at += 12 + length;
+  }
+  png.resize(kept);
+}
+
+// The compressed rows of a PNG, which PDF takes as they are (ISO 32000-1, 7.4.4.4, predictor 15).
+class PngPicture final : public PdfPictureEncoder {
+ public:
+  explicit PngPicture(const PictureLayout& layout)
+      : picture_{layout,
+                 "/Filter /FlateDecode /DecodeParms << /Predictor 15 /Colors " +
+                     std::to_string(layout.channels) + " /BitsPerComponent 8 /Columns " +
+                     std::to_string(layout.width) + " >>",
+                 {}},
+        encoder_(layout, "", [this](const std::uint8_t* bytes, std::size_t count) {
+          return output_.append(picture_.bytes, bytes, count);
+        }) {
+    output_.throwIfFailed(encoder_.failure());
+  }
+
+  void writeRow(const std::uint8_t* row) override {
+    encoder_.writeRow(row);
+    output_.throwIfFailed(encoder_.failure());
+  }
+  PdfPicture finish() override {
+    encoder_.finish();
+    output_.throwIfFailed(encoder_.failure());
+    keepImageData(picture_.bytes);
+    return std::move(picture_);
+  }
+
+ private:
+  PdfPicture picture_;
+  OutputInMemory output_;
+  PngEncoder encoder_;  // last: its constructor already appends
 };
 
 // Group 4, whose black runs are the ones of a row. BlackIs1 is about the decoded samples: false makes black
@@ -112,7 +139,7 @@ class FaxPicture final : public PdfPictureEncoder {
 std::unique_ptr<PdfPictureEncoder> makePdfPictureEncoder(const PictureLayout& layout,
                                                          const PictureSettings& settings) {
   if (layout.bitsPerChannel == 1) return std::make_unique<FaxPicture>(layout);
-  if (settings.lossless) return std::make_unique<DeflatedPicture>(layout);
+  if (settings.lossless) return std::make_unique<PngPicture>(layout);
   return std::make_unique<JpegPicture>(layout, settings.quality);
 }
 
