@@ -49,6 +49,7 @@ bool hasTiffHeader(int descriptor) {
 // A file that was cut off has its directories where they were and lacks pixels.
 bool hasAllPixels(TIFF* tiff, std::uint64_t size) {
   const std::uint32_t pieces = TIFFIsTiled(tiff) != 0 ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+  if (pieces > size) return false;  // each has an entry in the file; more would only take time
   for (std::uint32_t piece = 0; piece < pieces; ++piece) {
     const std::uint64_t begin = TIFFGetStrileOffset(tiff, piece);
     const std::uint64_t length = TIFFGetStrileByteCount(tiff, piece);

@@ -20,6 +20,7 @@ class MemoryFile {
     if (ftruncate(descriptor_, 0) != 0 || pwrite(descriptor_, content.data(), content.size(), 0) != size)
       std::abort();
   }
+  int descriptor() const { return descriptor_; }
   std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
 
  private:
