@@ -8,13 +8,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <new>
 #include <thread>
+#include <vector>
 
 // The system's header declares these functions as if they were C++ (GNU C Library 2.36).
 extern "C" {
 #include <sys/pidfd.h>
 }
 
+#include "WorkerEnvironment.h"
 #include "WorkerMessages.h"
 
 extern char** environ;
@@ -83,7 +86,7 @@ WorkerProcess::~WorkerProcess() {
   awaitEnd(timeToDie);
 }
 
-int WorkerProcess::start(const std::string& program, int control, int image, bool verbose) {
+int WorkerProcess::start(const std::string& program, int control, int image, bool verbose) try {
   SpawnActions actions;
   actions.openNothing(STDIN_FILENO);
   actions.openNothing(STDOUT_FILENO);
@@ -98,12 +101,15 @@ int WorkerProcess::start(const std::string& program, int control, int image, boo
   const SpawnAttributes attributes;
   char* const arguments[] = {const_cast<char*>(program.c_str()), nullptr};
   pid_t process = 0;
+  const std::vector<char*> environment = workerEnvironment(environ);
   const int error =
-      posix_spawn(&process, program.c_str(), actions.get(), attributes.get(), arguments, environ);
+      posix_spawn(&process, program.c_str(), actions.get(), attributes.get(), arguments, environment.data());
   if (error != 0) return error;
   process_ = process;
   handle_ = platform::OwnedDescriptor(pidfd_open(process, 0));
   return 0;
+} catch (const std::bad_alloc&) {
+  return ENOMEM;
 }
 
 // Collects the exit status if the process has exited, and returns whether it has. If the application has

@@ -11,8 +11,9 @@
 namespace frontend {
 
 // A process that runs a worker program. It has a process group of its own, so that Ctrl-C in a terminal
-// reaches the front end alone, default signal handling, /dev/null as standard input and output, and no
-// descriptor of the application except standard error, if requested and open.
+// reaches the front end alone, default signal handling, /dev/null as standard input and output, no descriptor
+// of the application except standard error, if requested and open, and few of its environment variables
+// (WorkerEnvironment.h).
 //
 // The application is free to ignore SIGCHLD or to wait for any child itself. Knows nothing of messages. One
 // thread; nothing throws.
