@@ -114,9 +114,14 @@ void addPictureOptions(CLI::App& scan, ScanOptions& options) {
                       defaultOf(options, "threshold", std::to_string(limits::defaultThresholdPercent) + "%"))
       ->type_name("N");
   addToneOptions(scan, options);
-  scan.add_option("-a,--area", options.area, "The part of the bed to scan, see below" + defaultIs("all"))
+  const std::string paper = options.defaults.valueOr("paper", "");
+  scan.add_option(
+          "-a,--area", options.area,
+          "The part of the bed to scan, see below" + defaultIs(paper.empty() ? "all" : "that of the paper"))
       ->type_name("AREA");
-  scan.add_option("-p,--paper", options.paper, "The same as a paper size, in the top left corner, see below")
+  scan.add_option("-p,--paper", options.paper,
+                  "The same as a paper size, in the top left corner, see below" +
+                      (paper.empty() ? "" : defaultIs(paper)))
       ->type_name("NAME");
   scan.add_option(
           "--rotate", options.rotation,

@@ -203,10 +203,15 @@ TEST(CommandLine, ReadsTheUsersDefaultsForAScanOnly) {
 }
 
 TEST(CommandLine, ShowsTheDefaultsInForce) {
-  const std::string help = parseWithDefaults({"scan", "--help"}, "resolution = 150\ngamma = 2.2\n").text;
+  const std::string help =
+      parseWithDefaults({"scan", "--help"}, "resolution = 150\ngamma = 2.2\npaper = a5\n").text;
   EXPECT_THAT(help, HasSubstr("colour at most 300 (default: 150)\n"));
   EXPECT_THAT(help, HasSubstr("0.10 to 5.00 (default: 2.2)\n"));
-  EXPECT_THAT(help, HasSubstr("\nDefaults from /home/me/config:\n  resolution = 150\n  gamma = 2.2\n\n"));
+  EXPECT_THAT(
+      help,
+      HasSubstr("\nDefaults from /home/me/config:\n  resolution = 150\n  gamma = 2.2\n  paper = a5\n\n"));
+  EXPECT_THAT(help, HasSubstr("The part of the bed to scan, see below (default: that of the paper)\n"));
+  EXPECT_THAT(help, HasSubstr("in the top left corner, see below (default: a5)\n"));
 }
 
 TEST(CommandLine, ReportsErrorsAndWhereTheHelpIs) {
