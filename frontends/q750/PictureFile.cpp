@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <new>
 #include <utility>
 
 #include "CommandError.h"
@@ -78,7 +79,11 @@ void PictureFile::abandonPage() {
 }
 
 bool PictureFile::complete() {
-  if (sink_.good()) writer_->finish();
+  try {
+    if (sink_.good()) writer_->finish();
+  } catch (const std::bad_alloc&) {
+    sink_.fail("there is not enough memory");  // fewer pages take less
+  }
   return onDisk_ ? sink_.sync() : sink_.good();
 }
 
