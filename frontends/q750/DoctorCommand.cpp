@@ -56,7 +56,8 @@ void runDoctor(const DoctorOptions& options) {
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
   std::vector<Finding> findings;
-  Examination examination({takeInventory, findWorker, deviceRuleInstalled,
+  Examination examination({takeInventory, findWorker, [] { return platform::tryConfinement({}); },
+                           deviceRuleInstalled,
                            [&](const std::string& scanner) {
                              request.scanner = scanner;
                              return testScan(request, cancellation);

@@ -13,7 +13,8 @@ using Check = Finding::Check;
 using Level = Finding::Level;
 
 // In the order of the enumerations. Programs rely on the words: none ever changes its meaning.
-constexpr std::string_view checkNames[] = {"worker", "rule", "usb", "connection", "access", "scan"};
+constexpr std::string_view checkNames[] = {"worker",     "confinement", "rule", "usb",
+                                           "connection", "access",      "scan"};
 constexpr std::string_view levelNames[] = {"ok", "note", "attention"};
 constexpr std::size_t textColumn = 11;
 
@@ -49,6 +50,7 @@ std::string findingsAsJson(const std::vector<Finding>& findings, ExitCode code) 
 
 ExitCode Examination::run(const std::string& device) {
   const bool canScan = checkWorker();
+  if (canScan) checkConfinement();
   checkDeviceRule();
   for (const std::string& scanner : findUsableScanners(device)) {
     if (canScan) checkScan(scanner);
@@ -72,6 +74,27 @@ bool Examination::checkWorker() {
   }
   report({Check::worker, Level::ok, "", "The worker program is installed: " + worker});
   return true;
+}
+
+// Never a reason not to scan: containers and old kernels lack parts of it.
+void Examination::checkConfinement() {
+  const platform::Confinement there = dependencies_.confinement();
+  std::vector<std::string_view> missing;
+  if (!there.systemCalls) missing.emplace_back("filters of system calls (seccomp)");
+  if (!there.files) missing.emplace_back("file rules (Landlock)");
+  if (!there.privileges) missing.emplace_back("the prohibition of new privileges");
+  if (missing.empty()) {
+    report({Check::confinement, Level::ok, "",
+            "The worker program is confined: it reaches no network, no other program and no file but the "
+            "scanner's."});
+    return;
+  }
+  std::string list(missing.front());
+  for (std::size_t i = 1; i < missing.size(); ++i)
+    list += (i + 1 == missing.size() ? " and " : ", ") + std::string(missing[i]);
+  report({Check::confinement, Level::note, "",
+          "The worker program is confined only in part, or not at all: this system does not grant it " +
+              list + ". Scanning works all the same."});
 }
 
 void Examination::checkDeviceRule() {

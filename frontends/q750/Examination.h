@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "Confinement.h"
 #include "ExitCode.h"
 #include "ScanOutcome.h"
 #include "ScannerInventory.h"
@@ -14,9 +15,9 @@ namespace frontend {
 
 // The result of one check.
 struct Finding {
-  // The worker program is installed; users are granted access to the scanner; USB works; a scanner is
-  // connected; this user may use it; it scans.
-  enum class Check : std::uint8_t { worker, rule, usb, connection, access, scan };
+  // The worker program is installed; it is confined; users are granted access to the scanner; USB works; a
+  // scanner is connected; this user may use it; it scans.
+  enum class Check : std::uint8_t { worker, confinement, rule, usb, connection, access, scan };
   enum class Level : std::uint8_t { ok, note, attention };
 
   Check check;
@@ -39,7 +40,8 @@ class Examination {
  public:
   struct Dependencies {
     std::function<ScannerInventory()> inventory;
-    std::function<std::string()> worker;        // the path of the worker program; empty if it is missing
+    std::function<std::string()> worker;  // the path of the worker program; empty if it is missing
+    std::function<platform::Confinement()> confinement;  // that this system lets a worker have
     std::function<bool()> deviceRuleInstalled;  // whether the system grants its users access to the scanner
     std::function<ScanOutcome(const std::string& scanner)> testScan;  // of a few pixels; blocks
     std::function<void(const Finding&)> report;
@@ -54,6 +56,7 @@ class Examination {
  private:
   void report(Finding finding);
   bool checkWorker();
+  void checkConfinement();
   void checkDeviceRule();
   std::vector<std::string> findUsableScanners(const std::string& device);
   bool checkAccess(const ScannerEntry& scanner);

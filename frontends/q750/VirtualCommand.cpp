@@ -1,11 +1,13 @@
 #include "VirtualCommand.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <memory>
 #include <system_error>
 
 #include "CancelSignals.h"
 #include "CommandError.h"
+#include "Confinement.h"
 #include "Console.h"
 #include "UsbipFormat.h"
 #include "UsbipServer.h"
@@ -14,6 +16,9 @@
 
 namespace frontend {
 namespace {
+
+// Several times what the paper and all buffers of all clients take.
+constexpr std::uint64_t memoryLimit = 1 << 30;
 
 using virtualscanner::ListenAddress;
 using virtualscanner::UsbipServer;
@@ -70,7 +75,10 @@ void runVirtual(const ServeOptions& options) {
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
   const auto server = listen(*scanner, options.listen);
-  console::print(attachText(server->address()));
+  const std::string text = attachText(server->address());
+  // The paper is read and the socket there: nothing else is needed to serve whoever connects.
+  platform::confineProcess({.readable = {}, .devices = {}, .sockets = {}, .memoryBytes = memoryLimit});
+  console::print(text);
   server->run(signals.descriptor());
 }
 

@@ -14,6 +14,9 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 constexpr char workerLine[] = "ok         The worker program is installed: /usr/libexec/q750-worker\n";
+constexpr char confinementLine[] =
+    "ok         The worker program is confined: it reaches no network, no other program and no file but the "
+    "scanner's.\n";
 constexpr char ruleLine[] = "ok         The rule that grants users access to the scanner is installed.\n";
 
 // A system without problems, which each test changes.
@@ -23,7 +26,8 @@ class ExaminingASystem : public testing::Test {
     findings.clear();
     lines.clear();
     tried.clear();
-    Examination examination({[this] { return inventory; }, [this] { return worker; }, [this] { return rule; },
+    Examination examination({[this] { return inventory; }, [this] { return worker; },
+                             [this] { return confinement; }, [this] { return rule; },
                              [this](const std::string& name) {
                                tried.push_back(name);
                                const ScanOutcome outcome = outcomes.front();
@@ -41,6 +45,7 @@ class ExaminingASystem : public testing::Test {
   ScannerEntry simulated{"virtual", "Quenvar", "Q750 (virtual)", "virtual device", true, true, ""};
   ScannerInventory inventory{{scanner, simulated}, ""};
   std::string worker = "/usr/libexec/q750-worker";
+  platform::Confinement confinement{true, true, true};
   bool rule = true;
   std::vector<ScanOutcome> outcomes{outcome::good()};
   std::vector<Finding> findings;
@@ -50,9 +55,9 @@ class ExaminingASystem : public testing::Test {
 
 TEST_F(ExaminingASystem, FindsNothingWrong) {
   EXPECT_EQ(examine(), ExitCode::good);
-  EXPECT_THAT(lines,
-              ElementsAre(workerLine, ruleLine, "ok         usb:1-2: a Quenvar Q750 that you may use.\n",
-                          "ok         usb:1-2: the test scan succeeded.\n"));
+  EXPECT_THAT(lines, ElementsAre(workerLine, confinementLine, ruleLine,
+                                 "ok         usb:1-2: a Quenvar Q750 that you may use.\n",
+                                 "ok         usb:1-2: the test scan succeeded.\n"));
   EXPECT_THAT(tried, ElementsAre("usb:1-2"));
 }
 
@@ -72,25 +77,36 @@ TEST_F(ExaminingASystem, ReportsAMissingWorker) {
   EXPECT_THAT(tried, ElementsAre());
 }
 
+TEST_F(ExaminingASystem, NotesWhatConfinementTheSystemLacks) {
+  confinement = {true, true, false};
+  EXPECT_EQ(examine(), ExitCode::good);
+  EXPECT_THAT(lines[1], HasSubstr("does not grant it file rules (Landlock). Scanning works all the same.\n"));
+  confinement = {};
+  EXPECT_EQ(examine(), ExitCode::good);
+  EXPECT_THAT(lines[1], StartsWith("note       The worker program is confined only in part, or not at all"));
+  EXPECT_THAT(lines[1],
+              HasSubstr("filters of system calls (seccomp), file rules (Landlock) and the prohibition"));
+}
+
 TEST_F(ExaminingASystem, NotesAMissingDeviceRule) {
   rule = false;
   EXPECT_EQ(examine(), ExitCode::good);
-  EXPECT_THAT(lines[1],
+  EXPECT_THAT(lines[2],
               StartsWith("note       The rule that grants users access to the scanner is not installed"));
-  EXPECT_THAT(lines[1], HasSubstr("Install the package quenvar-q750 and"));
+  EXPECT_THAT(lines[2], HasSubstr("Install the package quenvar-q750 and"));
 }
 
 TEST_F(ExaminingASystem, TestsTheVirtualScannerIfNoneIsConnected) {
   inventory.scanners = {simulated};
   EXPECT_EQ(examine(), ExitCode::noDevice);
-  EXPECT_THAT(lines[2], StartsWith("attention  No Quenvar Q750 is connected."));
-  EXPECT_EQ(lines[3], "ok         virtual: the test scan succeeded.\n");
+  EXPECT_THAT(lines[3], StartsWith("attention  No Quenvar Q750 is connected."));
+  EXPECT_EQ(lines[4], "ok         virtual: the test scan succeeded.\n");
 }
 
 TEST_F(ExaminingASystem, ReportsAProblemOfTheUsb) {
   inventory = {{simulated}, "There is no USB."};
   EXPECT_EQ(examine(), ExitCode::ioError);
-  EXPECT_EQ(lines[2], "attention  There is no USB.\n");
+  EXPECT_EQ(lines[3], "attention  There is no USB.\n");
 }
 
 TEST_F(ExaminingASystem, DoesNotScanWithoutAccess) {
@@ -151,6 +167,13 @@ TEST_F(ExaminingASystem, IsReportedAsJson) {
       "status": "good"
     },
     {
+      "check": "confinement",
+      "level": "ok",
+      "scanner": "",
+      "message": "The worker program is confined: it reaches no network, no other program and no file but the scanner's.",
+      "status": "good"
+    },
+    {
       "check": "rule",
       "level": "ok",
       "scanner": "",
@@ -183,11 +206,11 @@ TEST_F(ExaminingASystem, IsReportedAsJson) {
 TEST_F(ExaminingASystem, NamesCheckAndScannerOfEachFinding) {
   inventory.scanners = {simulated};
   examine();
-  ASSERT_EQ(findings.size(), 4U);
-  EXPECT_EQ(findings[2].check, Finding::Check::connection);
-  EXPECT_EQ(findings[2].scanner, "");
-  EXPECT_EQ(findings[3].check, Finding::Check::scan);
-  EXPECT_EQ(findings[3].scanner, "virtual");
+  ASSERT_EQ(findings.size(), 5U);
+  EXPECT_EQ(findings[3].check, Finding::Check::connection);
+  EXPECT_EQ(findings[3].scanner, "");
+  EXPECT_EQ(findings[4].check, Finding::Check::scan);
+  EXPECT_EQ(findings[4].scanner, "virtual");
   examine("usb:1-9");
   EXPECT_EQ(findings.back().check, Finding::Check::connection);
   EXPECT_EQ(findings.back().scanner, "usb:1-9");

@@ -8,8 +8,11 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <fstream>
+#include <iterator>
 #include <string>
 
+#include "Confinement.h"
 #include "RunningProgram.h"
 #include "TemporaryFolder.h"
 #include "UsbipClient.h"
@@ -73,6 +76,12 @@ class VirtualProgram : public testing::Test {
   std::string printed_;
   std::uint16_t port_ = 0;
 
+  // As proc(5) describes it.
+  std::string status() const {
+    std::ifstream file("/proc/" + std::to_string(process_) + "/status");
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
  private:
   pid_t process_ = 0;
   int output_[2] = {-1, -1};
@@ -108,6 +117,12 @@ TEST_F(VirtualProgram, LeavesItsClientsBehindWhenItIsKilled) {
   client.submit(1, 0x88, 512);
   EXPECT_EQ(end(SIGKILL), 128 + SIGKILL);
   EXPECT_TRUE(client.isAtEnd());
+}
+
+TEST_F(VirtualProgram, IsConfinedWhereTheSystemGrantsIt) {
+  const bool filtered = platform::tryConfinement({}).systemCalls;
+  start();
+  EXPECT_THAT(status(), HasSubstr(filtered ? "Seccomp:\t2" : "Seccomp:"));
 }
 
 TEST_F(VirtualProgram, InjectsFaults) {

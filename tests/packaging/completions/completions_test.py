@@ -202,7 +202,7 @@ class Json(unittest.TestCase):
         found = json.loads(run(PROGRAM, "doctor", "--device", "virtual", "--json"))
         self.assertEqual(list(found), ["version", "findings", "status", "exit_code"])
         self.assertEqual((found["version"], found["status"], found["exit_code"]), (1, "good", 0))
-        self.assertEqual([finding["check"] for finding in found["findings"]], ["worker", "rule", "scan"])
+        self.assertEqual([finding["check"] for finding in found["findings"]], ["worker", "confinement", "rule", "scan"])
         self.assertEqual(list(found["findings"][-1].items()), [
             ("check", "scan"), ("level", "ok"), ("scanner", "virtual"),
             ("message", "virtual: the test scan succeeded."), ("status", "good")])
