@@ -181,8 +181,8 @@ const Attempt refused[] = {
 class Refused : public Confined, public testing::WithParamInterface<Attempt> {};
 
 TEST_P(Refused, WithAnErrorAndNotByTheEndOfTheProcess) {
-  EXPECT_NE(inAChild([] { return said(GetParam().call()); }), EPERM)
-      << "allowed, or refused otherwise, before";
+  if (inAChild([] { return said(GetParam().call()); }) == EPERM)
+    GTEST_SKIP() << "this system refuses it to every process of this user";
   EXPECT_EQ(confined([] { return said(GetParam().call()); }), EPERM);
 }
 
