@@ -1,12 +1,11 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 
 #include "PictureLayout.h"
+#include "StreamEncoder.h"
 
 namespace frontend {
 
@@ -20,28 +19,18 @@ struct JpegSettings {
 // From here on what is lost of fine colored lines would show more than what the quality loses.
 inline constexpr int fullColorQuality = 90;
 
-// Encodes one JPEG picture (JFIF) from its rows and passes the bytes on as they are produced, for the writers
-// of JPEG and PDF. Lineart becomes gray. Owns the library's state, a buffer of 64 KiB and its copies of
-// layout and output; the rows stay the caller's. Errors are reported through failure(): once there is one, or
-// the output has returned false, every function returns without doing anything. One thread. The same rows
-// give the same bytes every time.
-class JpegEncoder {
+// Encodes one JPEG picture (JFIF), for the writers of JPEG and PDF. Lineart becomes gray. Owns the library's
+// state, a buffer of 64 KiB and its copies of layout and output.
+class JpegEncoder final : public StreamEncoder {
  public:
-  // Takes the next bytes of the picture, which are valid only during the call; false ends the encoder. Called
-  // inside the functions below, through a C library: must not throw.
-  using Output = std::function<bool(const std::uint8_t* bytes, std::size_t count)>;
-
   JpegEncoder(const PictureLayout& layout, const JpegSettings& settings, Output output);
-  ~JpegEncoder();
+  ~JpegEncoder() override;
   JpegEncoder(const JpegEncoder&) = delete;
   JpegEncoder& operator=(const JpegEncoder&) = delete;
 
-  // Encodes layout.rowBytes() bytes, which are not used after the call.
-  void writeRow(const std::uint8_t* row);
-  // Completes the picture after its last row.
-  void finish();
-  // Why the library gave up, as a clause; empty where it did not, or where only the output ended the encoder.
-  const std::string& failure() const;
+  void writeRow(const std::uint8_t* row) override;
+  void finish() override;
+  const std::string& failure() const override;
 
  private:
   struct State;

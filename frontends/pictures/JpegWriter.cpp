@@ -1,43 +1,24 @@
-#include <optional>
-
 #include "ColorProfile.h"
 #include "JpegEncoder.h"
-#include "PictureWriter.h"
+#include "StreamedWriter.h"
 
 namespace frontend {
 namespace {
 
-// Borrows the sink; owns the encoder, whose output is the sink.
-class JpegWriter final : public PictureWriter {
+class JpegWriter final : public StreamedWriter {
  public:
-  JpegWriter(ByteSink& sink, const PictureSettings& settings) : sink_(sink), settings_(settings) {}
-
-  void beginPage(const PictureLayout& layout) override {
-    // Lineart is gray here.
-    const PictureLayout stored{layout.width, layout.height, layout.channels, 8, layout.resolution};
-    encoder_.emplace(
-        layout, JpegSettings{settings_.quality, settings_.software, colorProfileOf(stored)},
-        [this](const std::uint8_t* bytes, std::size_t count) { return sink_.write(bytes, count); });
-    reportFailure();
-  }
-  void writeRow(const std::uint8_t* row) override {
-    encoder_->writeRow(row);
-    reportFailure();
-  }
-  void endPage() override {
-    encoder_->finish();
-    reportFailure();
-  }
-  void finish() override {}
+  JpegWriter(ByteSink& sink, const PictureSettings& settings) : StreamedWriter(sink), settings_(settings) {}
 
  private:
-  void reportFailure() {
-    if (!encoder_->failure().empty()) sink_.fail(encoder_->failure().c_str());
+  std::unique_ptr<StreamEncoder> encoderFor(const PictureLayout& layout,
+                                            StreamEncoder::Output output) override {
+    // Lineart is gray here.
+    const PictureLayout stored{layout.width, layout.height, layout.channels, 8, layout.resolution};
+    const JpegSettings settings{settings_.quality, settings_.software, colorProfileOf(stored)};
+    return std::make_unique<JpegEncoder>(layout, settings, std::move(output));
   }
 
-  ByteSink& sink_;
   PictureSettings settings_;
-  std::optional<JpegEncoder> encoder_;
 };
 
 }  // namespace

@@ -12,53 +12,57 @@
 namespace frontend {
 namespace {
 
-// Collects what an encoder passes on through a C library, which no exception may cross.
-class OutputInMemory {
+// A picture that one of the file formats' encoders compresses.
+class EncodedPicture : public PdfPictureEncoder {
  public:
-  bool append(std::string& to, const std::uint8_t* bytes, std::size_t count) noexcept {
-    try {
-      to.append(reinterpret_cast<const char*>(bytes), count);
-      return true;
-    } catch (const std::exception&) {
-      outOfMemory_ = true;
-      return false;
-    }
-  }
-  // `failure` is the encoder's.
-  void throwIfFailed(const std::string& failure) const {
-    if (outOfMemory_) throw std::bad_alloc();
-    if (!failure.empty()) throw std::runtime_error(failure);
-  }
-
- private:
-  bool outOfMemory_ = false;
-};
-
-class JpegPicture final : public PdfPictureEncoder {
- public:
-  JpegPicture(const PictureLayout& layout, int quality)
-      : picture_{layout, "/Filter /DCTDecode", {}},
-        encoder_(layout, {quality, "", ""},  // the profile is the document's
-                 [this](const std::uint8_t* bytes, std::size_t count) {
-                   return output_.append(picture_.bytes, bytes, count);
-                 }) {
-    output_.throwIfFailed(encoder_.failure());
-  }
-
-  void writeRow(const std::uint8_t* row) override {
-    encoder_.writeRow(row);
-    output_.throwIfFailed(encoder_.failure());
+  void writeRow(const std::uint8_t* row) final {
+    encoder_->writeRow(row);
+    throwIfFailed();
   }
   PdfPicture finish() override {
-    encoder_.finish();
-    output_.throwIfFailed(encoder_.failure());
+    encoder_->finish();
+    throwIfFailed();
     return std::move(picture_);
   }
 
+ protected:
+  EncodedPicture(const PictureLayout& layout, std::string filter) : picture_{layout, std::move(filter), {}} {}
+
+  // Called through a C library, which no exception may cross.
+  StreamEncoder::Output output() {
+    return [this](const std::uint8_t* bytes, std::size_t count) noexcept {
+      try {
+        picture_.bytes.append(reinterpret_cast<const char*>(bytes), count);
+        return true;
+      } catch (const std::exception&) {
+        outOfMemory_ = true;
+        return false;
+      }
+    };
+  }
+  // The encoder for output(), which its constructor may already have called.
+  void encodeWith(std::unique_ptr<StreamEncoder> encoder) {
+    encoder_ = std::move(encoder);
+    throwIfFailed();
+  }
+
  private:
+  void throwIfFailed() const {
+    if (outOfMemory_) throw std::bad_alloc();
+    if (!encoder_->failure().empty()) throw std::runtime_error(encoder_->failure());
+  }
+
   PdfPicture picture_;
-  OutputInMemory output_;
-  JpegEncoder encoder_;  // last: its constructor may already append
+  bool outOfMemory_ = false;
+  std::unique_ptr<StreamEncoder> encoder_;
+};
+
+class JpegPicture final : public EncodedPicture {
+ public:
+  JpegPicture(const PictureLayout& layout, int quality) : EncodedPicture(layout, "/Filter /DCTDecode") {
+    const JpegSettings settings{quality, "", ""};  // the profile is the document's
+    encodeWith(std::make_unique<JpegEncoder>(layout, settings, output()));
+  }
 };
 
 std::uint32_t bigEndian(const std::string& bytes, std::size_t at) {
@@ -84,35 +88,20 @@ void keepImageData(std::string& png) {
 }
 
 // The compressed rows of a PNG, which PDF takes as they are (ISO 32000-1, 7.4.4.4, predictor 15).
-class PngPicture final : public PdfPictureEncoder {
+class PngPicture final : public EncodedPicture {
  public:
   explicit PngPicture(const PictureLayout& layout)
-      : picture_{layout,
-                 "/Filter /FlateDecode /DecodeParms << /Predictor 15 /Colors " +
-                     std::to_string(layout.channels) + " /BitsPerComponent 8 /Columns " +
-                     std::to_string(layout.width) + " >>",
-                 {}},
-        encoder_(layout, "", [this](const std::uint8_t* bytes, std::size_t count) {
-          return output_.append(picture_.bytes, bytes, count);
-        }) {
-    output_.throwIfFailed(encoder_.failure());
+      : EncodedPicture(layout, "/Filter /FlateDecode /DecodeParms << /Predictor 15 /Colors " +
+                                   std::to_string(layout.channels) + " /BitsPerComponent 8 /Columns " +
+                                   std::to_string(layout.width) + " >>") {
+    encodeWith(std::make_unique<PngEncoder>(layout, "", output()));
   }
 
-  void writeRow(const std::uint8_t* row) override {
-    encoder_.writeRow(row);
-    output_.throwIfFailed(encoder_.failure());
-  }
   PdfPicture finish() override {
-    encoder_.finish();
-    output_.throwIfFailed(encoder_.failure());
-    keepImageData(picture_.bytes);
-    return std::move(picture_);
+    PdfPicture picture = EncodedPicture::finish();
+    keepImageData(picture.bytes);
+    return picture;
   }
-
- private:
-  PdfPicture picture_;
-  OutputInMemory output_;
-  PngEncoder encoder_;  // last: its constructor already appends
 };
 
 // Group 4, whose black runs are the ones of a row. BlackIs1 is about the decoded samples: false makes black

@@ -1,40 +1,21 @@
-#include <optional>
-
-#include "PictureWriter.h"
 #include "PngEncoder.h"
+#include "StreamedWriter.h"
 
 namespace frontend {
 namespace {
 
-// Borrows the sink; owns the encoder, whose output is the sink.
-class PngWriter final : public PictureWriter {
+class PngWriter final : public StreamedWriter {
  public:
-  PngWriter(ByteSink& sink, const PictureSettings& settings) : sink_(sink), settings_(settings) {}
-
-  void beginPage(const PictureLayout& layout) override {
-    encoder_.emplace(layout, settings_.software, [this](const std::uint8_t* bytes, std::size_t count) {
-      return sink_.write(bytes, count);
-    });
-    reportFailure();
-  }
-  void writeRow(const std::uint8_t* row) override {
-    encoder_->writeRow(row);
-    reportFailure();
-  }
-  void endPage() override {
-    encoder_->finish();
-    reportFailure();
-  }
-  void finish() override {}
+  PngWriter(ByteSink& sink, const PictureSettings& settings)
+      : StreamedWriter(sink), software_(settings.software) {}
 
  private:
-  void reportFailure() {
-    if (!encoder_->failure().empty()) sink_.fail(encoder_->failure().c_str());
+  std::unique_ptr<StreamEncoder> encoderFor(const PictureLayout& layout,
+                                            StreamEncoder::Output output) override {
+    return std::make_unique<PngEncoder>(layout, software_, std::move(output));
   }
 
-  ByteSink& sink_;
-  PictureSettings settings_;
-  std::optional<PngEncoder> encoder_;
+  std::string software_;
 };
 
 }  // namespace
