@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <map>
 #include <qpdf/Buffer.hh>
 #include <qpdf/Pl_Discard.hh>
@@ -98,16 +98,11 @@ void addPage(QPDF& document, ColorSpaces& spaces, const PdfPicture& page) {
 
 // "D:20261122042700Z" (ISO 32000-1, 7.9.4).
 std::string dateOf(std::int64_t secondsSince1970) {
-  using namespace std::chrono;
-  const sys_seconds time{seconds(secondsSince1970)};
-  const auto day = floor<days>(time);
-  const year_month_day date{day};
-  const hh_mm_ss clock{time - day};
+  const auto time = static_cast<std::time_t>(secondsSince1970);
+  std::tm date{};
+  gmtime_r(&time, &date);
   char text[40];
-  std::snprintf(text, sizeof text, "D:%04d%02u%02u%02d%02d%02dZ", static_cast<int>(date.year()),
-                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
-                static_cast<int>(clock.seconds().count()));
+  std::strftime(text, sizeof text, "D:%Y%m%d%H%M%SZ", &date);
   return text;
 }
 

@@ -21,7 +21,7 @@ std::uint8_t reversedBits(std::uint8_t byte) {
 // The last row first, each from its last pixel to its first.
 class HalfTurn final : public RotatedRows {
  public:
-  HalfTurn(std::span<const std::uint8_t> picture, const PictureLayout& layout)
+  HalfTurn(const std::vector<std::uint8_t>& picture, const PictureLayout& layout)
       : source_(picture.data() + picture.size()), layout_(layout), row_(layout.rowBytes() + 1) {}
 
   const std::uint8_t* next() override {
@@ -60,7 +60,7 @@ class HalfTurn final : public RotatedRows {
 // from below. Columns of the source become rows a band of `tile` at a time.
 class QuarterTurn final : public RotatedRows {
  public:
-  QuarterTurn(std::span<const std::uint8_t> picture, const PictureLayout& layout, Rotation rotation)
+  QuarterTurn(const std::vector<std::uint8_t>& picture, const PictureLayout& layout, Rotation rotation)
       : picture_(picture),
         layout_(layout),
         fromBelow_(rotation == Rotation::quarter),
@@ -135,7 +135,7 @@ class QuarterTurn final : public RotatedRows {
     return result;
   }
 
-  std::span<const std::uint8_t> picture_;
+  const std::vector<std::uint8_t>& picture_;
   PictureLayout layout_;
   bool fromBelow_;
   std::size_t rowBytes_;            // of the turned picture
@@ -153,7 +153,7 @@ PictureLayout rotated(const PictureLayout& layout, Rotation rotation) {
   return result;
 }
 
-std::unique_ptr<RotatedRows> makeRotatedRows(std::span<const std::uint8_t> picture,
+std::unique_ptr<RotatedRows> makeRotatedRows(const std::vector<std::uint8_t>& picture,
                                              const PictureLayout& layout, Rotation rotation) {
   if (rotation == Rotation::half) return std::make_unique<HalfTurn>(picture, layout);
   return std::make_unique<QuarterTurn>(picture, layout, rotation);

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <span>
+#include <vector>
 
 #include "PictureLayout.h"
 
@@ -28,9 +28,9 @@ class RotatedRows {
   virtual const std::uint8_t* next() = 0;
 };
 
-// The rows of the picture for a rotation but none. `picture` holds layout.bytes() bytes. Throws
-// std::bad_alloc.
-std::unique_ptr<RotatedRows> makeRotatedRows(std::span<const std::uint8_t> picture,
+// The rows of the picture for a rotation but none. `picture` holds layout.bytes() bytes and outlives them.
+// Throws std::bad_alloc.
+std::unique_ptr<RotatedRows> makeRotatedRows(const std::vector<std::uint8_t>& picture,
                                              const PictureLayout& layout, Rotation rotation);
 
 }  // namespace frontend
