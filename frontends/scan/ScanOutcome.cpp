@@ -1,6 +1,8 @@
 #include "ScanOutcome.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <system_error>
 
 namespace frontend {
 namespace {
@@ -24,6 +26,16 @@ std::string hexadecimal(platform::IOReturn status) {
   char text[16];
   std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(status));
   return text;
+}
+
+std::string secondsOf(std::uint64_t milliseconds) {
+  const std::uint64_t seconds = (milliseconds + 999) / 1000;
+  return std::to_string(seconds) + (seconds == 1 ? " second." : " seconds.");
+}
+
+std::string couldNotBeStarted(std::string_view path, std::string_view why) {
+  return "The scanning program could not be started (" + (path.empty() ? "q750-worker" : std::string(path)) +
+         ": " + std::string(why) + ").";
 }
 
 // "637 x 876 pixels, color".
@@ -76,10 +88,14 @@ ScanOutcome noAnswer(std::string_view request) {
 }
 
 ScanOutcome silent(std::uint64_t milliseconds) {
-  const std::uint64_t seconds = (milliseconds + 999) / 1000;
-  return {ScanStatus::timedOut, "The scanner accepted the job but sent no data for " +
-                                    std::to_string(seconds) + (seconds == 1 ? " second." : " seconds.") +
-                                    powerCycle};
+  return {ScanStatus::timedOut,
+          "The scanner accepted the job but sent no data for " + secondsOf(milliseconds) + powerCycle};
+}
+
+ScanOutcome stopped(std::uint64_t rows, std::uint64_t ofRows, std::uint64_t milliseconds) {
+  return {ScanStatus::timedOut, "The scanner stopped within the picture: " + std::to_string(rows) + " of " +
+                                    std::to_string(ofRows) + " rows arrived, then no data for " +
+                                    secondsOf(milliseconds) + powerCycle};
 }
 
 ScanOutcome tooSlow(std::uint64_t milliseconds) {
@@ -130,20 +146,49 @@ ScanOutcome transferFailed(platform::IOReturn status) {
 }
 
 ScanOutcome noMemory() {
-  return {ScanStatus::noMemory,
-          "There is not enough memory for the picture. Close other programs, or scan a smaller area or at a "
-          "lower resolution."};
+  return {ScanStatus::noMemory, std::string(noMemorySentence)};
 }
 
 ScanOutcome workerMissing(std::string_view path, std::string_view why) {
-  return {ScanStatus::ioError, "The scanning program could not be started (" +
-                                   (path.empty() ? "q750-worker" : std::string(path)) + ": " +
-                                   std::string(why) + "). Reinstall this software."};
+  return {ScanStatus::ioError, couldNotBeStarted(path, why) + " Reinstall this software."};
+}
+
+ScanOutcome workerNotStarted(std::string_view path, int error) {
+  const std::string why = std::generic_category().message(error);
+  switch (error) {
+    case ENOMEM:
+    case ENOBUFS:
+      return noMemory();
+    case EAGAIN:
+      return {ScanStatus::ioError,
+              couldNotBeStarted(path, why) +
+                  " Too many processes are running. Close other programs, then scan again."};
+    case EMFILE:
+    case ENFILE:
+      return {ScanStatus::ioError,
+              couldNotBeStarted(path, why) + " Close other files and programs, then scan again."};
+    default:
+      return workerMissing(path, why);
+  }
+}
+
+// The dynamic loader leaves in the same way where it finds no memory and where it finds no library.
+ScanOutcome workerDidNotRun(std::string_view path) {
+  return {ScanStatus::ioError, couldNotBeStarted(path, "the system could not run it") +
+                                   " If memory is short, close other programs; otherwise reinstall this "
+                                   "software."};
 }
 
 ScanOutcome workerDied(std::string_view how) {
   return {ScanStatus::ioError, "The scanning program ended unexpectedly: " + std::string(how) +
                                    ". Scan again; if the problem persists, please report it."};
+}
+
+ScanOutcome workerKilled() {
+  return {
+      ScanStatus::ioError,
+      "The scanning program ended unexpectedly: it was killed by signal 9, perhaps because memory ran out. "
+      "Close other programs, or scan a smaller area or at a lower resolution, then scan again."};
 }
 
 ScanOutcome workerGarbled() {

@@ -44,6 +44,8 @@ ScanOutcome accessDenied();
 ScanOutcome noAnswer(std::string_view request);
 // The scanner sent no byte of the picture for this long, whether before the first one or later.
 ScanOutcome silent(std::uint64_t milliseconds);
+// The same after a part of the picture.
+ScanOutcome stopped(std::uint64_t rows, std::uint64_t ofRows, std::uint64_t milliseconds);
 // The scanner was never silent for long, but the picture was not complete after this time.
 ScanOutcome tooSlow(std::uint64_t milliseconds);
 // `reason` is the device's text, of any length and content, or empty.
@@ -57,12 +59,22 @@ ScanOutcome incompletePicture(std::uint64_t rows, std::uint64_t ofRows);
 // The header announces another size or color than requested.
 ScanOutcome otherPicture(const PictureLayout& sent, const PictureLayout& expected);
 ScanOutcome transferFailed(platform::IOReturn status);
+// Its sentence needs no memory, for when there is none to report it with.
+inline constexpr std::string_view noMemorySentence =
+    "There is not enough memory for the picture. Close other programs, or scan a smaller area or at a "
+    "lower resolution.";
 ScanOutcome noMemory();
 // The worker could not be started; `why` is the system's error message. An empty path stands for
 // an unknown one.
 ScanOutcome workerMissing(std::string_view path, std::string_view why);
+// The same by error number: a system that has no memory, process or descriptor left is another matter.
+ScanOutcome workerNotStarted(std::string_view path, int error);
+// It was started, but ended before its first instruction.
+ScanOutcome workerDidNotRun(std::string_view path);
 // The worker ended without an outcome. `how` is a clause ("it was killed by signal 11").
 ScanOutcome workerDied(std::string_view how);
+// The worker was killed by SIGKILL, which the system does where memory runs out.
+ScanOutcome workerKilled();
 // The worker's messages are invalid: it is of another version, or broken.
 ScanOutcome workerGarbled();
 // The scanner's name or an option of the virtual scanner is invalid; `why` is a sentence.

@@ -21,6 +21,9 @@ namespace frontend {
 inline constexpr int workerControlDescriptor = 3;
 inline constexpr int workerImageDescriptor = 4;
 
+// The exit status of a worker that found no memory, or no thread, not even for a message.
+inline constexpr int workerNoMemoryStatus = 4;
+
 // No message is longer; a longer one cannot be sent.
 inline constexpr std::size_t largestWorkerMessage = 65536;
 

@@ -7,7 +7,6 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <cstring>
 #include <utility>
 #include <variant>
 
@@ -77,7 +76,7 @@ void SupervisedScan::Impl::start(const ScanRequest& request, const std::string& 
   if (error == 0 && worker.empty()) error = ENOENT;
   if (error == 0) error = worker_.start(worker, link_.workerControl(), link_.workerImage(), request.verbose);
   link_.closeWorkerEnds();
-  if (error != 0) return protocol_.end(outcome::workerMissing(worker, std::strerror(error)));
+  if (error != 0) return protocol_.end(outcome::workerNotStarted(worker, error));
   timerStart_ = now_();
   link_.startHeartbeatTimer(silenceTimeout_);
 }
@@ -203,6 +202,7 @@ bool SupervisedScan::Impl::missedHeartbeats() {
 // Such a worker cannot even be expected to exit.
 void SupervisedScan::Impl::giveUp() {
   worker_.kill();
+  worker_.awaitEnd(timeToDie);
   protocol_.end(outcome::workerDied("it stopped responding"));
 }
 
@@ -219,10 +219,10 @@ void SupervisedScan::Impl::explain() {
 
 void SupervisedScan::Impl::examineWorker() {
   // A worker that keeps its control connection open without a message does not exit on its own either.
-  if (protocol_.expectsMessages() || !worker_.awaitEnd(timeToExplain)) worker_.kill();
-  worker_.awaitEnd(timeToDie);
-  if (worker_.neverRan())
-    return protocol_.end(outcome::workerMissing(program_, "the system could not run it"));
+  if (!worker_.awaitEnd(protocol_.expectsMessages() ? milliseconds(0) : timeToExplain)) return giveUp();
+  if (worker_.neverRan()) return protocol_.end(outcome::workerDidNotRun(program_));
+  if (worker_.exitStatus() == workerNoMemoryStatus) return protocol_.end(outcome::noMemory());
+  if (worker_.wasKilled()) return protocol_.end(outcome::workerKilled());
   const std::string how = worker_.howItEnded();
   protocol_.end(outcome::workerDied(how.empty() ? "for an unknown reason" : how));
 }

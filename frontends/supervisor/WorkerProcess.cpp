@@ -161,7 +161,16 @@ void WorkerProcess::kill() {
 
 bool WorkerProcess::neverRan() const {
   constexpr int couldNotBeRun = 127;
-  return status_ && WIFEXITED(*status_) && WEXITSTATUS(*status_) == couldNotBeRun;
+  return exitStatus() == couldNotBeRun;
+}
+
+bool WorkerProcess::wasKilled() const {
+  return status_ && WIFSIGNALED(*status_) && WTERMSIG(*status_) == SIGKILL;
+}
+
+std::optional<int> WorkerProcess::exitStatus() const {
+  if (!status_ || !WIFEXITED(*status_)) return std::nullopt;
+  return WEXITSTATUS(*status_);
 }
 
 std::string WorkerProcess::howItEnded() const {

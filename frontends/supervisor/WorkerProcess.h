@@ -41,6 +41,10 @@ class WorkerProcess {
   // Whether it exited before exec succeeded. Most systems report that from start(); the others by an exit
   // status of 127 (POSIX.1-2017, posix_spawn).
   bool neverRan() const;
+  // After its exit: whether SIGKILL ended it.
+  bool wasKilled() const;
+  // After its exit by itself: its exit status.
+  std::optional<int> exitStatus() const;
   // How it ended, as a clause: "it was killed by signal 11". Empty if unknown.
   std::string howItEnded() const;
 

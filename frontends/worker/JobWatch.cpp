@@ -251,7 +251,7 @@ ScanOutcome JobWatch::outcomeOfEndedStream() const {
     case JobEvent::dataKeepsFailing:
       return outcome::transferFailed(dataFailure_);
     case JobEvent::silence:
-      return outcome::silent(times_.silentMs());
+      return picture_.silent(times_.silentMs());
     case JobEvent::overdue:
       return outcome::tooSlow(static_cast<std::uint64_t>(times_.jobLimit().count()));
     case JobEvent::garbled:

@@ -34,10 +34,18 @@ void PictureProgress::reportWhole() {
 
 // A picture whose every row arrived, but not the end of its packet, lacks its last row: the library never
 // got that packet.
+std::uint64_t PictureProgress::rows() const {
+  return std::min<std::uint64_t>(arrived_ / header_.rowBytes(), header_.height() - 1);
+}
+
 ScanOutcome PictureProgress::incomplete() const {
   if (header_.state() != PictureHeader::State::complete) return outcome::noPicture();
-  const std::uint64_t rows = std::min<std::uint64_t>(arrived_ / header_.rowBytes(), header_.height() - 1);
-  return outcome::incompletePicture(rows, header_.height());
+  return outcome::incompletePicture(rows(), header_.height());
+}
+
+ScanOutcome PictureProgress::silent(std::uint64_t milliseconds) const {
+  if (header_.state() != PictureHeader::State::complete || rows() == 0) return outcome::silent(milliseconds);
+  return outcome::stopped(rows(), header_.height(), milliseconds);
 }
 
 }  // namespace frontend

@@ -38,8 +38,11 @@ class PictureProgress {
   const ScanOutcome& refusal() const { return *refusal_; }
   // The outcome of a scan that ends with what is here, which is not whole.
   ScanOutcome incomplete() const;
+  // The same where the scanner has been silent for this long.
+  ScanOutcome silent(std::uint64_t milliseconds) const;
 
  private:
+  std::uint64_t rows() const;
   Taken takeRaster(const std::uint8_t* bytes, std::size_t count);
 
   PictureListener* listener_;

@@ -4,7 +4,10 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
+#include <new>
+#include <system_error>
 
 #include "Worker.h"
 #include "WorkerMessages.h"
@@ -15,6 +18,22 @@ bool isControlConnection(int descriptor) {
   int type = 0;
   socklen_t size = sizeof type;
   return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_SEQPACKET;
+}
+
+// Where an allocation fails in a thread of its own or in a function that must not throw, the front end learns
+// that instead of a signal.
+[[noreturn]] void endWithoutMemory() {
+  try {
+    if (const std::exception_ptr failure = std::current_exception()) std::rethrow_exception(failure);
+  } catch (const std::bad_alloc&) {
+    _exit(frontend::workerNoMemoryStatus);
+  } catch (...) {  // a defect, which a signal shows best
+  }
+  std::abort();
+}
+
+bool lacksMemory(const std::error_code& error) {
+  return error == std::errc::not_enough_memory || error == std::errc::resource_unavailable_try_again;
 }
 
 }  // namespace
@@ -30,8 +49,13 @@ int main() {
   // The log goes to the terminal of a front end in the foreground, which this process is not. A limit of file
   // sizes makes a write fail, as a full disk does: the copies that the library keeps are not worth the scan.
   for (const int signal : {SIGPIPE, SIGTTOU, SIGXFSZ}) std::signal(signal, SIG_IGN);
+  std::set_terminate(endWithoutMemory);
   try {
     return frontend::runWorker(frontend::workerControlDescriptor, frontend::workerImageDescriptor);
+  } catch (const std::bad_alloc&) {
+    return frontend::workerNoMemoryStatus;
+  } catch (const std::system_error& error) {  // no thread
+    return lacksMemory(error.code()) ? frontend::workerNoMemoryStatus : 1;
   } catch (const std::exception&) {
     return 1;
   }

@@ -189,7 +189,7 @@ TEST_F(Scanning, TellsEveryFaultByStatusAndSentence) {
       {"garbage@100000", ScanStatus::badData, "garbled"},
       {"truncated-image@0", ScanStatus::timedOut, "sent no data for 30 seconds"},
       {"truncated-image@10", ScanStatus::timedOut, "sent no data for 30 seconds"},
-      {"truncated-image@100000", ScanStatus::timedOut, "sent no data for 30 seconds"},
+      {"truncated-image@100000", ScanStatus::timedOut, "rows arrived, then no data for 30 seconds"},
       {"wrong-header@1", ScanStatus::badData, "cannot be read: its header gives no size"},
       {"wrong-header@2", ScanStatus::badData, "cannot be read: its format is unknown"},
       {"wrong-header@3", ScanStatus::badData, "cannot be read: its header gives an impossible size"},

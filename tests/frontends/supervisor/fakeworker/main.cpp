@@ -89,6 +89,7 @@ int main() {
          kill(getpid(), SIGSEGV);
        }},
       {"leaves without a word", [] { _exit(7); }},
+      {"finds no memory", [] { _exit(workerNoMemoryStatus); }},
       {"never runs", [] { _exit(127); }},
       {"babbles", [] { say("hello"); }},
       {"babbles without end", [] { sayForEver("hello"); }},
