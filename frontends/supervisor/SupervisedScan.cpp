@@ -57,6 +57,7 @@ struct SupervisedScan::Impl {
   void explain();
   void examineWorker();
   void atEnd(const ScanOutcome& outcome);
+  void stop() noexcept;
   void finish();
 
   const Now now_;
@@ -227,14 +228,18 @@ void SupervisedScan::Impl::examineWorker() {
   protocol_.end(outcome::workerDied(how.empty() ? "for an unknown reason" : how));
 }
 
-void SupervisedScan::Impl::finish() {
-  if (!isIn(State::ended)) {
-    cancel();
-    protocol_.end(outcome::cancelled());
-  }
+// Leaves the outcome as it is: its sentence takes memory, and a destructor that finds none would end the host
+// program.
+void SupervisedScan::Impl::stop() noexcept {
+  if (!isIn(State::ended)) cancel();
   if (!worker_.isRunning() || worker_.awaitEnd(workertimes::workerKillTimeout)) return;
   worker_.kill();
   worker_.awaitEnd(timeToDie);
+}
+
+void SupervisedScan::Impl::finish() {
+  stop();
+  if (!isIn(State::ended)) protocol_.end(outcome::cancelled());
 }
 
 SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& worker)
@@ -247,7 +252,7 @@ SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& wo
 }
 
 SupervisedScan::~SupervisedScan() {
-  finish();
+  impl_->stop();
 }
 
 void SupervisedScan::cancel() noexcept {

@@ -34,7 +34,7 @@ class SupervisedScan {
  public:
   // Starts the worker and returns at once; the scanner is opened, warms up and scans in the background.
   explicit SupervisedScan(const ScanRequest& request, const std::string& worker = findWorker());
-  // Cancels a running scan and waits for the worker to exit, as finish() does.
+  // Cancels a running scan and waits for the worker to exit, as finish() does. Allocates nothing.
   ~SupervisedScan();
   SupervisedScan(const SupervisedScan&) = delete;
   SupervisedScan& operator=(const SupervisedScan&) = delete;

@@ -1,5 +1,6 @@
 #include "AllocationFaults.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -7,12 +8,17 @@ namespace {
 
 constexpr std::size_t anySize = 0;
 std::size_t failingSize = anySize;
-int allocationsLeft = 0;  // until the one that fails; 0 while none does
-long held = 0;
+bool failsForEver = false;
+std::atomic<int> allocationsLeft = 0;  // until the one that fails; 0 while none does
+std::atomic<bool> failing = false;     // every allocation
+std::atomic<long> held = 0;
 
 bool mustFail(std::size_t size) {
+  if (failing) return true;
   if (allocationsLeft == 0 || (failingSize != anySize && size != failingSize)) return false;
-  return --allocationsLeft == 0;
+  const bool fails = --allocationsLeft == 0;
+  failing = fails && failsForEver;
+  return fails;
 }
 
 void giveBack(void* block) {
@@ -23,19 +29,24 @@ void giveBack(void* block) {
 }  // namespace
 
 AllocationFaults AllocationFaults::nth(int n) {
-  return {n, anySize};
+  return {n, anySize, false};
+}
+AllocationFaults AllocationFaults::from(int n) {
+  return {n, anySize, true};
 }
 AllocationFaults AllocationFaults::ofSize(std::size_t size, int n) {
-  return {n, size};
+  return {n, size, false};
 }
 
-AllocationFaults::AllocationFaults(int n, std::size_t size) {
+AllocationFaults::AllocationFaults(int n, std::size_t size, bool allAfter) {
   failingSize = size;
+  failsForEver = allAfter;
   allocationsLeft = n;
 }
 
 AllocationFaults::~AllocationFaults() {
   allocationsLeft = 0;
+  failing = false;
 }
 
 long AllocationFaults::blocksHeld() {

@@ -12,6 +12,8 @@ class AllocationFaults {
  public:
   // The n-th allocation (from 1) fails.
   static AllocationFaults nth(int n);
+  // The n-th allocation (from 1) and all after it fail.
+  static AllocationFaults from(int n);
   // The n-th allocation (from 1) of exactly this many bytes fails.
   static AllocationFaults ofSize(std::size_t size, int n = 1);
   ~AllocationFaults();
@@ -25,5 +27,5 @@ class AllocationFaults {
   bool happened() const;
 
  private:
-  AllocationFaults(int n, std::size_t size);
+  AllocationFaults(int n, std::size_t size, bool allAfter);
 };
