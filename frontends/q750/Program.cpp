@@ -45,7 +45,16 @@ void logErrorAsJson(ExitCode code, const std::string& message) {
   console::writeErrors(errorAsJson(code, message));
 }
 
-// The one place where exceptions end and become an exit code.
+// Without a single allocation.
+ExitCode logNoMemory() noexcept {
+  console::writeErrors("q750: ");
+  console::writeErrors(outcome::noMemorySentence);
+  console::writeErrors("\n");
+  return ExitCode::noMemory;
+}
+
+// Where exceptions end and become an exit code. Throws std::bad_alloc where there is no memory for the
+// report.
 ExitCode run(const std::function<void()>& work, ErrorReport report) {
   const auto fail = [report](ExitCode code, const std::string& message) {
     report(code, message);
@@ -74,13 +83,15 @@ bool reportsAsJson(const CommandLine& commandLine) {
 
 }  // namespace
 
-int runProgram(int argc, const char* const* argv) {
+int runProgram(int argc, const char* const* argv) try {
   console::reserveDescriptors();
   CommandLine commandLine;
   ExitCode code = run([&] { commandLine = parseCommandLine(argc, argv, readUserDefaults); }, logError);
   if (code == ExitCode::good)
     code = run([&] { runCommand(commandLine); }, reportsAsJson(commandLine) ? logErrorAsJson : logError);
   return static_cast<int>(code);
+} catch (const std::bad_alloc&) {
+  return static_cast<int>(logNoMemory());
 }
 
 }  // namespace frontend
