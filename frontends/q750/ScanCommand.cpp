@@ -50,7 +50,7 @@ class Batch {
     report_.pageEnds();
     const SavedPages saved = output_.save();
     if (saved.place != SavedPages::Place::filePerPage && saved.pages > 0)
-      report_.saved(nameOf(saved), layout_, saved.before + saved.pages);
+      reportSaved(nameOf(saved), saved.before + saved.pages);
     if (cancellation_.requested()) reason = Reason{ExitCode::cancelled, ""};
     if (!reason && !saved.problem.empty()) reason = Reason{ExitCode::output, saved.problem};
     if (reason) throw errorOfBatch(reason->code, reason->sentences, saved);
@@ -64,7 +64,7 @@ class Batch {
       const ScanOutcome outcome = scan(page);
       report_.pageEnds();
       if (!outcome.good()) return Reason{exitCodeFor(outcome.status), inPage(page, outcome.sentence)};
-      if (plan_.filePerPage) report_.saved(output_.saved().last, layout_, 1);
+      if (plan_.filePerPage) reportSaved(output_.saved().last, 1);
     }
     return std::nullopt;
   } catch (const CommandError& error) {
@@ -78,8 +78,17 @@ class Batch {
   static std::string inPage(std::uint32_t page, const std::string& sentence) {
     return page == 1 ? sentence : "Page " + std::to_string(page) + ": " + sentence;
   }
-  static std::string nameOf(const SavedPages& saved) {
-    return saved.place == SavedPages::Place::standardOutput ? "standard output" : saved.last;
+  static const std::string& nameOf(const SavedPages& saved) {
+    static const std::string standardOutput = "standard output";
+    return saved.place == SavedPages::Place::standardOutput ? standardOutput : saved.last;
+  }
+
+  // A page that is saved is a success, even where the line about it finds no memory.
+  void reportSaved(const std::string& name, std::uint32_t pages) {
+    try {
+      report_.saved(name, layout_, pages);
+    } catch (const std::bad_alloc&) {
+    }
   }
 
   void noteReplaced() {
@@ -112,8 +121,9 @@ class Batch {
       output_.beginPage(page, *layout);
       receive(scan, layout->bytes());
     }
-    if (scan.outcome().good()) output_.endPage();
-    return scan.outcome();
+    ScanOutcome outcome = scan.outcome();  // before the page is saved: nothing may fail afterwards
+    if (outcome.good()) output_.endPage();
+    return outcome;
   }
 
   void receive(SupervisedScan& scan, std::uint64_t total) {
