@@ -1,11 +1,6 @@
 #include "UserDefaults.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <system_error>
 
@@ -14,6 +9,7 @@
 #include "NearestName.h"
 #include "OptionValues.h"
 #include "PaperSize.h"
+#include "RegularFile.h"
 #include "ScannerName.h"
 
 namespace frontend {
@@ -95,35 +91,6 @@ std::string pathOfFile() {
   return home == nullptr || home[0] == '\0' ? "" : std::string(home) + "/.config/q750/config";
 }
 
-struct Descriptor {
-  explicit Descriptor(int opened) : number(opened) {}
-  ~Descriptor() {
-    if (number >= 0) close(number);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  const int number;
-};
-
-[[noreturn]] void throwUnreadable(const std::string& path, int error) {
-  throw UsageError(path + ": cannot be read: " + std::generic_category().message(error) + ".");
-}
-
-// All of the file, or its beginning if that is too large already.
-std::string contentOfFile(int descriptor, const std::string& path) {
-  std::string content(largestFile + 1, '\0');
-  std::size_t length = 0;
-  while (length < content.size()) {
-    const ssize_t count = read(descriptor, content.data() + length, content.size() - length);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throwUnreadable(path, errno);
-    if (count == 0) break;
-    length += static_cast<std::size_t>(count);
-  }
-  content.resize(length);
-  return content;
-}
-
 }  // namespace
 
 std::string UserDefaults::valueOr(std::string_view name, const std::string& otherwise) const {
@@ -158,16 +125,20 @@ UserDefaults parseUserDefaults(std::string_view text, const std::string& path) {
 UserDefaults readUserDefaults() {
   const std::string path = pathOfFile();
   if (path.empty()) return {};
-  // Opening a FIFO, or a device that waits for its line, would block.
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  if (file.number < 0 && (errno == ENOENT || errno == ENOTDIR)) return {};
-  struct stat status {};
-  if (file.number < 0 || fstat(file.number, &status) != 0) throwUnreadable(path, errno);
-  if (!S_ISREG(status.st_mode)) throw UsageError(path + ": this is not a regular file.");
-  const std::string content = contentOfFile(file.number, path);
-  if (content.size() > largestFile)
-    throw UsageError(path + ": the file is larger than " + std::to_string(largestFile) + " bytes.");
-  return parseUserDefaults(content, path);
+  const platform::FileContent file = platform::readRegularFile(path, largestFile);
+  using State = platform::FileContent::State;
+  switch (file.state) {
+    case State::missing:
+      return {};
+    case State::read:
+      return parseUserDefaults(file.bytes, path);
+    case State::notRegular:
+      throw UsageError(path + ": this is not a regular file.");
+    case State::tooLarge:
+      throw UsageError(path + ": the file is larger than " + std::to_string(largestFile) + " bytes.");
+    default:
+      throw UsageError(path + ": cannot be read: " + std::generic_category().message(file.error) + ".");
+  }
 }
 
 }  // namespace frontend

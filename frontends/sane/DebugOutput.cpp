@@ -9,7 +9,7 @@
 namespace frontend {
 
 int DebugOutput::levelOfEnvironment() {
-  const char* text = std::getenv("SANE_DEBUG_QUENVAR");
+  const char* text = secure_getenv("SANE_DEBUG_QUENVAR");
   int level = 0;
   if (text != nullptr) std::from_chars(text, text + std::strlen(text), level);
   return level;

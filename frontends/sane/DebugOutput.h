@@ -16,7 +16,8 @@ class DebugOutput {
     calls = 5,     // also the calls of the front end
   };
 
-  // The level in the environment; 0 if it is not a number.
+  // The level in the environment; 0 if it is not a number, or if the process has more privileges than its
+  // user.
   static int levelOfEnvironment();
 
   explicit DebugOutput(int level) : level_(level) {}

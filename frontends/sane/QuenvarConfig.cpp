@@ -4,20 +4,32 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <optional>
+#include <system_error>
+#include <utility>
+
+#include "RegularFile.h"
 
 namespace frontend {
 namespace {
 
 constexpr char fileName[] = "/quenvar.conf";
 constexpr char blanks[] = " \t\r";
+constexpr std::size_t largestFile = 64 * 1024;
 
 std::string_view trimmed(std::string_view text) {
   const std::size_t begin = text.find_first_not_of(blanks);
   if (begin == std::string_view::npos) return {};
   return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+}
+
+// As one line of plain ASCII: a terminal would act on control characters, and whoever can write to the
+// current folder of a front end chooses what is in the file.
+std::string printable(std::string_view text) {
+  std::string result(text);
+  std::replace_if(
+      result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+  return result;
 }
 
 std::optional<bool> onOrOff(std::string_view text) {
@@ -87,6 +99,17 @@ bool apply(QuenvarConfig& config, std::string_view name, std::string_view value)
   return false;
 }
 
+std::string whyIgnored(const platform::FileContent& file) {
+  switch (file.state) {
+    case platform::FileContent::State::notRegular:
+      return "this is not a regular file";
+    case platform::FileContent::State::tooLarge:
+      return "the file is larger than " + std::to_string(largestFile) + " bytes";
+    default:
+      return std::generic_category().message(file.error);
+  }
+}
+
 }  // namespace
 
 QuenvarConfig QuenvarConfig::parse(std::string_view text) {
@@ -99,7 +122,7 @@ QuenvarConfig QuenvarConfig::parse(std::string_view text) {
     const std::string_view name = line.substr(0, line.find_first_of(blanks));
     if (!apply(config, name, trimmed(line.substr(name.size())))) {
       config.complaints.push_back("quenvar.conf, line " + std::to_string(lineNumber) +
-                                  " ignored: unknown setting or invalid value: " + std::string(line));
+                                  " ignored: unknown setting or invalid value: " + printable(line));
     }
   }
   return config;
@@ -121,13 +144,27 @@ std::vector<std::string> QuenvarConfig::folders(const char* listed) {
   return result;
 }
 
+// A host application that runs with more privileges than its user must not follow the user's variable.
 QuenvarConfig QuenvarConfig::load() {
-  for (const std::string& folder : folders(std::getenv("SANE_CONFIG_DIR"))) {
-    std::ifstream file(folder + fileName, std::ios::binary);
-    if (!file) continue;
-    return parse(std::string(std::istreambuf_iterator<char>(file), {}));
+  return loadFrom(folders(secure_getenv("SANE_CONFIG_DIR")));
+}
+
+QuenvarConfig QuenvarConfig::loadFrom(const std::vector<std::string>& folders) {
+  std::vector<std::string> complaints;
+  for (const std::string& folder : folders) {
+    const std::string path = folder + fileName;
+    const platform::FileContent file = platform::readRegularFile(path, largestFile);
+    if (file.state == platform::FileContent::State::missing) continue;
+    if (file.state == platform::FileContent::State::read) {
+      QuenvarConfig config = parse(file.bytes);
+      config.complaints.insert(config.complaints.begin(), complaints.begin(), complaints.end());
+      return config;
+    }
+    complaints.push_back(printable(path) + " ignored: " + whyIgnored(file));
   }
-  return {};
+  QuenvarConfig defaults;
+  defaults.complaints = std::move(complaints);
+  return defaults;
 }
 
 std::vector<std::string_view> QuenvarConfig::settingNames() {

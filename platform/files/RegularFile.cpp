@@ -1,0 +1,56 @@
+#include "RegularFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "OwnedDescriptor.h"
+
+namespace platform {
+namespace {
+
+using State = FileContent::State;
+
+constexpr std::size_t blockSize = 4096;
+
+FileContent unreadable(int error) {
+  return {error == ENOENT || error == ENOTDIR ? State::missing : State::unreadable, {}, error};
+}
+
+// Reads one byte more than is allowed: the size that the system reports may be out of date by then, and is 0
+// for the files of /proc.
+FileContent contentOf(int descriptor, std::size_t largest) {
+  std::string bytes;
+  std::size_t length = 0;
+  while (length <= largest) {
+    bytes.resize(std::min(length + blockSize, largest + 1));
+    const ssize_t count = read(descriptor, bytes.data() + length, bytes.size() - length);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return unreadable(errno);
+    if (count == 0) break;
+    length += static_cast<std::size_t>(count);
+  }
+  if (length > largest) return {State::tooLarge, {}, 0};
+  bytes.resize(length);
+  return {State::read, std::move(bytes), 0};
+}
+
+}  // namespace
+
+FileContent readRegularFile(const std::string& path, std::size_t largest) {
+  // Opening a FIFO, or a device that waits for its line, would block. What kind of file it is must be asked
+  // of the open one: another could take its name between the two calls.
+  const OwnedDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  // The errors of opening a socket, or a device that has no driver.
+  if (file.get() < 0 && (errno == ENXIO || errno == ENODEV)) return {State::notRegular, {}, errno};
+  struct stat status {};
+  if (file.get() < 0 || fstat(file.get(), &status) != 0) return unreadable(errno);
+  if (!S_ISREG(status.st_mode)) return {State::notRegular, {}, 0};
+  return contentOf(file.get(), largest);
+}
+
+}  // namespace platform
