@@ -27,11 +27,13 @@ int noteComplaint(TIFF* /*tiff*/, void* user, const char* /*module*/, const char
   return 1;
 }
 
-// Unknown fields and the like are what other programs may well have written. Only a field whose value lies
-// beyond the end of the file belongs to a file that was cut off.
+// Unknown fields and the like are what other programs may well have written. A field whose value lies beyond
+// the end of the file belongs to a file that was cut off. For a required field that is missing the library
+// assumes a value, from the size of the file for one: with another page in it, the value would be another.
 int noteMissingField(TIFF* tiff, void* user, const char* module, const char* format, va_list arguments) {
-  return std::strstr(format, "IO error") == nullptr ? 1
-                                                    : noteComplaint(tiff, user, module, format, arguments);
+  const bool harmless =
+      std::strstr(format, "IO error") == nullptr && std::strstr(format, "missing required") == nullptr;
+  return harmless ? 1 : noteComplaint(tiff, user, module, format, arguments);
 }
 
 [[noreturn]] void throwDamaged(const std::string& why) {
