@@ -262,7 +262,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"TruncatedImage",
              {{truncatedImage, 100000}},
              5,
-             "q750: The scanner accepted the job but sent no data for 1 second"},
+             "q750: The scanner stopped within the picture: 156 of 876 rows arrived, then no data for 1 "
+             "second."},
         Case{"WrongHeader", {{wrongHeader, 3}}, 6, "q750: The scanner's picture cannot be read"},
         Case{"Silence",
              {{silence, 0}},
