@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "ScanOutcome.h"
+#include "ScanRequest.h"
+
+namespace hostile {
+
+// The scan for this seed: a small page in any mode, with the seed where the hostile worker finds it.
+frontend::ScanRequest requestFor(std::uint32_t seed);
+
+// Whether a broken device may end a scan so: with this status and a sentence that goes with it, in printable
+// ASCII. A dead worker, want of memory and a request that is not understood are not among them.
+bool isDesigned(const frontend::ScanOutcome& outcome);
+
+// What is wrong with the scan of the device with this seed; empty if nothing is. `status` gets the status of
+// the outcome. Blocks until the worker has exited.
+std::string complaintAbout(std::uint32_t seed, const std::string& worker,
+                           frontend::ScanStatus* status = nullptr);
+
+// The outcome of a scan by the honest virtual scanner: "The page was scanned.", and every byte of it arrived.
+std::string goodScan(const std::string& worker);
+
+}  // namespace hostile

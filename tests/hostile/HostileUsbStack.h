@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include "Dice.h"
+#include "ForwardingUsbStack.h"
+#include "HostileStream.h"
+
+namespace hostile {
+
+// A device that does what no scanner would, decided by a seed: a stack over that of an honest, virtual one,
+// whose services, pipes, statuses, replies and pictures it distorts, in random combinations. Nothing takes
+// real time; a time-out passes at once.
+//
+// The inner stack belongs to the caller and outlives this one. One thread, except for abortPipe(), which any
+// thread may call and which does nothing.
+class HostileUsbStack final : public platform::ForwardingUsbStack {
+ public:
+  HostileUsbStack(platform::UsbStack& inner, std::uint64_t seed);
+  ~HostileUsbStack() override;
+
+  // Now and then none, or as the honest stack's.
+  platform::IOReturn createPlugInInterfaceForService(platform::IOObject service,
+                                                     platform::ServiceKind userClientType,
+                                                     platform::PlugInInterface** plugIn) noexcept override;
+
+ protected:
+  std::unique_ptr<platform::ForwardingUsbInterface> wrap(platform::UsbInterface& interface) override;
+
+ private:
+  friend class HostileInterface;
+
+  // Transfers from the number `first` on, `count` of them, end with this status.
+  struct Failure {
+    std::uint64_t first;
+    std::uint64_t count;
+    platform::IOReturn status;
+  };
+  // How the bytes of a pipe are cut into transfers.
+  struct Delivery {
+    bool ofReplies;            // as well; the job rarely gets far then
+    std::size_t largest;       // bytes of one transfer
+    std::uint64_t smallLeft;   // transfers that are so small; the rest is not, for the sake of speed
+    std::size_t emptyOneIn;    // one transfer in so many has no byte; 0 for none
+    std::size_t timeOutOneIn;  // one transfer in so many times out; 0 for none
+  };
+
+  // What one pipe still has to send.
+  struct Channel {
+    HostileStream stream;
+    bool isOfReplies = false;
+  };
+
+  void decideFailures();
+  void decideDelivery();
+  bool begins(platform::IOReturn* status);  // counts a transfer
+
+  Dice dice_;
+  std::vector<Failure> failures_;
+  Delivery delivery_{};
+  bool distortsReplies_ = false;
+  bool distortsPicture_ = false;
+  std::size_t honestReplies_ = 0;  // before the first one that is distorted
+  bool babbles_ = false;           // before it is asked
+  bool oddPipes_ = false;
+  bool oddPlugIn_ = false;
+  bool failsElsewhere_ = false;  // outside transfers
+  std::uint64_t transfers_ = 0;
+  std::map<std::uint8_t, Channel> channels_;  // by pipe
+};
+
+}  // namespace hostile
