@@ -1,5 +1,8 @@
 #include "Program.h"
 
+#include <unistd.h>
+
+#include <cstdlib>
 #include <exception>
 #include <functional>
 #include <new>
@@ -74,6 +77,16 @@ ExitCode run(const std::function<void()>& work, ErrorReport report) {
   }
 }
 
+bool isNoMemory(const std::exception_ptr& failure) noexcept {
+  try {
+    if (failure) std::rethrow_exception(failure);
+  } catch (const std::bad_alloc&) {
+    return true;
+  } catch (...) {  // a defect, which a signal shows best
+  }
+  return false;
+}
+
 bool reportsAsJson(const CommandLine& commandLine) {
   const std::string& progress = commandLine.scan.progress;
   if (commandLine.command != CommandLine::Command::scan) return false;
@@ -82,6 +95,11 @@ bool reportsAsJson(const CommandLine& commandLine) {
 }
 
 }  // namespace
+
+void endWithoutMemory() {
+  if (!isNoMemory(std::current_exception())) std::abort();
+  _exit(static_cast<int>(logNoMemory()));
+}
 
 int runProgram(int argc, const char* const* argv) try {
   console::reserveDescriptors();
