@@ -45,7 +45,7 @@ endfunction()
 # headers its headers include, PRIVATE those that only its sources include: together they are all that it may
 # include, the one list of layers that tools/layer-check reads. LIBRARIES are third-party ones, which only its
 # sources see. SEPARATE names the sources that declare something which another source of the room declares as
-# well: no build compiles them together with others. A room of Sources/ or platform/ is also part of every
+# well, or for which a test program has one of its own: no build compiles them together with others. A room of Sources/ or platform/ is also part of every
 # plug-in library, unless it is NOT_IN_LIBRARY.
 function(q750_room target)
   cmake_parse_arguments(room "NOT_IN_LIBRARY" "" "PUBLIC;PRIVATE;LIBRARIES;SEPARATE" ${ARGN})
