@@ -6,8 +6,8 @@ namespace frontend {
 // the exit code (ExitCode.h). Never throws.
 int runProgram(int argc, const char* const* argv);
 
-// A terminate handler: where an allocation failed that nothing could catch, before main() or in a function that
-// must not throw, reports that and exits with the code for it, without unwinding. Aborts otherwise.
+// A terminate handler: where an allocation failed that nothing could catch, before main() or in a function
+// that must not throw, reports that and exits with the code for it, without unwinding. Aborts otherwise.
 [[noreturn]] void endWithoutMemory();
 
 }  // namespace frontend
