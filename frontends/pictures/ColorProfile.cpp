@@ -17,8 +17,8 @@ constexpr double profileVersion = 2.1;
 constexpr std::size_t creationTimeAt = 24;  // in the header, ICC.1: year, month, day, hour, minute, second
 constexpr std::array<unsigned char, 12> creationTime = {0x07, 0xEA, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0};  // 2026
 
-// Version 2 knows no formulas. Left to itself the library samples 4096 points, which makes a small JPEG twice
-// as large; with 1024 no 8-bit value is rendered differently.
+// Profiles of version 2 hold tables, not formulas. Left to itself the library samples 4096 points, which
+// makes a small JPEG twice as large; with 1024 no 8-bit value is rendered differently.
 Curve sampled(const cmsToneCurve* formula) {
   std::array<cmsUInt16Number, 1024> points;
   for (std::size_t i = 0; i < points.size(); ++i) {

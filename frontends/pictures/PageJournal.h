@@ -10,9 +10,9 @@
 namespace frontend {
 
 // Undoes the last pages of a file that grows page by page and whose earlier bytes change only where they link
-// to a new page. Remembers for each page where it began and what it overwrote; knows no file format. Borrows
-// the sink, which must be a file that can be read, and through which only the journal writes. Errors are
-// reported by the sink. Only takePage() throws (std::bad_alloc). One thread.
+// to a new page. Remembers for each page where it began and what it overwrote; does not know the file format.
+// Borrows the sink, which must be a file that can be read, and through which only the journal writes. Errors
+// are reported by the sink. Only takePage() throws (std::bad_alloc). One thread.
 class PageJournal {
  public:
   // Bytes of the file at a position.

@@ -11,12 +11,12 @@
 #include "PaperSize.h"
 #include "RegularFile.h"
 #include "ScannerName.h"
+#include "SettingText.h"
 
 namespace frontend {
 namespace {
 
 constexpr std::size_t largestFile = 64 * 1024;
-constexpr std::string_view blanks = " \t\r";
 
 void checkDevice(const std::string& value) {
   if (!parseScannerName(value)) throw ValueError("this is not the name of a scanner. See q750 list.");
@@ -48,20 +48,6 @@ constexpr Setting settings[] = {
     {"progress", checkWith<optionvalue::progress>},
     {"timeout", checkWith<optionvalue::timeout>},
 };
-
-std::string_view trimmed(std::string_view text) {
-  const std::size_t begin = text.find_first_not_of(blanks);
-  if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
-}
-
-// As one line of plain ASCII: a terminal would act on control characters.
-std::string printable(std::string_view text) {
-  std::string result(text);
-  std::replace_if(
-      result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-  return result;
-}
 
 void checkSetting(const std::string& name, const std::string& value) {
   const auto setting = std::find_if(std::begin(settings), std::end(settings),

@@ -9,28 +9,13 @@
 #include <utility>
 
 #include "RegularFile.h"
+#include "SettingText.h"
 
 namespace frontend {
 namespace {
 
 constexpr char fileName[] = "/quenvar.conf";
-constexpr char blanks[] = " \t\r";
 constexpr std::size_t largestFile = 64 * 1024;
-
-std::string_view trimmed(std::string_view text) {
-  const std::size_t begin = text.find_first_not_of(blanks);
-  if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
-}
-
-// As one line of plain ASCII: a terminal would act on control characters, and whoever can write to the
-// current folder of a front end chooses what is in the file.
-std::string printable(std::string_view text) {
-  std::string result(text);
-  std::replace_if(
-      result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-  return result;
-}
 
 std::optional<bool> onOrOff(std::string_view text) {
   if (text == "on") return true;
@@ -119,7 +104,7 @@ QuenvarConfig QuenvarConfig::parse(std::string_view text) {
     const std::string_view line = trimmed(text.substr(0, length));
     text.remove_prefix(std::min(length + 1, text.size()));
     if (line.empty() || line.front() == '#') continue;
-    const std::string_view name = line.substr(0, line.find_first_of(blanks));
+    const std::string_view name = line.substr(0, line.find_first_of(settingBlanks));
     if (!apply(config, name, trimmed(line.substr(name.size())))) {
       config.complaints.push_back("quenvar.conf, line " + std::to_string(lineNumber) +
                                   " ignored: unknown setting or invalid value: " + printable(line));

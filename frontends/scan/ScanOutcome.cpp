@@ -12,7 +12,7 @@ constexpr char scanAgain[] = " Scan again; if the problem persists, switch the s
 constexpr std::size_t longestReason = 120;
 
 // Text from a device as one line of plain ASCII: a terminal would act on control characters.
-std::string printable(std::string_view text) {
+std::string printableReason(std::string_view text) {
   std::string result;
   for (const char character : text.substr(0, longestReason)) {
     const bool plain = character >= ' ' && character <= '~';
@@ -106,7 +106,7 @@ ScanOutcome tooSlow(std::uint64_t milliseconds) {
 }
 
 ScanOutcome refused(std::string_view reason) {
-  const std::string quoted = reason.empty() ? "" : " Its reason: \"" + printable(reason) + "\".";
+  const std::string quoted = reason.empty() ? "" : " Its reason: \"" + printableReason(reason) + "\".";
   return {ScanStatus::refused, "The scanner refused the scan." + quoted +
                                    " Check that it is ready and has no other job, then scan again."};
 }
