@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-// The file formats of pictures, their names and the extensions of their files. Opens no file, knows no option
-// of any front end, and throws nothing but std::bad_alloc.
+// The file formats of pictures, their names and the extensions of their files. Opens no file and throws
+// nothing but std::bad_alloc.
 namespace frontend {
 
 // What one pixel of a picture is: red, green and blue; gray; black or white.

@@ -4,7 +4,7 @@
 
 namespace frontend {
 
-// How the scanner scans. Lineart is no mode of the scanner: it is made of gray by a threshold
+// How the scanner scans. Lineart is not one of the scanner's modes: it is made of gray by a threshold
 // (ScanRequest.h).
 enum class ColorMode : std::uint8_t { color, gray };
 

@@ -32,7 +32,7 @@ inline constexpr std::size_t largestWorkerMessage = 65536;
 inline constexpr char cancelMessage[] = "q750-worker 1\ncancel\n";
 
 std::string requestMessage(const ScanRequest& request);
-// Nothing if the text is no request, or one with settings that no scanner could have (ScanSettings.h).
+// Nothing if the text is not a request, or is one with settings that no scanner could have (ScanSettings.h).
 std::optional<ScanRequest> readRequest(std::string_view message);
 
 // The worker is alive and supervises its scan, whatever the scanner does.

@@ -13,7 +13,7 @@
 namespace frontend {
 
 // The front end's half of the protocol of WorkerMessages.h: how one scan proceeds with what its worker sends
-// and with what happens to it. Does no I/O and knows no time; whoever owns the connections reports the
+// and with what happens to it. Does no I/O and reads no clock; whoever owns the connections reports the
 // events. One thread. Nothing throws but std::bad_alloc.
 //
 //   event            awaitingLayout         streaming                  explaining

@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t magicSize = 2;
 constexpr int sizeLine = 3;  // the second line is a comment
 constexpr int maximumLine = 4;
-constexpr std::size_t longestHeader = 4096;  // a long comment is no error, an endless one is
+constexpr std::size_t longestHeader = 4096;  // a long comment is valid, an endless one is not
 
 // Removes the next decimal number of a line, with the blanks before it, from its front.
 std::optional<std::uint32_t> takeNumber(std::string_view& line) {

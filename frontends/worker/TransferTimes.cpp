@@ -17,7 +17,7 @@ constexpr std::int64_t shortestWaitMs = 50;
 constexpr std::chrono::milliseconds timeOfAnyJob = std::chrono::minutes(1);
 constexpr std::uint64_t slowestBytesPerMs = 64;
 
-// Of two limits in milliseconds the shorter one, where 0 is no limit.
+// The shorter of two limits in milliseconds, of which 0 means none.
 std::uint32_t capped(std::uint32_t askedMs, std::uint64_t limitMs) {
   const auto limit = static_cast<std::uint32_t>(std::min<std::uint64_t>(limitMs, UINT32_MAX));
   return askedMs == 0 ? limit : std::min(askedMs, limit);

@@ -21,7 +21,7 @@
 // Blocking: a function waits for the device only where it says so.
 namespace platform {
 
-using MachPort = std::uint32_t;  // 0 is no port
+using MachPort = std::uint32_t;  // 0: none
 using IOObject = std::uint32_t;  // an iterator or a service; 0 is none
 
 enum class ServiceKind { usbInterface, usbDevice };
@@ -159,12 +159,12 @@ class UsbStack {
   virtual IOReturn matchingServices(MachPort port, const MatchingDictionary& matching,
                                     IOObject* iterator) noexcept = 0;
   // IOIteratorNext: the next service, which the caller releases with objectRelease(), or 0: at the end, for
-  // what is no iterator, and for lack of memory.
+  // what is not an iterator, and for lack of memory.
   virtual IOObject iteratorNext(IOObject iterator) noexcept = 0;
   // IOObjectRelease, for iterators and services.
   virtual void objectRelease(IOObject object) noexcept = 0;
-  // IOCreatePlugInInterfaceForService. kIOReturnBadArgument for what is no service, kIOReturnUnsupported for
-  // a service of the other kind. May succeed with a null plug-in; callers check both.
+  // IOCreatePlugInInterfaceForService. kIOReturnBadArgument for what is not a service, kIOReturnUnsupported
+  // for a service of the other kind. May succeed with a null plug-in; callers check both.
   virtual IOReturn createPlugInInterfaceForService(IOObject service, ServiceKind userClientType,
                                                    PlugInInterface** plugIn) noexcept = 0;
 };

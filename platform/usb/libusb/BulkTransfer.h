@@ -25,7 +25,7 @@ namespace platform {
 class BulkTransfer {
  public:
   using Milliseconds = std::chrono::milliseconds;
-  // How long nothing may move, and how long the whole transfer may take. Zero is no limit.
+  // How long nothing may move, and how long the whole transfer may take. Zero means no limit.
   struct Limits {
     Milliseconds noData;
     Milliseconds completion;
