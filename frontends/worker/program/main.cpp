@@ -3,16 +3,22 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <new>
 #include <system_error>
 
+#include "StackLimit.h"
 #include "Worker.h"
 #include "WorkerMessages.h"
 
 namespace {
+
+// Of the watchdog and of the USB library's thread, several times what either takes. The limit of the user's
+// main stack can be larger than all the memory that a confined worker keeps.
+constexpr std::size_t threadStackBytes = 1 << 20;
 
 bool isControlConnection(int descriptor) {
   int type = 0;
@@ -50,6 +56,7 @@ int main() {
   // sizes makes a write fail, as a full disk does: the copies that the library keeps are not worth the scan.
   for (const int signal : {SIGPIPE, SIGTTOU, SIGXFSZ}) std::signal(signal, SIG_IGN);
   std::set_terminate(endWithoutMemory);
+  platform::setThreadStackSize(threadStackBytes);
   try {
     return frontend::runWorker(frontend::workerControlDescriptor, frontend::workerImageDescriptor);
   } catch (const std::bad_alloc&) {
