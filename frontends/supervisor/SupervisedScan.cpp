@@ -68,6 +68,8 @@ struct SupervisedScan::Impl {
   WorkerProcess worker_;
   WorkerProtocol protocol_;
   TimePoint timerStart_;  // of the heartbeat timer
+  // What was received last. Not on the stack, all of which it would take where that is small (ulimit -s 64).
+  std::array<char, largestWorkerMessage> message_;
 };
 
 void SupervisedScan::Impl::start(const ScanRequest& request, const std::string& worker) {
@@ -161,11 +163,10 @@ std::optional<std::size_t> SupervisedScan::Impl::takeBytes(std::uint8_t* buffer,
 
 // Takes the messages that have arrived. Returns whether there was one.
 bool SupervisedScan::Impl::listen() {
-  std::array<char, largestWorkerMessage> message;
   bool heard = false;
   for (int left = mostMessagesAtOnce; left > 0 && protocol_.expectsMessages(); --left) {
     if (cancelled_.load()) return protocol_.end(outcome::cancelled()), heard;
-    const ssize_t count = recv(link_.control(), message.data(), message.size(), MSG_DONTWAIT);
+    const ssize_t count = recv(link_.control(), message_.data(), message_.size(), MSG_DONTWAIT);
     // A reset is reported once, before the last messages, if the worker exits without reading everything.
     if (count < 0 && (errno == EINTR || errno == ECONNRESET)) continue;
     if (count < 0 && errno == EAGAIN) break;
@@ -173,7 +174,7 @@ bool SupervisedScan::Impl::listen() {
     if (count <= 0) {
       protocol_.controlClosed();
     } else {
-      understand({message.data(), static_cast<std::size_t>(count)});
+      understand({message_.data(), static_cast<std::size_t>(count)});
     }
   }
   return heard;

@@ -5,10 +5,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <functional>
 #include <new>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -29,13 +29,13 @@ namespace {
 constexpr int notUnderstood = 2;  // exit status
 
 std::optional<ScanRequest> receiveRequest(int control) {
-  std::array<char, largestWorkerMessage> message;
+  std::string message(largestWorkerMessage, '\0');  // too large for a small stack (ulimit -s 64)
   ssize_t count = 0;
   do {
     count = recv(control, message.data(), message.size(), 0);
   } while (count < 0 && errno == EINTR);
   if (count <= 0) return std::nullopt;
-  return readRequest({message.data(), static_cast<std::size_t>(count)});
+  return readRequest(std::string_view(message).substr(0, static_cast<std::size_t>(count)));
 }
 
 std::uint32_t clamped(std::chrono::milliseconds time) {
