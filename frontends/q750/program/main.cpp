@@ -1,8 +1,30 @@
-#include <exception>
+#include <unistd.h>
 
+#include <cstddef>
+#include <exception>
+#include <string_view>
+
+#include "ExitCode.h"
 #include "Program.h"
+#include "StackLimit.h"
 
 namespace {
+
+// Twice what any command takes, libraries included.
+constexpr std::size_t neededStackBytes = 48 * 1024;
+
+// A stack that is too small ends a program with a signal and no word, at any time.
+void refuseSmallStack() {
+  constexpr std::string_view message =
+      "q750: The stack is limited to less than this program needs. Raise the limit, for example with "
+      "ulimit -s 8192.\n";
+  if (platform::mainStackRoom() >= neededStackBytes) return;
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, message.data(), message.size());
+  _exit(static_cast<int>(frontend::ExitCode::noMemory));
+}
+
+// Before the constructors of the libraries, some of which take much stack (System V ABI, DT_PREINIT_ARRAY).
+[[gnu::section(".preinit_array"), gnu::used]] void (*beforeLibraries)() = refuseSmallStack;
 
 // Before everything else of the program: the libraries that are linked into it have constants that are made
 // before main() and take memory.
