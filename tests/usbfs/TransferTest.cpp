@@ -244,7 +244,7 @@ TEST_P(UsbfsTransfers, EndWhenTheDeviceVanishesByItself) {
 }
 
 TEST_P(UsbfsTransfers, OfADeviceJustPulledOutEndAsSoonAsTheSystemHasNoticed) {
-  usbfs_->fade(3);
+  usbfs_->fade(8);
   EXPECT_EQ(readForEver(dataPipe, 512), kIOReturnNoDevice);
   EXPECT_EQ(interface_->close(), kIOReturnNoDevice);
 }

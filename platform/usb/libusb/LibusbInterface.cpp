@@ -15,9 +15,11 @@ namespace {
 // The limit that USB 2.0, 9.2.6.4 sets for a request with data.
 constexpr unsigned int controlTimeoutMs = 5000;
 
-// An unplugged device fails its transfers until the system has noticed: for so long, in so many probes.
+// An unplugged device fails its transfers until the system has noticed: for so long, in so many probes. A hub
+// is asked only every 256 ms (USB 2.0, 11.12.4), so that behind several hubs, or on a busy machine, it takes
+// more than half a second.
 constexpr unsigned int goneProbeMs = 100;
-constexpr int goneProbes = 4;
+constexpr int goneProbes = 15;
 
 PipeDirection directionOf(const libusb_endpoint_descriptor& endpoint) {
   return usb::isIn(endpoint.bEndpointAddress) ? PipeDirection::in : PipeDirection::out;
