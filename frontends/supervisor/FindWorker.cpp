@@ -1,5 +1,6 @@
 #include <dlfcn.h>
 #include <link.h>
+#include <sys/auxv.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,7 +25,11 @@ std::string ownFile() {
   // The program itself has no name here, and argv[0] need not be its path.
   const bool program = map == nullptr || map->l_name == nullptr || map->l_name[0] == '\0';
   char path[PATH_MAX];
-  return realpath(program ? "/proc/self/exe" : map->l_name, path) != nullptr ? path : "";
+  if (!program) return realpath(map->l_name, path) != nullptr ? path : "";
+  if (realpath("/proc/self/exe", path) != nullptr) return path;
+  // Without /proc: what was handed to exec().
+  const auto* executed = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+  return executed != nullptr && realpath(executed, path) != nullptr ? path : "";
 }
 
 bool isProgram(const std::string& path) {

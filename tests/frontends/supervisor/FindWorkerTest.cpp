@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -77,6 +78,16 @@ TEST_F(InstalledFrontEnd, IsFoundThroughLinksAndWhateverItIsCalledBy) {
   files::create_symlink(program(), prefix / "link");
   EXPECT_EQ(printedBy((prefix / "link").string()), expected);
   EXPECT_EQ(printedBy("cd " + prefix.string() + "/bin && PATH=. q750-find-worker"), expected);
+}
+
+TEST_F(InstalledFrontEnd, FindsTheWorkerWithoutProc) {
+  const std::string withoutProc =
+      "unshare --user --map-root-user --mount sh -c 'mount -t tmpfs -o ro none /proc && exec \"$@\"' sh ";
+  if (std::system((withoutProc + "true 2>/dev/null").c_str()) != 0) GTEST_SKIP() << "needs mounts of its own";
+  const std::string expected = worker(frontend::workerFolder);
+  EXPECT_EQ(printedBy(withoutProc + program()), expected);
+  EXPECT_EQ(printedBy("cd " + prefix.string() + "/bin && PATH=.:$PATH " + withoutProc + "q750-find-worker"),
+            expected);
 }
 
 TEST_F(InstalledFrontEnd, TakesNoWorkerFromElsewhere) {
