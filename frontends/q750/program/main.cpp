@@ -10,8 +10,8 @@
 
 namespace {
 
-// Twice what any command takes, libraries included.
-constexpr std::size_t neededStackBytes = 48 * 1024;
+// Every command, with what libraries take for it, has been seen to work with 32 KiB.
+constexpr std::size_t neededStackBytes = 40 * 1024;
 
 // A stack that is too small ends a program with a signal and no word, at any time.
 void refuseSmallStack() {
