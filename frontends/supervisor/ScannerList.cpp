@@ -8,27 +8,27 @@
 namespace frontend {
 namespace {
 
-using Access = platform::LibusbDevices::Access;
+using Access = platform::AttachedDevice::Access;
 
-std::string hintFor(const platform::LibusbDevices::Device& device) {
+std::string hintFor(const platform::AttachedDevice& device) {
   switch (device.access) {
     case Access::granted:
       return "";
     case Access::denied:
-      return "You do not have permission to use " + device.node +
+      return "You do not have permission to use " + device.node() +
              ". If the scanner's udev rule is not installed yet, install the driver package and replug the "
              "scanner; otherwise join the group scanner and log in again.";
     case Access::noNode:
-      return device.node +
+      return device.node() +
              " is not visible to this program, which seems to run in a container or a sandbox: allow it to "
              "access USB devices.";
   }
   return "";
 }
 
-ScannerEntry realScanner(const platform::LibusbDevices::Device& device) {
+ScannerEntry realScanner(const platform::AttachedDevice& device) {
   const bool accessible = device.access == Access::granted;
-  std::string name = std::string(usbScannerPrefix) + device.path;
+  std::string name = std::string(usbScannerPrefix) + device.path.text();
   return {std::move(name), "Quenvar", "Q750", "flatbed scanner", false, accessible, hintFor(device)};
 }
 

@@ -11,23 +11,23 @@ namespace {
 using namespace platform;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Access = LibusbDevices::Access;
+using Access = AttachedDevice::Access;
 
 class UsbfsDevices : public UsbfsHost {
  protected:
-  static std::vector<LibusbDevices::Device> attached() {
+  static std::vector<AttachedDevice> attached() {
     const LibusbDevices::List list = LibusbDevices().attached();
     EXPECT_EQ(list.failure, "");
     return list.devices;
   }
-  static LibusbDevices::Device only() {
+  static AttachedDevice only() {
     const auto devices = attached();
     EXPECT_EQ(devices.size(), 1U);
-    return devices.empty() ? LibusbDevices::Device{} : devices.front();
+    return devices.empty() ? AttachedDevice{} : devices.front();
   }
   static std::vector<std::string> paths() {
     std::vector<std::string> paths;
-    for (const auto& device : attached()) paths.push_back(device.path);
+    for (const auto& device : attached()) paths.push_back(device.path.text());
     return paths;
   }
 };
@@ -35,9 +35,9 @@ class UsbfsDevices : public UsbfsHost {
 TEST_F(UsbfsDevices, AreToldByPathLocationAndNode) {
   plugIn();
   const auto device = only();
-  EXPECT_EQ(device.path, "1-1");
-  EXPECT_EQ(device.location, 0x01100000U);
-  EXPECT_EQ(device.node, "/dev/bus/usb/001/002");
+  EXPECT_EQ(device.path.text(), "1-1");
+  EXPECT_EQ(device.path.location(), 0x01100000U);
+  EXPECT_EQ(device.node(), "/dev/bus/usb/001/002");
   EXPECT_EQ(device.access, Access::granted);
 }
 
@@ -57,8 +57,8 @@ TEST_F(UsbfsDevices, MayHangBehindSevenPorts) {
   usbfs_->addNeighbour(3, "9.8.7.6.5.4.3", deviceVendorId, deviceProductId);
   const auto devices = attached();
   ASSERT_EQ(devices.size(), 2U);
-  EXPECT_EQ(devices[1].path, "3-9.8.7.6.5.4.3");
-  EXPECT_EQ(devices[1].location, 0x03987654U);
+  EXPECT_EQ(devices[1].path.text(), "3-9.8.7.6.5.4.3");
+  EXPECT_EQ(devices[1].path.location(), 0x03987654U);
 }
 
 TEST_F(UsbfsDevices, AreTheOnesOfThisMoment) {
@@ -67,8 +67,8 @@ TEST_F(UsbfsDevices, AreTheOnesOfThisMoment) {
   EXPECT_THAT(attached(), IsEmpty());
   usbfs_->plugIn();
   const auto device = only();
-  EXPECT_EQ(device.path, "1-1") << "as before";
-  EXPECT_EQ(device.node, "/dev/bus/usb/001/003") << "which changes each time";
+  EXPECT_EQ(device.path.text(), "1-1") << "as before";
+  EXPECT_EQ(device.node(), "/dev/bus/usb/001/003") << "which changes each time";
 }
 
 TEST_F(UsbfsDevices, AreNeitherOpenedNorAskedForAnything) {

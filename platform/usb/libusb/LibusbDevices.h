@@ -1,44 +1,42 @@
 #pragma once
 
-#include <cstdint>
+#include <libusb.h>
+
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "AttachedDevice.h"
 #include "LibusbStack.h"
 
 namespace platform {
 
 // The devices of one identity that are plugged in, for lists and for choosing one. Asks only the system: no
-// device is opened and none gets a request, which is cheap and disturbs nobody who uses one. Keeps nothing
-// between two calls.
+// device is opened and none gets a request, which is cheap and disturbs nobody who uses one.
 //
-// Any thread. Throws nothing but std::bad_alloc.
+// One thread. Throws nothing but std::bad_alloc. Everything here may block for as long as the system and
+// libusb do, which is for ever on a system that is broken: whoever must go on calls it in another process.
 class LibusbDevices {
  public:
-  enum class Access {
-    granted,
-    denied,  // the node is there, but not for this user
-    noNode,  // the system knows the device but shows this process no node, as in a container
-  };
-  struct Device {
-    std::string path;        // "1-2.3": bus 1, port 2 and port 3 behind it; the same after a replug
-    std::uint32_t location;  // for LibusbStack
-    std::string node;        // "/dev/bus/usb/001/004", of this plugging-in
-    Access access;           // of this user; another program or a kernel driver may hold it all the same
-  };
   struct List {
-    std::vector<Device> devices;  // by bus, then by port path
-    std::string failure;          // a sentence, where USB cannot be used at all; otherwise empty
+    std::vector<AttachedDevice> devices;  // by bus, then by port path
+    std::string failure;                  // a sentence, where USB cannot be used at all; otherwise empty
   };
 
   explicit LibusbDevices(LibusbStack::Identity identity = LibusbStack::configuredIdentity())
       : identity_(identity) {}
 
-  // The devices of this moment.
-  List attached() const;
+  // The devices of this moment. libusb is initialised by the first call and released with the object, which
+  // joins a thread of libusb's: use the list before that.
+  List attached();
 
  private:
+  struct EndContext {
+    void operator()(libusb_context* context) const { libusb_exit(context); }
+  };
+
   LibusbStack::Identity identity_;
+  std::unique_ptr<libusb_context, EndContext> context_;
 };
 
 }  // namespace platform
