@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <utility>
 
 #include "Bed.h"
@@ -16,7 +17,9 @@ constexpr std::string_view requestKind = "request\n";
 constexpr std::string_view layoutKind = "layout\n";
 constexpr std::string_view outcomeKind = "outcome\n";
 constexpr std::string_view heartbeatKind = "heartbeat\n";
+constexpr std::string_view scannersKind = "scanners\n";
 constexpr auto highestStatus = static_cast<std::uint64_t>(ScanStatus::noMemory);
+constexpr auto highestAccess = static_cast<std::uint64_t>(platform::AttachedDevice::Access::noNode);
 
 class Writer {
  public:
@@ -78,14 +81,15 @@ class Reader {
   bool flag(std::string_view name) { return number<std::uint32_t>(name, 1) == 1; }
   bool ended() const { return !failed_ && rest_.empty(); }
   bool failed() const { return failed_; }
-
- private:
-  explicit Reader(std::string_view value) : rest_(value) {}
-
+  // Makes failed() true for a value that this class takes for a valid one.
   std::string_view fail() {
     failed_ = true;
     return {};
   }
+
+ private:
+  explicit Reader(std::string_view value) : rest_(value) {}
+
   void skip(std::string_view expected) {
     if (!rest_.starts_with(expected)) return void(fail());
     rest_.remove_prefix(expected.size());
@@ -125,6 +129,22 @@ bool isPossible(const ScanRequest& request) {
   const bool across = area.width > 0 && area.left < bed.width && area.width <= bed.width - area.left;
   const bool along = area.height > 0 && area.top < bed.height && area.height <= bed.height - area.top;
   return across && along && request.timeout.count() > 0;
+}
+
+platform::AttachedDevice readScanner(Reader& reader) {
+  const auto path = platform::UsbPath::parse(reader.field("path"));
+  if (!path) reader.fail();
+  const auto address = reader.number<std::uint8_t>("address");
+  const auto access = reader.number<std::uint8_t>("access", highestAccess);
+  return {path.value_or(platform::UsbPath{}), address, static_cast<platform::AttachedDevice::Access>(access)};
+}
+
+std::optional<ScanOutcome> readOutcome(std::string_view message) {
+  Reader reader(message, outcomeKind);
+  ScanOutcome outcome;
+  outcome.status = static_cast<ScanStatus>(reader.number<std::uint8_t>("status", highestStatus));
+  outcome.sentence = reader.field("sentence");
+  return reader.ended() ? std::optional(std::move(outcome)) : std::nullopt;
 }
 
 }  // namespace
@@ -222,11 +242,31 @@ std::optional<WorkerReport> readReport(std::string_view message) {
     layout.resolution = layoutReader.number<std::uint32_t>("resolution");
     return layoutReader.ended() ? std::optional<WorkerReport>(layout) : std::nullopt;
   }
-  Reader reader(message, outcomeKind);
-  ScanOutcome outcome;
-  outcome.status = static_cast<ScanStatus>(reader.number<std::uint8_t>("status", highestStatus));
-  outcome.sentence = reader.field("sentence");
-  return reader.ended() ? std::optional<WorkerReport>(outcome) : std::nullopt;
+  return readOutcome(message);
+}
+
+std::string scannersMessage(const AttachedScanners& scanners) {
+  const std::size_t count = std::min(scanners.size(), mostListedScanners);
+  Writer writer(scannersKind);
+  writer.number("scanners", count);
+  for (const platform::AttachedDevice& scanner : std::span(scanners).first(count)) {
+    writer.field("path", scanner.path.text())
+        .number("address", scanner.address)
+        .number("access", static_cast<std::uint64_t>(scanner.access));
+  }
+  return writer.take();
+}
+
+std::optional<ListReply> readListReply(std::string_view message) {
+  Reader reader(message, scannersKind);
+  if (reader.failed()) {
+    const std::optional<ScanOutcome> outcome = readOutcome(message);
+    return outcome && !outcome->good() ? std::optional<ListReply>(*outcome) : std::nullopt;
+  }
+  AttachedScanners scanners;
+  for (auto left = reader.number<std::size_t>("scanners", mostListedScanners); left > 0; --left)
+    scanners.push_back(readScanner(reader));
+  return reader.ended() ? std::optional<ListReply>(std::move(scanners)) : std::nullopt;
 }
 
 }  // namespace frontend

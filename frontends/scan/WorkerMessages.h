@@ -5,7 +5,9 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
+#include "AttachedDevice.h"
 #include "PictureLayout.h"
 #include "ScanOutcome.h"
 #include "ScanRequest.h"
@@ -27,8 +29,10 @@ inline constexpr int workerNoMemoryStatus = 4;
 // No message is longer; a longer one cannot be sent.
 inline constexpr std::size_t largestWorkerMessage = 65536;
 
-// To the worker: one request first; cancels may follow at any time. A closed connection is a cancel too.
-// Plain bytes, so that a signal handler can send them.
+// To the worker: its task first, which is to list the scanners or a request for a scan. Cancels may follow a
+// request at any time; a closed connection is a cancel too. Plain bytes, so that a signal handler can send
+// them.
+inline constexpr char listMessage[] = "q750-worker 1\nlist\n";
 inline constexpr char cancelMessage[] = "q750-worker 1\ncancel\n";
 
 std::string requestMessage(const ScanRequest& request);
@@ -46,5 +50,14 @@ std::string heartbeatMessage();
 using WorkerReport = std::variant<PictureLayout, ScanOutcome, Heartbeat>;
 // Nothing if the text is not such a message.
 std::optional<WorkerReport> readReport(std::string_view message);
+
+// From a worker that lists: the scanners on the USB, or an outcome that explains why there is no list. It is
+// the only message.
+using AttachedScanners = std::vector<platform::AttachedDevice>;
+inline constexpr std::size_t mostListedScanners = 256;  // the others are left out
+std::string scannersMessage(const AttachedScanners& scanners);
+using ListReply = std::variant<AttachedScanners, ScanOutcome>;
+// Nothing if the text is neither; a good outcome is no reply.
+std::optional<ListReply> readListReply(std::string_view message);
 
 }  // namespace frontend

@@ -14,4 +14,10 @@ inline std::string reportMessage(const WorkerReport& report) {
   return heartbeatMessage();
 }
 
+// The message of a reply to a list that was read.
+inline std::string replyMessage(const ListReply& reply) {
+  if (const auto* outcome = std::get_if<ScanOutcome>(&reply)) return outcomeMessage(*outcome);
+  return scannersMessage(std::get<AttachedScanners>(reply));
+}
+
 }  // namespace frontend

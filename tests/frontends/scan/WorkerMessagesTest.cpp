@@ -110,6 +110,54 @@ TEST(WorkerMessages, CarryReportsUnchanged) {
   EXPECT_TRUE(std::holds_alternative<Heartbeat>(*readReport(heartbeatMessage())));
 }
 
+AttachedScanners twoScanners() {
+  using enum platform::AttachedDevice::Access;
+  return {{{1, {2, 3}}, 4, granted}, {{255, {15, 15, 15, 15, 15, 15, 15}}, 127, noNode}};
+}
+
+TEST(WorkerMessages, CarryScannersUnchanged) {
+  EXPECT_EQ(scannersMessage({{{1, {2}}, 4, platform::AttachedDevice::Access::denied}}),
+            "q750-worker 1\nscanners\nscanners 1:1\npath 3:1-2\naddress 1:4\naccess 1:1\n");
+  for (const AttachedScanners& scanners : {twoScanners(), AttachedScanners()})
+    EXPECT_EQ(std::get<AttachedScanners>(*readListReply(scannersMessage(scanners))), scanners);
+}
+
+// However many there are, the message can be sent.
+TEST(WorkerMessages, CarryAsManyScannersAsFit) {
+  const AttachedScanners many(1000, twoScanners()[1]);
+  const std::string message = scannersMessage(many);
+  EXPECT_LE(message.size(), largestWorkerMessage);
+  EXPECT_EQ(std::get<AttachedScanners>(*readListReply(message)).size(), mostListedScanners);
+}
+
+TEST(WorkerMessages, ExplainWhyThereIsNoList) {
+  const auto reply = readListReply(outcomeMessage(outcome::noMemory()));
+  EXPECT_EQ(std::get<ScanOutcome>(*reply).status, ScanStatus::noMemory);
+  EXPECT_FALSE(readListReply(outcomeMessage(outcome::good())));
+}
+
+TEST(WorkerMessages, OfScannersTakeNoWrongField) {
+  const std::pair<const char*, const char*> table[] = {
+      {"scanners 1:2", "scanners 1:1"},   {"scanners 1:2", "scanners 1:3"},
+      {"scanners 1:2", "scanners 3:257"}, {"path 5:1-2.3", "path 5:1-2 3"},
+      {"path 5:1-2.3", "path 6:1-02.3"},  {"path 5:1-2.3", "path 5:\x1b[2J."},
+      {"address 1:4", "address 3:256"},   {"address 1:4", "address 2:-4"},
+      {"access 1:0", "access 1:3"},       {"access 1:0", "access 7:granted"}};
+  for (const auto& [right, wrong] : table) {
+    std::string message = scannersMessage(twoScanners());
+    ASSERT_NE(message.find(right), std::string::npos) << right;
+    message.replace(message.find(right), std::string(right).size(), wrong);
+    EXPECT_FALSE(readListReply(message)) << wrong;
+  }
+}
+
+TEST(WorkerMessages, OfScansAndListsAreNotMistakenForEachOther) {
+  EXPECT_FALSE(readReport(scannersMessage(twoScanners())));
+  EXPECT_FALSE(readListReply(heartbeatMessage()));
+  EXPECT_FALSE(readListReply(layoutMessage({1, 2, 3, 8, 75})));
+  EXPECT_FALSE(readRequest(listMessage));
+}
+
 TEST(WorkerMessages, CarryPatienceThatIsTooLongAsTheLongest) {
   ScanRequest request = fullRequest();
   request.timeout = std::chrono::milliseconds::max();
@@ -117,14 +165,17 @@ TEST(WorkerMessages, CarryPatienceThatIsTooLongAsTheLongest) {
 }
 
 TEST(WorkerMessages, WithoutTheirEndAreNone) {
-  for (const std::string& whole : {requestMessage(fullRequest()), layoutMessage({1, 2, 3, 8, 75}),
-                                   outcomeMessage(outcome::good()), heartbeatMessage()}) {
+  for (const std::string& whole :
+       {requestMessage(fullRequest()), layoutMessage({1, 2, 3, 8, 75}), outcomeMessage(outcome::good()),
+        heartbeatMessage(), scannersMessage(twoScanners())}) {
     for (std::size_t length = 0; length < whole.size(); ++length) {
       EXPECT_FALSE(readRequest(whole.substr(0, length))) << length;
       EXPECT_FALSE(readReport(whole.substr(0, length))) << length;
+      EXPECT_FALSE(readListReply(whole.substr(0, length))) << length;
     }
     EXPECT_FALSE(readRequest(whole + "x"));
     EXPECT_FALSE(readReport(whole + "\n"));
+    EXPECT_FALSE(readListReply(whole + "\n"));
   }
 }
 
