@@ -10,6 +10,7 @@
 #include <utility>
 #include <variant>
 
+#include "WorkerEnd.h"
 #include "WorkerLink.h"
 #include "WorkerMessages.h"
 #include "WorkerProcess.h"
@@ -41,7 +42,6 @@ struct SupervisedScan::Impl {
         protocol_(expectedLayout(request), [this](const ScanOutcome& outcome) { atEnd(outcome); }) {}
 
   void start(const ScanRequest& request, const std::string& worker);
-  int sendRequest(const ScanRequest& request);
   void cancel() noexcept;
   bool isIn(State state) const { return protocol_.state() == state; }
 
@@ -75,21 +75,13 @@ struct SupervisedScan::Impl {
 void SupervisedScan::Impl::start(const ScanRequest& request, const std::string& worker) {
   program_ = worker;
   int error = link_.open();
-  if (error == 0) error = sendRequest(request);
+  if (error == 0) error = link_.sendTask(requestMessage(request));
   if (error == 0 && worker.empty()) error = ENOENT;
   if (error == 0) error = worker_.start(worker, link_.workerControl(), link_.workerImage(), request.verbose);
   link_.closeWorkerEnds();
   if (error != 0) return protocol_.end(outcome::workerNotStarted(worker, error));
   timerStart_ = now_();
   link_.startHeartbeatTimer(silenceTimeout_);
-}
-
-// Before the worker exists: the message waits for it in the socket. Returns an error number, 0 for success.
-int SupervisedScan::Impl::sendRequest(const ScanRequest& request) {
-  const std::string message = requestMessage(request);
-  if (message.size() > largestWorkerMessage) return EMSGSIZE;
-  const ssize_t sent = send(link_.control(), message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-  return sent < 0 ? errno : 0;
 }
 
 void SupervisedScan::Impl::cancel() noexcept {
@@ -222,11 +214,7 @@ void SupervisedScan::Impl::explain() {
 void SupervisedScan::Impl::examineWorker() {
   // A worker that keeps its control connection open without a message does not exit on its own either.
   if (!worker_.awaitEnd(protocol_.expectsMessages() ? milliseconds(0) : timeToExplain)) return giveUp();
-  if (worker_.neverRan()) return protocol_.end(outcome::workerDidNotRun(program_));
-  if (worker_.exitStatus() == workerNoMemoryStatus) return protocol_.end(outcome::noMemory());
-  if (worker_.wasKilled()) return protocol_.end(outcome::workerKilled());
-  const std::string how = worker_.howItEnded();
-  protocol_.end(outcome::workerDied(how.empty() ? "for an unknown reason" : how));
+  protocol_.end(outcomeOfEnd(worker_, program_));
 }
 
 // Leaves the outcome as it is: its sentence takes memory, and a destructor that finds none would end the host

@@ -61,6 +61,12 @@ void WorkerLink::closeWorkerEnds() {
   workerImage_.reset();
 }
 
+int WorkerLink::sendTask(std::string_view message) {
+  if (message.size() > largestWorkerMessage) return EMSGSIZE;
+  const ssize_t sent = send(control_.get(), message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  return sent < 0 ? errno : 0;
+}
+
 void WorkerLink::signalEnd() noexcept {
   const std::uint64_t one = 1;
   // Fails only if the counter is full, and the descriptor readable therefore.
@@ -91,6 +97,11 @@ bool WorkerLink::heartbeatTimerExpired() {
 void WorkerLink::wait(bool control) {
   pollfd awaited[] = {{ready_.get(), POLLIN, 0}, {control_.get(), POLLIN, 0}};
   poll(awaited, control ? 2 : 1, -1);
+}
+
+bool WorkerLink::awaitMessage(std::chrono::milliseconds timeout) {
+  pollfd awaited[] = {{control_.get(), POLLIN, 0}, {end_.get(), POLLIN, 0}};
+  return poll(awaited, 2, static_cast<int>(timeout.count())) > 0 && awaited[0].revents != 0;
 }
 
 }  // namespace frontend

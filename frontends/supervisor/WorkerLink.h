@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <string_view>
 
 #include "OwnedDescriptor.h"
 
@@ -22,6 +22,10 @@ class WorkerLink {
   int workerImage() const { return workerImage_.get(); }
   void closeWorkerEnds();
 
+  // Sends the first message, which waits in the connection for the worker. Returns an error number, 0
+  // for success.
+  int sendTask(std::string_view message);
+
   int control() const { return control_.get(); }
   int image() const { return image_.get(); }
   // Readable when there are bytes of the picture, or their end, or a cancel, or the heartbeat
@@ -39,6 +43,9 @@ class WorkerLink {
 
   // Blocks until the descriptor is readable; with `control` also until there is a message from the worker.
   void wait(bool control);
+  // Blocks until there is a message from the worker or a cancel, at most this long, and returns whether there
+  // is a message. Signals may end it early.
+  bool awaitMessage(std::chrono::milliseconds timeout);
 
  private:
   platform::OwnedDescriptor control_;
