@@ -56,8 +56,8 @@ void runDoctor(const DoctorOptions& options) {
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
   std::vector<Finding> findings;
-  Examination examination({takeInventory, findWorker, [] { return platform::tryConfinement({}); },
-                           deviceRuleInstalled,
+  Examination examination({[&cancellation] { return takeInventory(cancellation); }, findWorker,
+                           [] { return platform::tryConfinement({}); }, deviceRuleInstalled,
                            [&](const std::string& scanner) {
                              request.scanner = scanner;
                              return testScan(request, cancellation);

@@ -52,8 +52,9 @@ ExitCode Examination::run(const std::string& device) {
   const bool canScan = checkWorker();
   if (canScan) checkConfinement();
   checkDeviceRule();
+  if (!canScan) return code_;  // a worker also lists the scanners
   for (const std::string& scanner : findUsableScanners(device)) {
-    if (canScan) checkScan(scanner);
+    checkScan(scanner);
     if (code_ == ExitCode::cancelled) break;
   }
   return code_;
@@ -109,16 +110,20 @@ void Examination::checkDeviceRule() {
 }
 
 std::vector<std::string> Examination::findUsableScanners(const std::string& device) {
+  if (device == virtualScannerName) return {device};
   const ScannerInventory inventory = dependencies_.inventory();
-  if (!inventory.problem.empty())
-    report({Check::usb, Level::attention, "", inventory.problem, ExitCode::ioError});
+  if (!inventory.problem.empty()) {
+    const bool noUsb = inventory.code == ExitCode::noDevice;
+    report({Check::usb, Level::attention, "", inventory.problem, noUsb ? ExitCode::ioError : inventory.code});
+    if (!noUsb) return {};  // whether a scanner is connected is unknown
+  }
   const bool anyReal = device.empty() || device == firstUsbScannerName;
   std::vector<std::string> usable;
   bool found = false;
   for (const ScannerEntry& scanner : inventory.scanners) {
     if (anyReal ? scanner.isVirtual : scanner.name != device) continue;
     found = true;
-    if (scanner.isVirtual || checkAccess(scanner)) usable.push_back(scanner.name);
+    if (checkAccess(scanner)) usable.push_back(scanner.name);
   }
   if (found) return usable;
   report({Check::connection, Level::attention, anyReal ? "" : device,

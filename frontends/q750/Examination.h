@@ -39,8 +39,8 @@ std::string findingsAsJson(const std::vector<Finding>& findings, ExitCode code);
 class Examination {
  public:
   struct Dependencies {
-    std::function<ScannerInventory()> inventory;
-    std::function<std::string()> worker;  // the path of the worker program; empty if it is missing
+    std::function<ScannerInventory()> inventory;  // by a worker; blocks
+    std::function<std::string()> worker;          // the path of the worker program; empty if it is missing
     std::function<platform::Confinement()> confinement;  // that this system lets a worker have
     std::function<bool()> deviceRuleInstalled;  // whether the system grants its users access to the scanner
     std::function<ScanOutcome(const std::string& scanner)> testScan;  // of a few pixels; blocks

@@ -154,7 +154,8 @@ void runScan(const ScanOptions& options) {
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
   Batch batch(plan, report, cancellation, signals.descriptor());
-  plan.request.scanner = chooseScanner(plan.device, anyUsed(options.virtualScanner), takeInventory());
+  plan.request.scanner = chooseScanner(plan.device, anyUsed(options.virtualScanner),
+                                       [&cancellation] { return takeInventory(cancellation); });
   report.scannerChosen(plan.request.scanner);
   for (const std::string& note : plan.notes) report.note(note);
   batch.run();

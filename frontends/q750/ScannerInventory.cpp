@@ -1,6 +1,7 @@
 #include "ScannerInventory.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "CommandError.h"
 #include "JsonObject.h"
@@ -39,12 +40,23 @@ std::vector<ScannerEntry> realScanners(const ScannerInventory& inventory) {
   return real;
 }
 
-void checkNamed(const std::string& requested, bool virtualOptionsUsed, const ScannerInventory& inventory) {
+using TakeInventory = std::function<ScannerInventory()>;
+
+// For a real scanner. USB that does not work is as good as no scanner; where it could not even be looked at,
+// whether there is one is unknown.
+ScannerInventory inventoryOf(const TakeInventory& take) {
+  ScannerInventory inventory = take();
+  if (!inventory.problem.empty() && inventory.code != ExitCode::noDevice)
+    throw CommandError(inventory.code, inventory.problem);
+  return inventory;
+}
+
+void checkNamed(const std::string& requested, bool virtualOptionsUsed, const TakeInventory& take) {
   // As of "$SCANNER" where the variable is not set: whoever wrote that did not mean any scanner.
   if (requested.empty())
     throw CommandError(ExitCode::noDevice, "--device: the name is empty. See q750 list for the names.");
   const auto name = parseScannerName(requested);
-  if (!name) throwNotFound(requested, inventory);
+  if (!name) throwNotFound(requested, take());
   if (name->isVirtual) return;
   if (virtualOptionsUsed) {
     throw UsageError(
@@ -52,6 +64,7 @@ void checkNamed(const std::string& requested, bool virtualOptionsUsed, const Sca
         ": options that begin with --virtual apply to the virtual scanner only. Leave them out, or "
         "choose --device virtual.");
   }
+  const ScannerInventory inventory = inventoryOf(take);
   const std::vector<ScannerEntry> real = realScanners(inventory);
   if (!name->location) {
     if (real.empty()) throwNotFound(requested, inventory);
@@ -68,9 +81,16 @@ void checkNamed(const std::string& requested, bool virtualOptionsUsed, const Sca
 }  // namespace
 
 ScannerInventory takeInventory() {
-  ScannerInventory inventory;
-  inventory.scanners = listScanners(true, &inventory.problem);
-  return inventory;
+  Cancellation never;
+  return takeInventory(never);
+}
+
+ScannerInventory takeInventory(Cancellation& cancellation) {
+  ScannerSearch search;
+  const Cancellation::Aim aim(cancellation, search);
+  ScannerList list = listScanners(search, true);
+  if (list.outcome.good()) return {std::move(list.scanners), ""};
+  return {std::move(list.scanners), list.outcome.sentence, exitCodeFor(list.outcome.status)};
 }
 
 std::string scannerTable(const std::vector<ScannerEntry>& scanners) {
@@ -101,12 +121,13 @@ std::string inventoryAsJson(const ScannerInventory& inventory) {
 }
 
 std::string chooseScanner(const std::optional<std::string>& requested, bool virtualOptionsUsed,
-                          const ScannerInventory& inventory) {
+                          const std::function<ScannerInventory()>& take) {
   if (requested) {
-    checkNamed(*requested, virtualOptionsUsed, inventory);
+    checkNamed(*requested, virtualOptionsUsed, take);
     return *requested;
   }
   if (virtualOptionsUsed) return std::string(virtualScannerName);
+  const ScannerInventory inventory = inventoryOf(take);
   const std::vector<ScannerEntry> real = realScanners(inventory);
   if (real.empty()) throwNoneConnected(inventory);
   if (real.size() > 1) {

@@ -5,26 +5,36 @@
 #include <utility>
 
 #include "QuenvarConfig.h"
+#include "SaneStatus.h"
 #include "ScannerName.h"
 
 namespace frontend {
+namespace {
+
+// Of opening a scanner that is not in the list. USB that does not work is as good as no scanner.
+SANE_Status statusWithout(const ScanOutcome& listing) {
+  const bool complete = listing.good() || listing.status == ScanStatus::noDevice;
+  return complete ? SANE_STATUS_INVAL : saneStatusOf(listing.status);
+}
+
+}  // namespace
 
 SaneBackEnd::SaneBackEnd() : debug_(DebugOutput::levelOfEnvironment()) {}
 
 SaneBackEnd::~SaneBackEnd() = default;
 
-std::vector<ScannerEntry> SaneBackEnd::scanners(std::string_view wanted) const {
+ScannerList SaneBackEnd::scanners(std::string_view wanted) const {
   const QuenvarConfig config = QuenvarConfig::load();
   for (const std::string& complaint : config.complaints) debug_.line(DebugOutput::failures, complaint);
-  std::string failure;
-  std::vector<ScannerEntry> found;
+  ScannerList found{{}, outcome::good()};
   if (wanted != virtualScannerName) {
-    found = listScanners(config.virtualScanner, &failure);
+    ScannerSearch search;
+    found = listScanners(search, config.virtualScanner);
   } else if (config.virtualScanner) {
-    found.push_back(virtualScanner());
+    found.scanners.push_back(virtualScanner());
   }
-  if (!failure.empty()) debug_.line(DebugOutput::failures, failure);
-  for (const ScannerEntry& scanner : found) {
+  if (!found.outcome.good()) debug_.line(DebugOutput::failures, found.outcome.sentence);
+  for (const ScannerEntry& scanner : found.scanners) {
     debug_.line(DebugOutput::steps, "found " + scanner.name);
     if (!scanner.accessible) debug_.line(DebugOutput::failures, scanner.hint);
   }
@@ -32,8 +42,9 @@ std::vector<ScannerEntry> SaneBackEnd::scanners(std::string_view wanted) const {
 }
 
 const SANE_Device** SaneBackEnd::devices() {
+  ScannerList present = scanners();
   const std::lock_guard lock(mutex_);
-  listed_ = scanners();
+  listed_ = std::move(present.scanners);
   devices_.clear();
   for (const ScannerEntry& scanner : listed_) {
     devices_.push_back(
@@ -46,12 +57,13 @@ const SANE_Device** SaneBackEnd::devices() {
 }
 
 SANE_Status SaneBackEnd::open(std::string_view name, SaneHandle** handle) {
-  const std::lock_guard lock(mutex_);
-  const std::vector<ScannerEntry> present = scanners(name);
-  const auto found = std::find_if(present.begin(), present.end(), [name](const ScannerEntry& scanner) {
+  const ScannerList present = scanners(name);
+  const auto& all = present.scanners;
+  const auto found = std::find_if(all.begin(), all.end(), [name](const ScannerEntry& scanner) {
     return name.empty() || scanner.name == name;
   });
-  if (found == present.end()) return SANE_STATUS_INVAL;
+  if (found == all.end()) return statusWithout(present.outcome);
+  const std::lock_guard lock(mutex_);
   const bool open = std::any_of(handles_.begin(), handles_.end(),
                                 [&](const auto& one) { return one->scanner() == found->name; });
   if (open) return SANE_STATUS_DEVICE_BUSY;

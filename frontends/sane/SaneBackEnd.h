@@ -25,12 +25,14 @@ class SaneBackEnd {
   SaneBackEnd(const SaneBackEnd&) = delete;
   SaneBackEnd& operator=(const SaneBackEnd&) = delete;
 
-  // The scanners that are connected now, terminated by null; valid until the next call. All are local.
+  // The scanners that are connected now, terminated by null; valid until the next call. All are local. Blocks
+  // as ScannerSearch::run() does; without USB there is no real one in the list.
   const SANE_Device** devices();
 
   // Opens the scanner of this name, or the first one if the name is empty, without touching the device.
-  // INVAL: there is no such scanner; DEVICE_BUSY: this process has it open; ACCESS_DENIED: this user
-  // has no permission.
+  // Unless it is the virtual one, blocks as devices() does. INVAL: there is no such scanner; DEVICE_BUSY:
+  // this process has it open; ACCESS_DENIED: this user has no permission; IO_ERROR, NO_MEM: whether there is
+  // one cannot be found out.
   SANE_Status open(std::string_view name, SaneHandle** handle);
   // Waits for the end of its scan, up to two seconds. Ignores a handle that is not open.
   void close(SaneHandle* handle);
@@ -38,8 +40,9 @@ class SaneBackEnd {
   const DebugOutput& debug() const { return debug_; }
 
  private:
-  // Those that are connected now; all that matter if one of this name is wanted.
-  std::vector<ScannerEntry> scanners(std::string_view wanted = {}) const;
+  // Those that are connected now; all that matter if one of this name is wanted. Takes a while: call it
+  // without the lock.
+  ScannerList scanners(std::string_view wanted = {}) const;
 
   const DebugOutput debug_;
   std::mutex mutex_;  // guards all members below

@@ -72,6 +72,16 @@ ScanOutcome notThisModel() {
       "and scan again."};
 }
 
+ScanOutcome noUsb(std::string_view why) {
+  return {ScanStatus::noDevice, std::string(why)};
+}
+
+ScanOutcome usbHangs(std::uint64_t milliseconds) {
+  return {ScanStatus::timedOut, "This computer did not list its USB devices within " +
+                                    secondsOf(milliseconds) +
+                                    " Unplug devices that do not respond, or restart the computer."};
+}
+
 ScanOutcome busy() {
   return {ScanStatus::busy, "The scanner is in use by another program. Close that program and scan again."};
 }

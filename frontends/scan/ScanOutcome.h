@@ -38,6 +38,10 @@ ScanOutcome cancelled();
 ScanOutcome noScanner();
 ScanOutcome wentAway();
 ScanOutcome notThisModel();
+// The scanners cannot be listed, since USB does not work at all; `why` is a sentence without its full stop.
+ScanOutcome noUsb(std::string_view why);
+// The same because the system did not list its devices within this time.
+ScanOutcome usbHangs(std::uint64_t milliseconds);
 ScanOutcome busy();
 ScanOutcome accessDenied();
 // The scanner did not reply to the request of this name ("create").

@@ -23,7 +23,16 @@ inline constexpr milliseconds libraryTimeout{10000};
 // A front end gives up a worker that has sent nothing for this long and the scanner's time-out.
 inline constexpr milliseconds workerHeartbeatTimeout{20000};
 
+// For a list of the scanners, which takes some hundredths of a second unless USB is out of order. A front end
+// then kills the worker,
+inline constexpr milliseconds listTimeout{10000};
+// which gets this long to release USB after it has sent the list.
+inline constexpr milliseconds listExitTimeout{200};
+// A worker that lists ends by itself after this long, for a front end that is gone.
+inline constexpr std::chrono::seconds longestList{15};
+
 static_assert(finalCallsTimeout < workerExitTimeout && workerExitTimeout < workerKillTimeout);
+static_assert(listTimeout + listExitTimeout < longestList);
 static_assert(heartbeatInterval < libraryTimeout && libraryTimeout < workerHeartbeatTimeout);
 
 }  // namespace frontend::workertimes

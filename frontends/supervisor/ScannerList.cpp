@@ -1,8 +1,9 @@
 #include "ScannerList.h"
 
 #include <utility>
+#include <variant>
 
-#include "LibusbDevices.h"
+#include "AttachedDevice.h"
 #include "ScannerName.h"
 
 namespace frontend {
@@ -40,13 +41,16 @@ ScannerEntry virtualScanner() {
   return {std::string(virtualScannerName), "Quenvar", "Q750 (virtual)", "virtual device", true, true, ""};
 }
 
-std::vector<ScannerEntry> listScanners(bool withVirtual, std::string* failure) {
-  std::vector<ScannerEntry> scanners;
-  platform::LibusbDevices::List real = platform::LibusbDevices().attached();
-  for (const auto& device : real.devices) scanners.push_back(realScanner(device));
-  if (failure != nullptr) *failure = std::move(real.failure);
-  if (withVirtual) scanners.push_back(virtualScanner());
-  return scanners;
+ScannerList listScanners(ScannerSearch& search, bool withVirtual) {
+  ScannerList list{{}, outcome::good()};
+  const ListReply reply = search.run();
+  if (const auto* failure = std::get_if<ScanOutcome>(&reply)) {
+    list.outcome = *failure;
+  } else {
+    for (const auto& device : std::get<AttachedScanners>(reply)) list.scanners.push_back(realScanner(device));
+  }
+  if (withVirtual) list.scanners.push_back(virtualScanner());
+  return list;
 }
 
 }  // namespace frontend

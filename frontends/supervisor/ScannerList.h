@@ -3,6 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "ScanOutcome.h"
+#include "ScannerSearch.h"
+
 namespace frontend {
 
 // A connected scanner, as users see it.
@@ -17,10 +20,15 @@ struct ScannerEntry {
   std::string hint;  // how to make it accessible; empty if it is
 };
 
-// Lists the scanners that are connected now: the real ones by bus and port, then the virtual one if
-// `withVirtual`. Opens none and disturbs none. If USB cannot be used at all, no real one is listed and
-// `failure`, unless null, receives the reason; otherwise it is emptied. Any thread.
-std::vector<ScannerEntry> listScanners(bool withVirtual, std::string* failure = nullptr);
+// The scanners that are connected now.
+struct ScannerList {
+  std::vector<ScannerEntry> scanners;  // the real ones by bus and port, then the virtual one
+  ScanOutcome outcome;                 // why no real one is listed where they cannot be; otherwise good
+};
+
+// Lists them with this search, which is used up, and the virtual one if `withVirtual`. Opens none and
+// disturbs none. Blocks and fails as ScannerSearch::run().
+ScannerList listScanners(ScannerSearch& search, bool withVirtual);
 
 // The virtual scanner alone, without a look at USB, which takes longer than all else that opening a scanner
 // does.

@@ -7,8 +7,6 @@
 #include <cerrno>
 #include <string>
 
-#include "WorkerMessages.h"
-
 namespace frontend {
 namespace {
 
@@ -26,6 +24,10 @@ void ReportChannel::send(const PictureLayout& layout) {
 
 void ReportChannel::send(const ScanOutcome& outcome) {
   if (!over_.exchange(true)) sendWhole(descriptor_, outcomeMessage(outcome));
+}
+
+void ReportChannel::send(const AttachedScanners& scanners) {
+  if (!over_.exchange(true)) sendWhole(descriptor_, scannersMessage(scanners));
 }
 
 void ReportChannel::sendHeartbeat() {

@@ -4,6 +4,7 @@
 
 #include "PictureLayout.h"
 #include "ScanOutcome.h"
+#include "WorkerMessages.h"
 
 namespace frontend {
 
@@ -18,6 +19,8 @@ class ReportChannel {
   void send(const PictureLayout& layout);
   // Only the first outcome is sent, whichever thread it comes from.
   void send(const ScanOutcome& outcome);
+  // The scanners on the USB, which are the outcome of a worker that lists them.
+  void send(const AttachedScanners& scanners);
   // Sends nothing while the front end has not read the report before it, so that heartbeats never fill the
   // connection. Does not block.
   void sendHeartbeat();

@@ -14,6 +14,7 @@
 
 #include "Confinement.h"
 #include "ImagePipe.h"
+#include "ListTask.h"
 #include "PictureForwarder.h"
 #include "ScanSession.h"
 #include "ScannerConnection.h"
@@ -28,14 +29,15 @@ namespace {
 
 constexpr int notUnderstood = 2;  // exit status
 
-std::optional<ScanRequest> receiveRequest(int control) {
+// Empty where there is none.
+std::string receiveTask(int control) {
   std::string message(largestWorkerMessage, '\0');  // too large for a small stack (ulimit -s 64)
   ssize_t count = 0;
   do {
     count = recv(control, message.data(), message.size(), 0);
   } while (count < 0 && errno == EINTR);
-  if (count <= 0) return std::nullopt;
-  return readRequest(std::string_view(message).substr(0, static_cast<std::size_t>(count)));
+  message.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  return message;
 }
 
 std::uint32_t clamped(std::chrono::milliseconds time) {
@@ -92,7 +94,14 @@ void serve(const ScanRequest& request, int control, platform::OwnedDescriptor im
 int runWorker(int control, int image) {
   ReportChannel reports(control);
   platform::OwnedDescriptor imageEnd(image);
-  const std::optional<ScanRequest> request = receiveRequest(control);
+  const std::string task = receiveTask(control);
+  if (task == listMessage) {
+    endByItself();
+    platform::confineProcess(workerNeeds());
+    listScanners(reports);
+    return 0;
+  }
+  const std::optional<ScanRequest> request = readRequest(task);
   if (!request) {
     reports.send(outcome::workerGarbled());
     return notUnderstood;

@@ -6,19 +6,25 @@ namespace frontend {
 namespace {
 
 // Programs, libraries and the stacks of threads count too.
-constexpr std::uint64_t memoryOfAnyScan = 256u * 1024 * 1024;
+constexpr std::uint64_t memoryOfAnyTask = 256u * 1024 * 1024;
 constexpr std::uint64_t memoryPerRasterByte = 10;
 
 }  // namespace
 
-platform::ConfinementNeeds workerNeeds(const ScanRequest& request) {
+platform::ConfinementNeeds workerNeeds() {
   platform::ConfinementNeeds needs;
   needs.readable = {"/sys", "/run/udev", "/proc/self/mountinfo", "/etc/localtime", "/usr/share/zoneinfo"};
-  if (!request.virtualScanner.paper.empty()) needs.readable.push_back(request.virtualScanner.paper);
   needs.devices = {"/dev/bus/usb"};
   // Where /dev and /sys are emulated, the notices of their devices arrive at sockets in this folder.
   if (const char* emulation = std::getenv("UMOCKDEV_DIR")) needs.sockets = {emulation};
-  needs.memoryBytes = memoryOfAnyScan + memoryPerRasterByte * request.settings.rasterBytes();
+  needs.memoryBytes = memoryOfAnyTask;
+  return needs;
+}
+
+platform::ConfinementNeeds workerNeeds(const ScanRequest& request) {
+  platform::ConfinementNeeds needs = workerNeeds();
+  if (!request.virtualScanner.paper.empty()) needs.readable.push_back(request.virtualScanner.paper);
+  needs.memoryBytes += memoryPerRasterByte * request.settings.rasterBytes();
   return needs;
 }
 

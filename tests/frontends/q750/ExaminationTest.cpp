@@ -26,7 +26,8 @@ class ExaminingASystem : public testing::Test {
     findings.clear();
     lines.clear();
     tried.clear();
-    Examination examination({[this] { return inventory; }, [this] { return worker; },
+    looks = 0;
+    Examination examination({[this] { return ++looks, inventory; }, [this] { return worker; },
                              [this] { return confinement; }, [this] { return rule; },
                              [this](const std::string& name) {
                                tried.push_back(name);
@@ -51,6 +52,7 @@ class ExaminingASystem : public testing::Test {
   std::vector<Finding> findings;
   std::vector<std::string> lines;
   std::vector<std::string> tried;
+  int looks = 0;  // at the inventory
 };
 
 TEST_F(ExaminingASystem, FindsNothingWrong) {
@@ -107,6 +109,22 @@ TEST_F(ExaminingASystem, ReportsAProblemOfTheUsb) {
   inventory = {{simulated}, "There is no USB."};
   EXPECT_EQ(examine(), ExitCode::ioError);
   EXPECT_EQ(lines[3], "attention  There is no USB.\n");
+}
+
+TEST_F(ExaminingASystem, DoesNotLookForScannersWhereItNeedsNone) {
+  inventory = {{simulated}, "There is no USB."};
+  EXPECT_EQ(examine("virtual"), ExitCode::good);
+  EXPECT_EQ(looks, 0);
+  worker = "";
+  EXPECT_EQ(examine(), ExitCode::ioError);
+  EXPECT_EQ(looks, 0) << "which would take a worker";
+}
+
+TEST_F(ExaminingASystem, DoesNotGuessWhatItCouldNotLookFor) {
+  inventory = {{simulated}, "USB hangs.", ExitCode::timedOut};
+  EXPECT_EQ(examine(), ExitCode::timedOut);
+  EXPECT_EQ(lines.back(), "attention  USB hangs.\n");
+  EXPECT_THAT(tried, ElementsAre());
 }
 
 TEST_F(ExaminingASystem, DoesNotScanWithoutAccess) {

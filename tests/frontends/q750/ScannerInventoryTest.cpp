@@ -67,7 +67,9 @@ struct Choice {
 };
 
 std::string chosen(const Choice& choice) {
-  return chooseScanner(choice.asked, choice.virtualWanted, {choice.there, ""});
+  return chooseScanner(choice.asked, choice.virtualWanted, [&choice] {
+    return ScannerInventory{choice.there, ""};
+  });
 }
 
 TEST(ChoosingAScanner, TakesTheOnlyOne) {
@@ -129,9 +131,9 @@ TEST(ChoosingAScanner, ReportsWhyItCannot) {
 
 std::string complaintWithoutAScanner(const ScannerInventory& inventory) {
   try {
-    return chooseScanner(std::nullopt, false, inventory);
+    return chooseScanner(std::nullopt, false, [&inventory] { return inventory; });
   } catch (const CommandError& error) {
-    EXPECT_EQ(error.code(), ExitCode::noDevice);
+    EXPECT_EQ(error.code(), inventory.code);
     return error.what();
   }
 }
@@ -148,10 +150,35 @@ TEST(ChoosingAScanner, NeverTakesTheVirtualOneUnasked) {
 
 TEST(ChoosingAScanner, ReportsAProblemOfTheUsb) {
   try {
-    chooseScanner("usb", false, {{simulated()}, "no USB here"});
+    chooseScanner("usb", false, [] { return ScannerInventory{{simulated()}, "no USB here"}; });
     FAIL();
   } catch (const CommandError& error) {
     EXPECT_THAT(error.what(), HasSubstr("no such scanner (no USB here)."));
+  }
+}
+
+// A look at USB may take a while, and is nothing for whoever has no scanner there.
+TEST(ChoosingAScanner, DoesNotLookForOneWhereTheVirtualOneIsMeant) {
+  const auto look = [] {
+    ADD_FAILURE() << "it was looked for";
+    return ScannerInventory();
+  };
+  EXPECT_EQ(chooseScanner("virtual", false, look), "virtual");
+  EXPECT_EQ(chooseScanner("virtual", true, look), "virtual");
+  EXPECT_EQ(chooseScanner(std::nullopt, true, look), "virtual");
+}
+
+TEST(ChoosingAScanner, ReportsWhyScannersCouldNotBeLookedFor) {
+  const ScannerInventory inventory{{simulated()}, "USB hangs.", ExitCode::timedOut};
+  EXPECT_EQ(complaintWithoutAScanner(inventory), "USB hangs.");
+  for (const char* name : {"usb", "usb:1-2"}) {
+    try {
+      chooseScanner(name, false, [&inventory] { return inventory; });
+      FAIL() << name;
+    } catch (const CommandError& error) {
+      EXPECT_EQ(error.code(), ExitCode::timedOut);
+      EXPECT_STREQ(error.what(), "USB hangs.");
+    }
   }
 }
 

@@ -85,6 +85,17 @@ TEST_F(UsbCommandLine, ListsTheScannerBeforeTheVirtualOne) {
   EXPECT_EQ(result.errors, "");
 }
 
+// libusb then waits for its own thread for ever.
+TEST_F(UsbCommandLine, ListsTheScannerWhereUsbCannotBeReleased) {
+  plugIn();
+  setenv("LD_PRELOAD", "libumockdev-preload.so.0 " Q750_BROKEN_EVENTS, 1);
+  const auto start = std::chrono::steady_clock::now();
+  const ProgramResult result = runProgram({"list"});
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_EQ(result.output, "usb:1-1  Quenvar Q750\nvirtual  Quenvar Q750 (virtual)\n");
+  EXPECT_EQ(result.errors, "");
+}
+
 TEST_F(UsbCommandLine, ScansTheVeryPixelsOfTheVirtualScanner) {
   plugIn();
   for (const char* device : {"usb", "usb:1-1"}) {

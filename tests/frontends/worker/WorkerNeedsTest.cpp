@@ -14,7 +14,7 @@ using testing::IsEmpty;
 using testing::Not;
 
 TEST(WorkerNeeds, AreUsbDevicesForWritingAndNothingElse) {
-  const platform::ConfinementNeeds needs = workerNeeds({});
+  const platform::ConfinementNeeds needs = workerNeeds(ScanRequest());
   EXPECT_THAT(needs.devices, ElementsAre("/dev/bus/usb"));
   EXPECT_THAT(needs.sockets, IsEmpty());
   EXPECT_THAT(needs.readable, Contains("/sys"));
@@ -36,9 +36,15 @@ TEST(WorkerNeeds, AreMemoryForSeveralTimesThePicture) {
   EXPECT_EQ(workerNeeds(request).memoryBytes, (256U << 20) + 10 * raster);
 }
 
+TEST(WorkerNeeds, OfAListAreThoseOfAnyScan) {
+  EXPECT_EQ(workerNeeds().readable, workerNeeds(ScanRequest()).readable);
+  EXPECT_THAT(workerNeeds().devices, ElementsAre("/dev/bus/usb"));
+  EXPECT_EQ(workerNeeds().memoryBytes, 256U << 20);
+}
+
 TEST(WorkerNeeds, AreSocketsInTheFolderOfAnEmulation) {
   setenv("UMOCKDEV_DIR", "/emulated", 1);
-  EXPECT_THAT(workerNeeds({}).sockets, ElementsAre("/emulated"));
+  EXPECT_THAT(workerNeeds(ScanRequest()).sockets, ElementsAre("/emulated"));
   unsetenv("UMOCKDEV_DIR");
 }
 

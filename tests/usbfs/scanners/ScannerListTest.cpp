@@ -1,10 +1,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+
 #include "DeviceIdentity.h"
 #include "OtherUser.h"
 #include "ScannerList.h"
 #include "ScannerName.h"
+#include "TemporaryFolder.h"
 #include "UsbfsHost.h"
 
 namespace {
@@ -15,25 +19,41 @@ using platform::deviceVendorId;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ScannerList : public UsbfsHost {
+// The scanners as a worker lists them, on the emulated USB.
+class ListedScanners : public UsbfsHost {
  protected:
-  static std::vector<std::string> names(bool withVirtual = false) {
+  ListedScanners() {
+    setenv("LD_PRELOAD", Q750_PRELOAD, 1);
+    // Where another user can run it, wherever this was built.
+    std::filesystem::permissions(folder_.path(), std::filesystem::perms::all);
+    std::filesystem::copy_file(Q750_WORKER, worker_);
+  }
+  ~ListedScanners() override { unsetenv("LD_PRELOAD"); }
+
+  ScannerList list(bool withVirtual = false) const {
+    ScannerSearch search(worker_);
+    return listScanners(search, withVirtual);
+  }
+  std::vector<std::string> names(bool withVirtual = false) const {
     std::vector<std::string> names;
-    for (const ScannerEntry& entry : listScanners(withVirtual)) names.push_back(entry.name);
+    for (const ScannerEntry& entry : list(withVirtual).scanners) names.push_back(entry.name);
     return names;
   }
-  static ScannerEntry first() {
-    const auto scanners = listScanners(false);
+  ScannerEntry first() const {
+    const auto scanners = list().scanners;
     EXPECT_FALSE(scanners.empty());
     return scanners.empty() ? ScannerEntry{} : scanners.front();
   }
+
+ private:
+  TemporaryFolder folder_;
+  std::string worker_ = folder_ / "q750-worker";
 };
 
-TEST_F(ScannerList, TellsWhatPeopleWantToKnow) {
+TEST_F(ListedScanners, TellsWhatPeopleWantToKnow) {
   plugIn();
-  std::string failure = "of before";
-  const auto scanners = listScanners(true, &failure);
-  EXPECT_EQ(failure, "");
+  const auto [scanners, outcome] = list(true);
+  EXPECT_TRUE(outcome.good()) << outcome.sentence;
   ASSERT_EQ(scanners.size(), 2U);
   for (const ScannerEntry& entry : scanners) {
     EXPECT_EQ(entry.vendor, "Quenvar");
@@ -50,7 +70,7 @@ TEST_F(ScannerList, TellsWhatPeopleWantToKnow) {
   EXPECT_TRUE(scanners[1].isVirtual);
 }
 
-TEST_F(ScannerList, HasTheRealOnesFirstByBusAndPort) {
+TEST_F(ListedScanners, HasTheRealOnesFirstByBusAndPort) {
   plugIn();
   usbfs_->addNeighbour(1, "2", 0x1234, 0x5678);  // a hub
   for (const auto& [bus, ports] : {std::pair{2, "1"}, {1, "12"}, {1, "2.10"}, {1, "2.4"}})
@@ -59,7 +79,7 @@ TEST_F(ScannerList, HasTheRealOnesFirstByBusAndPort) {
               ElementsAre("usb:1-1", "usb:1-2.4", "usb:1-2.10", "usb:1-12", "usb:2-1", "virtual"));
 }
 
-TEST_F(ScannerList, IsAsNewAsTheQuestion) {
+TEST_F(ListedScanners, IsAsNewAsTheQuestion) {
   plugIn();
   usbfs_->unplug();
   EXPECT_THAT(names(), IsEmpty());
@@ -68,13 +88,13 @@ TEST_F(ScannerList, IsAsNewAsTheQuestion) {
   EXPECT_THAT(names(), ElementsAre("usb:1-1")) << "the name of before";
 }
 
-TEST_F(ScannerList, LeavesTheScannersInPeace) {
+TEST_F(ListedScanners, LeavesTheScannersInPeace) {
   plugIn();
-  listScanners(true);
+  list(true);
   EXPECT_EQ(usbfs_->statistics().calls, 0U);
 }
 
-TEST_F(ScannerList, SaysWhatToDoWhereAccessIsDenied) {
+TEST_F(ListedScanners, SaysWhatToDoWhereAccessIsDenied) {
   plugIn({.forbidden = true});
   const OtherUser nobody;
   EXPECT_FALSE(first().accessible);
@@ -84,7 +104,7 @@ TEST_F(ScannerList, SaysWhatToDoWhereAccessIsDenied) {
             "scanner and log in again.");
 }
 
-TEST_F(ScannerList, SaysWhatToDoInAContainer) {
+TEST_F(ListedScanners, SaysWhatToDoInAContainer) {
   plugIn();
   usbfs_->hideNode();
   EXPECT_FALSE(first().accessible);
@@ -95,17 +115,18 @@ TEST_F(ScannerList, SaysWhatToDoInAContainer) {
 
 // An unprivileged user cannot set up the emulation's hotplug events, since it may write nowhere
 // below the emulation.
-TEST_F(ScannerList, TellsWhyThereIsNoUsbAtAll) {
+TEST_F(ListedScanners, TellsWhyThereIsNoUsbAtAll) {
   if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
   plugIn();
   const OtherUser nobody;
-  std::string failure;
-  EXPECT_THAT(listScanners(true, &failure), testing::SizeIs(1)) << "the virtual one";
-  EXPECT_EQ(failure, "USB cannot be used: Other error");
-  EXPECT_THAT(listScanners(false), IsEmpty());
+  const auto [scanners, outcome] = list(true);
+  EXPECT_THAT(scanners, testing::SizeIs(1)) << "the virtual one";
+  EXPECT_EQ(outcome.status, ScanStatus::noDevice);
+  EXPECT_EQ(outcome.sentence, "USB cannot be used: Other error");
+  EXPECT_THAT(list(false).scanners, IsEmpty());
 }
 
-TEST_F(ScannerList, NamesLeadToTheScannersThatTheyName) {
+TEST_F(ListedScanners, NamesLeadToTheScannersThatTheyName) {
   plugIn();
   usbfs_->addNeighbour(1, "2", deviceVendorId, deviceProductId);
   for (const std::string& name : names()) {

@@ -82,8 +82,8 @@ TEST_F(ScanimageOverUsb, IsToldThatItMayNotHaveTheScanner) {
   EmulatedUsbfs usbfs(scanner, options);
   // What another user can read, wherever this was built.
   std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
-  constexpr char backEnd[] = "libsane-quenvar.so.1";
-  std::filesystem::copy_file(libraries + "/" + backEnd, folder / backEnd);
+  for (const char* file : {"libsane-quenvar.so.1", "q750-worker"})
+    std::filesystem::copy_file(libraries + "/" + file, folder / file);
   libraries = folder.path();
   {
     const OtherUser nobody;  // as who scanimage starts

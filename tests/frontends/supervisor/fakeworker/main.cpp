@@ -7,9 +7,11 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -17,7 +19,8 @@
 #include "WorkerMessages.h"
 #include "WorkerProcess.h"
 
-// A worker that does what it must not. The scanner's name says what.
+// A worker that does what it must not. The scanner's name says what, or that of the program where it is to
+// list scanners.
 namespace {
 
 using namespace frontend;
@@ -58,12 +61,48 @@ bool hasTheRightDescriptors() {
   return right;
 }
 
+int list(const std::string& deed) {
+  const std::string scanners = scannersMessage({{{1, {2}}, 3, platform::AttachedDevice::Access::granted}});
+  const std::map<std::string, std::function<void()>> deeds = {
+      {"hangs", [] { sleepForEver(); }},
+      {"stops", [] { raise(SIGSTOP); }},
+      {"hangs-after-the-list",
+       [&] {
+         say(scanners);
+         sleepForEver();
+       }},
+      {"closes-its-connection",
+       [] {
+         close(workerControlDescriptor);
+         sleepForEver();
+       }},
+      {"crashes", [] { kill(getpid(), SIGKILL); }},
+      {"leaves-without-a-word", [] { _exit(7); }},
+      {"finds-no-memory", [] { _exit(workerNoMemoryStatus); }},
+      {"never-runs", [] { _exit(127); }},
+      {"babbles", [] { say("hello"); }},
+      {"sends-a-layout",
+       [] {
+         say(layoutMessage({1, 1, 1, 8, 75}));
+       }},
+      {"sends-a-good-outcome", [] { say(outcomeMessage(outcome::good())); }},
+      {"has-no-usb", [] { say(outcomeMessage(outcome::noUsb("USB cannot be used: Other error"))); }},
+      {"lists-one", [&] { say(hasTheRightDescriptors() ? scanners : ""); }},
+  };
+  const auto found = deeds.find(deed);
+  if (found == deeds.end()) return 8;
+  found->second();
+  return 0;
+}
+
 }  // namespace
 
-int main() {
-  std::array<char, largestWorkerMessage> message;
-  const ssize_t count = recv(workerControlDescriptor, message.data(), message.size(), 0);
-  const auto request = readRequest({message.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))});
+int main(int /*count*/, char** arguments) {
+  std::array<char, largestWorkerMessage> buffer;
+  const ssize_t count = recv(workerControlDescriptor, buffer.data(), buffer.size(), 0);
+  const std::string_view message(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  if (message == listMessage) return list(std::filesystem::path(arguments[0]).filename());
+  const auto request = readRequest(message);
   if (!request) return 9;
   const PictureLayout layout = expectedLayout(*request);
   PictureLayout other = layout;
