@@ -3,10 +3,11 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <memory>
+#include <utility>
 
 #include "Paper.h"
+#include "RegularFile.h"
 
 namespace virtualscanner {
 namespace {
@@ -16,15 +17,10 @@ struct CloseFile {
 };
 using FileHandle = std::unique_ptr<std::FILE, CloseFile>;
 
-FileHandle openPicture(const std::string& path) {
-  // Opening a pipe or a device might block for ever.
-  std::error_code error;
-  const std::filesystem::file_status status = std::filesystem::status(path, error);
-  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-    throw PaperError(path + ": is not a regular file");
-  }
-  FileHandle file(std::fopen(path.c_str(), "rb"));
+FileHandle streamOf(platform::OwnedDescriptor descriptor, const std::string& path) {
+  FileHandle file(fdopen(descriptor.get(), "rb"));
   if (!file) throw PaperError(path + ": cannot be opened: " + std::strerror(errno));
+  descriptor.release();
   return file;
 }
 
@@ -47,8 +43,18 @@ void checkImageSize(std::uint64_t width, std::uint64_t height, const std::string
   }
 }
 
+platform::OwnedDescriptor openImageFile(const std::string& path) {
+  platform::OpenedFile file = platform::openRegularFile(path);
+  if (file.descriptor.get() < 0) throw PaperError(path + ": " + file.problem());
+  return std::move(file.descriptor);
+}
+
 Image readImageFile(const std::string& path) {
-  const FileHandle file = openPicture(path);
+  return readImageFile(openImageFile(path), path);
+}
+
+Image readImageFile(platform::OwnedDescriptor descriptor, const std::string& path) {
+  const FileHandle file = streamOf(std::move(descriptor), path);
   std::array<unsigned char, 8> head{};
   const std::size_t count = std::fread(head.data(), 1, head.size(), file.get());
   if (std::ferror(file.get()) != 0) throw PaperError(path + ": cannot be read");

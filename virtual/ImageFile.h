@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Color.h"
+#include "OwnedDescriptor.h"
 
 namespace virtualscanner {
 
@@ -27,7 +28,12 @@ struct Image {
 inline constexpr std::uint32_t largestImageSide = 65535;
 inline constexpr std::uint64_t largestImagePixels = 100'000'000;
 
-// Reads a PNG, JPEG or PNM file, recognised by its first bytes. Throws PaperError; see Paper::fromFile().
+// Opens the file of a picture, which may be read by another process. Throws PaperError for a file that is
+// missing or no regular one; never blocks.
+platform::OwnedDescriptor openImageFile(const std::string& path);
+// Reads a PNG, JPEG or PNM file, recognised by its first bytes, from its start. `path` is for messages.
+// Throws PaperError; see Paper::fromFile().
+Image readImageFile(platform::OwnedDescriptor file, const std::string& path);
 Image readImageFile(const std::string& path);
 
 // Each reads one format. The file, open at its start, remains the caller's; `path` is for messages.

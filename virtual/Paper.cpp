@@ -1,5 +1,7 @@
 #include "Paper.h"
 
+#include <utility>
+
 #include "ImageFile.h"
 #include "ImagePaper.h"
 #include "TestChart.h"
@@ -32,6 +34,10 @@ std::shared_ptr<const Paper> Paper::plain(Color color) {
 
 std::shared_ptr<const Paper> Paper::fromFile(const std::string& path) {
   return std::make_shared<ImagePaper>(readImageFile(path));
+}
+
+std::shared_ptr<const Paper> Paper::fromFile(platform::OwnedDescriptor file, const std::string& path) {
+  return std::make_shared<ImagePaper>(readImageFile(std::move(file), path));
 }
 
 void Paper::paintRow(std::uint32_t resolution, std::int64_t row, std::int64_t left, std::uint32_t width,

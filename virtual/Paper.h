@@ -7,6 +7,7 @@
 
 #include "Color.h"
 #include "Glass.h"
+#include "OwnedDescriptor.h"
 
 namespace virtualscanner {
 
@@ -32,6 +33,8 @@ class Paper {
   // in its proportions, in the top left corner. Transparent parts are white. Throws PaperError for a file
   // that cannot be read, has another format, is damaged or truncated, or is larger than ImageFile.h allows.
   static std::shared_ptr<const Paper> fromFile(const std::string& path);
+  // The same from an open file, for a process that may not open it. `path` is for messages.
+  static std::shared_ptr<const Paper> fromFile(platform::OwnedDescriptor file, const std::string& path);
 
   // The colour at a point, in 1/2400 inch from the top left corner of the glass; any value is allowed.
   virtual Color colorAt(std::int64_t x, std::int64_t y) const = 0;

@@ -2,8 +2,8 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <memory>
 #include <system_error>
+#include <utility>
 
 #include "CancelSignals.h"
 #include "CommandError.h"
@@ -43,14 +43,14 @@ using virtualscanner::UsbipServer;
   }
 }
 
-std::unique_ptr<UsbipServer> listen(virtualscanner::VirtualScanner& scanner, const std::string& text) {
+platform::OwnedDescriptor listenAt(const std::string& text) {
   const auto address = virtualscanner::parseListenAddress(text);
   if (!address) {
     throw UsageError("--listen " + text +
                      ": not an address. Use ADDRESS:PORT, as in 127.0.0.1:3240 or [::1]:3240.");
   }
   try {
-    return std::make_unique<UsbipServer>(scanner, *address, console::log);
+    return UsbipServer::listenAt(*address);
   } catch (const std::system_error& error) {
     throwListenError(text, error.code().value());
   }
@@ -71,15 +71,16 @@ std::string attachText(const ListenAddress& address) {
 }
 
 void runVirtual(const ServeOptions& options) {
-  const auto scanner = makeVirtualScanner(options.virtualScanner);
+  platform::OwnedDescriptor paper = openPaper(options.virtualScanner);
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
-  const auto server = listen(*scanner, options.listen);
-  const std::string text = attachText(server->address());
-  // The paper is read and the socket there: nothing else is needed to serve whoever connects.
+  platform::OwnedDescriptor listener = listenAt(options.listen);
+  // The paper and the socket are open: nothing else is needed to read the one and to serve whoever connects.
   platform::confineProcess({.readable = {}, .devices = {}, .sockets = {}, .memoryBytes = memoryLimit});
-  console::print(text);
-  server->run(signals.descriptor());
+  const auto scanner = makeVirtualScanner(options.virtualScanner, std::move(paper));
+  UsbipServer server(*scanner, std::move(listener), console::log);
+  console::print(attachText(server.address()));
+  server.run(signals.descriptor());
 }
 
 }  // namespace frontend

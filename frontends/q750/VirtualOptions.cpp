@@ -1,9 +1,11 @@
 #include "VirtualOptions.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "CommandError.h"
 #include "Fault.h"
+#include "ImageFile.h"
 #include "Paper.h"
 #include "ScanLimits.h"
 #include "VirtualScanner.h"
@@ -22,10 +24,14 @@ virtualscanner::Fault faultNamed(const std::string& given) {
                    ".");
 }
 
+UsageError paperError(const virtualscanner::PaperError& error) {
+  return UsageError("--virtual-paper: " + std::string(error.what()));
+}
+
 }  // namespace
 
 VirtualScannerOptions checkedOptions(const VirtualScannerOptions& options) {
-  makeVirtualScanner(options);
+  makeVirtualScanner(options, openPaper(options));
   return options;
 }
 
@@ -34,7 +40,15 @@ bool anyUsed(const VirtualScannerOptions& options) {
          options.warmUpMs != 0 || options.bytesPerSecond != 0;
 }
 
-std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const VirtualScannerOptions& options) {
+platform::OwnedDescriptor openPaper(const VirtualScannerOptions& options) try {
+  if (options.paper.empty()) return {};
+  return virtualscanner::openImageFile(options.paper);
+} catch (const virtualscanner::PaperError& error) {
+  throw paperError(error);
+}
+
+std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const VirtualScannerOptions& options,
+                                                                   platform::OwnedDescriptor paperFile) {
   if (options.faults.size() > limits::mostVirtualFaults) {
     throw UsageError("--virtual-fault: too many faults. Give at most " +
                      std::to_string(limits::mostVirtualFaults) + ".");
@@ -44,10 +58,10 @@ std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const Virtual
   if (options.packetSize > 0) scannerOptions.packetPayload = options.packetSize;
   try {
     auto paper = options.paper.empty() ? virtualscanner::Paper::testChart()
-                                       : virtualscanner::Paper::fromFile(options.paper);
+                                       : virtualscanner::Paper::fromFile(std::move(paperFile), options.paper);
     return std::make_unique<virtualscanner::VirtualScanner>(std::move(paper), std::move(scannerOptions));
   } catch (const virtualscanner::PaperError& error) {
-    throw UsageError("--virtual-paper: " + std::string(error.what()));
+    throw paperError(error);
   }
 }
 

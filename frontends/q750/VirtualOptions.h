@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "OwnedDescriptor.h"
 #include "ScanRequest.h"
 
 namespace virtualscanner {
@@ -19,8 +20,14 @@ VirtualScannerOptions checkedOptions(const VirtualScannerOptions& options);
 // Whether any of the options is used.
 bool anyUsed(const VirtualScannerOptions& options);
 
-// Creates a virtual scanner with these options, except those about time. Throws UsageError as above.
-std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const VirtualScannerOptions& options);
+// Opens the paper; returns no descriptor where the options name none. Throws UsageError for a file that is
+// missing or no regular one.
+platform::OwnedDescriptor openPaper(const VirtualScannerOptions& options);
+
+// Creates a virtual scanner with these options, except those about time, and with this open paper, if they
+// name one. Throws UsageError as checkedOptions() does.
+std::unique_ptr<virtualscanner::VirtualScanner> makeVirtualScanner(const VirtualScannerOptions& options,
+                                                                   platform::OwnedDescriptor paper);
 
 // A line for each fault of the virtual scanner, for the help: name, default position and effect.
 std::string faultHelp();

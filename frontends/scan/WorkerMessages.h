@@ -29,9 +29,9 @@ inline constexpr int workerNoMemoryStatus = 4;
 // No message is longer; a longer one cannot be sent.
 inline constexpr std::size_t largestWorkerMessage = 65536;
 
-// To the worker: its task first, which is to list the scanners or a request for a scan. Cancels may follow a
-// request at any time; a closed connection is a cancel too. Plain bytes, so that a signal handler can send
-// them.
+// To the worker: its task first, which is to list the scanners or a request for a scan, with the open file of
+// the virtual scanner's paper where it names one (DescriptorMessage.h). Cancels may follow a request at any
+// time; a closed connection is a cancel too. Plain bytes, so that a signal handler can send them.
 inline constexpr char listMessage[] = "q750-worker 1\nlist\n";
 inline constexpr char cancelMessage[] = "q750-worker 1\ncancel\n";
 

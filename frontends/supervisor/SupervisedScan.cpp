@@ -10,6 +10,8 @@
 #include <utility>
 #include <variant>
 
+#include "RegularFile.h"
+#include "ScannerName.h"
 #include "WorkerEnd.h"
 #include "WorkerLink.h"
 #include "WorkerMessages.h"
@@ -31,6 +33,12 @@ constexpr int mostMessagesAtOnce = 100;
 // The image pipe closes when the worker exits, or after the worker has reported the outcome.
 constexpr milliseconds timeToExplain(200);
 constexpr milliseconds timeToDie(1000);
+
+// The worker cannot open the user's files: it receives the virtual scanner's paper open.
+bool hasPaper(const ScanRequest& request) {
+  const auto name = parseScannerName(request.scanner);
+  return name && name->isVirtual && !request.virtualScanner.paper.empty();
+}
 
 }  // namespace
 
@@ -75,7 +83,13 @@ struct SupervisedScan::Impl {
 void SupervisedScan::Impl::start(const ScanRequest& request, const std::string& worker) {
   program_ = worker;
   int error = link_.open();
-  if (error == 0) error = link_.sendTask(requestMessage(request));
+  platform::OpenedFile paper;
+  if (hasPaper(request)) {
+    paper = platform::openRegularFile(request.virtualScanner.paper);
+    if (paper.descriptor.get() < 0)
+      return protocol_.end(outcome::wrongRequest(request.virtualScanner.paper + ": " + paper.problem()));
+  }
+  if (error == 0) error = link_.sendTask(requestMessage(request), paper.descriptor.get());
   if (error == 0 && worker.empty()) error = ENOENT;
   if (error == 0) error = worker_.start(worker, link_.workerControl(), link_.workerImage(), request.verbose);
   link_.closeWorkerEnds();

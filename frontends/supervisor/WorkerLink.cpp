@@ -9,6 +9,7 @@
 
 #include <cerrno>
 
+#include "DescriptorMessage.h"
 #include "WorkerMessages.h"
 
 namespace frontend {
@@ -61,10 +62,9 @@ void WorkerLink::closeWorkerEnds() {
   workerImage_.reset();
 }
 
-int WorkerLink::sendTask(std::string_view message) {
+int WorkerLink::sendTask(std::string_view message, int descriptor) {
   if (message.size() > largestWorkerMessage) return EMSGSIZE;
-  const ssize_t sent = send(control_.get(), message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-  return sent < 0 ? errno : 0;
+  return platform::sendMessage(control_.get(), message, descriptor);
 }
 
 void WorkerLink::signalEnd() noexcept {

@@ -22,9 +22,9 @@ class WorkerLink {
   int workerImage() const { return workerImage_.get(); }
   void closeWorkerEnds();
 
-  // Sends the first message, which waits in the connection for the worker. Returns an error number, 0
-  // for success.
-  int sendTask(std::string_view message);
+  // Sends the first message, and with it a descriptor, unless that is -1; both wait in the connection for the
+  // worker. Returns an error number, 0 for success.
+  int sendTask(std::string_view message, int descriptor = -1);
 
   int control() const { return control_.get(); }
   int image() const { return image_.get(); }

@@ -38,7 +38,7 @@ class VirtualScannerConnection final : public ScannerConnection {
 };
 
 std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> connectToVirtual(
-    const VirtualScannerOptions& wanted) {
+    const VirtualScannerOptions& wanted, platform::OwnedDescriptor paperFile) {
   virtualscanner::ScannerOptions options;
   for (const std::string& text : wanted.faults) {
     const auto fault = virtualscanner::parseFault(text);
@@ -48,7 +48,7 @@ std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> connectToVirtual(
   if (wanted.packetSize > 0) options.packetPayload = wanted.packetSize;
   try {
     auto paper = wanted.paper.empty() ? virtualscanner::Paper::testChart()
-                                      : virtualscanner::Paper::fromFile(wanted.paper);
+                                      : virtualscanner::Paper::fromFile(std::move(paperFile), wanted.paper);
     return std::make_unique<VirtualScannerConnection>(
         std::move(paper), std::move(options),
         virtualscanner::PacedUsbStack::Pace{wanted.realTime, wanted.warmUpMs, wanted.bytesPerSecond});
@@ -60,10 +60,10 @@ std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> connectToVirtual(
 }  // namespace
 
 std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> ScannerConnection::to(
-    const ScanRequest& request) {
+    const ScanRequest& request, platform::OwnedDescriptor paper) {
   const auto name = parseScannerName(request.scanner);
   if (!name) return outcome::wrongRequest("There is no scanner of this name. Choose one that is listed.");
-  if (name->isVirtual) return connectToVirtual(request.virtualScanner);
+  if (name->isVirtual) return connectToVirtual(request.virtualScanner, std::move(paper));
   return std::make_unique<RealScannerConnection>(name->location);
 }
 

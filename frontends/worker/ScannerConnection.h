@@ -3,6 +3,7 @@
 #include <memory>
 #include <variant>
 
+#include "OwnedDescriptor.h"
 #include "ScanOutcome.h"
 #include "ScanRequest.h"
 #include "UsbStack.h"
@@ -19,8 +20,9 @@ class ScannerConnection {
   virtual platform::UsbStack& stack() noexcept = 0;
 
   // The outcome explains why there can be no such scanner: its name, or an option of the virtual scanner, is
-  // wrong. May read a picture for the virtual scanner's glass.
-  static std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> to(const ScanRequest& request);
+  // wrong. Reads the picture for the virtual scanner's glass from `paper`, if the request names one.
+  static std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> to(const ScanRequest& request,
+                                                                          platform::OwnedDescriptor paper);
 };
 
 }  // namespace frontend

@@ -1,11 +1,9 @@
 #include "Worker.h"
 
 #include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <functional>
 #include <new>
 #include <string>
@@ -13,6 +11,7 @@
 #include <utility>
 
 #include "Confinement.h"
+#include "DescriptorMessage.h"
 #include "ImagePipe.h"
 #include "ListTask.h"
 #include "PictureForwarder.h"
@@ -29,13 +28,11 @@ namespace {
 
 constexpr int notUnderstood = 2;  // exit status
 
-// Empty where there is none.
-std::string receiveTask(int control) {
+// The first message; empty where there is none. `paper` gets the open file of the virtual scanner's paper, if
+// a request names one.
+std::string receiveTask(int control, platform::OwnedDescriptor& paper) {
   std::string message(largestWorkerMessage, '\0');  // too large for a small stack (ulimit -s 64)
-  ssize_t count = 0;
-  do {
-    count = recv(control, message.data(), message.size(), 0);
-  } while (count < 0 && errno == EINTR);
+  const ssize_t count = platform::receiveMessage(control, message.data(), message.size(), paper);
   message.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
   return message;
 }
@@ -58,9 +55,9 @@ void writeToStandardError(std::string_view text) {
 
 // Reports the outcome before it closes the scanner, which may take a while. When it returns, nothing of
 // USB is left.
-void scan(const ScanRequest& request, const SessionHooks& hooks,
+void scan(const ScanRequest& request, platform::OwnedDescriptor paper, const SessionHooks& hooks,
           const std::function<void(const ScanOutcome&)>& report) {
-  auto connection = ScannerConnection::to(request);
+  auto connection = ScannerConnection::to(request, std::move(paper));
   if (const auto* why = std::get_if<ScanOutcome>(&connection)) return report(*why);
   auto& scanner = *std::get<std::unique_ptr<ScannerConnection>>(connection);
   ScanSession session(scanner.stack(), request.settings, hooks);
@@ -68,7 +65,8 @@ void scan(const ScanRequest& request, const SessionHooks& hooks,
 }
 
 // Scans with the watchdog at its side, which knows the connection.
-void serve(const ScanRequest& request, int control, platform::OwnedDescriptor image, ReportChannel& reports) {
+void serve(const ScanRequest& request, platform::OwnedDescriptor paper, int control,
+           platform::OwnedDescriptor image, ReportChannel& reports) {
   Cancellation cancel;
   ThreadActivity activity;
   TransferInFlight transfers(activity);
@@ -82,8 +80,8 @@ void serve(const ScanRequest& request, int control, platform::OwnedDescriptor im
     pipe.close();
   };
   try {
-    scan(request, {&picture, &transfers, &cancel, request.verbose ? &log : nullptr, clamped(request.timeout)},
-         report);
+    scan(request, std::move(paper),
+         {&picture, &transfers, &cancel, request.verbose ? &log : nullptr, clamped(request.timeout)}, report);
   } catch (const std::bad_alloc&) {
     report(outcome::noMemory());
   }
@@ -94,7 +92,8 @@ void serve(const ScanRequest& request, int control, platform::OwnedDescriptor im
 int runWorker(int control, int image) {
   ReportChannel reports(control);
   platform::OwnedDescriptor imageEnd(image);
-  const std::string task = receiveTask(control);
+  platform::OwnedDescriptor paper;
+  const std::string task = receiveTask(control, paper);
   if (task == listMessage) {
     endByItself();
     platform::confineProcess(workerNeeds());
@@ -107,7 +106,7 @@ int runWorker(int control, int image) {
     return notUnderstood;
   }
   platform::confineProcess(workerNeeds(*request));
-  serve(*request, control, std::move(imageEnd), reports);
+  serve(*request, std::move(paper), control, std::move(imageEnd), reports);
   return 0;
 }
 

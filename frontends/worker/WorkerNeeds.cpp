@@ -23,7 +23,6 @@ platform::ConfinementNeeds workerNeeds() {
 
 platform::ConfinementNeeds workerNeeds(const ScanRequest& request) {
   platform::ConfinementNeeds needs = workerNeeds();
-  if (!request.virtualScanner.paper.empty()) needs.readable.push_back(request.virtualScanner.paper);
   needs.memoryBytes += memoryPerRasterByte * request.settings.rasterBytes();
   return needs;
 }

@@ -9,8 +9,9 @@ namespace frontend {
 // the time zone of its log, and some memory. A list of the scanners needs no more.
 platform::ConfinementNeeds workerNeeds();
 
-// The same for this scan, with the file of a virtual scanner's paper, and memory for several times the
-// picture: the library holds up to three and a half copies of it, and one object for each packet.
+// The same for this scan, with memory for several times the picture: the library holds up to three and a half
+// copies of it, and one object for each packet. No file of the user: the paper of a virtual scanner arrives
+// open.
 platform::ConfinementNeeds workerNeeds(const ScanRequest& request);
 
 }  // namespace frontend

@@ -6,9 +6,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <utility>
-
-#include "OwnedDescriptor.h"
 
 namespace platform {
 namespace {
@@ -41,16 +40,28 @@ FileContent contentOf(int descriptor, std::size_t largest) {
 
 }  // namespace
 
-FileContent readRegularFile(const std::string& path, std::size_t largest) {
+std::string OpenedFile::problem() const {
+  if (error == 0) return "is not a regular file";
+  return "cannot be opened: " + std::string(std::strerror(error));
+}
+
+OpenedFile openRegularFile(const std::string& path) noexcept {
   // Opening a FIFO, or a device that waits for its line, would block. What kind of file it is must be asked
   // of the open one: another could take its name between the two calls.
-  const OwnedDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  OwnedDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   // The errors of opening a socket, or a device that has no driver.
-  if (file.get() < 0 && (errno == ENXIO || errno == ENODEV)) return {State::notRegular, {}, errno};
+  if (file.get() < 0 && (errno == ENXIO || errno == ENODEV)) return {};
   struct stat status {};
-  if (file.get() < 0 || fstat(file.get(), &status) != 0) return unreadable(errno);
-  if (!S_ISREG(status.st_mode)) return {State::notRegular, {}, 0};
-  return contentOf(file.get(), largest);
+  if (file.get() < 0 || fstat(file.get(), &status) != 0) return {{}, errno};
+  if (!S_ISREG(status.st_mode)) return {};
+  return {std::move(file), 0};
+}
+
+FileContent readRegularFile(const std::string& path, std::size_t largest) {
+  const OpenedFile file = openRegularFile(path);
+  if (file.error != 0) return unreadable(file.error);
+  if (file.descriptor.get() < 0) return {State::notRegular, {}, 0};
+  return contentOf(file.descriptor.get(), largest);
 }
 
 }  // namespace platform

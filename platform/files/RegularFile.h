@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "OwnedDescriptor.h"
+
 namespace platform {
 
 // What reading a small file brought.
@@ -21,10 +23,22 @@ struct FileContent {
   int error = 0;      // an errno
 };
 
-// Reads a file that somebody else may have put there, such as the settings of a user: never blocks on a FIFO,
-// acquires no terminal, triggers no device, and keeps no more of it in memory than `largest` bytes and one,
-// although a file may grow while it is read. Follows links to regular files. Any thread. Throws
-// std::bad_alloc.
+// A file that was to be opened for reading.
+struct OpenedFile {
+  OwnedDescriptor descriptor;  // none where it could not be opened
+  int error = 0;               // an errno; 0 where it is open, and where it is no regular file
+
+  // Why there is none, as a clause: "is not a regular file".
+  std::string problem() const;
+};
+
+// Opens a file of the user for reading, in this process or for another one: never blocks on a FIFO, acquires
+// no terminal, triggers no device. Follows links to regular files. Any thread. Never throws.
+OpenedFile openRegularFile(const std::string& path) noexcept;
+
+// Reads a file that somebody else may have put there, such as the settings of a user: opens it as
+// openRegularFile() does and keeps no more of it in memory than `largest` bytes and one, although a file may
+// grow while it is read. Any thread. Throws std::bad_alloc.
 FileContent readRegularFile(const std::string& path, std::size_t largest);
 
 }  // namespace platform

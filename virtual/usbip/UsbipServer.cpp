@@ -41,17 +41,6 @@ void setOption(int socket, int level, int option) {
   setsockopt(socket, level, option, &on, sizeof on);
 }
 
-platform::OwnedDescriptor listenAt(const ListenAddress& address) {
-  const AddressList found = lookUp(address);
-  platform::OwnedDescriptor listener(socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  if (listener.get() < 0) fail(errno);
-  // Otherwise a restarted server could not listen until the last connection of the old one has timed out.
-  setOption(listener.get(), SOL_SOCKET, SO_REUSEADDR);
-  if (bind(listener.get(), found->ai_addr, found->ai_addrlen) != 0 || listen(listener.get(), backlog) != 0)
-    fail(errno);
-  return listener;
-}
-
 ListenAddress numeric(const sockaddr_storage& address, socklen_t length) {
   char host[NI_MAXHOST] = "";
   char port[NI_MAXSERV] = "";
@@ -67,7 +56,21 @@ bool wouldBlock(int error) {
 }  // namespace
 
 UsbipServer::UsbipServer(VirtualScanner& scanner, const ListenAddress& address, Log log)
-    : port_(scanner), log_(std::move(log)), listener_(listenAt(address)) {}
+    : UsbipServer(scanner, listenAt(address), std::move(log)) {}
+
+UsbipServer::UsbipServer(VirtualScanner& scanner, platform::OwnedDescriptor listener, Log log)
+    : port_(scanner), log_(std::move(log)), listener_(std::move(listener)) {}
+
+platform::OwnedDescriptor UsbipServer::listenAt(const ListenAddress& address) {
+  const AddressList found = lookUp(address);
+  platform::OwnedDescriptor listener(socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  if (listener.get() < 0) fail(errno);
+  // Otherwise a restarted server could not listen until the last connection of the old one has timed out.
+  setOption(listener.get(), SOL_SOCKET, SO_REUSEADDR);
+  if (bind(listener.get(), found->ai_addr, found->ai_addrlen) != 0 || listen(listener.get(), backlog) != 0)
+    fail(errno);
+  return listener;
+}
 
 ListenAddress UsbipServer::address() const {
   sockaddr_storage address{};

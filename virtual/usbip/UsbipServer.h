@@ -28,8 +28,13 @@ class UsbipServer {
   // machine has no such address, address_in_use, permission_denied and others as the system reports them.
   // `log` gets a line for each client that attaches or detaches the scanner or violates the protocol.
   UsbipServer(VirtualScanner& scanner, const ListenAddress& address, Log log = {});
+  // The same with a socket of listenAt(), for a process that may no longer make one.
+  UsbipServer(VirtualScanner& scanner, platform::OwnedDescriptor listener, Log log);
   UsbipServer(const UsbipServer&) = delete;
   UsbipServer& operator=(const UsbipServer&) = delete;
+
+  // A socket that listens at this address. Throws std::system_error as above.
+  static platform::OwnedDescriptor listenAt(const ListenAddress& address);
 
   // The address in numeric form, with the port that the system assigned. Valid until run() returns.
   ListenAddress address() const;

@@ -171,6 +171,9 @@ TEST(VirtualProgramFailing, ReportsWhyItCannotListen) {
       {{"--listen", "192.0.2.1:0"}, 1, "q750: --listen 192.0.2.1:0: this machine has no such address."},
       {{"--listen", taken.address()}, 3, "q750: --listen " + taken.address() + ": in use by another program"},
       {{"--virtual-paper", "/nonexistent.png"}, 1, "q750: --virtual-paper: /nonexistent.png"},
+      {{"--listen", "127.0.0.1:0", "--virtual-paper", "/etc/passwd"},
+       1,
+       "q750: --virtual-paper: /etc/passwd: is not a PNG, JPEG or PNM picture"},
       {{"--virtual-fault", "fire"}, 1, "q750: --virtual-fault fire: unknown fault."},
   };
   for (const auto& one : cases) {

@@ -1,6 +1,7 @@
 // Whether the process that reads the scanner is confined: platform/confinement tests what that means.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -10,6 +11,7 @@
 #include "Confinement.h"
 #include "Scans.h"
 #include "Supervised.h"
+#include "TemporaryFolder.h"
 
 namespace {
 
@@ -34,6 +36,46 @@ TEST_F(ConfinedWorker, IsConfinedBeforeTheFirstRowAndScansAllTheSame) {
   EXPECT_THAT(status, HasSubstr(possible.privileges ? "NoNewPrivs:\t1" : "NoNewPrivs:"));
   EXPECT_THAT(status, HasSubstr(possible.systemCalls ? "Seccomp:\t2" : "Seccomp:"));
   EXPECT_EQ(scans::readAll(scan), scans::page(scans::slow()));
+}
+
+// No rule of its confinement names the file: it arrives open, so that its name may even be gone.
+TEST_F(ConfinedWorker, ScansAPaperThatItCannotOpen) {
+  const TemporaryFolder folder;
+  frontend::ScanRequest request = scans::small();
+  request.settings.area = {0, 0, 2, 1};
+  request.virtualScanner.paper = folder / "page.ppm";
+  writeContent(request.virtualScanner.paper, "P6\n1 1\n255\n\x10\x40\x70");
+  frontend::SupervisedScan scan(request, Q750_WORKER);
+  std::filesystem::remove(request.virtualScanner.paper);
+  EXPECT_EQ(scans::readAll(scan), (std::vector<std::uint8_t>{0x10, 0x40, 0x70, 0x10, 0x40, 0x70}));
+  EXPECT_EQ(scan.outcome().sentence, frontend::outcome::good().sentence);
+}
+
+TEST_F(ConfinedWorker, IsNotStartedForAPaperThatCannotBeRead) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+  for (const auto& [paper, problem] :
+       {std::pair{folder / "missing", "cannot be opened: No such file or directory"},
+        {folder.path().string(), "is not a regular file"},
+        {folder / "fifo", "is not a regular file"}}) {
+    frontend::ScanRequest request = scans::small();
+    request.virtualScanner.paper = paper;
+    frontend::SupervisedScan scan(request, Q750_WORKER);
+    EXPECT_EQ(scans::readAll(scan).size(), 0U);
+    EXPECT_EQ(scan.outcome().status, frontend::ScanStatus::noDevice);
+    EXPECT_EQ(scan.outcome().sentence, paper + ": " + problem);
+    expectNoChild();
+  }
+}
+
+TEST_F(ConfinedWorker, ReportsAPaperThatIsNoPicture) {
+  const TemporaryFolder folder;
+  frontend::ScanRequest request = scans::small();
+  request.virtualScanner.paper = folder / "page.png";
+  writeContent(request.virtualScanner.paper, "text");
+  frontend::SupervisedScan scan(request, Q750_WORKER);
+  EXPECT_EQ(scans::readAll(scan).size(), 0U);
+  EXPECT_EQ(scan.outcome().sentence, request.virtualScanner.paper + ": is not a PNG, JPEG or PNM picture");
 }
 
 // The limit of its memory is high enough for the largest pages, in the smallest packets that a scanner sends.

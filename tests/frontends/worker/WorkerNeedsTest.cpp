@@ -1,8 +1,13 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 
+#include "TemporaryFolder.h"
 #include "WorkerNeeds.h"
 
 namespace {
@@ -11,7 +16,6 @@ using namespace frontend;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 TEST(WorkerNeeds, AreUsbDevicesForWritingAndNothingElse) {
   const platform::ConfinementNeeds needs = workerNeeds(ScanRequest());
@@ -20,11 +24,28 @@ TEST(WorkerNeeds, AreUsbDevicesForWritingAndNothingElse) {
   EXPECT_THAT(needs.readable, Contains("/sys"));
 }
 
-TEST(WorkerNeeds, AreThePaperOfAVirtualScannerToo) {
+// What a worker that misbehaves gets for the name of this file: 0, or an errno.
+int opened(const std::string& path, const ScanRequest& request) {
+  const pid_t child = fork();
+  if (child == 0) {
+    platform::confineProcess(workerNeeds(request));
+    _exit(open(path.c_str(), O_RDONLY | O_CLOEXEC) < 0 ? errno : 0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(WorkerNeeds, AreNoFileOfTheUserNotEvenThePaperByItsName) {
+  const TemporaryFolder folder;
   ScanRequest request;
-  EXPECT_THAT(workerNeeds(request).readable, Not(Contains("")));
-  request.virtualScanner.paper = "page.png";
-  EXPECT_THAT(workerNeeds(request).readable, Contains("page.png"));
+  request.scanner = "virtual";
+  request.virtualScanner.paper = folder / "page.pgm";
+  writeContent(request.virtualScanner.paper, "P5\n1 1\n255\nx");
+  EXPECT_EQ(workerNeeds(request).readable, workerNeeds({}).readable);
+  const bool enforced = platform::tryConfinement({}).files;
+  EXPECT_EQ(opened(request.virtualScanner.paper, request), enforced ? EACCES : 0);
+  EXPECT_EQ(opened("/sys", request), 0);
 }
 
 // The library holds up to three and a half copies, and an object of some sixty bytes for each of the packets

@@ -24,7 +24,7 @@ class HostileConnection final : public ScannerConnection {
 // users have. The seed is the position of the fault that the request injects, because both front ends pass a
 // fault on unchanged: --virtual-fault stall:SEED.
 std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> ScannerConnection::to(
-    const ScanRequest& request) {
+    const ScanRequest& request, platform::OwnedDescriptor /*paper*/) {
   if (request.virtualScanner.faults.empty()) return outcome::wrongRequest("There is no seed.");
   const auto seed = virtualscanner::parseFault(request.virtualScanner.faults.front());
   if (!seed) return outcome::wrongRequest("There is no seed.");

@@ -84,4 +84,14 @@ TEST_F(ARegularFile, ReportsWhyItCannotBeRead) {
   EXPECT_EQ(content.error, ELOOP);
 }
 
+TEST_F(ARegularFile, IsOpenedOrHasAProblemThatAUserUnderstands) {
+  EXPECT_EQ(openRegularFile(path).problem(), "cannot be opened: No such file or directory");
+  EXPECT_EQ(openRegularFile(folder.path()).problem(), "is not a regular file");
+  EXPECT_EQ(openRegularFile("/dev/zero").problem(), "is not a regular file");
+  ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+  EXPECT_EQ(openRegularFile(folder / "fifo").problem(), "is not a regular file");
+  writeContent(path, "q");
+  EXPECT_GE(openRegularFile(path).descriptor.get(), 0);
+}
+
 }  // namespace
