@@ -77,9 +77,11 @@ ExitCode run(const std::function<void()>& work, ErrorReport report) {
   }
 }
 
+// There is no exception where it found no memory for itself.
 bool isNoMemory(const std::exception_ptr& failure) noexcept {
+  if (!failure) return true;
   try {
-    if (failure) std::rethrow_exception(failure);
+    std::rethrow_exception(failure);
   } catch (const std::bad_alloc&) {
     return true;
   } catch (...) {  // a defect, which a signal shows best

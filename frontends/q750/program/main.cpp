@@ -23,14 +23,14 @@ void refuseSmallStack() {
   _exit(static_cast<int>(frontend::ExitCode::noMemory));
 }
 
-// Before the constructors of the libraries, some of which take much stack (System V ABI, DT_PREINIT_ARRAY).
-[[gnu::section(".preinit_array"), gnu::used]] void (*beforeLibraries)() = refuseSmallStack;
-
-// Before everything else of the program: the libraries that are linked into it have constants that are made
-// before main() and take memory.
-[[gnu::constructor(101)]] void beginWithoutMemory() {
+void begin() {
+  refuseSmallStack();
   std::set_terminate(frontend::endWithoutMemory);
 }
+
+// Before the constructors of libraries (System V ABI, DT_PREINIT_ARRAY), which take stack and memory, and
+// throw where there is none.
+[[gnu::section(".preinit_array"), gnu::used]] void (*beforeLibraries)() = begin;
 
 }  // namespace
 

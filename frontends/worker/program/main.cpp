@@ -29,8 +29,10 @@ bool isControlConnection(int descriptor) {
 // Where an allocation fails in a thread of its own or in a function that must not throw, the front end learns
 // that instead of a signal.
 [[noreturn]] void endWithoutMemory() {
+  const std::exception_ptr failure = std::current_exception();
+  if (!failure) _exit(frontend::workerNoMemoryStatus);  // it found no memory for itself
   try {
-    if (const std::exception_ptr failure = std::current_exception()) std::rethrow_exception(failure);
+    std::rethrow_exception(failure);
   } catch (const std::bad_alloc&) {
     _exit(frontend::workerNoMemoryStatus);
   } catch (...) {  // a defect, which a signal shows best
