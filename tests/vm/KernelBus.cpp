@@ -73,11 +73,16 @@ void KernelBus::pull() {
 }
 
 void KernelBus::unplug() {
+  last_ = 0;
   if (!thread_.joinable()) return;
   pull();
   thread_.join();
   socket_ = OwnedDescriptor();
   EXPECT_TRUE(await([] { return !std::filesystem::exists(device) && firstPortIsFree(); }));
+}
+
+void KernelBus::pullAt(int reception) {
+  last_ = receptions_ + reception;
 }
 
 void KernelBus::withScanner(const std::function<void(virtualscanner::VirtualScanner&)>& work) {
@@ -104,7 +109,7 @@ void KernelBus::serve() {
   std::array<std::uint8_t, 65536> bytes;
   for (;;) {
     const ssize_t count = recv(socket_.get(), bytes.data(), bytes.size(), 0);
-    if (count <= 0) break;
+    if (count <= 0 || ++receptions_ == last_) break;
     const std::lock_guard lock(mutex_);
     connection->receive(std::span(bytes).first(static_cast<std::size_t>(count)));
     if (!sendAll(socket_.get(), *connection) || connection->hasEnded()) break;

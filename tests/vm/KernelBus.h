@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -32,6 +33,11 @@ class KernelBus {
   void unplug();
   // As unplug(), without waiting for the kernel.
   void pull();
+  // As pull(), at the moment at which the device receives something for the n-th time from now on; 1 is the
+  // next.
+  void pullAt(int reception);
+  // How often it has received something.
+  int receptions() const { return receptions_; }
 
   void withScanner(const std::function<void(virtualscanner::VirtualScanner&)>& work);
   // A file of the device below /sys, without its last newline; empty where there is none.
@@ -42,6 +48,8 @@ class KernelBus {
 
   virtualscanner::VirtualScanner& scanner_;
   std::mutex mutex_;  // guards the scanner
+  std::atomic<int> receptions_{0};
+  std::atomic<int> last_{0};  // the reception at which the device is pulled; 0 for none
   platform::OwnedDescriptor socket_;
   std::thread thread_;
 };

@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "KernelBus.h"
@@ -18,7 +16,6 @@
 namespace {
 
 using frontend::ScanStatus;
-using Milliseconds = std::chrono::milliseconds;
 
 class Unplugging : public testing::Test {
  protected:
@@ -35,26 +32,23 @@ class Unplugging : public testing::Test {
     bus_.plugIn();
   }
 
-  // Scans and unplugs the scanner after this time.
-  frontend::ScanOutcome scanAndPull(Milliseconds after) {
+  // Scans, and loses the scanner at this moment, counted in what it receives.
+  frontend::ScanOutcome scanAndPullAt(int reception) {
+    bus_.pullAt(reception);
     frontend::SupervisedScan scan(request());
-    std::thread hand([&] {
-      std::this_thread::sleep_for(after);
-      bus_.pull();
-    });
     const std::vector<std::uint8_t> rows = scans::readAll(scan);
-    hand.join();
     EXPECT_TRUE(!scan.outcome().good() || rows == page_);
     return scan.outcome();
   }
 
-  // Returns the time that it took.
-  Milliseconds scanWell() {
-    const auto start = scans::Clock::now();
+  // Returns how often the scanner received something.
+  int scanWell() {
+    const int before = bus_.receptions();
     frontend::SupervisedScan scan(request());
     EXPECT_TRUE(scans::readAll(scan) == page_) << scan.outcome().sentence;
     EXPECT_TRUE(scan.outcome().good()) << scan.outcome().sentence;
-    return scans::since(start);
+    scan.finish();
+    return bus_.receptions() - before;
   }
 
   const std::vector<std::uint8_t> page_ = scans::page(request());
@@ -70,18 +64,15 @@ int unpluggings() {
 
 TEST_F(Unplugging, EndsTheScanAtAnyMomentAndTheNextOneIsGood) {
   std::mt19937 dice(750);  // the same moments each time
-  scanWell();              // which takes longer, since it is the first
-  const auto longest = static_cast<int>(std::min(scanWell(), scanWell()).count());
-  const int count = unpluggings();
-  for (int n = 0; n < count; ++n) {
-    const Milliseconds moment(std::uniform_int_distribution<>(0, longest)(dice));
-    SCOPED_TRACE(moment.count());
-    const frontend::ScanOutcome outcome = scanAndPull(moment);
+  const int ofWholeScan = scanWell();
+  for (int left = unpluggings(); left > 0; --left) {
+    const int moment = std::uniform_int_distribution<>(1, ofWholeScan)(dice);
+    SCOPED_TRACE(moment);
+    const frontend::ScanOutcome outcome = scanAndPullAt(moment);
     EXPECT_TRUE(outcome.good() || outcome.status == ScanStatus::noDevice) << outcome.sentence;
     plugInAgain();
     scanWell();
-    std::printf("unplugged after %d of %d ms: %s\n", static_cast<int>(moment.count()), longest,
-                outcome.sentence.c_str());
+    std::printf("unplugged at %d of %d: %s\n", moment, ofWholeScan, outcome.sentence.c_str());
     std::fflush(stdout);
   }
 }

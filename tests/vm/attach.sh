@@ -36,6 +36,10 @@ for mode in color gray lineart; do
   echo "attach: the same $mode page over the wire, $(wc -c <wire.pnm) bytes"
 done
 
+q750 doctor >examined 2>&1 || true  # it lacks an installation
+grep 'is confined' examined
+grep 'the test scan succeeded' examined
+
 usbip detach --port 0
 soon kernel_sees_none
 kill $server
