@@ -45,7 +45,7 @@ class Kills:
     """One front end whose pages have `page` as their bytes and take `seconds`."""
 
     def __init__(self, front_end):
-        self.front_end = front_end
+        self.front_end, self.unfinished = front_end, 0
         front_end.stage.clear()
         good_page(front_end)  # what is loaded for the first time takes longer
         self.page, self.seconds = good_page(front_end)
@@ -61,6 +61,7 @@ class Kills:
         run.sleep_until(dice.uniform(0, self.seconds))
         hit = kill(run, victim)
         complaint = complaint_after(self.front_end, victim, hit, run, older, self.page)
+        self.unfinished += any(name.startswith(".q750-") for name in stage.files())
         try:
             page, self.seconds = good_page(self.front_end)  # of now: the machine may have other things to do
             if page != self.page and complaint is None:
@@ -71,7 +72,8 @@ class Kills:
 
 
 def kill_often(front_end, victim, count, dice):
-    """`count` kills that met their victims; others are tried again. Returns the number of attempts, and what was wrong."""
+    """`count` kills that met their victims; others are tried again. Returns the number of attempts, how many left an
+    unfinished file for the next scan to remove, and what was wrong."""
     kills, hits, attempts, complaints = Kills(front_end), 0, 0, []
     while hits < count and attempts < 20 * count:
         hit, complaint = kills.once(victim, dice)
@@ -81,4 +83,4 @@ def kill_often(front_end, victim, count, dice):
             complaints.append(f"{front_end.name}, {front_end.page.suffix}, {victim} killed: {complaint}")
     if hits < count:
         complaints.append(f"{front_end.name}: only {hits} of {count} kills met the {victim}")
-    return attempts, complaints
+    return attempts, kills.unfinished, complaints

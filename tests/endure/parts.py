@@ -42,12 +42,13 @@ def kill(stage, count, subject, dice, report):
     front_ends = {"command": command_lines(stage), "sane": [SaneProgram(stage)] if stage.programs["scanimage"] else []}
     for name in ("command", "sane"):
         for victim in VICTIMS if subject in (None, name) and front_ends[name] else ():
-            attempts, complaints = 0, []
+            attempts, unfinished, complaints = 0, 0, []
             for front_end, share in zip(front_ends[name], shares(count, len(front_ends[name]))):
-                tried, found = kill_often(front_end, victim, share, dice) if share else (0, [])
-                attempts, complaints = attempts + tried, complaints + found
+                tried, files, found = kill_often(front_end, victim, share, dice) if share else (0, 0, [])
+                attempts, unfinished, complaints = attempts + tried, unfinished + files, complaints + found
             what = "both" if victim == "both" else f"the {victim}"
-            report.add(f"{front_ends[name][0].name}: {count:,} kills of {what} ({attempts:,} tried)", complaints)
+            report.add(f"{front_ends[name][0].name}: {count:,} kills of {what} ({attempts:,} tried, {unfinished:,} unfinished "
+                       "files removed by the next scan)", complaints)
     if subject in (None, "virtual"):
         kills = ServerKills(stage)
         report.add(f"q750 virtual: {count:,} kills", [found for _ in range(count) if (found := kills.once(dice))])
