@@ -1,6 +1,7 @@
 #include "ColorProfile.h"
 
 #include <lcms2.h>
+#include <lcms2_plugin.h>
 
 #include <algorithm>
 #include <array>
@@ -49,13 +50,26 @@ Profile makeGray() {
   return {cmsCreateGrayProfile(cmsD50_xyY(), curve.get()), cmsCloseProfile};
 }
 
+// A profile is used by one thread. The library's own mutexes take memory, and it crashes where there is none.
+void doWithoutMutexes() {
+  static char mutex = 0;  // which is never looked at
+  static cmsPluginMutex plugin{{cmsPluginMagicNumber, LCMS_VERSION, cmsPluginMutexSig, nullptr},
+                               [](cmsContext) -> void* { return &mutex; },
+                               [](cmsContext, void*) {},
+                               [](cmsContext, void*) -> cmsBool { return TRUE; },
+                               [](cmsContext, void*) {}};
+  cmsPlugin(&plugin);
+}
+
 bool describe(const Profile& profile, const char* name) {
   const std::unique_ptr<cmsMLU, decltype(&cmsMLUfree)> text(cmsMLUalloc(nullptr, 1), cmsMLUfree);
   return text && cmsMLUsetASCII(text.get(), "en", "US", name) != 0 &&
          cmsWriteTag(profile.get(), cmsSigProfileDescriptionTag, text.get()) != 0;
 }
 
-std::string bytesOf(const Profile& profile, const char* name) {
+std::string bytesOf(Profile (*make)(), const char* name) {
+  doWithoutMutexes();
+  const Profile profile = make();
   // The library fails for want of memory only.
   if (!profile || !describe(profile, name)) throw std::bad_alloc();
   cmsSetProfileVersion(profile.get(), profileVersion);
@@ -71,8 +85,8 @@ std::string bytesOf(const Profile& profile, const char* name) {
 }  // namespace
 
 const std::string& colorProfileOf(const PictureLayout& layout) {
-  static const std::string color = bytesOf(makeSrgb(), "sRGB");
-  static const std::string gray = bytesOf(makeGray(), "Gray, gamma 2.2");
+  static const std::string color = bytesOf(makeSrgb, "sRGB");
+  static const std::string gray = bytesOf(makeGray, "Gray, gamma 2.2");
   static const std::string none;
   if (layout.bitsPerChannel == 1) return none;
   return layout.channels == 3 ? color : gray;
