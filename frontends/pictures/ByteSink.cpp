@@ -21,7 +21,6 @@ bool ByteSink::good() const noexcept {
 
 bool ByteSink::write(const void* bytes, std::size_t count) noexcept {
   const char* next = static_cast<const char*>(bytes);
-  if (discarding_) return good();
   while (count > 0 && good()) {
     const ssize_t moved = ::write(descriptor_, next, std::min(count, largestPiece));
     if (moved < 0) {
@@ -70,11 +69,17 @@ std::uint64_t ByteSink::size() const noexcept {
 }
 
 void ByteSink::fail(const char* reason) noexcept {
-  if (good()) std::snprintf(reason_, sizeof reason_, "%s", reason);
+  if (!good()) return;
+  if (errno == ENOMEM) error_ = ENOMEM;
+  std::snprintf(reason_, sizeof reason_, "%s", reason);
+}
+
+void ByteSink::fail(int error) noexcept {
+  if (good()) error_ = error;
 }
 
 std::string ByteSink::failure() const {
-  return error_ != 0 ? std::generic_category().message(error_) : reason_;
+  return reason_[0] == '\0' && error_ != 0 ? std::generic_category().message(error_) : reason_;
 }
 
 }  // namespace frontend

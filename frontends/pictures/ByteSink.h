@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -33,15 +34,19 @@ class ByteSink {
   void setSaving(bool saving) noexcept { saving_ = saving; }
   // Forgets the error that ended the sink. What was written before it may be incomplete.
   void recover() noexcept;
-  // While `discarding`, write() drops the bytes and succeeds.
-  void discardWrites(bool discarding) noexcept { discarding_ = discarding; }
   // The current position, and the size of the file; 0 where the descriptor has none.
   std::uint64_t position() const noexcept;
   std::uint64_t size() const noexcept;
-  // Ends the sink for a reason of the writer's own, unless it has ended already.
+  // Ends the sink for a reason of the writer's own, unless it has ended already. For libraries that report a
+  // failed allocation as any other error: if errno is ENOMEM, the sink is outOfMemory() instead.
   void fail(const char* reason) noexcept;
+  // The same for an error of another process that has written to the file.
+  void fail(int error) noexcept;
 
   bool good() const noexcept;
+  bool outOfMemory() const noexcept { return error_ == ENOMEM; }
+  // The errno that ended the sink; 0 where it did not, or where a cancel or a reason of the writer's own did.
+  int error() const noexcept { return error_; }
   bool cancelled() const noexcept {
     return cancellation_ != nullptr && (saving_ ? cancellation_->insisted() : cancellation_->requested());
   }
@@ -51,7 +56,6 @@ class ByteSink {
  private:
   int descriptor_;
   const Cancellation* cancellation_;
-  bool discarding_ = false;
   bool saving_ = false;
   int error_ = 0;          // an errno
   char reason_[200] = {};  // no std::string: fail() must not throw through a C library

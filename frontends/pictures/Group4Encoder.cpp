@@ -80,6 +80,7 @@ struct Group4Encoder::State {
   void open() {
     const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(TIFFOpenOptionsAlloc(),
                                                                                    TIFFOpenOptionsFree);
+    if (!options) throw std::bad_alloc();
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteError, this);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), dropWarning, this);
     tiff.reset(TIFFClientOpenExt("page", "w", this, readBytes, writeBytes, seekTo, closeNothing, sizeOf,

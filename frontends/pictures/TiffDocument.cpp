@@ -69,6 +69,7 @@ std::uint32_t pagesOfTiff(int descriptor) {
   Complaint complaint;
   const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(TIFFOpenOptionsAlloc(),
                                                                                  TIFFOpenOptionsFree);
+  if (!options) throw std::bad_alloc();
   TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteComplaint, &complaint);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), noteMissingField, &complaint);
   lseek(descriptor, 0, SEEK_SET);

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <tiffio.h>
 #include <unistd.h>
 
@@ -5,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -23,6 +25,12 @@ constexpr int compressionLevel = 4;
 struct TiffStream {
   ByteSink& sink;
   PageJournal journal{sink};
+  bool libraryFailed = false;  // by itself, not for the sink
+
+  void fail(const char* reason) {
+    libraryFailed = libraryFailed || sink.good();
+    sink.fail(reason);
+  }
 };
 
 TiffStream& streamOf(thandle_t handle) {
@@ -60,7 +68,7 @@ toff_t sizeOf(thandle_t handle) {
 int noteError(TIFF* /*tiff*/, void* user, const char* /*module*/, const char* format, va_list arguments) {
   char text[200];
   std::vsnprintf(text, sizeof text, format, arguments);
-  static_cast<ByteSink*>(user)->fail(text);
+  static_cast<TiffStream*>(user)->fail(text);
   return 1;
 }
 
@@ -75,28 +83,36 @@ std::uint32_t rowsPerStrip(const PictureLayout& layout) {
   return static_cast<std::uint32_t>(std::max<std::size_t>(stripBytes / layout.rowBytes(), 1));
 }
 
-using TiffHandle = std::unique_ptr<TIFF, decltype(&TIFFClose)>;
+// Of a page that is not to be written. In the mode for reading, closing does not write the rest of it.
+void closeUnwritten(TIFF* tiff) {
+  TIFFSetMode(tiff, O_RDONLY);
+  TIFFClose(tiff);
+}
+
+using TiffHandle = std::unique_ptr<TIFF, decltype(&closeUnwritten)>;
 
 // `mode` as for TIFFOpen().
 TiffHandle openTiff(TiffStream& stream, const char* mode) {
   const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(TIFFOpenOptionsAlloc(),
                                                                                  TIFFOpenOptionsFree);
-  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteError, &stream.sink);
+  if (!options) throw std::bad_alloc();
+  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteError, &stream);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), dropWarning, nullptr);
   return {TIFFClientOpenExt("picture", mode, &stream, readBytes, writeBytes, seekTo, closeNothing, sizeOf,
                             nullptr, nullptr, options.get()),
-          TIFFClose};
+          closeUnwritten};
 }
 
-// Sets the fields of the current directory and remembers whether the library accepted all of them: it reports
-// some refusals by the result alone.
+// Sets the fields of the current directory up to the first one that the library does not accept, and
+// remembers that: the library reports some refusals by the result alone, and a field that finds no memory
+// leaves a directory on which the next one would crash.
 class Fields {
  public:
   explicit Fields(TIFF* tiff) : tiff_(tiff) {}
 
   template <typename... Values>
   void set(std::uint32_t tag, Values... values) {
-    accepted_ = TIFFSetField(tiff_, tag, values...) == 1 && accepted_;
+    accepted_ = accepted_ && TIFFSetField(tiff_, tag, values...) == 1;
   }
   bool accepted() const { return accepted_; }
 
@@ -146,6 +162,7 @@ class TiffWriter final : public PictureWriter {
     open();
     if (settings.appendTo >= 0 && tiff_) existingPages_ = TIFFNumberOfDirectories(tiff_.get());
   }
+  ~TiffWriter() override { dropHandle(); }
 
   void beginPage(const PictureLayout& layout) override {
     if (!sink_.good()) return;
@@ -176,7 +193,7 @@ class TiffWriter final : public PictureWriter {
     if (sink_.good()) aside_.reset();
   }
   void abandonPage() override {
-    closeUnwritten();
+    dropHandle();
     // Also where only the page's directory is missing: the page before it may link to it already.
     if (pages() > endedPages_) stream_.journal.undoPage();
     if (!aside_) return;
@@ -185,18 +202,18 @@ class TiffWriter final : public PictureWriter {
     endedPages_ = pages();
   }
   void setPageAside() override {
-    closeUnwritten();
+    dropHandle();
     PageJournal::Page page = stream_.journal.takePage();
     if (!sink_.good()) return;
     aside_ = std::move(page);
     endedPages_ = pages();
   }
   std::uint32_t shrink() override {
-    closeUnwritten();
+    dropHandle();
     if (pages() > 0) stream_.journal.undoPage();
     return endedPages_ = pages();
   }
-  void finish() override { tiff_.reset(); }
+  void finish() override { dropHandle(); }  // all pages are written
 
  private:
   std::uint32_t pages() const { return stream_.journal.pages(); }
@@ -214,20 +231,21 @@ class TiffWriter final : public PictureWriter {
     }
     if (count < 0) sink_.fail("the existing document cannot be read");
   }
-  // What closing the library's handle would still write must not reach the file.
-  void closeUnwritten() {
-    sink_.discardWrites(true);
+  // Of what the library has not written yet nothing reaches the file. A handle whose library has failed stays
+  // allocated: after an allocation that failed, freeing it may crash and take the pages before along.
+  void dropHandle() {
+    if (stream_.libraryFailed) static_cast<void>(tiff_.release());
+    stream_.libraryFailed = false;
     tiff_.reset();
-    sink_.discardWrites(false);
   }
   void require(bool worked) {
-    if (!worked) sink_.fail("the TIFF library reported an error");
+    if (!worked) stream_.fail("the TIFF library reported an error");
   }
 
   ByteSink& sink_;
   PictureSettings settings_;
   TiffStream stream_{sink_};
-  TiffHandle tiff_{nullptr, TIFFClose};
+  TiffHandle tiff_{nullptr, closeUnwritten};
   std::uint32_t existingPages_ = 0;  // ahead of those of the journal
   std::uint32_t endedPages_ = 0;     // the complete ones of the journal's pages
   std::optional<PageJournal::Page> aside_;

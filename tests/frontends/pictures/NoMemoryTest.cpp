@@ -1,16 +1,84 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <new>
+#include <string>
+#include <vector>
 
 #include "ColorProfile.h"
 #include "MallocFaults.h"
+#include "PictureWriter.h"
+#include "TemporaryFolder.h"
 
 namespace {
 
 using namespace frontend;
 
 constexpr PictureLayout layout{37, 29, 3, 8, 300};
+constexpr PictureFormat documents[] = {PictureFormat::tiff, PictureFormat::pdf};
+
+void writePage(PictureWriter& writer) {
+  const std::vector<std::uint8_t> row(layout.rowBytes(), 99);
+  writer.beginPage(layout);
+  for (std::uint32_t i = 0; i < layout.height; ++i) writer.writeRow(row.data());
+  writer.endPage();
+}
+
+// The second page of a document while allocations fail.
+class NoMemory : public testing::Test {
+ protected:
+  // Returns whether an allocation failed.
+  bool writeDocument(PictureFormat format, MallocFaults (*faultsAt)(int), int n) {
+    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
+    ByteSink sink(descriptor);
+    const auto writer = makePictureWriter(format, sink, {.software = "q750", .multiPage = true});
+    writePage(*writer);
+    const bool failed = writeFailingPage(*writer, sink, faultsAt, n);
+    writer->finish();
+    EXPECT_TRUE(sink.good()) << sink.failure();
+    close(descriptor);
+    return failed;
+  }
+  bool writeFailingPage(PictureWriter& writer, ByteSink& sink, MallocFaults (*faultsAt)(int), int n) {
+    const MallocFaults faults = faultsAt(n);
+    bool abandoned = true;
+    try {
+      writePage(writer);
+      abandoned = !sink.good();
+    } catch (const std::bad_alloc&) {
+    }
+    if (!faults.happened()) return false;
+    sink.recover();
+    if (abandoned) writer.abandonPage();
+    complete = abandoned ? 1 : 2;
+    return true;
+  }
+  std::string document(PictureFormat format, int pages) {
+    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
+    ByteSink sink(descriptor);
+    const auto writer = makePictureWriter(format, sink, {.software = "q750", .multiPage = true});
+    while (pages-- > 0) writePage(*writer);
+    writer->finish();
+    close(descriptor);
+    return contentOf(path);
+  }
+
+  TemporaryFolder folder;
+  std::string path = folder / "document";
+  int complete = 0;
+};
+
+TEST_F(NoMemory, LeavesThePagesBefore) {
+  for (const PictureFormat format : documents) {
+    const std::string whole[] = {"", document(format, 1), document(format, 2)};
+    for (const auto faultsAt : {MallocFaults::nth, MallocFaults::from}) {
+      for (int n = 1; writeDocument(format, faultsAt, n); ++n)
+        ASSERT_TRUE(contentOf(path) == whole[complete]) << static_cast<int>(format) << " " << n;
+    }
+  }
+}
 
 // In a program of its own: a profile is made once.
 TEST(NoMemoryDeathTest, LeavesTheColorProfileForLater) {
