@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <system_error>
+#include <utility>
 
 #include "FileName.h"
 #include "OutputError.h"
@@ -35,15 +37,22 @@ std::string folderOf(const std::string& path) {
   throw OutputError(path + ": " + std::generic_category().message(error) + ".");
 }
 
-// The name under which the system links a file that has none (open(2), O_TMPFILE).
-std::string nameOfDescriptor(int descriptor) {
-  return "/proc/self/fd/" + std::to_string(descriptor);
-}
+// The name under which the system links a file that has none (open(2), O_TMPFILE). Takes no memory.
+class DescriptorName {
+ public:
+  explicit DescriptorName(int descriptor) {
+    std::snprintf(text_, sizeof text_, "/proc/self/fd/%d", descriptor);
+  }
+  const char* text() const { return text_; }
+
+ private:
+  char text_[32];
+};
 
 // Empty where the file system, the kernel or a missing /proc does not allow it.
 platform::OwnedDescriptor openNameless(const std::string& folder) {
   platform::OwnedDescriptor file(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666));
-  if (file.get() >= 0 && access(nameOfDescriptor(file.get()).c_str(), F_OK) != 0) file.reset();
+  if (file.get() >= 0 && access(DescriptorName(file.get()).text(), F_OK) != 0) file.reset();
   return file;
 }
 
@@ -65,28 +74,37 @@ int renameToFreeName(const char* from, const char* to) {
   return link(from, to) == 0 ? unlink(from) : -1;  // NFS cannot do it in one step
 }
 
+std::string savedPathFor(const std::string& path) {
+  const std::string extension = extensionOf(path);
+  return savedNameIn(folderOf(path)) + (extension.empty() ? "" : "." + extension);
+}
+
 }  // namespace
 
-OutputFile::OutputFile(const std::string& path) : path_(path) {
-  const std::string folder = folderOf(path);
-  descriptor_ = openNameless(folder);
-  if (descriptor_.get() < 0) createPrivateFile(folder);
+OutputFile::OutputFile(const std::string& path)
+    : path_(path),
+      folder_(folderOf(path)),
+      savedPath_(savedPathFor(path)),
+      privatePath_(privateNameIn(folder_)),
+      descriptor_(openNameless(folder_)) {
+  if (descriptor_.get() < 0) createPrivateFile();
   // Tells this file from one that a killed process left; a file system without locks does without.
   flock(descriptor_.get(), LOCK_EX | LOCK_NB);
 }
 
 OutputFile::~OutputFile() {
-  if (!privatePath_.empty()) unlink(privatePath_.c_str());
+  if (hasPrivateName_) unlink(privatePath_.c_str());
 }
 
-void OutputFile::createPrivateFile(const std::string& folder) {
+void OutputFile::createPrivateFile() {
   constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
   for (int attempt = 0; attempt < attempts && descriptor_.get() < 0; ++attempt) {
-    privatePath_ = privateNameIn(folder);
+    if (attempt > 0) privatePath_ = privateNameIn(folder_);
     descriptor_ = platform::OwnedDescriptor(open(privatePath_.c_str(), flags, 0666));
     if (descriptor_.get() < 0 && errno != EEXIST) break;
   }
-  if (descriptor_.get() < 0) throwError(path_, errno);
+  hasPrivateName_ = descriptor_.get() >= 0;
+  if (!hasPrivateName_) throwError(path_, errno);
 }
 
 void OutputFile::sync() {
@@ -95,40 +113,37 @@ void OutputFile::sync() {
 }
 
 bool OutputFile::link(const std::string& name) {
-  const std::string own = nameOfDescriptor(descriptor_.get());
-  return linkat(AT_FDCWD, own.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+  const DescriptorName own(descriptor_.get());
+  return linkat(AT_FDCWD, own.text(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
 void OutputFile::takeName(const std::string& name, ExistingFile existing) {
-  if (privatePath_.empty()) {
+  if (!hasPrivateName_) {
     if (link(name)) return;
     if (errno != EEXIST || existing == ExistingFile::keep) throwError(name, errno);
     // A link cannot replace a file: this one gets a private name first, which is then renamed.
-    const std::string own = privateNameIn(folderOf(path_));
-    if (!link(own)) throwError(name, errno);
-    privatePath_ = own;
+    hasPrivateName_ = link(privatePath_);
+    if (!hasPrivateName_) throwError(name, errno);
   }
   const int renamed = existing == ExistingFile::keep ? renameToFreeName(privatePath_.c_str(), name.c_str())
                                                      : rename(privatePath_.c_str(), name.c_str());
   if (renamed != 0) throwError(name, errno);
-  privatePath_.clear();
+  hasPrivateName_ = false;
 }
 
 void OutputFile::commit(ExistingFile existing) {
   sync();
   takeName(path_, existing);
   committed_ = true;
-  if (const int error = syncFolder(folderOf(path_)); error != 0) throwError(path_, error);
+  if (const int error = syncFolder(folder_); error != 0) throwError(path_, error);
 }
 
 std::string OutputFile::keep() {
   sync();
-  if (committed_) return path_;
-  const std::string extension = extensionOf(path_);
-  const std::string name = savedNameIn(folderOf(path_)) + (extension.empty() ? "" : "." + extension);
-  takeName(name, ExistingFile::keep);
-  syncFolder(folderOf(path_));  // its own error does not matter: that of commit() is the one to report
-  return name;
+  if (committed_) return std::move(path_);
+  takeName(savedPath_, ExistingFile::keep);
+  syncFolder(folder_);  // its own error does not matter: that of commit() is the one to report
+  return std::move(savedPath_);
 }
 
 bool OutputFile::check(const std::string& path) {

@@ -17,6 +17,9 @@ enum class ExistingFile : std::uint8_t { replace, keep };
 // link there is replaced, never followed. Owns the descriptor. Errors throw OutputError. Blocks like the file
 // system. One thread.
 //
+// All names are made by the constructor: where memory runs out later, commit() and keep() succeed without it,
+// and only the text of their errors is lost (std::bad_alloc).
+//
 // A process that is killed leaves at most a file with a private name, which the next run in the folder
 // removes (PrivateName.h).
 class OutputFile {
@@ -35,7 +38,7 @@ class OutputFile {
   void commit(ExistingFile existing = ExistingFile::replace);
   // After a commit() that threw: gives the file an unused name in the same folder, for the user, and returns
   // its path, "folder/q750-saved-1f2e3d4c.pdf"; or its final one, if it has that already. Throws where the
-  // content did not reach the disk.
+  // content did not reach the disk. Once.
   std::string keep();
 
   // Checks, before the scanner is set to work, that a file can be written at this path, and leaves nothing
@@ -44,13 +47,16 @@ class OutputFile {
   static bool check(const std::string& path);
 
  private:
-  void createPrivateFile(const std::string& folder);
+  void createPrivateFile();
   void sync();
   void takeName(const std::string& name, ExistingFile existing);
   bool link(const std::string& name);  // false with an errno
 
   std::string path_;
-  std::string privatePath_;  // empty while the file has no name, and once it has that of commit() or keep()
+  const std::string folder_;
+  std::string savedPath_;        // of keep()
+  std::string privatePath_;      // until commit() or keep()
+  bool hasPrivateName_ = false;  // or none at all
   platform::OwnedDescriptor descriptor_;
   int syncError_ = 0;  // an errno: the system reports it once, though the bytes are lost for good
   bool committed_ = false;

@@ -9,6 +9,7 @@
 
 #include "ColorProfile.h"
 #include "MallocFaults.h"
+#include "OutputFile.h"
 #include "PictureWriter.h"
 #include "TemporaryFolder.h"
 
@@ -96,6 +97,30 @@ TEST(NoMemoryDeathTest, LeavesTheColorProfileForLater) {
     std::exit(colorProfileOf(layout).empty() ? 1 : 0);
   };
   EXPECT_EXIT(makeProfiles(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(NoMemory, KeepsNoFileFromItsName) {
+  for (const std::string old : {"", "old"}) {
+    if (!old.empty()) writeContent(path, old);
+    OutputFile file(path);
+    ASSERT_EQ(write(file.descriptor(), "new", 3), 3);
+    const MallocFaults faults = MallocFaults::from(1);
+    file.commit();
+    EXPECT_FALSE(faults.happened());
+  }
+  EXPECT_EQ(contentOf(path), "new");
+}
+
+TEST_F(NoMemory, KeepsNoFileFromAnotherNameWhereItsOwnIsTaken) {
+  writeContent(path, "of another process");
+  OutputFile file(path);
+  std::string kept;
+  {
+    const MallocFaults faults = MallocFaults::from(1);
+    EXPECT_THROW(file.commit(ExistingFile::keep), std::bad_alloc);
+    kept = file.keep();
+  }
+  EXPECT_EQ(contentOf(kept), "");
 }
 
 }  // namespace
