@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <ctime>
 #include <map>
+#include <new>
 #include <qpdf/Buffer.hh>
 #include <qpdf/Pl_Discard.hh>
 #include <qpdf/QPDF.hh>
@@ -144,9 +145,19 @@ void write(QPDF& document, Pipeline& pipeline, bool appended) {
   writer.write();
 }
 
+// Where an allocation fails, the PDF library reports that the object which it is reading is damaged. Throws
+// std::bad_alloc instead.
+void throwIfNoMemory(const QPDFExc& error) {
+  if (error.getMessageDetail().find("bad_alloc") != std::string::npos) throw std::bad_alloc();
+}
+
 // A document that the PDF library merely warns of may lack what was scanned: it counts as failed.
 void requireComplete(QPDF& document, std::size_t pages) {
-  if (document.anyWarnings()) throw std::runtime_error(document.getWarnings().front().what());
+  if (document.anyWarnings()) {
+    const QPDFExc warning = document.getWarnings().front();
+    throwIfNoMemory(warning);
+    throw std::runtime_error(warning.what());
+  }
   const std::size_t found = document.getAllPages().size();
   if (found == pages) return;
   throw std::runtime_error("the document has " + std::to_string(found) + " pages instead of " +
@@ -190,6 +201,7 @@ std::uint32_t pagesOfPdf(int descriptor) {
     if (document.anyWarnings()) throw document.getWarnings().front();
     return static_cast<std::uint32_t>(document.getAllPages().size());
   } catch (const QPDFExc& error) {
+    throwIfNoMemory(error);
     if (error.getErrorCode() == qpdf_e_password) throw std::runtime_error("it is encrypted");
     throw std::runtime_error("it is damaged (" + error.getMessageDetail() + ")");
   }
