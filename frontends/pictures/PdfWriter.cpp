@@ -37,15 +37,11 @@ class PdfWriter final : public PictureWriter {
     aside_ = std::move(pages_.back());
     pages_.pop_back();
   }
-  std::uint32_t shrink() override {
-    // What the disk took is an upper bound for the pages that it has room for.
-    const std::uint64_t room = sink_.size();
-    std::uint64_t needed = 0;
-    std::size_t fitting = 0;
-    while (fitting + 1 < pages_.size() && (needed += pages_[fitting].bytes.size()) <= room) ++fitting;
-    pages_.resize(fitting);
+  std::uint32_t shrink(Shortage shortage) override {
+    const std::size_t left = shortage == Shortage::memory ? pages_.size() - 1 : fittingOnDisk();
+    while (pages_.size() > left) pages_.pop_back();
     if (sink_.truncate(0)) sink_.seek(0);
-    return static_cast<std::uint32_t>(fitting);
+    return static_cast<std::uint32_t>(left);
   }
   // Only now, since the cross-reference table of a PDF needs the length of every page.
   void finish() override {
@@ -53,6 +49,14 @@ class PdfWriter final : public PictureWriter {
   }
 
  private:
+  // What the disk took is an upper bound for the pages that it has room for.
+  std::size_t fittingOnDisk() const {
+    const std::uint64_t room = sink_.size();
+    std::uint64_t needed = 0;
+    std::size_t fitting = 0;
+    while (fitting + 1 < pages_.size() && (needed += pages_[fitting].bytes.size()) <= room) ++fitting;
+    return fitting;
+  }
   template <typename Work>
   void guarded(const Work& work) {
     if (!sink_.good()) return;

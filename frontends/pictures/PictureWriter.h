@@ -30,6 +30,9 @@ struct PictureSettings {
   Rotation rotation = Rotation::none;  // of every page
 };
 
+// What there was too little of when a document was written.
+enum class Shortage : std::uint8_t { disk, memory };
+
 // Encodes a picture, or a document of several, row by row as it arrives from the scanner:
 //
 //   writer->beginPage(layout);
@@ -68,9 +71,9 @@ class PictureWriter {
   // abandonPage() puts it back. Needs as much memory as the compressed page.
   virtual void setPageAside() {}
 
-  // Drops complete pages from the end, for a disk that was too full when the document was written: one, or as
-  // many as the writer can foresee. Returns how many are left.
-  virtual std::uint32_t shrink() { return 0; }
+  // Drops complete pages from the end, for want of what was not enough when the document was written: one, or
+  // as many as the writer can foresee. Returns how many are left.
+  virtual std::uint32_t shrink(Shortage /*shortage*/) { return 0; }
 
   // Completes the file after its last page; after an error shrink() may follow, and finish() again. A writer
   // that is destroyed without it leaves an incomplete file.

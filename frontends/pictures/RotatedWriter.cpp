@@ -28,7 +28,7 @@ class RotatedWriter final : public PictureWriter {
   }
   void abandonPage() override { writer_->abandonPage(); }
   void setPageAside() override { writer_->setPageAside(); }
-  std::uint32_t shrink() override { return writer_->shrink(); }
+  std::uint32_t shrink(Shortage shortage) override { return writer_->shrink(shortage); }
   void finish() override { writer_->finish(); }
 
  private:

@@ -208,7 +208,7 @@ class TiffWriter final : public PictureWriter {
     aside_ = std::move(page);
     endedPages_ = pages();
   }
-  std::uint32_t shrink() override {
+  std::uint32_t shrink(Shortage /*shortage*/) override {
     dropHandle();
     if (pages() > 0) stream_.journal.undoPage();
     return endedPages_ = pages();

@@ -15,6 +15,8 @@
 //   a full disk, an error of a write   | those that fit on the disk   | those before        | 9
 //   a name that must not be replaced   | the complete pages, under    | those before; the   | 9
 //   or cannot be taken                 | a name in the message        | page likewise       |
+//   memory that runs out               | TIFF: the complete pages;    | those before        | 10
+//                                      | PDF: those it is enough for  |                     |
 //   a second signal while saving       | nothing                      | those before        | 130
 //
 // An existing file stays as it was wherever nothing is saved under its name. What was written to standard
@@ -34,6 +36,7 @@ struct SavedPages {
   bool elsewhere = false;    // the document has another name than was asked for
   bool incomplete = false;   // standard output ends in a part of a page
   std::string problem;       // sentences: what went wrong when the pages were saved; empty if nothing did
+  bool noMemory = false;     // memory ran out then, maybe for those sentences
 };
 
 // A clause for the user: "a.pdf holds 2 complete pages", "nothing was saved".

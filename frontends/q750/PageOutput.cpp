@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <new>
 #include <utility>
 
 #include "CommandError.h"
@@ -71,6 +72,7 @@ void PageOutput::beginPage(std::uint32_t page, const PictureLayout& layout) {
   again_ = page == page_ && page == saved_.complete;
   page_ = page;
   if (!file_) file_ = newFile(page);
+  if (plan_.filePerPage && page == 1) saved_.first = pathOf(1);  // while there is memory for it
   file_->beginPage(layout, again_);
 }
 
@@ -85,26 +87,24 @@ void PageOutput::endPage() {
   // The file of a page that is scanned again is this batch's own.
   close(again_ ? ExistingFile::replace : existingFile());
   if (!saved_.problem.empty()) throw OutputError(std::exchange(saved_.problem, ""));
+  if (std::exchange(saved_.noMemory, false)) throw std::bad_alloc();
 }
 
 void PageOutput::close(ExistingFile existing) {
   const bool partOfAPage = file_->inPage() && !holdsPages(plan_.format);  // documents hold theirs back
-  const SavedFile file = file_->save(existing);
+  SavedFile file = file_->save(existing);
   saved_.incomplete = plan_.toStandardOutput && (partOfAPage || file.pages < saved_.complete);
   file_.reset();
-  saved_.problem = file.problem;
+  saved_.problem = std::move(file.problem);
+  saved_.noMemory = file.noMemory;
   if (file.pages == 0) return;
-  saved_.last = file.path;
-  if (plan_.filePerPage) {
-    saved_.pages = page_;
-    if (page_ == 1) saved_.first = file.path;
-  } else {
-    saved_.pages = file.pages;
-    saved_.elsewhere = file.path != pathOf(1);
-  }
+  saved_.last = std::move(file.path);
+  saved_.pages = plan_.filePerPage ? page_ : file.pages;
+  saved_.elsewhere = !plan_.filePerPage && file.elsewhere;
+  if (plan_.filePerPage && page_ == 1 && file.elsewhere) saved_.first = saved_.last;
 }
 
-SavedPages PageOutput::save() {
+const SavedPages& PageOutput::save() {
   if (file_) close(existingFile());
   return saved_;
 }

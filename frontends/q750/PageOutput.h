@@ -43,7 +43,8 @@ class PageOutput {
   // What was saved so far.
   const SavedPages& saved() const { return saved_; }
   // Completes the last file with the pages that are complete. Returns what was saved, and why it is not all.
-  SavedPages save();
+  // Throws nothing.
+  const SavedPages& save();
 
  private:
   std::string pathOf(std::uint32_t page) const;

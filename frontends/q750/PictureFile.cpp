@@ -1,10 +1,12 @@
 #include "PictureFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <new>
 #include <utility>
 
+#include "ApartProcess.h"
 #include "CommandError.h"
 #include "OutputError.h"
 
@@ -23,12 +25,12 @@ PictureSettings settingsFor(const ScanPlan& plan, const std::string& path, const
 
 PictureFile::PictureFile(const ScanPlan& plan, std::string path, int standardOutput,
                          const Cancellation& cancellation, const ExistingDocument* existing)
-    : path_(std::move(path)),
+    : saved_{std::move(path)},
       existing_(existing),
       format_(plan.format),
-      onDisk_(standardOutput < 0 ? std::make_unique<OutputFile>(path_) : nullptr),
+      onDisk_(standardOutput < 0 ? std::make_unique<OutputFile>(saved_.path) : nullptr),
       sink_(onDisk_ ? onDisk_->descriptor() : standardOutput, &cancellation),
-      writer_(makePictureWriter(plan.format, sink_, settingsFor(plan, path_, existing))) {
+      writer_(makePictureWriter(plan.format, sink_, settingsFor(plan, saved_.path, existing))) {
   throwIfFailed();
 }
 
@@ -78,60 +80,104 @@ void PictureFile::abandonPage() {
   writer_->abandonPage();
 }
 
+// The end of finishApart(), as an errno or 0.
+int PictureFile::finishHere() noexcept {
+  try {
+    writer_->finish();
+  } catch (const std::bad_alloc&) {
+    return ENOMEM;
+  }
+  if (sink_.good() || sink_.error() != 0) return sink_.error();
+  // With pages of ours nothing else can be wrong, whatever the library takes it for.
+  return existing_ == nullptr ? ENOMEM : EIO;
+}
+
+// Where an allocation fails, the PDF library may end the process, and the pages with it. So it has one of its
+// own to end, which writes to the same file.
+void PictureFile::finishApart() {
+  const auto error = runApart([this] { return finishHere(); }, ENOMEM, [this] { return sink_.cancelled(); });
+  if (!error) return writer_->finish();
+  if (*error != 0) sink_.fail(*error);
+}
+
 bool PictureFile::complete() {
   try {
-    if (sink_.good()) writer_->finish();
-  } catch (const std::bad_alloc&) {
-    sink_.fail("there is not enough memory");  // fewer pages take less
+    if (sink_.good()) isWrittenAtOnce() ? finishApart() : writer_->finish();
+    if (onDisk_ ? sink_.sync() : sink_.good()) return true;
+    if (saved_.problem.empty()) throwIfFailed();
+  } catch (const std::bad_alloc&) {  // fewer pages take less
+    saved_.noMemory = true;
+  } catch (const OutputError& error) {
+    note(error);
+  } catch (const CommandError&) {  // the cancel, which is reported in any case
   }
-  return onDisk_ ? sink_.sync() : sink_.good();
+  return false;
 }
 
 void PictureFile::shrink() {
+  const Shortage shortage = saved_.noMemory ? Shortage::memory : Shortage::disk;
   sink_.recover();
-  pages_ = onDisk_ && !sink_.cancelled() ? writer_->shrink() : 0;
+  pages_ = onDisk_ && !sink_.cancelled() ? writer_->shrink(shortage) : 0;
 }
 
-SavedFile PictureFile::save(ExistingFile existing) {
-  SavedFile saved{path_, 0, ""};
+// Memory that runs out may have done so for a moment only: then no page has to go.
+bool PictureFile::completeAgain() {
+  if (!saved_.noMemory || !isWrittenAtOnce() || sink_.cancelled()) return false;
+  sink_.recover();
+  if (!sink_.truncate(0) || !sink_.seek(0) || !complete()) return false;
+  saved_.problem.clear();
+  saved_.noMemory = false;
+  return true;
+}
+
+SavedFile PictureFile::save(ExistingFile existing) noexcept {
   sink_.setSaving(true);
   if (inPage_) abandonPage();
-  while (pages_ > 0 && !complete()) {
-    if (saved.problem.empty()) saved.problem = failure();
-    shrink();
-  }
-  saved.pages = pages_;
-  if (onDisk_ && pages_ > 0) takeName(saved, existing);
-  return saved;
+  bool whole = pages_ == 0 || complete() || completeAgain();
+  for (; pages_ > 0 && !whole; whole = complete()) shrink();
+  saved_.pages = pages_;
+  if (onDisk_ && pages_ > 0) takeName(existing);
+  return std::move(saved_);
 }
 
-void PictureFile::takeName(SavedFile& saved, ExistingFile existing) {
+void PictureFile::note(const OutputError& problem) noexcept {
+  try {
+    saved_.problem = problem.what();
+  } catch (const std::bad_alloc&) {
+    saved_.noMemory = true;
+  }
+}
+
+void PictureFile::takeName(ExistingFile existing) {
   try {
     if (existing_ != nullptr && !existing_->isUnchanged())
-      throw OutputError(path_ + ": another program changed the file during the scan.");
+      throw OutputError(saved_.path + ": another program changed the file during the scan.");
     if (existing_ != nullptr) existing_->copyPermissionsTo(onDisk_->descriptor());
     return onDisk_->commit(existing);
   } catch (const OutputError& error) {
-    saved.problem = error.what();
+    note(error);
+  } catch (const std::bad_alloc&) {  // for the text of an error
+    saved_.noMemory = true;
   }
   try {
-    saved.path = onDisk_->keep();
-  } catch (const OutputError&) {
-    saved.pages = 0;
+    std::string kept = onDisk_->keep();
+    saved_.elsewhere = kept != saved_.path;
+    saved_.path = std::move(kept);
+  } catch (const std::exception&) {
+    saved_.pages = 0;
   }
 }
 
-// Nothing for a cancel, which is reported in any case.
 std::string PictureFile::failure() const {
-  if (sink_.cancelled()) return "";
   const std::string why =
-      (onDisk_ ? path_ : "standard output") + ": cannot write the picture: " + sink_.failure() + ".";
+      (onDisk_ ? saved_.path : "standard output") + ": cannot write the picture: " + sink_.failure() + ".";
   return onDisk_ ? why + " Free some space or choose another folder, then scan again." : why;
 }
 
 void PictureFile::throwIfFailed() const {
   if (sink_.good()) return;
   if (sink_.cancelled()) throw CommandError(ExitCode::cancelled, outcome::cancelled().sentence);
+  if (sink_.outOfMemory()) throw std::bad_alloc();
   throw OutputError(failure());
 }
 

@@ -7,6 +7,7 @@
 
 #include "ByteSink.h"
 #include "ExistingDocument.h"
+#include "OutputError.h"
 #include "OutputFile.h"
 #include "PictureLayout.h"
 #include "PictureWriter.h"
@@ -16,9 +17,11 @@ namespace frontend {
 
 // What became of a file.
 struct SavedFile {
-  std::string path;         // where the pages are: usually the name asked for
-  std::uint32_t pages = 0;  // in it; with 0 there is no file
-  std::string problem;      // sentences: why pages are missing or are elsewhere; empty if all is well
+  std::string path = {};     // where the pages are: usually the name asked for
+  std::uint32_t pages = 0;   // in it; with 0 there is no file
+  std::string problem = {};  // sentences: why pages are missing or are elsewhere; empty if all is well
+  bool noMemory = false;     // the problem, or one more, is that memory ran out
+  bool elsewhere = false;    // the path is not the name asked for
 };
 
 // One file of pictures, or standard output, while it is being written. Cuts the bytes of a page into rows.
@@ -33,7 +36,8 @@ class PictureFile {
               const ExistingDocument* existing);
 
   // Begins a page, which replaces the last one as soon as it is complete if `again`. These three throw
-  // OutputError for what cannot be written, and CommandError once a cancel is requested.
+  // OutputError for what cannot be written, CommandError once a cancel is requested, and std::bad_alloc, also
+  // where a library below reported that as its own error.
   void beginPage(const PictureLayout& layout, bool again);
   // The next bytes of the page, in pieces of any size.
   void write(const std::uint8_t* bytes, std::size_t count);
@@ -45,18 +49,25 @@ class PictureFile {
   bool inPage() const { return inPage_; }
 
   // Drops a page that is not complete, completes the file and gives it its name. A cancel that insists leaves
-  // nothing. Throws nothing but std::bad_alloc; at most once.
-  SavedFile save(ExistingFile existing);
+  // nothing. Needs no memory itself, and reports in the result where an encoder does: never throws. At most
+  // once.
+  SavedFile save(ExistingFile existing) noexcept;
 
  private:
   void abandonPage();
+  // A PDF, whose pages are in memory until then.
+  bool isWrittenAtOnce() const { return onDisk_ && format_ == PictureFormat::pdf; }
   bool complete();
+  bool completeAgain();
+  int finishHere() noexcept;
+  void finishApart();
   void shrink();
-  void takeName(SavedFile& saved, ExistingFile existing);
+  void takeName(ExistingFile existing);
+  void note(const OutputError& problem) noexcept;
   std::string failure() const;
   void throwIfFailed() const;
 
-  std::string path_;
+  SavedFile saved_;  // what save() will return; its path is the file's until then
   const ExistingDocument* existing_;
   PictureFormat format_;
   std::unique_ptr<OutputFile> onDisk_;

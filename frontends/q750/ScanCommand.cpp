@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <exception>
 #include <new>
 #include <optional>
 #include <string>
@@ -32,6 +33,20 @@ struct Reason {
   std::string sentences;
 };
 
+// Of an exception that scanning threw, or of pages that could not all be saved.
+std::optional<Reason> reasonOf(const std::exception_ptr& failure, const SavedPages& saved) try {
+  if (failure) std::rethrow_exception(failure);
+  if (saved.noMemory) throw std::bad_alloc();
+  if (saved.problem.empty()) return std::nullopt;
+  return Reason{ExitCode::output, saved.problem};
+} catch (const CommandError& error) {
+  return Reason{error.code(), error.what()};
+} catch (const OutputError& error) {
+  return Reason{ExitCode::output, error.what()};
+} catch (const std::bad_alloc&) {
+  return Reason{ExitCode::noMemory, outcome::noMemory().sentence};
+}
+
 // Scans the pages of one command and saves them, whatever ends the batch (BatchEnd.h). The first page is
 // checked before anything is printed or the scanner is touched.
 class Batch {
@@ -46,33 +61,30 @@ class Batch {
         replaced_(output_.check(1)) {}
 
   void run() {
-    std::optional<Reason> reason = scanPages();
+    const std::exception_ptr failure = scanPages();
     report_.pageEnds();
-    const SavedPages saved = output_.save();
+    const SavedPages& saved = output_.save();
     if (saved.place != SavedPages::Place::filePerPage && saved.pages > 0)
       reportSaved(nameOf(saved), saved.before + saved.pages);
-    if (cancellation_.requested()) reason = Reason{ExitCode::cancelled, ""};
-    if (!reason && !saved.problem.empty()) reason = Reason{ExitCode::output, saved.problem};
-    if (reason) throw errorOfBatch(reason->code, reason->sentences, saved);
+    if (cancellation_.requested()) throw errorOfBatch(ExitCode::cancelled, "", saved);
+    if (const auto reason = reasonOf(failure, saved))
+      throw errorOfBatch(reason->code, reason->sentences, saved);
   }
 
  private:
-  // Returns the reason if it is not that of the plan or the user.
-  std::optional<Reason> scanPages() try {
+  // Returns what ended the batch unless it was the plan or the user. The pages are not saved yet, and
+  // sentences take memory, which may be what is missing: they are made afterwards.
+  std::exception_ptr scanPages() noexcept try {
     noteReplaced();
     for (std::uint32_t page = 1; page != 0; page = nextAfter(page)) {
       const ScanOutcome outcome = scan(page);
       report_.pageEnds();
-      if (!outcome.good()) return Reason{exitCodeFor(outcome.status), inPage(page, outcome.sentence)};
+      if (!outcome.good()) throw CommandError(exitCodeFor(outcome.status), inPage(page, outcome.sentence));
       if (plan_.filePerPage) reportSaved(output_.saved().last, 1);
     }
-    return std::nullopt;
-  } catch (const CommandError& error) {
-    return Reason{error.code(), error.what()};
-  } catch (const OutputError& error) {
-    return Reason{ExitCode::output, error.what()};
-  } catch (const std::bad_alloc&) {
-    return Reason{ExitCode::noMemory, outcome::noMemory().sentence};
+    return nullptr;
+  } catch (...) {
+    return std::current_exception();
   }
 
   static std::string inPage(std::uint32_t page, const std::string& sentence) {

@@ -81,6 +81,18 @@ TEST_F(NoMemory, LeavesThePagesBefore) {
   }
 }
 
+TEST_F(NoMemory, CostsAPdfOnePageAtATime) {
+  const std::string twoPages = document(PictureFormat::pdf, 2);
+  const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
+  ByteSink sink(descriptor);
+  const auto writer = makePictureWriter(PictureFormat::pdf, sink, {.software = "q750"});
+  for (int page = 0; page < 3; ++page) writePage(*writer);
+  EXPECT_EQ(writer->shrink(Shortage::memory), 2U);  // with nothing on the disk that could be a bound
+  writer->finish();
+  close(descriptor);
+  EXPECT_EQ(contentOf(path), twoPages);
+}
+
 // In a program of its own: a profile is made once.
 TEST(NoMemoryDeathTest, LeavesTheColorProfileForLater) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");

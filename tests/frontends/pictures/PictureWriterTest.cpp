@@ -597,7 +597,7 @@ TEST_F(WritingPictures, DropsPagesOfAPdfUntilItFits) {
     std::uint32_t left = 4;
     for (writer->finish(); !sink.good() && left > 0;) {
       sink.recover();
-      left = writer->shrink();
+      left = writer->shrink(Shortage::disk);
       if (left > 0) writer->finish();
     }
     close(descriptor);
