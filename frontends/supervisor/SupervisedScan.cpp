@@ -44,8 +44,9 @@ bool hasPaper(const ScanRequest& request) {
 
 // All but cancelled_ and link_.cancel() belongs to the one thread.
 struct SupervisedScan::Impl {
-  Impl(const ScanRequest& request, milliseconds heartbeatTimeout, Now now)
+  Impl(const ScanRequest& request, milliseconds heartbeatTimeout, Now now, milliseconds killTimeout)
       : now_(std::move(now)),
+        killTimeout_(killTimeout),
         silenceTimeout_(std::clamp(request.timeout, milliseconds(0), longestTimeout) + heartbeatTimeout),
         protocol_(expectedLayout(request), [this](const ScanOutcome& outcome) { atEnd(outcome); }) {}
 
@@ -69,6 +70,7 @@ struct SupervisedScan::Impl {
   void finish();
 
   const Now now_;
+  const milliseconds killTimeout_;
   const milliseconds silenceTimeout_;
   std::string program_;  // of the worker
   std::atomic<bool> cancelled_{false};
@@ -235,7 +237,7 @@ void SupervisedScan::Impl::examineWorker() {
 // program.
 void SupervisedScan::Impl::stop() noexcept {
   if (!isIn(State::ended)) cancel();
-  if (!worker_.isRunning() || worker_.awaitEnd(workertimes::workerKillTimeout)) return;
+  if (!worker_.isRunning() || worker_.awaitEnd(killTimeout_)) return;
   worker_.kill();
   worker_.awaitEnd(timeToDie);
 }
@@ -249,8 +251,8 @@ SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& wo
     : SupervisedScan(request, worker, workertimes::workerHeartbeatTimeout, std::chrono::steady_clock::now) {}
 
 SupervisedScan::SupervisedScan(const ScanRequest& request, const std::string& worker,
-                               milliseconds heartbeatTimeout, Now now)
-    : impl_(std::make_unique<Impl>(request, heartbeatTimeout, std::move(now))) {
+                               milliseconds heartbeatTimeout, Now now, milliseconds killTimeout)
+    : impl_(std::make_unique<Impl>(request, heartbeatTimeout, std::move(now), killTimeout)) {
   impl_->start(request, worker);
 }
 

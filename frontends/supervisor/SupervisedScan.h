@@ -11,6 +11,7 @@
 #include "PictureLayout.h"
 #include "ScanOutcome.h"
 #include "ScanRequest.h"
+#include "WorkerTimes.h"
 
 namespace frontend {
 
@@ -67,9 +68,10 @@ class SupervisedScan {
 
  protected:
   using Now = std::function<std::chrono::steady_clock::time_point()>;
-  // For tests: another time-out than workertimes::workerHeartbeatTimeout, and a clock of their own.
+  // For tests: a clock of their own, and other time-outs than those of workertimes.
   SupervisedScan(const ScanRequest& request, const std::string& worker,
-                 std::chrono::milliseconds heartbeatTimeout, Now now = std::chrono::steady_clock::now);
+                 std::chrono::milliseconds heartbeatTimeout, Now now = std::chrono::steady_clock::now,
+                 std::chrono::milliseconds killTimeout = workertimes::workerKillTimeout);
 
  private:
   struct Impl;

@@ -6,6 +6,7 @@
 #include "DriverHandle.h"
 #include "LibraryArea.h"
 #include "ScannerInterface.h"
+#include "WorkerClock.h"
 
 namespace frontend {
 namespace {
@@ -20,8 +21,7 @@ constexpr std::int32_t notKept = 1;
 
 ScanSession::ScanSession(platform::UsbStack& stack, const ScanSettings& settings, const SessionHooks& hooks)
     : settings_(settings),
-      watch_({hooks.cancel, hooks.picture, hooks.timeoutMs, settings.rasterBytes(),
-              std::chrono::steady_clock::now}),
+      watch_({hooks.cancel, hooks.picture, hooks.timeoutMs, settings.rasterBytes(), jobTime}),
       stack_(stack, watch_, hooks.transfers),
       environment_(stack_, hooks.log) {}
 

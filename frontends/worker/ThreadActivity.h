@@ -3,6 +3,8 @@
 #include <atomic>
 #include <chrono>
 
+#include "WorkerClock.h"
+
 namespace frontend {
 
 // When the scanning thread was last active, for another thread that detects a hang. A thread that waits for
@@ -27,7 +29,7 @@ class ThreadActivity {
   using Ticks = std::chrono::steady_clock::rep;
 
   static constexpr Ticks waiting = -1;  // the clock counts from the start of the system
-  static Ticks now() noexcept { return std::chrono::steady_clock::now().time_since_epoch().count(); }
+  static Ticks now() noexcept { return watchdogTime().time_since_epoch().count(); }
 
   std::atomic<Ticks> latest_;
 };

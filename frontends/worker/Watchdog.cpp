@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "WorkerClock.h"
 #include "WorkerTimes.h"
 
 namespace frontend {
@@ -68,13 +69,13 @@ void Watchdog::readControl() {
 
 void Watchdog::requestCancel() {
   if (cancelTime_) return;
-  cancelTime_ = std::chrono::steady_clock::now();
+  cancelTime_ = watchdogTime();
   dependencies_.cancel.request();
   signalEvent(cancelled_.get());
 }
 
 void Watchdog::endHungProcess() {
-  const auto now = std::chrono::steady_clock::now();
+  const auto now = watchdogTime();
   const std::chrono::milliseconds idle = dependencies_.activity.idleTime();
   const bool stays = cancelTime_ && now - *cancelTime_ > workertimes::workerExitTimeout;
   if (!stays && idle <= dependencies_.longestIdleTime) return;
