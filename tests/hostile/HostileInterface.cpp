@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "DeviceTime.h"
+
 namespace hostile {
 
 using platform::IOReturn;
@@ -13,6 +15,13 @@ namespace {
 
 // The first byte of an honest reply; a picture begins with a marker.
 constexpr char replyType = '\xCC';
+
+// What an operation took that ended with this status.
+IOReturn passed(IOReturn status, std::uint32_t timeoutMs) {
+  const bool timedOut = status == platform::kIOUSBTransactionTimeout || status == platform::kIOReturnTimeout;
+  if (timedOut) DeviceTime::pass(std::chrono::milliseconds(timeoutMs));
+  return status;
+}
 
 }  // namespace
 
@@ -64,13 +73,21 @@ IOReturn HostileInterface::writePipeTO(std::uint8_t pipe, const void* buffer, st
                                        std::uint32_t noDataTimeoutMs,
                                        std::uint32_t completionTimeoutMs) noexcept {
   IOReturn status = platform::kIOReturnSuccess;
-  if (!stack_.begins(&status)) return status;
-  return inner().writePipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
+  if (stack_.begins(&status))
+    status = inner().writePipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
+  return passed(status, noDataTimeoutMs);
 }
 
 IOReturn HostileInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
                                       std::uint32_t noDataTimeoutMs,
                                       std::uint32_t completionTimeoutMs) noexcept try {
+  return passed(read(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs), noDataTimeoutMs);
+} catch (const std::bad_alloc&) {
+  return platform::kIOReturnNoMemory;
+}
+
+IOReturn HostileInterface::read(std::uint8_t pipe, void* buffer, std::uint32_t* size,
+                                std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) {
   const std::uint32_t capacity = *size;
   *size = 0;
   IOReturn status = platform::kIOReturnSuccess;
@@ -78,9 +95,7 @@ IOReturn HostileInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint
   HostileUsbStack::Channel& channel = stack_.channels_[pipe];
   if (channel.stream.isEmpty()) status = fetch(pipe, channel, noDataTimeoutMs, completionTimeoutMs);
   if (channel.stream.isEmpty()) return status;
-  return deliver(channel, static_cast<std::uint8_t*>(buffer), capacity, size);
-} catch (const std::bad_alloc&) {
-  return platform::kIOReturnNoMemory;
+  return deliver(channel, static_cast<std::uint8_t*>(buffer), capacity, size, noDataTimeoutMs);
 }
 
 // Takes all that the honest device has to send, and distorts it.
@@ -102,7 +117,9 @@ IOReturn HostileInterface::fetch(std::uint8_t pipe, HostileUsbStack::Channel& ch
   } while (status == platform::kIOReturnSuccess && moved == block.size());
   if (honest.empty()) return status;
   channel.isOfReplies = honest.front() == replyType;
-  if (distorts(channel.isOfReplies)) {
+  if (stack_.probes(channel)) {
+    stack_.probe(honest, channel);
+  } else if (distorts(channel.isOfReplies)) {
     const bool strange = channel.isOfReplies && !dice().oneIn(4);
     channel.stream = strange ? strangeReply(dice()) : distorted(honest, dice());
   } else {
@@ -120,11 +137,18 @@ bool HostileInterface::distorts(bool reply) {
 }
 
 IOReturn HostileInterface::deliver(HostileUsbStack::Channel& channel, std::uint8_t* buffer,
-                                   std::uint32_t capacity, std::uint32_t* size) {
+                                   std::uint32_t capacity, std::uint32_t* size,
+                                   std::uint32_t noDataTimeoutMs) {
   HostileUsbStack::Delivery& delivery = stack_.delivery_;
+  if (channel.firstReads > 0) {
+    --channel.firstReads;
+    return channel.firstStatus;
+  }
   const bool plain = channel.isOfReplies && !delivery.ofReplies;
   const auto isDue = [&](std::size_t oneIn) { return !plain && oneIn > 0 && dice().oneIn(oneIn); };
   if (isDue(delivery.timeOutOneIn)) return platform::kIOUSBTransactionTimeout;
+  if (!plain && delivery.readMs >= noDataTimeoutMs) return platform::kIOUSBTransactionTimeout;
+  if (!plain) DeviceTime::pass(std::chrono::milliseconds(delivery.readMs));
   if (isDue(delivery.emptyOneIn)) return platform::kIOReturnSuccess;
   std::size_t most = capacity;
   if (!plain && delivery.smallLeft > 0) {

@@ -16,7 +16,7 @@ class HostileInterface final : public platform::ForwardingUsbInterface {
   HostileInterface(HostileUsbStack& stack, platform::UsbInterface& inner)
       : ForwardingUsbInterface(stack, inner), stack_(stack) {}
 
-  // Each as the honest device's, or distorted. They block for nothing.
+  // Each as the honest device's, or distorted. They block for nothing; time-outs take DeviceTime.
   platform::IOReturn open() noexcept override;
   platform::IOReturn getNumEndpoints(std::uint8_t* count) noexcept override;
   platform::IOReturn setAlternateInterface(std::uint8_t setting) noexcept override;
@@ -38,7 +38,9 @@ class HostileInterface final : public platform::ForwardingUsbInterface {
                            std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs);
   bool distorts(bool reply);
   platform::IOReturn deliver(HostileUsbStack::Channel& channel, std::uint8_t* buffer, std::uint32_t capacity,
-                             std::uint32_t* size);
+                             std::uint32_t* size, std::uint32_t noDataTimeoutMs);
+  platform::IOReturn read(std::uint8_t pipe, void* buffer, std::uint32_t* size, std::uint32_t noDataTimeoutMs,
+                          std::uint32_t completionTimeoutMs);
 
   HostileUsbStack& stack_;
 };

@@ -1,13 +1,16 @@
 #include "HostileScan.h"
 
+#include <poll.h>
 #include <sys/resource.h>
 
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <optional>
 #include <string_view>
 
 #include "Dice.h"
+#include "Probe.h"
 #include "SupervisedScan.h"
 
 namespace hostile {
@@ -15,10 +18,10 @@ namespace {
 
 using frontend::ScanOutcome;
 using frontend::ScanStatus;
-using Clock = std::chrono::steady_clock;
 
-// Nothing in a scan takes real time; a machine with many other tasks does.
-constexpr std::chrono::seconds longestScan(20);
+// Nothing in a scan takes real time, but the machine may have many other tasks: a worker that is over the
+// limit of its processor time is killed (HostileClock.cpp), and only one that waits for ever ends here.
+constexpr std::chrono::minutes longestPause(10);
 // A worker may use 256 MiB and ten times the picture; what it has in memory is far less.
 #ifdef __SANITIZE_ADDRESS__
 constexpr long largestWorkerKiB = 1024L * 1024;  // what is freed stays in memory for a while
@@ -49,17 +52,79 @@ constexpr Designed designed[] = {
     {ScanStatus::refused, "The scanner refused the scan. "},
 };
 
-std::uint64_t readAll(frontend::SupervisedScan& scan) {
-  std::array<std::uint8_t, 65536> buffer;
-  std::uint64_t bytes = 0;
-  while (const std::size_t count = scan.read(buffer.data(), buffer.size())) bytes += count;
-  return bytes;
-}
+// Leaves the worker all the time that the machine makes it wait. Reads as a front end with a loop of its own.
+class PatientScan : public frontend::SupervisedScan {
+ public:
+  PatientScan(const frontend::ScanRequest& request, const std::string& worker)
+      : SupervisedScan(request, worker, longestPause, std::chrono::steady_clock::now, longestPause) {}
+
+  // Reads to the end, or up to this byte. False where nothing happened for too long.
+  bool read(std::uint64_t end) {
+    while (bytes_ < end) {
+      const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(buffer_.size(), end - bytes_));
+      const auto count = readAvailable(buffer_.data(), wanted);
+      if (count == std::size_t{0}) return true;
+      bytes_ += count.value_or(0);
+      if (!count && !isReadable()) return false;
+    }
+    return true;
+  }
+  std::uint64_t bytes() const { return bytes_; }
+
+ private:
+  bool isReadable() const {
+    pollfd awaited{descriptor(), POLLIN, 0};
+    return poll(&awaited, 1, static_cast<int>(std::chrono::milliseconds(longestPause).count())) != 0;
+  }
+
+  std::array<std::uint8_t, 65536> buffer_;
+  std::uint64_t bytes_ = 0;
+};
 
 long largestChildKiB() {
   rusage usage{};
   getrusage(RUSAGE_CHILDREN, &usage);
   return usage.ru_maxrss;
+}
+
+std::uint32_t sideFor(Dice& dice, std::uint32_t least, std::uint32_t most) {
+  return least + static_cast<std::uint32_t>(dice.below(most - least + 1));
+}
+
+// Small ones, for the sake of speed, and now and then one of up to a few megabytes. A probe needs a picture
+// so large that the bound on all bytes is beyond that on the bytes of messages.
+frontend::PixelArea areaFor(Dice& dice, bool probed) {
+  if (probed) return {0, 0, sideFor(dice, 560, 620), sideFor(dice, 600, 700)};
+  const std::uint32_t left = sideFor(dice, 0, 49);
+  const std::uint32_t top = sideFor(dice, 0, 49);
+  if (dice.oneIn(100)) return {left, top, sideFor(dice, 301, 2000), sideFor(dice, 200, 700)};
+  return {left, top, sideFor(dice, 1, 120), sideFor(dice, 1, 90)};
+}
+
+// The byte of the picture after which the user cancels.
+std::optional<std::uint64_t> cancelFor(std::uint32_t seed, std::uint64_t bytes) {
+  Dice dice(std::uint64_t{seed} << 32);
+  if (probeOf(seed) || !dice.oneIn(10)) return std::nullopt;
+  return dice.oneIn(4) ? 0 : dice.below(bytes);
+}
+
+std::string complaintAboutWorker(const PatientScan& scan, long largestBefore) {
+  if (!scan.workerEndedWell()) return "the worker did not exit with success";
+  const long largest = largestChildKiB();
+  if (largest <= largestWorkerKiB || largest <= largestBefore) return {};
+  return "the worker took " + std::to_string(largest / 1024) + " MiB";
+}
+
+std::string complaintAboutOutcome(std::uint32_t seed, const PatientScan& scan, std::uint64_t bytes,
+                                  bool cancelled) {
+  const ScanOutcome& outcome = scan.outcome();
+  if (cancelled) return outcome.status == ScanStatus::cancelled ? "" : "a cancelled scan goes on";
+  if (!isDesigned(outcome)) return "no designed outcome";
+  if (outcome.good() && scan.bytes() != bytes) return "a good scan without all of its bytes";
+  const auto probe = probeOf(seed);
+  if (!probe || outcome.sentence.starts_with(probe->outcome())) return {};
+  return "the bound on " + std::string(probe->probe->name) +
+         (probe->beyond ? " is missing" : " is too tight");
 }
 
 }  // namespace
@@ -70,11 +135,9 @@ frontend::ScanRequest requestFor(std::uint32_t seed) {
   request.scanner = "virtual";
   request.timeout = std::chrono::seconds(1 + dice.below(3));
   const auto mode = dice.oneIn(2) ? frontend::ColorMode::gray : frontend::ColorMode::color;
-  request.settings = {
-      75,
-      mode,
-      {static_cast<std::uint32_t>(dice.below(50)), static_cast<std::uint32_t>(dice.below(50)),
-       static_cast<std::uint32_t>(1 + dice.below(120)), static_cast<std::uint32_t>(1 + dice.below(90))}};
+  const frontend::PixelArea area = areaFor(dice, probeOf(seed).has_value());
+  const std::uint32_t resolution = area.width > 500 ? 300 : 75;
+  request.settings = {resolution, mode, area};
   if (mode == frontend::ColorMode::gray && dice.oneIn(2)) request.threshold = dice.byte();
   if (!request.threshold && dice.oneIn(4)) request.tone.brightness = 10;
   request.virtualScanner.faults = {"stall:" + std::to_string(seed)};
@@ -93,34 +156,32 @@ bool isDesigned(const ScanOutcome& outcome) {
   return known && printable && sentence.size() <= longestSentence;
 }
 
-std::string complaintAbout(std::uint32_t seed, const std::string& worker, ScanStatus* status) {
+std::string complaintAbout(std::uint32_t seed, const std::string& worker, ScanOutcome* result) {
   const frontend::ScanRequest request = requestFor(seed);
-  const auto begin = Clock::now();
+  const std::uint64_t bytes = expectedLayout(request).bytes();
+  const auto cancelAt = cancelFor(seed, bytes);
   const long largestBefore = largestChildKiB();
-  frontend::SupervisedScan scan(request, worker);
-  const std::uint64_t bytes = readAll(scan);
+  PatientScan scan(request, worker);
+  const bool responds = scan.read(cancelAt.value_or(UINT64_MAX));
+  const bool cancelled = cancelAt && scan.bytes() == *cancelAt;
+  if (!responds || cancelled) scan.cancel();
   scan.finish();
-  const ScanOutcome& outcome = scan.outcome();
-  if (status != nullptr) *status = outcome.status;
-  if (!isDesigned(outcome)) return "no designed outcome: " + outcome.sentence;
-  if (outcome.good() && bytes != expectedLayout(request).bytes())
-    return "a good scan without all of its bytes";
-  if (!scan.workerEndedWell()) return "the worker did not exit with success: " + outcome.sentence;
-  if (Clock::now() - begin > longestScan) return "it took too long: " + outcome.sentence;
-  const long largest = largestChildKiB();
-  if (largest > largestWorkerKiB && largest > largestBefore)
-    return "the worker took " + std::to_string(largest / 1024) + " MiB: " + outcome.sentence;
-  return {};
+  if (result != nullptr) *result = scan.outcome();
+  if (!responds) return "nothing happened for " + std::to_string(longestPause.count()) + " minutes";
+  std::string complaint = complaintAboutOutcome(seed, scan, bytes, cancelled);
+  if (complaint.empty()) complaint = complaintAboutWorker(scan, largestBefore);
+  return complaint.empty() ? "" : complaint + ": " + scan.outcome().sentence;
 }
 
 std::string goodScan(const std::string& worker) {
   frontend::ScanRequest request;
   request.scanner = "virtual";
   request.settings = {75, frontend::ColorMode::color, {10, 20, 64, 48}};
-  frontend::SupervisedScan scan(request, worker);
-  const std::uint64_t bytes = readAll(scan);
+  PatientScan scan(request, worker);
+  const bool responds = scan.read(UINT64_MAX);
   scan.finish();
-  return bytes == expectedLayout(request).bytes() ? scan.outcome().sentence : "bytes are missing";
+  if (!responds) return "the worker stopped responding";
+  return scan.bytes() == expectedLayout(request).bytes() ? scan.outcome().sentence : "bytes are missing";
 }
 
 }  // namespace hostile

@@ -8,17 +8,19 @@
 
 namespace hostile {
 
-// The scan for this seed: a small page in any mode, with the seed where the hostile worker finds it.
+// The scan for this seed: a small page in any mode, seldom a larger one, with the seed where the hostile
+// worker finds it.
 frontend::ScanRequest requestFor(std::uint32_t seed);
 
 // Whether a broken device may end a scan so: with this status and a sentence that goes with it, in printable
 // ASCII. A dead worker, want of memory and a request that is not understood are not among them.
 bool isDesigned(const frontend::ScanOutcome& outcome);
 
-// What is wrong with the scan of the device with this seed; empty if nothing is. `status` gets the status of
-// the outcome. Blocks until the worker has exited.
+// What is wrong with the scan of the device with this seed, which some seeds cancel; empty if nothing is.
+// `result` gets the outcome, which follows from the seed alone, whatever else the machine does. Blocks until
+// the worker has exited.
 std::string complaintAbout(std::uint32_t seed, const std::string& worker,
-                           frontend::ScanStatus* status = nullptr);
+                           frontend::ScanOutcome* result = nullptr);
 
 // The outcome of a scan by the honest virtual scanner: "The page was scanned.", and every byte of it arrived.
 std::string goodScan(const std::string& worker);

@@ -56,16 +56,34 @@ TEST(HostileScanner, OfAnySeedEndsTheScanAsDesigned) {
   testing::internal::CaptureStderr();  // of the workers too
   std::vector<int> statuses(static_cast<std::size_t>(ScanStatus::noMemory) + 1);
   for (std::uint32_t seed = 1; seed <= 250; ++seed) {
-    ScanStatus status{};
-    EXPECT_EQ(complaintAbout(seed, Q750_HOSTILE_WORKER, &status), "") << "seed " << seed;
-    ++statuses[static_cast<std::size_t>(status)];
+    frontend::ScanOutcome outcome;
+    EXPECT_EQ(complaintAbout(seed, Q750_HOSTILE_WORKER, &outcome), "") << "seed " << seed;
+    ++statuses[static_cast<std::size_t>(outcome.status)];
   }
   EXPECT_TRUE(isPrintable(testing::internal::GetCapturedStderr()));
   // The devices are of many kinds: some scan well, others reach each way to fail.
-  for (const ScanStatus status : {ScanStatus::good, ScanStatus::timedOut, ScanStatus::badData,
-                                  ScanStatus::ioError, ScanStatus::refused, ScanStatus::noDevice})
+  for (const ScanStatus status :
+       {ScanStatus::good, ScanStatus::cancelled, ScanStatus::timedOut, ScanStatus::badData,
+        ScanStatus::ioError, ScanStatus::refused, ScanStatus::noDevice})
     EXPECT_GT(statuses[static_cast<std::size_t>(status)], 0) << static_cast<int>(status);
   EXPECT_EQ(goodScan(Q750_WORKER), "The page was scanned.");
+}
+
+// The first seed that probes this side of a bound.
+std::uint32_t seedOf(const Probe& probe, bool beyond) {
+  for (std::uint32_t seed = 1;; ++seed) {
+    const auto side = probeOf(seed);
+    if (side && side->probe == &probe && side->beyond == beyond) return seed;
+  }
+}
+
+TEST(HostileScanner, MeetsEveryBoundOfTheWorkerAndNoneTooSoon) {
+  for (const Probe& probe : allProbes()) {
+    for (const bool beyond : {false, true}) {
+      const std::uint32_t seed = seedOf(probe, beyond);
+      EXPECT_EQ(complaintAbout(seed, Q750_HOSTILE_WORKER), "") << probe.name << ", seed " << seed;
+    }
+  }
 }
 
 }  // namespace

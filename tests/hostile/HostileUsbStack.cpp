@@ -6,8 +6,16 @@ namespace hostile {
 
 using platform::IOReturn;
 
-HostileUsbStack::HostileUsbStack(platform::UsbStack& inner, std::uint64_t seed)
-    : ForwardingUsbStack(inner), dice_(seed) {
+HostileUsbStack::HostileUsbStack(platform::UsbStack& inner, std::uint64_t seed, const ProbedScan& scan)
+    : ForwardingUsbStack(inner), dice_(seed), scan_(scan), probe_(probeOf(seed)) {
+  if (!probe_) decideAll();
+}
+
+HostileUsbStack::~HostileUsbStack() {
+  releaseInterfaces();
+}
+
+void HostileUsbStack::decideAll() {
   distortsReplies_ = dice_.oneIn(3);
   distortsPicture_ = !dice_.oneIn(3);
   honestReplies_ = dice_.oneOf(std::initializer_list<std::size_t>{0, 1, 1, 2, 2, 3, 4});
@@ -19,17 +27,16 @@ HostileUsbStack::HostileUsbStack(platform::UsbStack& inner, std::uint64_t seed)
   decideFailures();
 }
 
-HostileUsbStack::~HostileUsbStack() {
-  releaseInterfaces();
-}
-
 void HostileUsbStack::decideDelivery() {
   delivery_.ofReplies = dice_.oneIn(6);
   delivery_.largest =
       dice_.oneOf(std::initializer_list<std::size_t>{SIZE_MAX, SIZE_MAX, 1, 3, 7, 8, 9, 511, 512, 8192});
-  delivery_.smallLeft = dice_.oneIn(64) ? UINT64_MAX : 3000;
+  // A large page in single bytes only takes time.
+  const bool small = scan_.rasterBytes < 65536;
+  delivery_.smallLeft = dice_.oneIn(64) && small ? UINT64_MAX : 3000;
   if (dice_.oneIn(6)) delivery_.emptyOneIn = dice_.oneOf(std::initializer_list<std::size_t>{1, 2, 10});
   if (dice_.oneIn(6)) delivery_.timeOutOneIn = dice_.oneOf(std::initializer_list<std::size_t>{1, 2, 10});
+  if (dice_.oneIn(6)) delivery_.readMs = dice_.oneOf(std::initializer_list<std::uint32_t>{1, 20, 200, 3000});
 }
 
 void HostileUsbStack::decideFailures() {
@@ -48,6 +55,23 @@ bool HostileUsbStack::begins(IOReturn* status) {
     return false;
   }
   return true;
+}
+
+bool HostileUsbStack::probes(const Channel& channel) const {
+  return probe_ && probe_->probe->inAnswers == channel.isOfReplies;
+}
+
+void HostileUsbStack::probe(const std::string& honest, Channel& channel) {
+  ProbeEffects effects;
+  effects.packets = packetsOf(honest);
+  probe_->probe->disturb(effects, scan_, probe_->beyond);
+  probe_.reset();
+  for (const Packet& packet : effects.packets) channel.stream.add(bytesOf(packet), packet.times);
+  channel.firstReads = effects.firstReads;
+  channel.firstStatus = effects.firstStatus;
+  delivery_.largest = effects.largest;
+  delivery_.smallLeft = UINT64_MAX;
+  delivery_.readMs = effects.readMs;
 }
 
 IOReturn HostileUsbStack::createPlugInInterfaceForService(platform::IOObject service,

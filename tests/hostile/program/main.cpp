@@ -68,6 +68,15 @@ struct Totals {
   std::uint32_t findings = 0;
   std::map<frontend::ScanStatus, std::uint32_t> outcomes;
   long residentBeforeKiB = 0;
+  std::uint64_t digest = 0;  // of all outcomes: the same on every machine, however busy it is
+
+  void note(std::uint32_t seed, const frontend::ScanOutcome& outcome) {
+    ++outcomes[outcome.status];
+    constexpr std::uint64_t prime = 0x100000001B3U;  // FNV-1a
+    std::uint64_t one = 0xCBF29CE484222325U ^ seed;
+    for (const char character : outcome.sentence) one = (one ^ static_cast<unsigned char>(character)) * prime;
+    digest += one;
+  }
 };
 
 void report(Totals& totals, std::uint32_t seed, const std::string& complaint) {
@@ -92,8 +101,11 @@ std::string complaintAboutThisProcess(Totals& totals, const std::string& goodWor
 void printTotals(const Totals& totals) {
   rusage workers{};
   getrusage(RUSAGE_CHILDREN, &workers);
-  std::printf("{\"scans\": %u, \"findings\": %u, \"worker_kib\": %ld, \"growth_kib\": %ld, \"outcomes\": [",
-              totals.scans, totals.findings, workers.ru_maxrss, residentKiB() - totals.residentBeforeKiB);
+  std::printf(
+      "{\"scans\": %u, \"findings\": %u, \"worker_kib\": %ld, \"growth_kib\": %ld, \"digest\": %llu, ",
+      totals.scans, totals.findings, workers.ru_maxrss, residentKiB() - totals.residentBeforeKiB,
+      static_cast<unsigned long long>(totals.digest));
+  std::printf("\"outcomes\": [");
   const char* separator = "";
   for (int status = 0; status <= static_cast<int>(frontend::ScanStatus::noMemory);
        ++status, separator = ", ") {
@@ -122,10 +134,10 @@ int main(int argc, char** argv) {
   Totals totals;
   const std::ptrdiff_t descriptors = openDescriptors();
   for (std::uint32_t seed = first; seed - first < count; ++seed) {
-    frontend::ScanStatus status{};
-    report(totals, seed, hostile::complaintAbout(seed, hostileWorker, &status));
+    frontend::ScanOutcome outcome;
+    report(totals, seed, hostile::complaintAbout(seed, hostileWorker, &outcome));
+    totals.note(seed, outcome);
     if (standardError.hasUnprintable()) report(totals, seed, "unprintable bytes on standard error");
-    ++totals.outcomes[status];
     if (++totals.scans % scansBetweenGoodOnes == 0 || totals.scans == count)
       report(totals, seed, complaintAboutThisProcess(totals, goodWorker, descriptors));
   }

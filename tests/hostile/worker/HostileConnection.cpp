@@ -1,3 +1,6 @@
+#include <unistd.h>
+
+#include "DeviceTime.h"
 #include "Fault.h"
 #include "HostileUsbStack.h"
 #include "ScannerConnection.h"
@@ -7,12 +10,28 @@
 namespace frontend {
 namespace {
 
+// A minute, the time-out and the picture's at 64 kB a second; after it, a last silence, on either pipe, and
+// the last calls.
+std::chrono::milliseconds longestJob(const ScanRequest& request) {
+  using namespace std::chrono_literals;
+  return 60s + 3 * request.timeout + std::chrono::milliseconds(request.settings.rasterBytes() / 64) + 5s;
+}
+
 class HostileConnection final : public ScannerConnection {
  public:
-  explicit HostileConnection(std::uint64_t seed) : hostile_(stack_, seed) {}
+  HostileConnection(std::uint64_t seed, const ScanRequest& request)
+      : longest_(longestJob(request)),
+        hostile_(stack_, seed,
+                 {request.settings.rasterBytes(), static_cast<std::uint32_t>(request.timeout.count())}) {}
+  // The exit status is how tools/hostile learns that the scan took longer than any may.
+  ~HostileConnection() override {
+    constexpr int tookTooLong = 5;
+    if (hostile::DeviceTime::elapsed() > longest_) _exit(tookTooLong);
+  }
   platform::UsbStack& stack() noexcept override { return hostile_; }
 
  private:
+  std::chrono::milliseconds longest_;
   virtualscanner::VirtualScanner scanner_;
   virtualscanner::VirtualUsbStack stack_{scanner_};
   hostile::HostileUsbStack hostile_;
@@ -20,15 +39,15 @@ class HostileConnection final : public ScannerConnection {
 
 }  // namespace
 
-// The linker takes this definition instead of the worker's own: everything but the device is the worker that
-// users have. The seed is the position of the fault that the request injects, because both front ends pass a
-// fault on unchanged: --virtual-fault stall:SEED.
+// The linker takes this definition instead of the worker's own: everything but the device and its time is the
+// worker that users have. The seed is the position of the fault that the request injects, because both front
+// ends pass a fault on unchanged: --virtual-fault stall:SEED.
 std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> ScannerConnection::to(
     const ScanRequest& request, platform::OwnedDescriptor /*paper*/) {
   if (request.virtualScanner.faults.empty()) return outcome::wrongRequest("There is no seed.");
   const auto seed = virtualscanner::parseFault(request.virtualScanner.faults.front());
   if (!seed) return outcome::wrongRequest("There is no seed.");
-  return std::make_unique<HostileConnection>(seed->position);
+  return std::make_unique<HostileConnection>(seed->position, request);
 }
 
 }  // namespace frontend
