@@ -90,6 +90,12 @@ struct JpegEncoder::State {
     if (ended || setjmp(leave) != 0) return;
     jpeg_write_scanlines(&jpeg, &samples, 1);
   }
+  void flush() {
+    if (ended || setjmp(leave) != 0) return;
+    // Between two rows the library keeps nothing of the destination.
+    put(bufferSize - destination.free_in_buffer);
+    beginBuffer(&jpeg);
+  }
   void finish() {
     if (ended || setjmp(leave) != 0) return;
     jpeg_finish_compress(&jpeg);
@@ -120,6 +126,10 @@ void JpegEncoder::writeRow(const std::uint8_t* row) {
   std::vector<std::uint8_t>& gray = state_->gray;
   for (std::size_t x = 0; x < gray.size(); ++x) gray[x] = (row[x / 8] >> (7 - x % 8) & 1) != 0 ? 0 : 255;
   state_->writeSamples(gray.empty() ? const_cast<JSAMPROW>(row) : gray.data());
+}
+
+void JpegEncoder::flush() {
+  state_->flush();
 }
 
 void JpegEncoder::finish() {

@@ -29,6 +29,7 @@ class JpegEncoder final : public StreamEncoder {
   JpegEncoder& operator=(const JpegEncoder&) = delete;
 
   void writeRow(const std::uint8_t* row) override;
+  void flush() override;
   void finish() override;
   const std::string& failure() const override;
 

@@ -56,6 +56,10 @@ class PictureWriter {
   // after the call.
   virtual void writeRow(const std::uint8_t* row) = 0;
 
+  // Passes on to the sink what is encoded of the page, as far as that changes none of the bytes of the file:
+  // for a reader who follows the file while it grows. Formats that need the whole page keep it.
+  virtual void flush() {}
+
   // Completes the page after its last row.
   virtual void endPage() = 0;
 

@@ -21,6 +21,8 @@ class StreamEncoder {
 
   // Encodes layout.rowBytes() bytes, which are not used after the call.
   virtual void writeRow(const std::uint8_t* row) = 0;
+  // Passes on what is encoded, as far as that changes none of the bytes of the picture.
+  virtual void flush() {}
   // Completes the picture after its last row.
   virtual void finish() = 0;
   // Why the library gave up, as a clause; empty where it did not, or where only the output ended the encoder.

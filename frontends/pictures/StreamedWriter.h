@@ -23,6 +23,10 @@ class StreamedWriter : public PictureWriter {
     encoder_->writeRow(row);
     reportFailure();
   }
+  void flush() final {
+    encoder_->flush();
+    reportFailure();
+  }
   void endPage() final {
     encoder_->finish();
     reportFailure();

@@ -642,6 +642,33 @@ TEST_F(WritingPictures, EndsOnlyForACancelThatInsistsWhileSaving) {
   EXPECT_EQ(contentOf(path), "saved");
 }
 
+TEST_F(WritingPictures, WritesTheSameFileWhenItIsFlushedAfterEveryRow) {
+  for (const PictureFormat format : formats) {
+    ASSERT_TRUE(write(format, {&grey}));
+    const std::string whole = contentOf(path);
+    ByteSink sink(create());
+    const auto writer = makePictureWriter(format, sink, settings());
+    writer->beginPage(grey.layout);
+    for (std::uint32_t row = 0; row < grey.layout.height; ++row) {
+      writer->writeRow(grey.pixels.data() + row * grey.layout.rowBytes());
+      writer->flush();
+    }
+    writer->endPage();
+    writer->finish();
+    EXPECT_EQ(contentOf(path), whole) << static_cast<int>(format);
+  }
+}
+
+TEST_F(WritingPictures, PassesOnTheRowsOfAJpegThatAreEncodedWhenItIsFlushed) {
+  ByteSink sink(create());
+  const auto writer = makePictureWriter(PictureFormat::jpeg, sink, settings());
+  writer->beginPage(grey.layout);
+  grey.writeRows(*writer, 16);  // two rows of blocks
+  EXPECT_EQ(contentOf(path).size(), 0U);
+  writer->flush();
+  EXPECT_GT(contentOf(path).size(), 4000U);
+}
+
 TEST_F(WritingPictures, StopsForACancel) {
   Cancellation cancel;
   cancel.request();
