@@ -26,7 +26,7 @@ struct ScanTicket {
 
 // Why a ticket is not accepted.
 struct TicketRefusal {
-  unsigned code;         // of HTTP: 400 for what is no ScanSettings document, 409 for what is not possible here
+  unsigned code;  // of HTTP: 400 for what is no ScanSettings document, 409 for what is not possible here
   std::string sentence;  // for the client's developer and the journal, in printable ASCII
 };
 
