@@ -1,0 +1,35 @@
+#include "ScanSource.h"
+
+#include <poll.h>
+
+#include "SupervisedScan.h"
+
+namespace frontend::share {
+namespace {
+
+class WorkerScan final : public ScanSource {
+ public:
+  explicit WorkerScan(const ScanRequest& request) : scan_(request) {}
+
+  std::optional<std::size_t> readAvailable(std::uint8_t* buffer, std::size_t capacity) override {
+    return scan_.readAvailable(buffer, capacity);
+  }
+  void wait(std::chrono::milliseconds longest) override {
+    pollfd rows{scan_.descriptor(), POLLIN, 0};
+    // An interrupted wait is a short one.
+    [[maybe_unused]] const int ready = poll(&rows, 1, static_cast<int>(longest.count()));
+  }
+  ScanOutcome outcome() const override { return scan_.outcome(); }
+  void cancel() noexcept override { scan_.cancel(); }
+
+ private:
+  SupervisedScan scan_;
+};
+
+}  // namespace
+
+std::unique_ptr<ScanSource> startSupervisedScan(const ScanRequest& request) {
+  return std::make_unique<WorkerScan>(request);
+}
+
+}  // namespace frontend::share
