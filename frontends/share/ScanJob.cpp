@@ -1,0 +1,326 @@
+#include "ScanJob.h"
+
+#include <array>
+#include <exception>
+#include <new>
+#include <utility>
+
+#include "OutcomeCode.h"
+#include "OutputError.h"
+
+namespace frontend::share {
+namespace {
+
+constexpr std::size_t bufferSize = 64 * 1024;
+
+constexpr char noDocumentYet[] = "The job has no document yet.";
+constexpr char noMoreDocuments[] = "The job has no more documents.";
+constexpr char cancelledByClient[] = "The scan was cancelled.";
+constexpr char clientWentAway[] = "The client went away; the scan was cancelled.";
+constexpr char neverFetched[] = "No client fetched the page; the scan was cancelled.";
+constexpr char stillWarmingUp[] = "The scanner is still warming up. Try again.";
+
+ScanOutcome cancelledBecause(const char* sentence) {
+  return {ScanStatus::cancelled, sentence};
+}
+
+ScanOutcome notStored(const std::string& why) {
+  return {ScanStatus::ioError, "The page cannot be stored: " + why + ". Free disk space, then scan again."};
+}
+
+JobPhase phaseAfter(ScanStatus status) {
+  if (status == ScanStatus::good) return JobPhase::ready;
+  return status == ScanStatus::cancelled ? JobPhase::canceled : JobPhase::aborted;
+}
+
+}  // namespace
+
+// The source that cancel() reaches.
+class ScanJob::Aim {
+ public:
+  Aim(ScanJob& job, ScanSource& source) : job_(job) {
+    const std::lock_guard lock(job_.mutex_);
+    job_.source_ = &source;
+    if (hasEnded(stateOf(job_.phase_))) source.cancel();
+  }
+  ~Aim() {
+    const std::lock_guard lock(job_.mutex_);
+    job_.source_ = nullptr;
+  }
+  Aim(const Aim&) = delete;
+  Aim& operator=(const Aim&) = delete;
+
+ private:
+  ScanJob& job_;
+};
+
+ScanJob::ScanJob(JobOrder order, Now now)
+    : order_(std::move(order)),
+      now_(std::move(now)),
+      changedAt_(now_()),
+      abandonAt_(changedAt_ + times::unclaimed) {}
+
+void ScanJob::run(const StartScan& start) noexcept {
+  try {
+    const std::unique_ptr<ScanSource> source = start(order_.request);
+    const Aim aim(*this, *source);
+    // Clients learn the end before the worker's last calls to the scanner, which take a second or two.
+    settle(scanGuarded(*source));
+  } catch (const std::exception&) {
+    settle(outcome::noMemory());
+  }
+  const std::lock_guard lock(mutex_);
+  free_ = true;
+  changed_.notify_all();
+}
+
+ScanOutcome ScanJob::scanGuarded(ScanSource& source) noexcept {
+  ScanOutcome outcome = outcome::noMemory();
+  try {
+    outcome = scanPage(source);
+  } catch (const OutputError& error) {
+    outcome = {ScanStatus::ioError, error.what()};
+  } catch (const std::bad_alloc&) {
+  }
+  if (!outcome.good()) source.cancel();
+  return outcome;
+}
+
+ScanOutcome ScanJob::scanPage(ScanSource& source) {
+  const auto page = std::make_shared<PageFile>();
+  PageEncoder encoder(order_.ticket, expectedLayout(order_.request), order_.settings, page->descriptor());
+  {
+    const std::lock_guard lock(mutex_);
+    if (!hasEnded(stateOf(phase_))) page_ = page;
+  }
+  std::array<std::uint8_t, bufferSize> buffer;
+  for (;;) {
+    watchClock();
+    const auto count = source.readAvailable(buffer.data(), buffer.size());
+    if (!count) {
+      source.wait(times::tick);
+      continue;
+    }
+    if (*count == 0) break;
+    encoder.write(buffer.data(), *count);
+    encoder.flush();
+    if (!encoder.failure().empty()) return notStored(encoder.failure());
+    publish(encoder.size());
+  }
+  if (ScanOutcome outcome = source.outcome(); !outcome.good()) return outcome;
+  encoder.finish();
+  if (!encoder.failure().empty()) return notStored(encoder.failure());
+  publish(encoder.size());
+  return outcome::good();
+}
+
+void ScanJob::publish(std::uint64_t bytes) {
+  const std::lock_guard lock(mutex_);
+  bytes_ = bytes;
+  if (phase_ == JobPhase::pending) changeLocked(JobPhase::processing);
+  changed_.notify_all();
+}
+
+// A job that was cancelled meanwhile stays that.
+void ScanJob::settle(ScanOutcome outcome) {
+  const std::lock_guard lock(mutex_);
+  if (hasEnded(stateOf(phase_))) return;
+  const JobPhase phase = phaseAfter(outcome.status);
+  if (phase != JobPhase::ready) page_.reset();
+  outcome_ = std::move(outcome);
+  changeLocked(phase);
+}
+
+void ScanJob::watchClock() {
+  const std::lock_guard lock(mutex_);
+  if (!abandonAt_ || now_() < *abandonAt_) return;
+  if (responseOf(phase_, JobRequest::unclaimed) != JobResponse::cancel) return;
+  cancelLocked(cancelledBecause(transfers_ == 0 ? neverFetched : clientWentAway));
+}
+
+void ScanJob::cancelLocked(ScanOutcome outcome) {
+  if (hasEnded(stateOf(phase_))) return;
+  page_.reset();
+  outcome_ = std::move(outcome);
+  if (source_ != nullptr) source_->cancel();
+  changeLocked(JobPhase::canceled);
+}
+
+void ScanJob::changeLocked(JobPhase phase) {
+  phase_ = phase;
+  changedAt_ = now_();
+  changed_.notify_all();
+}
+
+void ScanJob::cancel() {
+  const std::lock_guard lock(mutex_);
+  cancelLocked(cancelledBecause(cancelledByClient));
+}
+
+void ScanJob::remove() {
+  const std::lock_guard lock(mutex_);
+  switch (responseOf(phase_, JobRequest::remove)) {
+    case JobResponse::cancel:
+      return cancelLocked(cancelledBecause(cancelledByClient));
+    case JobResponse::discard:
+      page_.reset();
+      return changeLocked(JobPhase::spent);
+    default:
+      return;
+  }
+}
+
+PlainResponse ScanJob::refusalLocked(JobResponse response) const {
+  if (response == JobResponse::noDocument)
+    return {404, phase_ == JobPhase::pending ? noDocumentYet : noMoreDocuments};
+  return {codeOf(outcome_->status).whenFetched, outcome_->sentence};
+}
+
+PlainResponse ScanJob::infoResponse() const {
+  const std::lock_guard lock(mutex_);
+  const JobResponse response = responseOf(phase_, JobRequest::imageInfo);
+  return response == JobResponse::info ? PlainResponse{200, ""} : refusalLocked(response);
+}
+
+void ScanJob::readerLeaves(Farewell farewell) {
+  const std::lock_guard lock(mutex_);
+  --readers_;
+  changedAt_ = now_();
+  if (farewell == Farewell::delivered) {
+    delivered_ = true;
+    if (phase_ == JobPhase::ready) changeLocked(JobPhase::spent);
+  }
+  if (readers_ > 0) return;
+  const bool left = farewell == Farewell::left;
+  abandonAt_ = changedAt_ + (left ? times::secondThought : times::unclaimed);
+  if (left && responseOf(phase_, JobRequest::clientLeft) == JobResponse::cancel)
+    cancelLocked(cancelledBecause(clientWentAway));
+}
+
+JobPhase ScanJob::phase() const {
+  const std::lock_guard lock(mutex_);
+  return phase_;
+}
+
+JobReport ScanJob::report() const {
+  const std::lock_guard lock(mutex_);
+  JobReport report;
+  report.id = order_.id;
+  report.state = stateOf(phase_);
+  report.reason = readers_ > 0 && transfers_ > 0 ? "JobScanningAndTransferring" : "JobScanning";
+  if (phase_ == JobPhase::pending) report.reason = "JobQueued";
+  if (outcome_) report.reason = codeOf(outcome_->status).reason;
+  report.age = std::chrono::duration_cast<std::chrono::seconds>(now_() - changedAt_);
+  report.delivered = delivered_;
+  report.retries = transfers_ > 0 ? transfers_ - 1 : 0;
+  return report;
+}
+
+std::optional<ScanOutcome> ScanJob::outcome() const {
+  const std::lock_guard lock(mutex_);
+  return outcome_;
+}
+
+Clock::time_point ScanJob::changedAt() const {
+  const std::lock_guard lock(mutex_);
+  return changedAt_;
+}
+
+std::uint64_t ScanJob::pageBytes() const {
+  const std::lock_guard lock(mutex_);
+  return bytes_;
+}
+
+void ScanJob::awaitStart(std::chrono::milliseconds longest) const {
+  std::unique_lock lock(mutex_);
+  changed_.wait_for(lock, longest, [this] { return phase_ != JobPhase::pending; });
+}
+
+bool ScanJob::awaitFreeScanner(std::chrono::milliseconds longest) const {
+  std::unique_lock lock(mutex_);
+  return changed_.wait_for(lock, longest, [this] { return free_; });
+}
+
+PageReader::PageReader(std::shared_ptr<ScanJob> job, ClientGone gone)
+    : job_(std::move(job)), gone_(std::move(gone)) {
+  const std::lock_guard lock(job_->mutex_);
+  ++job_->readers_;
+  job_->abandonAt_.reset();
+}
+
+PageReader::~PageReader() {
+  if (!finished_) job_->readerLeaves(refused_ ? ScanJob::Farewell::refused : ScanJob::Farewell::left);
+}
+
+PlainResponse PageReader::refuse(PlainResponse response) {
+  refused_ = true;
+  return response;
+}
+
+PlainResponse PageReader::begin() {
+  std::unique_lock lock(job_->mutex_);
+  const Clock::time_point deadline = job_->now_() + times::longestHold;
+  for (;;) {
+    const JobResponse response = responseOf(job_->phase_, JobRequest::nextDocument);
+    const bool late = job_->now_() >= deadline;
+    switch (response) {
+      case JobResponse::noDocument:
+      case JobResponse::gone:
+      case JobResponse::failure:
+        return refuse(job_->refusalLocked(response));
+      case JobResponse::hold:
+        if (late) return refuse({503, stillWarmingUp});
+        break;
+      default:
+        // A format that is written as a whole has no bytes before its end.
+        if (job_->bytes_ == 0 && !late) break;
+        page_ = job_->page_;
+        ++job_->transfers_;
+        return {200, ""};
+    }
+    job_->changed_.wait_for(lock, times::tick);
+    lock.unlock();
+    const bool left = gone_();
+    lock.lock();
+    if (left) return {499, clientWentAway};
+  }
+}
+
+std::optional<std::uint64_t> PageReader::size() const {
+  const std::lock_guard lock(job_->mutex_);
+  const bool complete = stateOf(job_->phase_) == JobState::completed;
+  return complete ? std::optional(job_->bytes_) : std::nullopt;
+}
+
+std::optional<std::size_t> PageReader::read(std::uint64_t offset, void* bytes, std::size_t capacity) {
+  std::unique_lock lock(job_->mutex_);
+  for (;;) {
+    // Thrown away, or never to be completed.
+    if (job_->page_ == nullptr) return std::nullopt;
+    if (job_->bytes_ > offset) break;
+    if (stateOf(job_->phase_) == JobState::completed) return 0;
+    job_->changed_.wait_for(lock, times::tick);
+    lock.unlock();
+    const bool left = gone_();
+    lock.lock();
+    if (left) return std::nullopt;
+  }
+  const std::uint64_t there = job_->bytes_ - offset;
+  lock.unlock();
+  const std::size_t count = page_->read(offset, bytes, there < capacity ? there : capacity);
+  return count > 0 ? std::optional(count) : std::nullopt;
+}
+
+void PageReader::finish() {
+  if (std::exchange(finished_, true)) return;
+  job_->readerLeaves(refused_ ? ScanJob::Farewell::refused : ScanJob::Farewell::delivered);
+}
+
+void PageReader::revoke() {
+  const std::lock_guard lock(job_->mutex_);
+  if (refused_ || job_->phase_ != JobPhase::spent || job_->page_ == nullptr) return;
+  job_->delivered_ = false;
+  job_->changeLocked(JobPhase::ready);
+}
+
+}  // namespace frontend::share

@@ -1,0 +1,147 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "JobTable.h"
+#include "PageEncoder.h"
+#include "PageFile.h"
+#include "PictureWriter.h"
+#include "ScanOutcome.h"
+#include "ScanRequest.h"
+#include "ScanSource.h"
+#include "ScanTicket.h"
+#include "ShareTimes.h"
+#include "StatusDocument.h"
+
+namespace frontend::share {
+
+// A response that carries no document: a code of HTTP and a sentence for the client and the journal.
+struct PlainResponse {
+  unsigned code;
+  std::string sentence;
+};
+
+// Whether the connection of a client is closed. Never blocks.
+using ClientGone = std::function<bool()>;
+
+// What a job is made from.
+struct JobOrder {
+  std::string id;
+  ScanTicket ticket;
+  ScanRequest request;       // the ticket's settings included
+  PictureSettings settings;  // of the file
+};
+
+// One scan and its page. One thread, the scan's, runs it: reads the rows, encodes them into a file without a
+// name, and looks at clients and clock. Any number of clients read the page with a PageReader each while it
+// grows, and again after a broken transfer. What it does with requests is the table in JobTable.h. All
+// functions but run() may be called by any thread, and none of them waits for the scanner, except where it
+// says so.
+class ScanJob {
+ public:
+  ScanJob(JobOrder order, Now now);
+  ScanJob(const ScanJob&) = delete;
+  ScanJob& operator=(const ScanJob&) = delete;
+
+  // Scans, and returns once the scanner is free again. Called once. Never throws.
+  void run(const StartScan& start) noexcept;
+
+  // Whether ScanImageInfo can report the picture that the ticket asks for: 200, or why not.
+  PlainResponse infoResponse() const;
+  // Performs DELETE.
+  void remove();
+  // Ends the scan and every open NextDocument at once; harmless after the end.
+  void cancel();
+
+  const std::string& id() const { return order_.id; }
+  const ScanTicket& ticket() const { return order_.ticket; }
+  JobPhase phase() const;
+  JobReport report() const;
+  // How the scan ended; nothing while it has not.
+  std::optional<ScanOutcome> outcome() const;
+  // When the phase, or a reader, changed last.
+  Clock::time_point changedAt() const;
+  // Bytes of the encoded page so far.
+  std::uint64_t pageBytes() const;
+
+  // Blocks until the phase is no longer pending, for `longest` at most.
+  void awaitStart(std::chrono::milliseconds longest) const;
+  // Blocks until run() has returned, for `longest` at most. Returns whether it has.
+  bool awaitFreeScanner(std::chrono::milliseconds longest) const;
+
+ private:
+  friend class PageReader;
+  class Aim;
+  enum class Farewell : std::uint8_t { delivered, refused, left };
+
+  PlainResponse refusalLocked(JobResponse response) const;
+  ScanOutcome scanPage(ScanSource& source);
+  ScanOutcome scanGuarded(ScanSource& source) noexcept;
+  void publish(std::uint64_t bytes);
+  void settle(ScanOutcome outcome);
+  void watchClock();
+  void cancelLocked(ScanOutcome outcome);
+  void changeLocked(JobPhase phase);
+  void readerLeaves(Farewell farewell);
+
+  const JobOrder order_;
+  const Now now_;
+
+  mutable std::mutex mutex_;
+  mutable std::condition_variable changed_;
+  JobPhase phase_ = JobPhase::pending;
+  std::optional<ScanOutcome> outcome_;
+  Clock::time_point changedAt_;
+  std::shared_ptr<PageFile> page_;  // until the job is forgotten or the page thrown away
+  std::uint64_t bytes_ = 0;         // in it
+  ScanSource* source_ = nullptr;    // while it can be cancelled
+  bool free_ = false;               // run() has returned
+  bool delivered_ = false;
+  std::uint32_t readers_ = 0;                   // connections that wait for the page or receive it
+  std::uint32_t transfers_ = 0;                 // begun
+  std::optional<Clock::time_point> abandonAt_;  // cancel then, unless a reader appears
+};
+
+// One NextDocument: waits for the page and reads it. Ends as a client that left unless finish() was called.
+// One thread, which may block.
+class PageReader {
+ public:
+  PageReader(std::shared_ptr<ScanJob> job, ClientGone gone);
+  ~PageReader();
+  PageReader(const PageReader&) = delete;
+  PageReader& operator=(const PageReader&) = delete;
+
+  // Blocks until there are bytes of the page, or there will be none: 200, and read() follows, or why not.
+  PlainResponse begin();
+  // Of the whole page, where it is complete.
+  std::optional<std::uint64_t> size() const;
+
+  // Blocks until there are more bytes from `offset` on, and reads up to `capacity` of them. 0 is the end of
+  // the page; nothing means that its end will never be there, or that the client is gone.
+  std::optional<std::size_t> read(std::uint64_t offset, void* bytes, std::size_t capacity);
+
+  // The client has received the whole page, or the response that begin() returned.
+  void finish();
+  // After finish(): the connection turned out to be broken before the client had read everything.
+  void revoke();
+
+  const ScanJob& job() const { return *job_; }
+
+ private:
+  PlainResponse refuse(PlainResponse response);
+
+  const std::shared_ptr<ScanJob> job_;
+  const ClientGone gone_;
+  std::shared_ptr<PageFile> page_;
+  bool refused_ = false;
+  bool finished_ = false;
+};
+
+}  // namespace frontend::share

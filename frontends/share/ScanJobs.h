@@ -1,0 +1,86 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "ScanJob.h"
+#include "ScanRequest.h"
+#include "ScanSource.h"
+#include "ScanTicket.h"
+#include "ShareTimes.h"
+#include "StatusDocument.h"
+
+namespace frontend::share {
+
+// A random UUID (RFC 4122, version 4), in lower case: whoever does not know a job's cannot guess it.
+std::string randomJobId();
+
+// What the list of jobs depends on.
+struct ScanJobsSetup {
+  ScanRequest request;  // the scanner, its options and time-outs; each ticket adds its settings
+  std::string software = "q750-share";  // the origin that pictures name
+  StartScan start = startSupervisedScan;
+  Now now = Clock::now;
+  std::function<std::string()> newId = randomJobId;
+  std::function<void(const std::string& line)> log = [](const std::string&) {};
+  std::chrono::milliseconds earlyFailure = times::earlyFailure;
+};
+
+// The jobs of one scanner: one that scans, in a thread of its own, and those that have ended, until they are
+// forgotten. Idle, it has no thread and does nothing. Any thread; functions wait only where they say so.
+class ScanJobs {
+ public:
+  explicit ScanJobs(ScanJobsSetup setup);
+  // As stop().
+  ~ScanJobs();
+  ScanJobs(const ScanJobs&) = delete;
+  ScanJobs& operator=(const ScanJobs&) = delete;
+
+  struct Posted {
+    unsigned code = 201;
+    std::string id;        // of the job, with 201
+    std::string sentence;  // why there is none, otherwise
+  };
+  // Starts a job, unless one scans already. Waits for the worker of the scan before, which ends within two
+  // seconds, and for failures that are known at once.
+  Posted post(const ScanTicket& ticket);
+
+  // The job of this ID; null if there is none, or it is forgotten.
+  std::shared_ptr<ScanJob> find(std::string_view id);
+  // The newest first.
+  std::vector<JobReport> reports();
+  // Whether a job scans.
+  bool scanning();
+
+  // Forgets what is old, and returns when there will be more to forget: nothing if no job is left.
+  std::optional<std::chrono::milliseconds> forgetOld();
+  // Ends the running job and accepts no other. Waits until the scanner is free.
+  void stop();
+
+ private:
+  // Null, with a reason, if the scanner is not free.
+  std::shared_ptr<ScanJob> begin(const ScanTicket& ticket, std::string& reason);
+  bool awaitTurn(std::unique_lock<std::mutex>& lock);
+  void run(const std::shared_ptr<ScanJob>& job);
+  void logEnd(const ScanJob& job, Clock::time_point start) const;
+  void drop(const std::shared_ptr<ScanJob>& job);
+  std::optional<std::chrono::milliseconds> forgetLocked();
+
+  const ScanJobsSetup setup_;
+  std::mutex mutex_;
+  std::deque<std::shared_ptr<ScanJob>> jobs_;  // the newest first
+  std::shared_ptr<ScanJob> current_;           // whose thread has not been joined
+  std::thread thread_;
+  bool stopped_ = false;
+};
+
+}  // namespace frontend::share

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+
+// How long the network server waits for whom, and how much it remembers.
+namespace frontend::share {
+
+using Clock = std::chrono::steady_clock;
+// Tests have one of their own.
+using Now = std::function<Clock::time_point()>;
+
+namespace times {
+
+using std::chrono::milliseconds;
+using std::chrono::minutes;
+using std::chrono::seconds;
+
+// POST waits this long for failures that are known at once: the scanner is in use, unplugged, or not ours.
+inline constexpr milliseconds earlyFailure = seconds(1);
+// A request for the page is held open while the scanner warms up; then the client is asked to come back.
+inline constexpr milliseconds longestHold = seconds(60);
+// A scan whose page nobody asks for is cancelled.
+inline constexpr milliseconds unclaimed = seconds(60);
+// A client whose connection broke while rows arrived may ask again within this time.
+inline constexpr milliseconds secondThought(400);
+// Between two looks at clients and clock while a page is scanned. With nothing to scan, nobody looks.
+inline constexpr milliseconds tick(100);
+// The scanner is free this long after a scan at the latest: its worker is killed by then.
+inline constexpr milliseconds scannerFree(2500);
+// A finished job and its page are forgotten.
+inline constexpr milliseconds forgotten = minutes(5);
+
+}  // namespace times
+
+// Finished jobs that ScannerStatus lists; the running one is listed too.
+inline constexpr std::size_t longestHistory = 10;
+
+}  // namespace frontend::share
