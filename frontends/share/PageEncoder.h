@@ -8,6 +8,7 @@
 
 #include "ByteSink.h"
 #include "PictureWriter.h"
+#include "RowScaler.h"
 #include "ScanTicket.h"
 
 namespace frontend::share {
@@ -33,12 +34,10 @@ class PageEncoder {
   std::string failure() const { return sink_.good() ? "" : sink_.failure(); }
 
  private:
-  void writeRow(const std::uint8_t* row);
-
-  PictureLayout delivered_;
-  PictureLayout picture_;
+  const std::size_t rowBytes_;  // of the scanner
   ByteSink sink_;
   std::unique_ptr<PictureWriter> writer_;
+  RowScaler scaler_;
   std::vector<std::uint8_t> part_;  // of a row that has not arrived as a whole
 };
 
