@@ -191,6 +191,8 @@ void ScanJob::readerLeaves(Farewell farewell) {
     if (phase_ == JobPhase::ready) changeLocked(JobPhase::spent);
   }
   if (readers_ > 0) return;
+  // Nobody can ask for it again.
+  if (phase_ == JobPhase::spent) page_.reset();
   const bool left = farewell == Farewell::left;
   abandonAt_ = changedAt_ + (left ? times::secondThought : times::unclaimed);
   if (left && responseOf(phase_, JobRequest::clientLeft) == JobResponse::cancel)
@@ -241,8 +243,8 @@ bool ScanJob::awaitFreeScanner(std::chrono::milliseconds longest) const {
   return changed_.wait_for(lock, longest, [this] { return free_; });
 }
 
-PageReader::PageReader(std::shared_ptr<ScanJob> job, ClientGone gone)
-    : job_(std::move(job)), gone_(std::move(gone)) {
+PageReader::PageReader(std::shared_ptr<ScanJob> job, ClientLink client)
+    : job_(std::move(job)), client_(std::move(client)) {
   const std::lock_guard lock(job_->mutex_);
   ++job_->readers_;
   job_->abandonAt_.reset();
@@ -278,18 +280,17 @@ PlainResponse PageReader::begin() {
         ++job_->transfers_;
         return {200, ""};
     }
-    job_->changed_.wait_for(lock, times::tick);
-    lock.unlock();
-    const bool left = gone_();
-    lock.lock();
-    if (left) return {499, clientWentAway};
+    if (!awaitChange(lock, times::tick)) return {clientClosedRequest, clientWentAway};
   }
 }
 
-std::optional<std::uint64_t> PageReader::size() const {
-  const std::lock_guard lock(job_->mutex_);
-  const bool complete = stateOf(job_->phase_) == JobState::completed;
-  return complete ? std::optional(job_->bytes_) : std::nullopt;
+// Whether the client is still there.
+bool PageReader::awaitChange(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds longest) const {
+  job_->changed_.wait_for(lock, longest);
+  lock.unlock();
+  const bool left = client_.gone();
+  lock.lock();
+  return !left;
 }
 
 std::optional<std::size_t> PageReader::read(std::uint64_t offset, void* bytes, std::size_t capacity) {
@@ -298,12 +299,9 @@ std::optional<std::size_t> PageReader::read(std::uint64_t offset, void* bytes, s
     // Thrown away, or never to be completed.
     if (job_->page_ == nullptr) return std::nullopt;
     if (job_->bytes_ > offset) break;
-    if (stateOf(job_->phase_) == JobState::completed) return 0;
-    job_->changed_.wait_for(lock, times::tick);
-    lock.unlock();
-    const bool left = gone_();
-    lock.lock();
-    if (left) return std::nullopt;
+    if (stateOf(job_->phase_) == JobState::completed)
+      return awaitAcknowledgement(lock) ? std::optional<std::size_t>(0) : std::nullopt;
+    if (!awaitChange(lock, times::tick)) return std::nullopt;
   }
   const std::uint64_t there = job_->bytes_ - offset;
   lock.unlock();
@@ -311,16 +309,18 @@ std::optional<std::size_t> PageReader::read(std::uint64_t offset, void* bytes, s
   return count > 0 ? std::optional(count) : std::nullopt;
 }
 
+bool PageReader::awaitAcknowledgement(std::unique_lock<std::mutex>& lock) const {
+  const Clock::time_point deadline = job_->now_() + times::acknowledgement;
+  while (!client_.acknowledged()) {
+    if (job_->page_ == nullptr || job_->now_() >= deadline) return false;
+    if (!awaitChange(lock, times::acknowledgementTick)) return false;
+  }
+  return true;
+}
+
 void PageReader::finish() {
   if (std::exchange(finished_, true)) return;
   job_->readerLeaves(refused_ ? ScanJob::Farewell::refused : ScanJob::Farewell::delivered);
-}
-
-void PageReader::revoke() {
-  const std::lock_guard lock(job_->mutex_);
-  if (refused_ || job_->phase_ != JobPhase::spent || job_->page_ == nullptr) return;
-  job_->delivered_ = false;
-  job_->changeLocked(JobPhase::ready);
 }
 
 }  // namespace frontend::share

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "HttpMessage.h"
 #include "JobTable.h"
 #include "PageEncoder.h"
 #include "PageFile.h"
@@ -28,8 +29,8 @@ struct PlainResponse {
   std::string sentence;
 };
 
-// Whether the connection of a client is closed. Never blocks.
-using ClientGone = std::function<bool()>;
+// In place of a code of HTTP: there is no client left to respond to.
+inline constexpr unsigned clientClosedRequest = 499;
 
 // What a job is made from.
 struct JobOrder {
@@ -111,34 +112,30 @@ class ScanJob {
 
 // One NextDocument: waits for the page and reads it. Ends as a client that left unless finish() was called.
 // One thread, which may block.
-class PageReader {
+class PageReader final : public HttpBody {
  public:
-  PageReader(std::shared_ptr<ScanJob> job, ClientGone gone);
-  ~PageReader();
+  PageReader(std::shared_ptr<ScanJob> job, ClientLink client);
+  ~PageReader() override;
   PageReader(const PageReader&) = delete;
   PageReader& operator=(const PageReader&) = delete;
 
   // Blocks until there are bytes of the page, or there will be none: 200, and read() follows, or why not.
   PlainResponse begin();
-  // Of the whole page, where it is complete.
-  std::optional<std::uint64_t> size() const;
 
-  // Blocks until there are more bytes from `offset` on, and reads up to `capacity` of them. 0 is the end of
-  // the page; nothing means that its end will never be there, or that the client is gone.
-  std::optional<std::size_t> read(std::uint64_t offset, void* bytes, std::size_t capacity);
-
-  // The client has received the whole page, or the response that begin() returned.
-  void finish();
-  // After finish(): the connection turned out to be broken before the client had read everything.
-  void revoke();
+  // Blocks until there are more bytes from `offset` on. The end is reported only once the client's system has
+  // acknowledged all of the page: what is in flight is lost with a connection, and has to be sent again.
+  std::optional<std::size_t> read(std::uint64_t offset, void* bytes, std::size_t capacity) override;
+  void finish() override;
 
   const ScanJob& job() const { return *job_; }
 
  private:
   PlainResponse refuse(PlainResponse response);
+  bool awaitChange(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds longest) const;
+  bool awaitAcknowledgement(std::unique_lock<std::mutex>& lock) const;
 
   const std::shared_ptr<ScanJob> job_;
-  const ClientGone gone_;
+  const ClientLink client_;
   std::shared_ptr<PageFile> page_;
   bool refused_ = false;
   bool finished_ = false;

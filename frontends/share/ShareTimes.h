@@ -25,6 +25,9 @@ inline constexpr milliseconds longestHold = seconds(60);
 inline constexpr milliseconds unclaimed = seconds(60);
 // A client whose connection broke while rows arrived may ask again within this time.
 inline constexpr milliseconds secondThought(400);
+// For the network to carry the end of a page that has been sent.
+inline constexpr milliseconds acknowledgement = seconds(60);
+inline constexpr milliseconds acknowledgementTick(2);
 // Between two looks at clients and clock while a page is scanned. With nothing to scan, nobody looks.
 inline constexpr milliseconds tick(100);
 // The scanner is free this long after a scan at the latest: its worker is killed by then.

@@ -164,7 +164,7 @@ class FakeScanner {
 };
 
 // A client that stays connected.
-inline const frontend::share::ClientGone stays = [] { return false; };
+inline const frontend::share::ClientLink stays = {[] { return false; }, [] { return true; }};
 
 // Waits for what another thread is about to do. False after ten seconds.
 template <typename Condition>

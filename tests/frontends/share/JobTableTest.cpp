@@ -80,16 +80,17 @@ class EveryCell : public testing::TestWithParam<std::tuple<std::size_t, std::siz
   }
   std::string fetch() {
     bool held = false;
-    PageReader reader(job, [this, &held] {
+    const auto sendRow = [this, &held] {
       if (!std::exchange(held, true)) scanner.sendRows(1);
       return false;
-    });
+    };
+    PageReader reader(job, {sendRow, [] { return true; }});
     const std::string code = std::to_string(reader.begin().code);
     return held ? "held, " + code : code;
   }
   std::string fetchAndLeave() {
     {
-      PageReader(job, [] { return true; }).begin();
+      PageReader(job, {[] { return true; }, [] { return true; }}).begin();
     }
     if (job->phase() != JobPhase::processing) return nameOf(job->phase());
     scanner.advance(times::secondThought);

@@ -56,7 +56,7 @@ TEST_P(EveryOutcome, HasItsCodeAndStateWhenItIsKnownLater) {
   const auto job = jobs.find(jobs.post(FakeScanner::ticket()).id);
   ASSERT_NE(job, nullptr);
   scanner.end(GetParam().outcome);
-  PageReader reader(job, [] { return false; });
+  PageReader reader(job, stays);
   const PlainResponse response = reader.begin();
   EXPECT_EQ(response.code, GetParam().fetch);
   EXPECT_EQ(response.sentence, GetParam().outcome.sentence);

@@ -24,6 +24,11 @@ std::string readAll(PageReader& reader, std::size_t offset = 0) {
   return "broken";
 }
 
+// A client that stays, with something that happens whenever it is looked at.
+ClientLink asked(const std::function<void()>& happens) {
+  return {[happens] { return happens(), false; }, [] { return true; }};
+}
+
 class Job : public testing::Test {
  protected:
   std::shared_ptr<ScanJob> post(PictureFormat format = PictureFormat::png) {
@@ -46,7 +51,6 @@ TEST_F(Job, SendsThePageWhileItGrows) {
   scanner.sendRows(16);
   PageReader reader(job, stays);
   ASSERT_EQ(reader.begin().code, 200U);
-  EXPECT_EQ(reader.size(), std::nullopt);
   char first[4] = {};
   ASSERT_EQ(reader.read(0, first, sizeof first), 4U);  // the scanner has not sent the rest
   EXPECT_EQ(std::string(first, 2), "\xFF\xD8");
@@ -70,10 +74,7 @@ TEST_F(Job, HoldsTheRequestForAPdfUntilItIsComplete) {
   const auto job = post(PictureFormat::pdf);
   scanner.sendRows(FakeScanner::rows);
   job->awaitStart(10s);
-  PageReader reader(job, [this] {
-    scanner.end(outcome::good());
-    return false;
-  });
+  PageReader reader(job, asked([this] { scanner.end(outcome::good()); }));
   ASSERT_EQ(reader.begin().code, 200U);
   EXPECT_EQ(readAll(reader).substr(0, 5), "%PDF-");
 }
@@ -97,17 +98,38 @@ TEST_F(Job, SendsTheSameBytesAgainAfterABrokenTransfer) {
   EXPECT_EQ(fetch(job), "The job has no more documents.");
 }
 
-TEST_F(Job, TakesADeliveryBackWhoseConnectionTurnedOutToBeBroken) {
+TEST_F(Job, IsDeliveredOnceTheClientsSystemHasAcknowledgedThePage) {
   const auto job = post();
   scanner.sendPage();
   ASSERT_TRUE(job->awaitFreeScanner(10s));
-  PageReader reader(job, stays);
+  int asked = 0;
+  PageReader reader(job, {[] { return false; }, [&asked] { return ++asked == 3; }});
   ASSERT_EQ(reader.begin().code, 200U);
-  reader.finish();
-  EXPECT_EQ(job->phase(), JobPhase::spent);
-  reader.revoke();
+  EXPECT_NE(readAll(reader), "broken");
+  EXPECT_EQ(asked, 3);
+}
+
+TEST_F(Job, IsKeptIfTheClientLeavesBeforeItsSystemHasAcknowledgedThePage) {
+  const auto job = post();
+  scanner.sendPage();
+  ASSERT_TRUE(job->awaitFreeScanner(10s));
+  {
+    PageReader reader(job, {[] { return true; }, [] { return false; }});
+    ASSERT_EQ(reader.begin().code, 200U);
+    EXPECT_EQ(readAll(reader), "broken");
+  }
   EXPECT_EQ(job->phase(), JobPhase::ready);
-  EXPECT_FALSE(job->report().delivered);
+  EXPECT_EQ(fetch(job).substr(1, 3), "PNG");
+}
+
+TEST_F(Job, GivesUpOnAnAcknowledgementAfterAMinute) {
+  const auto job = post();
+  scanner.sendPage();
+  ASSERT_TRUE(job->awaitFreeScanner(10s));
+  PageReader reader(
+      job, {[this] { return scanner.advance(times::acknowledgement), false; }, [] { return false; }});
+  ASSERT_EQ(reader.begin().code, 200U);
+  EXPECT_EQ(readAll(reader), "broken");
 }
 
 TEST_F(Job, DoesNotCancelForAClientThatIsBackAtOnce) {
@@ -138,20 +160,14 @@ TEST_F(Job, EndsAnOpenTransferWhenItIsCancelled) {
 
 TEST_F(Job, EndsARequestThatIsHeldWhenItIsCancelled) {
   const auto job = post();
-  PageReader reader(job, [&] {
-    job->remove();
-    return false;
-  });
+  PageReader reader(job, asked([&] { job->remove(); }));
   EXPECT_EQ(reader.begin().code, 410U);
 }
 
 TEST_F(Job, AsksAClientToComeBackAfterAWarmUpOfAMinute) {
   const auto job = post();
   {
-    PageReader reader(job, [this] {
-      scanner.advance(times::longestHold);
-      return false;
-    });
+    PageReader reader(job, asked([this] { scanner.advance(times::longestHold); }));
     EXPECT_EQ(reader.begin().code, 503U);
   }
   EXPECT_EQ(job->phase(), JobPhase::pending);
