@@ -1,0 +1,398 @@
+#include "HttpServer.h"
+
+#include <linux/sockios.h>
+#include <microhttpd.h>
+#include <netdb.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <condition_variable>
+#include <cstring>
+#include <mutex>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+#include "ConnectionTable.h"
+#include "SettingText.h"
+
+namespace frontend::share {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr unsigned silenceSeconds =
+    static_cast<unsigned>(std::chrono::duration_cast<std::chrono::seconds>(httplimits::silence).count());
+// Of libmicrohttpd, for the head of a request and pieces of a response.
+constexpr std::size_t connectionMemory = 32 * 1024;
+constexpr std::size_t blockSize = 64 * 1024;
+constexpr std::size_t longestLoggedPath = 200;
+
+// No page of ours runs script of others, or is shown inside theirs; pages that were scanned stay in no cache.
+constexpr std::array<std::pair<const char*, const char*>, 4> securityHeaders = {{
+    {"Content-Security-Policy",
+     "default-src 'self'; img-src 'self' blob:; frame-ancestors 'none'; base-uri 'none'; form-action 'self'"},
+    {"X-Content-Type-Options", "nosniff"},
+    {"Referrer-Policy", "no-referrer"},
+    {"Cache-Control", "no-store"},
+}};
+
+// One address has one text: an IPv4 client of a socket for both protocols has the same as of one for IPv4.
+std::string textOf(const sockaddr* address) {
+  char text[NI_MAXHOST];
+  const auto size =
+      static_cast<socklen_t>(address->sa_family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in));
+  if (address->sa_family == AF_UNIX) return "local";
+  if (getnameinfo(address, size, text, sizeof text, nullptr, 0, NI_NUMERICHOST) != 0) return "unknown";
+  constexpr std::string_view mapped = "::ffff:";
+  const std::string_view whole = text;
+  return std::string(whole.starts_with(mapped) ? whole.substr(mapped.size()) : whole);
+}
+
+int socketOf(MHD_Connection* connection) {
+  return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+}
+
+std::string addressOf(MHD_Connection* connection) {
+  return textOf(MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS)->client_addr);
+}
+
+bool isClosed(int socket) {
+  pollfd state{socket, POLLRDHUP, 0};
+  return poll(&state, 1, 0) > 0;
+}
+
+// Of TCP: no byte is on its way.
+bool isAcknowledged(int socket) {
+  int unacknowledged = 0;
+  return ioctl(socket, SIOCOUTQ, &unacknowledged) != 0 || unacknowledged == 0;
+}
+
+// What decides where a request ends, and which of our names it is for.
+struct Framing {
+  unsigned hosts = 0;
+  unsigned lengths = 0;
+  unsigned encodings = 0;
+  std::uint64_t length = 0;
+  bool isChunked = false;
+
+  bool hasBody() const { return encodings > 0 || length > 0; }
+};
+
+MHD_Result noteHeader(void* cls, MHD_ValueKind /*kind*/, const char* key, const char* value) {
+  Framing& framing = *static_cast<Framing*>(cls);
+  const std::string_view text = value != nullptr ? value : "";
+  if (strcasecmp(key, MHD_HTTP_HEADER_HOST) == 0) ++framing.hosts;
+  if (strcasecmp(key, MHD_HTTP_HEADER_CONTENT_LENGTH) == 0) {
+    ++framing.lengths;
+    framing.length = std::strtoull(text.data(), nullptr, 10);
+  }
+  if (strcasecmp(key, MHD_HTTP_HEADER_TRANSFER_ENCODING) == 0) {
+    ++framing.encodings;
+    framing.isChunked = strcasecmp(text.data(), "chunked") == 0;
+  }
+  return MHD_YES;
+}
+
+Framing framingOf(MHD_Connection* connection) {
+  Framing framing;
+  MHD_get_connection_values(connection, MHD_HEADER_KIND, noteHeader, &framing);
+  return framing;
+}
+
+// One request and its response.
+struct Exchange {
+  MHD_Connection* connection = nullptr;
+  Clock::time_point start = Clock::now();
+  HttpRequest request;
+  bool bodyTooLarge = false;
+  std::optional<HttpResponse> refusal;  // found in the head
+  std::unique_ptr<HttpBody> stream;
+  unsigned code = 0;
+  std::uint64_t bytes = 0;
+};
+
+std::optional<HttpResponse> wrongFraming(const Exchange& exchange, const Framing& framing,
+                                         std::string_view version) {
+  if (version != MHD_HTTP_VERSION_1_1 && version != MHD_HTTP_VERSION_1_0)
+    return plainResponse(505, "This server understands HTTP/1.0 and HTTP/1.1.");
+  const auto* size = MHD_get_connection_info(exchange.connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
+  if (size != nullptr && size->header_size > httplimits::headerBytes)
+    return plainResponse(431, "The headers of the request are too large.");
+  if (framing.hosts > 1) return plainResponse(400, "The request names more than one host.");
+  if (framing.lengths > 1 || framing.encodings > 1 || (framing.lengths > 0 && framing.encodings > 0))
+    return plainResponse(400, "The length of the request is given twice.");
+  if (framing.encodings > 0 && !framing.isChunked)
+    return plainResponse(501, "The encoding of the request is not supported.");
+  if (framing.length > httplimits::bodyBytes) return plainResponse(413, "The request is too large.");
+  return std::nullopt;
+}
+
+void setSilence(MHD_Connection* connection, unsigned seconds) {
+  MHD_set_connection_option(connection, MHD_CONNECTION_OPTION_TIMEOUT, seconds);
+}
+
+// While the body waits for its next bytes, it is not the client who is silent.
+ssize_t readStream(void* cls, std::uint64_t position, char* buffer, std::size_t capacity) {
+  Exchange& exchange = *static_cast<Exchange*>(cls);
+  setSilence(exchange.connection, 0);
+  std::optional<std::size_t> count;
+  try {
+    count = exchange.stream->read(position, buffer, capacity);
+  } catch (const std::exception&) {
+  }
+  setSilence(exchange.connection, silenceSeconds);
+  if (!count) return MHD_CONTENT_READER_END_WITH_ERROR;
+  exchange.bytes += *count;
+  return *count == 0 ? MHD_CONTENT_READER_END_OF_STREAM : static_cast<ssize_t>(*count);
+}
+
+// The path stays as it was sent.
+std::size_t unescapeNothing(void* /*cls*/, MHD_Connection* /*connection*/, char* text) {
+  return std::strlen(text);
+}
+
+void dropMessage(void* /*cls*/, const char* /*format*/, va_list /*arguments*/) {}
+
+MHD_Result queue(Exchange& exchange, HttpResponse answer) {
+  if (answer.abort) return MHD_NO;
+  exchange.code = answer.code;
+  exchange.stream = std::move(answer.stream);
+  MHD_Response* response = nullptr;
+  if (exchange.stream) {
+    response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, blockSize, readStream, &exchange, nullptr);
+  } else {
+    exchange.bytes = answer.body.size();
+    response = MHD_create_response_from_buffer(answer.body.size(), answer.body.data(), MHD_RESPMEM_MUST_COPY);
+  }
+  if (response == nullptr) return MHD_NO;
+  for (const auto& [name, value] : securityHeaders) MHD_add_response_header(response, name, value);
+  if (!answer.contentType.empty())
+    MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, answer.contentType.c_str());
+  for (const auto& [name, value] : answer.headers)
+    MHD_add_response_header(response, name.c_str(), value.c_str());
+  const MHD_Result queued = MHD_queue_response(exchange.connection, answer.code, response);
+  MHD_destroy_response(response);
+  return queued;
+}
+
+}  // namespace
+
+struct HttpServer::Impl {
+  Impl(HttpHandler& requestHandler, HttpServerSetup serverSetup)
+      : handler(requestHandler), setup(std::move(serverSetup)) {}
+
+  void start();
+  void stop();
+  void listen(platform::OwnedDescriptor socket);
+  MHD_Result accept(const sockaddr* address);
+  MHD_Result begin(MHD_Connection* connection, const char* path, const char* method, const char* version,
+                   void** context);
+  MHD_Result goOn(Exchange& exchange, const char* data, std::size_t* size);
+  void complete(Exchange* exchange, MHD_RequestTerminationCode how);
+  void log(const Exchange& exchange) const;
+  void connectionChanged(MHD_Connection* connection, MHD_ConnectionNotificationCode how);
+  void keepHouse();
+
+  HttpHandler& handler;
+  HttpServerSetup setup;
+  std::vector<MHD_Daemon*> daemons;
+  std::mutex mutex;
+  std::condition_variable wake;
+  ConnectionTable connections;  // guarded by the mutex, as the next two
+  bool houseIsDue = false;
+  bool stopping = false;
+  std::thread housekeeper;
+};
+
+void HttpServer::Impl::start() {
+  for (platform::OwnedDescriptor& socket : setup.sockets) listen(std::move(socket));
+  housekeeper = std::thread([this] { keepHouse(); });
+}
+
+void HttpServer::Impl::listen(platform::OwnedDescriptor socket) {
+  unsigned flags =
+      MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_THREAD_PER_CONNECTION | MHD_USE_ERROR_LOG | MHD_USE_ITC;
+  std::vector<MHD_OptionItem> options = {
+      {MHD_OPTION_LISTEN_SOCKET, socket.get(), nullptr},
+      {MHD_OPTION_CONNECTION_LIMIT, static_cast<std::intptr_t>(httplimits::connections), nullptr},
+      {MHD_OPTION_CONNECTION_TIMEOUT, silenceSeconds, nullptr},
+      {MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<std::intptr_t>(connectionMemory), nullptr},
+      {MHD_OPTION_STRICT_FOR_CLIENT, 1, nullptr},
+  };
+  if (!setup.certificate.empty()) {
+    flags |= MHD_USE_TLS;
+    options.push_back({MHD_OPTION_HTTPS_MEM_CERT, 0, setup.certificate.data()});
+    options.push_back({MHD_OPTION_HTTPS_MEM_KEY, 0, setup.key.data()});
+  }
+  options.push_back({MHD_OPTION_END, 0, nullptr});
+  const MHD_AcceptPolicyCallback policy = [](void* cls, const sockaddr* address, socklen_t) {
+    return static_cast<Impl*>(cls)->accept(address);
+  };
+  const MHD_AccessHandlerCallback access = [](void* cls, MHD_Connection* connection, const char* path,
+                                              const char* method, const char* version, const char* data,
+                                              std::size_t* size, void** context) {
+    Impl& server = *static_cast<Impl*>(cls);
+    try {
+      if (*context == nullptr) return server.begin(connection, path, method, version, context);
+      return server.goOn(*static_cast<Exchange*>(*context), data, size);
+    } catch (const std::exception&) {
+      return MHD_NO;  // closes the connection
+    }
+  };
+  const MHD_RequestCompletedCallback completed = [](void* cls, MHD_Connection*, void** context,
+                                                    MHD_RequestTerminationCode how) {
+    static_cast<Impl*>(cls)->complete(static_cast<Exchange*>(std::exchange(*context, nullptr)), how);
+  };
+  const MHD_NotifyConnectionCallback changed = [](void* cls, MHD_Connection* connection, void**,
+                                                  MHD_ConnectionNotificationCode how) {
+    static_cast<Impl*>(cls)->connectionChanged(connection, how);
+  };
+  MHD_Daemon* daemon =
+      MHD_start_daemon(flags, 0, policy, this, access, this, MHD_OPTION_EXTERNAL_LOGGER, dropMessage, nullptr,
+                       MHD_OPTION_NOTIFY_COMPLETED, completed, this, MHD_OPTION_NOTIFY_CONNECTION, changed,
+                       this, MHD_OPTION_UNESCAPE_CALLBACK, unescapeNothing, nullptr, MHD_OPTION_ARRAY,
+                       options.data(), MHD_OPTION_END);
+  if (daemon == nullptr)
+    throw HttpServerError(setup.certificate.empty()
+                              ? "The server cannot be started. Close other programs and try again."
+                              : "The server cannot be started with this certificate and key.");
+  socket.release();  // the library closes it
+  daemons.push_back(daemon);
+}
+
+void HttpServer::Impl::stop() {
+  for (MHD_Daemon* daemon : daemons) MHD_stop_daemon(daemon);
+  daemons.clear();
+  {
+    const std::lock_guard lock(mutex);
+    stopping = true;
+    wake.notify_all();
+  }
+  if (housekeeper.joinable()) housekeeper.join();
+}
+
+MHD_Result HttpServer::Impl::accept(const sockaddr* address) {
+  if (!setup.allows(*address)) return MHD_NO;
+  const std::lock_guard lock(mutex);
+  return connections.admits(textOf(address)) ? MHD_YES : MHD_NO;
+}
+
+void HttpServer::Impl::connectionChanged(MHD_Connection* connection, MHD_ConnectionNotificationCode how) {
+  const std::lock_guard lock(mutex);
+  if (how == MHD_CONNECTION_NOTIFY_STARTED) {
+    connections.open(socketOf(connection), addressOf(connection), Clock::now());
+  } else {
+    connections.close(socketOf(connection));
+  }
+  wake.notify_all();
+}
+
+MHD_Result HttpServer::Impl::begin(MHD_Connection* connection, const char* path, const char* method,
+                                   const char* version, void** context) {
+  auto exchange = std::make_unique<Exchange>();
+  HttpRequest& request = exchange->request;
+  const int socket = socketOf(connection);
+  exchange->connection = connection;
+  request.method = method;
+  request.path = path;
+  request.isHttp10 = std::string_view(version) == MHD_HTTP_VERSION_1_0;
+  request.isTls = !setup.certificate.empty();
+  request.header = [connection](const char* name) -> std::optional<std::string_view> {
+    const char* value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
+    return value != nullptr ? std::optional<std::string_view>(value) : std::nullopt;
+  };
+  request.client = {[socket] { return isClosed(socket); }, [socket] { return isAcknowledged(socket); }};
+  const Framing framing = framingOf(connection);
+  exchange->refusal = wrongFraming(*exchange, framing, version);
+  const bool mustClose = exchange->refusal.has_value();
+  if (!exchange->refusal) exchange->refusal = handler.refusalOf(request);
+  Exchange& kept = *exchange;
+  *context = exchange.release();
+  // Without a body the connection can be used on: then the response waits for the end of the request.
+  if (!kept.refusal || (!mustClose && !framing.hasBody())) return MHD_YES;
+  kept.refusal->headers.emplace_back(MHD_HTTP_HEADER_CONNECTION, "close");
+  return queue(kept, std::move(*kept.refusal));
+}
+
+MHD_Result HttpServer::Impl::goOn(Exchange& exchange, const char* data, std::size_t* size) {
+  std::string& body = exchange.request.body;
+  if (*size > 0) {
+    exchange.bodyTooLarge = exchange.bodyTooLarge || body.size() + *size > httplimits::bodyBytes;
+    if (!exchange.bodyTooLarge) body.append(data, *size);
+    *size = 0;
+    return MHD_YES;
+  }
+  {
+    const std::lock_guard lock(mutex);
+    connections.requestArrived(socketOf(exchange.connection));
+  }
+  if (exchange.refusal) return queue(exchange, std::move(*exchange.refusal));
+  if (exchange.bodyTooLarge) return queue(exchange, plainResponse(413, "The request is too large."));
+  setSilence(exchange.connection, 0);
+  HttpResponse response = handler.respond(exchange.request);
+  setSilence(exchange.connection, silenceSeconds);
+  return queue(exchange, std::move(response));
+}
+
+void HttpServer::Impl::complete(Exchange* exchange, MHD_RequestTerminationCode how) {
+  if (exchange == nullptr) return;
+  const std::unique_ptr<Exchange> ended(exchange);
+  if (ended->stream && how == MHD_REQUEST_TERMINATED_COMPLETED_OK) ended->stream->finish();
+  ended->stream.reset();
+  log(*ended);
+  const std::lock_guard lock(mutex);
+  connections.responseSent(socketOf(ended->connection), Clock::now());
+  houseIsDue = true;
+  wake.notify_all();
+}
+
+void HttpServer::Impl::log(const Exchange& exchange) const {
+  const auto taken = std::chrono::duration_cast<milliseconds>(Clock::now() - exchange.start);
+  const std::string code = exchange.code == 0 ? "-" : std::to_string(exchange.code);
+  setup.log(addressOf(exchange.connection) + " " + printable(exchange.request.method) + " " +
+            printable(exchange.request.path.substr(0, longestLoggedPath)) + " " + code + ", " +
+            std::to_string(exchange.bytes) + " bytes, " + std::to_string(taken.count()) + " ms");
+}
+
+// Shutting a socket down leaves it to its thread to close it.
+void HttpServer::Impl::keepHouse() {
+  std::optional<Clock::time_point> chores;
+  std::unique_lock lock(mutex);
+  while (!stopping) {
+    if (houseIsDue || (chores && Clock::now() >= *chores)) {
+      houseIsDue = false;
+      lock.unlock();
+      const auto next = handler.keepHouse();
+      chores = next ? std::optional(Clock::now() + *next) : std::nullopt;
+      lock.lock();
+      continue;
+    }
+    for (const int socket : connections.takeOverdue(Clock::now())) shutdown(socket, SHUT_RDWR);
+    auto deadline = connections.nextDeadline();
+    if (chores && (!deadline || *chores < *deadline)) deadline = chores;
+    if (deadline) {
+      wake.wait_until(lock, *deadline);
+    } else {
+      wake.wait(lock);
+    }
+  }
+}
+
+HttpServer::HttpServer(HttpHandler& handler, HttpServerSetup setup)
+    : impl_(std::make_unique<Impl>(handler, std::move(setup))) {
+  try {
+    impl_->start();
+  } catch (...) {
+    impl_->stop();
+    throw;
+  }
+}
+
+HttpServer::~HttpServer() {
+  impl_->stop();
+}
+
+}  // namespace frontend::share
