@@ -1,0 +1,159 @@
+#include "ListenSockets.h"
+
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <system_error>
+
+#include "HttpServer.h"
+
+namespace frontend::share {
+namespace {
+
+constexpr int firstInheritedDescriptor = 3;
+constexpr int mostInheritedDescriptors = 16;
+constexpr int backlog = 64;
+
+using Addresses = std::unique_ptr<addrinfo, void (*)(addrinfo*)>;
+
+Addresses resolve(const std::string& address, std::uint16_t port) {
+  addrinfo hints{};
+  hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV | AI_PASSIVE;
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* found = nullptr;
+  if (getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &found) != 0) found = nullptr;
+  return {found, freeaddrinfo};
+}
+
+bool isIpv6(const std::string& address) {
+  return address.find(':') != std::string::npos;
+}
+
+// Empty for a socket that is not of the Internet.
+std::string textOf(int socket) {
+  sockaddr_storage address{};
+  socklen_t size = sizeof address;
+  char host[NI_MAXHOST];
+  char port[NI_MAXSERV];
+  auto* generic = reinterpret_cast<sockaddr*>(&address);
+  if (getsockname(socket, generic, &size) != 0 ||
+      getnameinfo(generic, size, host, sizeof host, port, sizeof port, NI_NUMERICHOST | NI_NUMERICSERV) !=
+          0 ||
+      address.ss_family == AF_UNIX)
+    return "";
+  return address.ss_family == AF_INET6 ? "[" + std::string(host) + "]:" + port
+                                       : host + (":" + std::string(port));
+}
+
+std::uint16_t portOf(int socket) {
+  const std::string text = textOf(socket);
+  return static_cast<std::uint16_t>(std::atoi(text.substr(text.rfind(':') + 1).c_str()));
+}
+
+[[noreturn]] void throwListenError(const std::string& address, std::uint16_t port, int error) {
+  const std::string where = "Cannot listen on " + address + ", port " + std::to_string(port) + ": ";
+  switch (error) {
+    case EADDRNOTAVAIL:
+    case EAFNOSUPPORT:
+      throw HttpServerError(where + "this machine has no such address.");
+    case EADDRINUSE:
+      throw HttpServerError(where + "in use by another program. Stop it, or choose another --port.");
+    case EACCES:
+    case EPERM:
+      throw HttpServerError(where + "not permitted. Choose a --port above 1023.");
+    default:
+      throw HttpServerError(where + std::generic_category().message(error) + ".");
+  }
+}
+
+// Returns an error number, 0 for success.
+int listenAt(const addrinfo& where, bool ipv6Only, platform::OwnedDescriptor& socket) {
+  socket = platform::OwnedDescriptor(
+      ::socket(where.ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, where.ai_protocol));
+  const int yes = 1;
+  const int only = ipv6Only ? 1 : 0;
+  if (socket.get() < 0) return errno;
+  // A server that is started again need not wait for the connections of the one before.
+  setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+  if (where.ai_family == AF_INET6) setsockopt(socket.get(), IPPROTO_IPV6, IPV6_V6ONLY, &only, sizeof only);
+  if (bind(socket.get(), where.ai_addr, where.ai_addrlen) != 0) return errno;
+  return listen(socket.get(), backlog) == 0 ? 0 : errno;
+}
+
+std::string withoutBrackets(std::string address) {
+  if (address.size() > 2 && address.front() == '[' && address.back() == ']')
+    address = address.substr(1, address.size() - 2);
+  return address;
+}
+
+// What an environment variable holds, as a number of this range; 0 for anything else.
+long numberIn(const char* variable) {
+  const char* text = std::getenv(variable);
+  return text != nullptr ? std::strtol(text, nullptr, 10) : 0;
+}
+
+}  // namespace
+
+ListenSockets listenOn(const std::vector<std::string>& addresses, std::uint16_t port) {
+  const bool byDefault = addresses.empty();
+  const std::vector<std::string> wanted =
+      byDefault ? std::vector<std::string>{"127.0.0.1", "::1"} : addresses;
+  const bool ipv6Only =
+      std::any_of(wanted.begin(), wanted.end(), [](const auto& one) { return !isIpv6(one); });
+  ListenSockets result;
+  for (const std::string& given : wanted) {
+    const std::string address = withoutBrackets(given);
+    const Addresses found = resolve(address, port);
+    if (!found)
+      throw HttpServerError("--bind " + given + ": not an address. Use one such as 192.168.1.5 or ::1.");
+    platform::OwnedDescriptor socket;
+    const int error = listenAt(*found, ipv6Only, socket);
+    const bool missing = error == EADDRNOTAVAIL || error == EAFNOSUPPORT;
+    if (byDefault && isIpv6(address) && missing) continue;
+    if (error != 0) throwListenError(address, port, error);
+    if (port == 0) port = portOf(socket.get());
+    result.addresses.push_back(textOf(socket.get()));
+    result.sockets.push_back(std::move(socket));
+  }
+  return result;
+}
+
+ListenSockets inheritedSockets() {
+  const bool forUs = numberIn("LISTEN_PID") == getpid();
+  const long count = forUs ? std::clamp<long>(numberIn("LISTEN_FDS"), 0, mostInheritedDescriptors) : 0;
+  for (const char* variable : {"LISTEN_PID", "LISTEN_FDS", "LISTEN_FDNAMES"}) unsetenv(variable);
+  ListenSockets result;
+  for (int descriptor = firstInheritedDescriptor; descriptor < firstInheritedDescriptor + count;
+       ++descriptor) {
+    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    result.addresses.push_back(textOf(descriptor));
+    result.sockets.emplace_back(descriptor);
+  }
+  return result;
+}
+
+void notifyReady() {
+  const char* path = std::getenv("NOTIFY_SOCKET");
+  sockaddr_un address{};
+  if (path == nullptr || std::strlen(path) >= sizeof address.sun_path) return;
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path, sizeof address.sun_path - 1);
+  if (address.sun_path[0] == '@') address.sun_path[0] = '\0';  // an abstract name
+  const platform::OwnedDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + std::strlen(path));
+  // Without an answer the service manager gives the service up, and reports that itself.
+  [[maybe_unused]] const ssize_t sent =
+      sendto(socket.get(), "READY=1", 7, MSG_NOSIGNAL, reinterpret_cast<sockaddr*>(&address), size);
+}
+
+}  // namespace frontend::share

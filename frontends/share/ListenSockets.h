@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "OwnedDescriptor.h"
+
+namespace frontend::share {
+
+// Sockets that listen, and where.
+struct ListenSockets {
+  std::vector<platform::OwnedDescriptor> sockets;
+  std::vector<std::string> addresses;  // as in the address of a page: "127.0.0.1:8750", "[::1]:8750"
+};
+
+// Listens on these addresses, IPv4 or IPv6 without a name, at one port; 0 is any free one. Without addresses,
+// on this machine alone: 127.0.0.1, and ::1 where there is IPv6. "::" serves IPv4 as well, unless an IPv4
+// address is given too. Throws HttpServerError with a sentence about the address that failed.
+ListenSockets listenOn(const std::vector<std::string>& addresses, std::uint16_t port);
+
+// The sockets that the service manager listens on for this process and hands over (sd_listen_fds(3)); none if
+// it was started otherwise. Called once: the environment variables are removed.
+ListenSockets inheritedSockets();
+
+// Tells the service manager that clients are served, if it wants to know (sd_notify(3)).
+void notifyReady();
+
+}  // namespace frontend::share

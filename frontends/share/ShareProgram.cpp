@@ -1,0 +1,171 @@
+#include "ShareProgram.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <mutex>
+#include <new>
+#include <utility>
+
+#include "EsclService.h"
+#include "HttpServer.h"
+#include "ListenSockets.h"
+#include "RegularFile.h"
+#include "ScanJobs.h"
+#include "ScannerList.h"
+#include "ScannerName.h"
+#include "ShareOptions.h"
+
+namespace frontend::share {
+namespace {
+
+// As q750(1) lists them.
+enum ExitCode : int { good = 0, usage = 1, ioError = 7, noMemory = 10 };
+
+constexpr std::size_t largestPemFile = 1 << 20;
+
+// Each line in one write: connections have a thread each.
+void log(const std::string& line) {
+  const std::string whole = line + "\n";
+  // Where the journal is gone there is nowhere left to report that.
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, whole.data(), whole.size());
+}
+
+std::string contentOf(const std::string& path) {
+  if (path.empty()) return "";
+  platform::FileContent content = platform::readRegularFile(path, largestPemFile);
+  if (content.state != platform::FileContent::State::read)
+    throw HttpServerError(path + " cannot be read. Check its name and who may read it.");
+  return std::move(content.bytes);
+}
+
+Machine thisMachine() {
+  char host[256] = {};
+  gethostname(host, sizeof host - 1);
+  return {platform::readRegularFile("/etc/machine-id", 100).bytes, host};
+}
+
+std::string scannerOf(const ShareOptions& options) {
+  if (options.isVirtual) return std::string(virtualScannerName);
+  return options.device.empty() ? std::string(firstUsbScannerName) : options.device;
+}
+
+// Looks at USB once a second at most, however often clients ask.
+class Presence {
+ public:
+  explicit Presence(std::string scanner) : scanner_(std::move(scanner)) {}
+
+  bool isConnected() {
+    if (scanner_ == virtualScannerName) return true;
+    const std::lock_guard lock(mutex_);
+    const Clock::time_point now = Clock::now();
+    if (looked_ && now - *looked_ < std::chrono::seconds(1)) return connected_;
+    looked_ = now;
+    connected_ = false;
+    for (const ScannerEntry& entry : listScanners(false))
+      connected_ = connected_ || scanner_ == firstUsbScannerName || entry.name == scanner_;
+    return connected_;
+  }
+
+ private:
+  const std::string scanner_;
+  std::mutex mutex_;
+  std::optional<Clock::time_point> looked_;
+  bool connected_ = false;
+};
+
+// Ctrl-C, the service manager and a closed terminal end the server. They are awaited by the main thread;
+// blocked before there are others, they reach none of them.
+class EndSignals {
+ public:
+  EndSignals() {
+    sigemptyset(&signals_);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals_, signal);
+    pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+  }
+  void await() const {
+    int signal = 0;
+    sigwait(&signals_, &signal);
+  }
+  // From now on a second one ends the process at once.
+  void release() const { pthread_sigmask(SIG_UNBLOCK, &signals_, nullptr); }
+
+ private:
+  sigset_t signals_{};
+};
+
+void print(const std::string& text) {
+  std::fputs(text.c_str(), stdout);
+  std::fflush(stdout);
+}
+
+void announce(const std::string& name, const ListenSockets& listening, bool tls) {
+  for (const std::string& address : listening.addresses) {
+    if (!address.empty()) print(name + " is shared at " + (tls ? "https://" : "http://") + address + "/\n");
+  }
+}
+
+ScanJobsSetup jobsFor(const ShareOptions& options, const std::string& scanner, const std::string& version) {
+  ScanJobsSetup setup;
+  setup.request.scanner = scanner;
+  setup.request.timeout = options.timeout;
+  setup.request.virtualScanner = options.virtualScanner;
+  setup.software = version;
+  setup.log = log;
+  return setup;
+}
+
+void serve(const ShareOptions& options, const std::string& version) {
+  const EndSignals signals;
+  const std::string scanner = scannerOf(options);
+  if (!parseScannerName(scanner)) throw ShareUsageError("--device " + scanner + ": not a name of q750 list.");
+  const Machine machine = thisMachine();
+  Presence presence(scanner);
+  ScanJobs jobs(jobsFor(options, scanner, version));
+  EsclServiceSetup setup;
+  setup.identity = identityOf(machine, scanner, options.name);
+  setup.ownNames = namesOfMachine(machine.host);
+  setup.isConnected = [&presence] { return presence.isConnected(); };
+  const std::string name = setup.identity.name;
+  EsclService service(jobs, std::move(setup));
+  ListenSockets listening = inheritedSockets();
+  if (listening.sockets.empty()) listening = listenOn(options.bind, options.port);
+  HttpServerSetup server;
+  server.sockets = std::move(listening.sockets);
+  server.certificate = contentOf(options.certificate);
+  server.key = contentOf(options.key);
+  server.log = log;
+  const HttpServer http(service, std::move(server));
+  announce(name, listening, !options.certificate.empty());
+  notifyReady();
+  signals.await();
+  signals.release();
+  jobs.stop();
+}
+
+int fail(int code, const std::string& message) {
+  log("q750-share: " + message);
+  return code;
+}
+
+}  // namespace
+
+int runShareProgram(int argc, const char* const* argv, const std::string& version) try {
+  const std::string program = "q750-share " + version;
+  const ShareOptions options = parseShareOptions(argc, argv, program);
+  if (!options.text.empty()) return print(options.text), good;
+  serve(options, program);
+  return good;
+} catch (const ShareUsageError& error) {
+  return fail(usage, error.what());
+} catch (const std::bad_alloc&) {
+  return fail(noMemory, std::string(outcome::noMemorySentence));
+} catch (const std::exception& error) {
+  return fail(ioError, error.what());
+}
+
+}  // namespace frontend::share

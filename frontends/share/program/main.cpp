@@ -1,0 +1,6 @@
+#include "ShareProgram.h"
+#include "Version.h"
+
+int main(int argc, char** argv) {
+  return frontend::share::runShareProgram(argc, argv, frontend::version);
+}
