@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "JobState.h"
+#include "EsclJobState.h"
 
 // What a job does with every request, in every phase. A table and nothing else: ScanJob.h acts on it.
 namespace frontend::share {

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "JobState.h"
+#include "EsclJobState.h"
 #include "ScanOutcome.h"
 
 // What clients learn of how a scan ended: one row for each outcome. The sentence of the outcome goes with it.

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "JobState.h"
+#include "EsclJobState.h"
 
 namespace frontend::share {
 

@@ -1,5 +1,5 @@
 #include "ShareProgram.h"
-#include "Version.h"
+#include "ShareVersion.h"
 
 int main(int argc, char** argv) {
   return frontend::share::runShareProgram(argc, argv, frontend::version);
