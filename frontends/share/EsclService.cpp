@@ -102,7 +102,7 @@ HttpResponse EsclService::newJob(const HttpRequest& request) {
 }
 
 HttpResponse EsclService::respondForJob(const Route& route, const HttpRequest& request) {
-  std::shared_ptr<ScanJob> job = jobs_.find(route.jobId);
+  std::shared_ptr<PageJob> job = jobs_.find(route.jobId);
   if (job == nullptr) return sentence(404, "There is no such job, or it is forgotten.");
   if (route.kind == RouteKind::nextDocument) return nextDocument(std::move(job), request);
   if (route.kind == RouteKind::endOfJob) {
@@ -114,7 +114,7 @@ HttpResponse EsclService::respondForJob(const Route& route, const HttpRequest& r
   return xmlResponse(imageInfoDocument(job->id(), job->ticket().picture));
 }
 
-HttpResponse EsclService::nextDocument(std::shared_ptr<ScanJob> job, const HttpRequest& request) {
+HttpResponse EsclService::nextDocument(std::shared_ptr<PageJob> job, const HttpRequest& request) {
   const std::string location = jobPath(job->id()) + "/NextDocument/1";
   const std::string_view type = escl::mimeTypeOf(job->ticket().format);
   auto reader = std::make_unique<PageReader>(std::move(job), request.client);

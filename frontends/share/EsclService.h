@@ -37,7 +37,7 @@ class EsclService final : public HttpHandler {
   HttpResponse respondForJob(const Route& route, const HttpRequest& request);
   HttpResponse status();
   HttpResponse newJob(const HttpRequest& request);
-  static HttpResponse nextDocument(std::shared_ptr<ScanJob> job, const HttpRequest& request);
+  static HttpResponse nextDocument(std::shared_ptr<PageJob> job, const HttpRequest& request);
 
   ScanJobs& jobs_;
   const EsclServiceSetup setup_;

@@ -6,7 +6,7 @@
 
 #include "EsclJobState.h"
 
-// What a job does with every request, in every phase. A table and nothing else: ScanJob.h acts on it.
+// What a job does with every request, in every phase. A table and nothing else: PageJob.h acts on it.
 namespace frontend::share {
 
 // The states of a job, where what became of its page makes two of the completed one.

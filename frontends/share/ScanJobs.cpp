@@ -53,7 +53,7 @@ ScanJobs::~ScanJobs() {
 
 ScanJobs::Posted ScanJobs::post(const ScanTicket& ticket) {
   std::string reason;
-  const std::shared_ptr<ScanJob> job = begin(ticket, reason);
+  const std::shared_ptr<PageJob> job = begin(ticket, reason);
   if (!job) return {503, "", reason};
   job->awaitStart(setup_.earlyFailure);
   const auto outcome = job->outcome();
@@ -63,7 +63,7 @@ ScanJobs::Posted ScanJobs::post(const ScanTicket& ticket) {
   return {codeOf(outcome->status).whenPosted, "", outcome->sentence};
 }
 
-std::shared_ptr<ScanJob> ScanJobs::begin(const ScanTicket& ticket, std::string& reason) {
+std::shared_ptr<PageJob> ScanJobs::begin(const ScanTicket& ticket, std::string& reason) {
   std::unique_lock lock(mutex_);
   reason = busySentence;
   if (!awaitTurn(lock)) return nullptr;
@@ -72,7 +72,7 @@ std::shared_ptr<ScanJob> ScanJobs::begin(const ScanTicket& ticket, std::string& 
   order.request.settings = ticket.settings;
   order.request.threshold = ticket.threshold;
   order.settings.software = setup_.software;
-  const auto job = std::make_shared<ScanJob>(std::move(order), setup_.now);
+  const auto job = std::make_shared<PageJob>(std::move(order), setup_.now);
   try {
     thread_ = std::thread([this, job] { run(job); });
   } catch (const std::system_error&) {
@@ -86,7 +86,7 @@ std::shared_ptr<ScanJob> ScanJobs::begin(const ScanTicket& ticket, std::string& 
 
 // Whether no scan is in the way. Joins the thread of the one before.
 bool ScanJobs::awaitTurn(std::unique_lock<std::mutex>& lock) {
-  while (const std::shared_ptr<ScanJob> before = current_) {
+  while (const std::shared_ptr<PageJob> before = current_) {
     if (responseOf(before->phase(), JobRequest::newJob) == JobResponse::busy) return false;
     lock.unlock();
     const bool free = before->awaitFreeScanner(times::scannerFree);
@@ -99,13 +99,13 @@ bool ScanJobs::awaitTurn(std::unique_lock<std::mutex>& lock) {
   return true;
 }
 
-void ScanJobs::run(const std::shared_ptr<ScanJob>& job) {
+void ScanJobs::run(const std::shared_ptr<PageJob>& job) {
   const Clock::time_point start = setup_.now();
   job->run(setup_.start);
   logEnd(*job, start);
 }
 
-void ScanJobs::logEnd(const ScanJob& job, Clock::time_point start) const {
+void ScanJobs::logEnd(const PageJob& job, Clock::time_point start) const {
   const auto outcome = job.outcome();
   const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(job.changedAt() - start);
   setup_.log("scan " + job.id() + ": " + describe(job.ticket()) + ", " + std::to_string(job.pageBytes()) +
@@ -113,12 +113,12 @@ void ScanJobs::logEnd(const ScanJob& job, Clock::time_point start) const {
              " ms: " + (outcome ? outcome->sentence : std::string()));
 }
 
-void ScanJobs::drop(const std::shared_ptr<ScanJob>& job) {
+void ScanJobs::drop(const std::shared_ptr<PageJob>& job) {
   const std::lock_guard lock(mutex_);
   std::erase(jobs_, job);
 }
 
-std::shared_ptr<ScanJob> ScanJobs::find(std::string_view id) {
+std::shared_ptr<PageJob> ScanJobs::find(std::string_view id) {
   const std::lock_guard lock(mutex_);
   forgetLocked();
   const auto found =
@@ -149,7 +149,7 @@ std::optional<std::chrono::milliseconds> ScanJobs::forgetLocked() {
   const Clock::time_point now = setup_.now();
   std::size_t ended = 0;
   std::optional<std::chrono::milliseconds> next;
-  std::erase_if(jobs_, [&](const std::shared_ptr<ScanJob>& job) {
+  std::erase_if(jobs_, [&](const std::shared_ptr<PageJob>& job) {
     if (!hasEnded(stateOf(job->phase()))) return false;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(job->changedAt() + times::forgotten - now);
     if (++ended > longestHistory || left.count() <= 0) return true;

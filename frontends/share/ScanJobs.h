@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "ScanJob.h"
+#include "PageJob.h"
 #include "ScanRequest.h"
 #include "ScanSource.h"
 #include "ScanTicket.h"
@@ -55,7 +55,7 @@ class ScanJobs {
   Posted post(const ScanTicket& ticket);
 
   // The job of this ID; null if there is none, or it is forgotten.
-  std::shared_ptr<ScanJob> find(std::string_view id);
+  std::shared_ptr<PageJob> find(std::string_view id);
   // The newest first.
   std::vector<JobReport> reports();
   // Whether a job scans.
@@ -68,17 +68,17 @@ class ScanJobs {
 
  private:
   // Null, with a reason, if the scanner is not free.
-  std::shared_ptr<ScanJob> begin(const ScanTicket& ticket, std::string& reason);
+  std::shared_ptr<PageJob> begin(const ScanTicket& ticket, std::string& reason);
   bool awaitTurn(std::unique_lock<std::mutex>& lock);
-  void run(const std::shared_ptr<ScanJob>& job);
-  void logEnd(const ScanJob& job, Clock::time_point start) const;
-  void drop(const std::shared_ptr<ScanJob>& job);
+  void run(const std::shared_ptr<PageJob>& job);
+  void logEnd(const PageJob& job, Clock::time_point start) const;
+  void drop(const std::shared_ptr<PageJob>& job);
   std::optional<std::chrono::milliseconds> forgetLocked();
 
   const ScanJobsSetup setup_;
   std::mutex mutex_;
-  std::deque<std::shared_ptr<ScanJob>> jobs_;  // the newest first
-  std::shared_ptr<ScanJob> current_;           // whose thread has not been joined
+  std::deque<std::shared_ptr<PageJob>> jobs_;  // the newest first
+  std::shared_ptr<PageJob> current_;           // whose thread has not been joined
   std::thread thread_;
   bool stopped_ = false;
 };

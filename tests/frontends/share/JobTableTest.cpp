@@ -104,7 +104,7 @@ class EveryCell : public testing::TestWithParam<std::tuple<std::size_t, std::siz
 
   FakeScanner scanner;
   ScanJobs jobs{scanner.setup()};
-  std::shared_ptr<ScanJob> job;
+  std::shared_ptr<PageJob> job;
 };
 
 TEST_P(EveryCell, DoesWhatTheTableSays) {

@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "FakeScanner.h"
-#include "ScanJob.h"
+#include "PageJob.h"
 
 namespace {
 
@@ -31,10 +31,10 @@ ClientLink asked(const std::function<void()>& happens) {
 
 class Job : public testing::Test {
  protected:
-  std::shared_ptr<ScanJob> post(PictureFormat format = PictureFormat::png) {
+  std::shared_ptr<PageJob> post(PictureFormat format = PictureFormat::png) {
     return jobs.find(jobs.post(FakeScanner::ticket(format)).id);
   }
-  std::string fetch(const std::shared_ptr<ScanJob>& job) {
+  std::string fetch(const std::shared_ptr<PageJob>& job) {
     PageReader reader(job, stays);
     if (const auto response = reader.begin(); response.code != 200) return response.sentence;
     std::string page = readAll(reader);

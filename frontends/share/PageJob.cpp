@@ -1,4 +1,4 @@
-#include "ScanJob.h"
+#include "PageJob.h"
 
 #include <array>
 #include <exception>
@@ -36,9 +36,9 @@ JobPhase phaseAfter(ScanStatus status) {
 }  // namespace
 
 // The source that cancel() reaches.
-class ScanJob::Aim {
+class PageJob::Aim {
  public:
-  Aim(ScanJob& job, ScanSource& source) : job_(job) {
+  Aim(PageJob& job, ScanSource& source) : job_(job) {
     const std::lock_guard lock(job_.mutex_);
     job_.source_ = &source;
     if (hasEnded(stateOf(job_.phase_))) source.cancel();
@@ -51,16 +51,16 @@ class ScanJob::Aim {
   Aim& operator=(const Aim&) = delete;
 
  private:
-  ScanJob& job_;
+  PageJob& job_;
 };
 
-ScanJob::ScanJob(JobOrder order, Now now)
+PageJob::PageJob(JobOrder order, Now now)
     : order_(std::move(order)),
       now_(std::move(now)),
       changedAt_(now_()),
       abandonAt_(changedAt_ + times::unclaimed) {}
 
-void ScanJob::run(const StartScan& start) noexcept {
+void PageJob::run(const StartScan& start) noexcept {
   try {
     const std::unique_ptr<ScanSource> source = start(order_.request);
     const Aim aim(*this, *source);
@@ -74,7 +74,7 @@ void ScanJob::run(const StartScan& start) noexcept {
   changed_.notify_all();
 }
 
-ScanOutcome ScanJob::scanGuarded(ScanSource& source) noexcept {
+ScanOutcome PageJob::scanGuarded(ScanSource& source) noexcept {
   ScanOutcome outcome = outcome::noMemory();
   try {
     outcome = scanPage(source);
@@ -86,7 +86,7 @@ ScanOutcome ScanJob::scanGuarded(ScanSource& source) noexcept {
   return outcome;
 }
 
-ScanOutcome ScanJob::scanPage(ScanSource& source) {
+ScanOutcome PageJob::scanPage(ScanSource& source) {
   const auto page = std::make_shared<PageFile>();
   PageEncoder encoder(order_.ticket, expectedLayout(order_.request), order_.settings, page->descriptor());
   {
@@ -114,7 +114,7 @@ ScanOutcome ScanJob::scanPage(ScanSource& source) {
   return outcome::good();
 }
 
-void ScanJob::publish(std::uint64_t bytes) {
+void PageJob::publish(std::uint64_t bytes) {
   const std::lock_guard lock(mutex_);
   bytes_ = bytes;
   if (phase_ == JobPhase::pending) changeLocked(JobPhase::processing);
@@ -122,7 +122,7 @@ void ScanJob::publish(std::uint64_t bytes) {
 }
 
 // A job that was cancelled meanwhile stays that.
-void ScanJob::settle(ScanOutcome outcome) {
+void PageJob::settle(ScanOutcome outcome) {
   const std::lock_guard lock(mutex_);
   if (hasEnded(stateOf(phase_))) return;
   const JobPhase phase = phaseAfter(outcome.status);
@@ -131,14 +131,14 @@ void ScanJob::settle(ScanOutcome outcome) {
   changeLocked(phase);
 }
 
-void ScanJob::watchClock() {
+void PageJob::watchClock() {
   const std::lock_guard lock(mutex_);
   if (!abandonAt_ || now_() < *abandonAt_) return;
   if (responseOf(phase_, JobRequest::unclaimed) != JobResponse::cancel) return;
   cancelLocked(cancelledBecause(transfers_ == 0 ? neverFetched : clientWentAway));
 }
 
-void ScanJob::cancelLocked(ScanOutcome outcome) {
+void PageJob::cancelLocked(ScanOutcome outcome) {
   if (hasEnded(stateOf(phase_))) return;
   page_.reset();
   outcome_ = std::move(outcome);
@@ -146,18 +146,18 @@ void ScanJob::cancelLocked(ScanOutcome outcome) {
   changeLocked(JobPhase::canceled);
 }
 
-void ScanJob::changeLocked(JobPhase phase) {
+void PageJob::changeLocked(JobPhase phase) {
   phase_ = phase;
   changedAt_ = now_();
   changed_.notify_all();
 }
 
-void ScanJob::cancel() {
+void PageJob::cancel() {
   const std::lock_guard lock(mutex_);
   cancelLocked(cancelledBecause(cancelledByClient));
 }
 
-void ScanJob::remove() {
+void PageJob::remove() {
   const std::lock_guard lock(mutex_);
   switch (responseOf(phase_, JobRequest::remove)) {
     case JobResponse::cancel:
@@ -170,19 +170,19 @@ void ScanJob::remove() {
   }
 }
 
-PlainResponse ScanJob::refusalLocked(JobResponse response) const {
+PlainResponse PageJob::refusalLocked(JobResponse response) const {
   if (response == JobResponse::noDocument)
     return {404, phase_ == JobPhase::pending ? noDocumentYet : noMoreDocuments};
   return {codeOf(outcome_->status).whenFetched, outcome_->sentence};
 }
 
-PlainResponse ScanJob::infoResponse() const {
+PlainResponse PageJob::infoResponse() const {
   const std::lock_guard lock(mutex_);
   const JobResponse response = responseOf(phase_, JobRequest::imageInfo);
   return response == JobResponse::info ? PlainResponse{200, ""} : refusalLocked(response);
 }
 
-void ScanJob::readerLeaves(Farewell farewell) {
+void PageJob::readerLeaves(Farewell farewell) {
   const std::lock_guard lock(mutex_);
   --readers_;
   changedAt_ = now_();
@@ -199,12 +199,12 @@ void ScanJob::readerLeaves(Farewell farewell) {
     cancelLocked(cancelledBecause(clientWentAway));
 }
 
-JobPhase ScanJob::phase() const {
+JobPhase PageJob::phase() const {
   const std::lock_guard lock(mutex_);
   return phase_;
 }
 
-JobReport ScanJob::report() const {
+JobReport PageJob::report() const {
   const std::lock_guard lock(mutex_);
   JobReport report;
   report.id = order_.id;
@@ -218,32 +218,32 @@ JobReport ScanJob::report() const {
   return report;
 }
 
-std::optional<ScanOutcome> ScanJob::outcome() const {
+std::optional<ScanOutcome> PageJob::outcome() const {
   const std::lock_guard lock(mutex_);
   return outcome_;
 }
 
-Clock::time_point ScanJob::changedAt() const {
+Clock::time_point PageJob::changedAt() const {
   const std::lock_guard lock(mutex_);
   return changedAt_;
 }
 
-std::uint64_t ScanJob::pageBytes() const {
+std::uint64_t PageJob::pageBytes() const {
   const std::lock_guard lock(mutex_);
   return bytes_;
 }
 
-void ScanJob::awaitStart(std::chrono::milliseconds longest) const {
+void PageJob::awaitStart(std::chrono::milliseconds longest) const {
   std::unique_lock lock(mutex_);
   changed_.wait_for(lock, longest, [this] { return phase_ != JobPhase::pending; });
 }
 
-bool ScanJob::awaitFreeScanner(std::chrono::milliseconds longest) const {
+bool PageJob::awaitFreeScanner(std::chrono::milliseconds longest) const {
   std::unique_lock lock(mutex_);
   return changed_.wait_for(lock, longest, [this] { return free_; });
 }
 
-PageReader::PageReader(std::shared_ptr<ScanJob> job, ClientLink client)
+PageReader::PageReader(std::shared_ptr<PageJob> job, ClientLink client)
     : job_(std::move(job)), client_(std::move(client)) {
   const std::lock_guard lock(job_->mutex_);
   ++job_->readers_;
@@ -251,7 +251,7 @@ PageReader::PageReader(std::shared_ptr<ScanJob> job, ClientLink client)
 }
 
 PageReader::~PageReader() {
-  if (!finished_) job_->readerLeaves(refused_ ? ScanJob::Farewell::refused : ScanJob::Farewell::left);
+  if (!finished_) job_->readerLeaves(refused_ ? PageJob::Farewell::refused : PageJob::Farewell::left);
 }
 
 PlainResponse PageReader::refuse(PlainResponse response) {
@@ -320,7 +320,7 @@ bool PageReader::awaitAcknowledgement(std::unique_lock<std::mutex>& lock) const 
 
 void PageReader::finish() {
   if (std::exchange(finished_, true)) return;
-  job_->readerLeaves(refused_ ? ScanJob::Farewell::refused : ScanJob::Farewell::delivered);
+  job_->readerLeaves(refused_ ? PageJob::Farewell::refused : PageJob::Farewell::delivered);
 }
 
 }  // namespace frontend::share

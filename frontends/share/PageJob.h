@@ -45,11 +45,11 @@ struct JobOrder {
 // grows, and again after a broken transfer. What it does with requests is the table in JobTable.h. All
 // functions but run() may be called by any thread, and none of them waits for the scanner, except where it
 // says so.
-class ScanJob {
+class PageJob {
  public:
-  ScanJob(JobOrder order, Now now);
-  ScanJob(const ScanJob&) = delete;
-  ScanJob& operator=(const ScanJob&) = delete;
+  PageJob(JobOrder order, Now now);
+  PageJob(const PageJob&) = delete;
+  PageJob& operator=(const PageJob&) = delete;
 
   // Scans, and returns once the scanner is free again. Called once. Never throws.
   void run(const StartScan& start) noexcept;
@@ -114,7 +114,7 @@ class ScanJob {
 // One thread, which may block.
 class PageReader final : public HttpBody {
  public:
-  PageReader(std::shared_ptr<ScanJob> job, ClientLink client);
+  PageReader(std::shared_ptr<PageJob> job, ClientLink client);
   ~PageReader() override;
   PageReader(const PageReader&) = delete;
   PageReader& operator=(const PageReader&) = delete;
@@ -127,14 +127,14 @@ class PageReader final : public HttpBody {
   std::optional<std::size_t> read(std::uint64_t offset, void* bytes, std::size_t capacity) override;
   void finish() override;
 
-  const ScanJob& job() const { return *job_; }
+  const PageJob& job() const { return *job_; }
 
  private:
   PlainResponse refuse(PlainResponse response);
   bool awaitChange(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds longest) const;
   bool awaitAcknowledgement(std::unique_lock<std::mutex>& lock) const;
 
-  const std::shared_ptr<ScanJob> job_;
+  const std::shared_ptr<PageJob> job_;
   const ClientLink client_;
   std::shared_ptr<PageFile> page_;
   bool refused_ = false;
