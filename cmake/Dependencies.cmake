@@ -66,6 +66,12 @@ if(Q750_TESTS)
   if(NOT SCANIMAGE OR NOT SANED)
     message(FATAL_ERROR "scanimage or saned was not found: install the Debian package sane-utils (tools/setup does it).")
   endif()
+  # A back end has no file that a compiler finds: its folder is SANE's own.
+  find_library(SANE_AIRSCAN NAMES libsane-airscan.so.1 PATH_SUFFIXES sane)
+  find_program(OPENSSL openssl)
+  if(NOT SANE_AIRSCAN OR NOT OPENSSL)
+    message(FATAL_ERROR "sane-airscan or openssl was not found: install the Debian packages sane-airscan openssl (tools/setup does it).")
+  endif()
   # The Python of the system, not one found earlier in PATH: it has the modules that packages install.
   find_program(SYSTEM_PYTHON python3 PATHS /usr/bin NO_DEFAULT_PATH)
   execute_process(COMMAND ${SYSTEM_PYTHON} -c "import PIL.Image, sane" RESULT_VARIABLE missing OUTPUT_QUIET ERROR_QUIET)
