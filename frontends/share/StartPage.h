@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Router.h"
+#include "StatusDocument.h"
+
+// The page for people who open the server's address in a browser, and the files that it needs. Pure
+// functions; any thread; nothing throws but std::bad_alloc.
+namespace frontend::share {
+
+enum class PageLanguage : std::uint8_t { english, german };
+
+// The one that the reader prefers, by the header Accept-Language; English if there is no header, or neither
+// language in it.
+PageLanguage languageOf(std::optional<std::string_view> acceptLanguage);
+
+// Of the header Content-Language: "en", "de".
+std::string_view tagOf(PageLanguage language);
+
+// What the page reports.
+struct PageFacts {
+  std::string name;  // of the scanner, for people
+  ScannerState state = ScannerState::idle;
+  std::string address;         // where the reader has found the server: "http://myhost.local:8750"
+  bool servesNetwork = false;  // or this computer alone
+};
+
+// The page, in HTML. Replaces each {{name}} of page/index.html by a text of the language or by a fact, which
+// is escaped.
+std::string startPage(const PageFacts& facts, PageLanguage language);
+
+struct PageResource {
+  std::string_view contentType;
+  std::string_view bytes;
+};
+
+// The file of one of the routes pageStyle, pageScript and icon.
+PageResource pageResourceOf(RouteKind kind);
+
+inline constexpr std::string_view pageContentType = "text/html; charset=utf-8";
+
+// Of the header Content-Security-Policy: the page loads, runs and asks nothing but what this server serves,
+// is in no other page's frame, and has no script or style in its text.
+inline constexpr std::string_view pageSecurityPolicy =
+    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; "
+    "form-action 'self'; base-uri 'none'; frame-ancestors 'none'";
+
+}  // namespace frontend::share
