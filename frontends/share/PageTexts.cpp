@@ -35,10 +35,10 @@ constexpr Text texts[] = {
     {"cancel", "Cancel", "Abbrechen"},
     {"progress", "Scanning", "Scan läuft"},
     {"save", "Save the file", "Datei speichern"},
-    {"view", "View it first", "Erst ansehen"},
 
     {"starting", "Starting the scanner …", "Der Scanner wird gestartet …"},
     {"warming", "The lamp is warming up …", "Die Lampe wird warm …"},
+    {"scanning", "Scanning …", "Die Seite wird gescannt …"},
     {"receiving", "Receiving the page …", "Die Seite wird übertragen …"},
     {"done", "Done:", "Fertig:"},
     {"canceled", "The scan was cancelled.", "Der Scan wurde abgebrochen."},

@@ -43,10 +43,4 @@ PageResource pageResourceOf(RouteKind kind);
 
 inline constexpr std::string_view pageContentType = "text/html; charset=utf-8";
 
-// Of the header Content-Security-Policy: the page loads, runs and asks nothing but what this server serves,
-// is in no other page's frame, and has no script or style in its text.
-inline constexpr std::string_view pageSecurityPolicy =
-    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; "
-    "form-action 'self'; base-uri 'none'; frame-ancestors 'none'";
-
 }  // namespace frontend::share

@@ -8,7 +8,7 @@ const byId = (id) => document.getElementById(id);
 const [form, settings, running, amount, message, result, state] =
   ["form", "settings", "running", "amount", "message", "result", "state"].map(byId);
 
-// The scan that runs: how to end its requests, and where its job is once there is one.
+// The scan that runs: how to end its requests, where its job is once there is one, and whether it has sent nothing.
 let current = null;
 let offered = null;  // the address of the file that is offered
 
@@ -52,6 +52,7 @@ async function startJob(ticket) {
 
 async function receive(job, type, signal) {
   const response = await expectSuccess(await fetch(job + "/NextDocument", {signal}));
+  current.waiting = false;
   say("receiving");
   const parts = [];
   let bytes = 0;
@@ -85,7 +86,7 @@ function fileName(extension) {
 function offer(blob, extension) {
   if (offered) URL.revokeObjectURL(offered);
   offered = URL.createObjectURL(blob);
-  byId("save").href = byId("view").href = offered;
+  byId("save").href = offered;
   byId("save").download = fileName(extension);
   result.hidden = false;
   say("done", sizeOf(blob.size));
@@ -113,13 +114,14 @@ async function scanPage() {
   const ended = new AbortController();
   const format = form.elements.format.selectedOptions[0];
   const ticket = ticketOf(Object.fromEntries(new FormData(form)));  // without those that are disabled
-  current = {ended, job: null};
+  current = {ended, job: null, waiting: false};
   setRunning(true);
   say("starting");
   let ending;
   try {
     current.job = await startJob(ticket);
     ended.signal.throwIfAborted();
+    current.waiting = true;
     say("warming");
     const blob = await receiveAgain(current.job, format.value, ended.signal);
     ending = () => offer(blob, format.dataset.extension);
@@ -131,25 +133,42 @@ async function scanPage() {
   current = null;
   setRunning(false);
   ending();
-  showState();
+  showStatus();
 }
 
-async function stateOfScanner() {
-  try {
-    const response = await fetch("/eSCL/ScannerStatus", {cache: "no-store"});
-    const status = new DOMParser().parseFromString(await response.text(), "text/xml");
-    return status.getElementsByTagNameNS(pwg, "State")[0].textContent.toLowerCase();
-  } catch {
-    return "unreachable";
-  }
+async function readStatus() {
+  const response = await expectSuccess(await fetch("/eSCL/ScannerStatus", {cache: "no-store"}));
+  return new DOMParser().parseFromString(await response.text(), "text/xml");
 }
 
-async function showState() {
-  const name = await stateOfScanner();
+function textOf(parent, name) {
+  return parent.getElementsByTagNameNS(pwg, name)[0].textContent;
+}
+
+function setState(name) {
   const text = state.dataset[name] ?? state.dataset.unreachable;
   if (state.textContent === text) return;
   state.textContent = text;
   state.className = name === "unreachable" ? "down" : name;
+}
+
+// What the scanner does before the first byte of the page.
+function showWaiting(status) {
+  for (const job of status.getElementsByTagNameNS(scan, "JobInfo")) {
+    if (textOf(job, "JobUri") !== current.job) continue;
+    const kind = textOf(job, "JobState") === "Pending" ? "warming" : "scanning";
+    if (message.textContent !== message.dataset[kind]) say(kind);
+  }
+}
+
+async function showStatus() {
+  try {
+    const status = await readStatus();
+    setState(textOf(status, "State").toLowerCase());
+    if (current?.waiting) showWaiting(status);
+  } catch {
+    setState("unreachable");
+  }
 }
 
 form.addEventListener("submit", (event) => {
@@ -157,6 +176,10 @@ form.addEventListener("submit", (event) => {
   if (!current) scanPage();
 });
 byId("cancel").addEventListener("click", () => current?.ended.abort());
-document.addEventListener("visibilitychange", () => document.hidden || showState());
-setInterval(() => document.hidden || showState(), 5000);
+document.addEventListener("visibilitychange", () => document.hidden || showStatus());
+let seconds = 0;
+setInterval(() => {
+  ++seconds;
+  if (!document.hidden && (current || seconds % 5 === 0)) showStatus();
+}, 1000);
 settings.disabled = false;
