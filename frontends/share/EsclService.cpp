@@ -7,6 +7,7 @@
 #include "EsclNames.h"
 #include "ImageInfoDocument.h"
 #include "ScanTicket.h"
+#include "StartPage.h"
 
 namespace frontend::share {
 namespace {
@@ -76,17 +77,35 @@ HttpResponse EsclService::respondTo(const Route& route, const HttpRequest& reque
     case RouteKind::nextDocument:
     case RouteKind::imageInfo:
       return respondForJob(route, request);
-    default:
-      return plainResponse(200, "Quenvar Q750");
+    case RouteKind::page:
+      return page(request);
+    case RouteKind::pageStyle:
+    case RouteKind::pageScript:
+    case RouteKind::icon:
+      break;
   }
+  const PageResource resource = pageResourceOf(route.kind);
+  return {.contentType = std::string(resource.contentType), .body = std::string(resource.bytes)};
+}
+
+// Only browsers ask for it, and they send the name under which they have found the server.
+HttpResponse EsclService::page(const HttpRequest& request) {
+  const PageLanguage language = languageOf(request.header("Accept-Language"));
+  PageFacts facts{setup_.identity.name, scannerState(), "", setup_.servesNetwork};
+  facts.address = (request.isTls ? "https://" : "http://") + std::string(request.header("Host").value_or(""));
+  HttpResponse response{.contentType = std::string(pageContentType), .body = startPage(facts, language)};
+  response.headers.emplace_back("Content-Language", tagOf(language));
+  response.headers.emplace_back("Vary", "Accept-Language");
+  return response;
+}
+
+ScannerState EsclService::scannerState() {
+  if (jobs_.scanning()) return ScannerState::processing;
+  return setup_.isConnected() ? ScannerState::idle : ScannerState::down;
 }
 
 HttpResponse EsclService::status() {
-  const bool scanning = jobs_.scanning();
-  const ScannerState state = scanning               ? ScannerState::processing
-                             : setup_.isConnected() ? ScannerState::idle
-                                                    : ScannerState::down;
-  return xmlResponse(statusDocument(state, jobs_.reports()));
+  return xmlResponse(statusDocument(scannerState(), jobs_.reports()));
 }
 
 HttpResponse EsclService::newJob(const HttpRequest& request) {

@@ -17,6 +17,7 @@ struct EsclServiceSetup {
   ShareIdentity identity;
   std::string address;                // in ScannerCapabilities; empty if clients could not resolve it
   std::vector<std::string> ownNames;  // under which clients may address the server, see HostGuard.h
+  bool servesNetwork = false;         // or this computer alone
   // Whether the scanner is connected. Any thread; may take a few milliseconds, and opens nothing.
   std::function<bool()> isConnected = [] { return true; };
 };
@@ -36,6 +37,8 @@ class EsclService final : public HttpHandler {
   HttpResponse respondTo(const Route& route, const HttpRequest& request);
   HttpResponse respondForJob(const Route& route, const HttpRequest& request);
   HttpResponse status();
+  HttpResponse page(const HttpRequest& request);
+  ScannerState scannerState();
   HttpResponse newJob(const HttpRequest& request);
   static HttpResponse nextDocument(std::shared_ptr<PageJob> job, const HttpRequest& request);
 

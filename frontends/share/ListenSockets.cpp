@@ -55,6 +55,14 @@ std::string textOf(int socket) {
                                        : host + (":" + std::string(port));
 }
 
+void add(ListenSockets& sockets, platform::OwnedDescriptor socket) {
+  const std::string address = textOf(socket.get());
+  const bool local = address.empty() || address.starts_with("127.") || address.starts_with("[::1]");
+  sockets.servesNetwork = sockets.servesNetwork || !local;
+  sockets.addresses.push_back(address);
+  sockets.sockets.push_back(std::move(socket));
+}
+
 std::uint16_t portOf(int socket) {
   const std::string text = textOf(socket);
   return static_cast<std::uint16_t>(std::atoi(text.substr(text.rfind(':') + 1).c_str()));
@@ -122,8 +130,7 @@ ListenSockets listenOn(const std::vector<std::string>& addresses, std::uint16_t 
     if (byDefault && isIpv6(address) && missing) continue;
     if (error != 0) throwListenError(address, port, error);
     if (port == 0) port = portOf(socket.get());
-    result.addresses.push_back(textOf(socket.get()));
-    result.sockets.push_back(std::move(socket));
+    add(result, std::move(socket));
   }
   return result;
 }
@@ -136,8 +143,7 @@ ListenSockets inheritedSockets() {
   for (int descriptor = firstInheritedDescriptor; descriptor < firstInheritedDescriptor + count;
        ++descriptor) {
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);
-    result.addresses.push_back(textOf(descriptor));
-    result.sockets.emplace_back(descriptor);
+    add(result, platform::OwnedDescriptor(descriptor));
   }
   return result;
 }

@@ -12,6 +12,7 @@ namespace frontend::share {
 struct ListenSockets {
   std::vector<platform::OwnedDescriptor> sockets;
   std::vector<std::string> addresses;  // as in the address of a page: "127.0.0.1:8750", "[::1]:8750"
+  bool servesNetwork = false;          // whether any of them can be reached from other machines
 };
 
 // Listens on these addresses, IPv4 or IPv6 without a name, at one port; 0 is any free one. Without addresses,

@@ -61,6 +61,10 @@ class HttpTest(ShareHost):
 class Requests(HttpTest):
     def test_have_the_code_of_their_path_and_method(self):
         table = {
+            "/": {"GET": 200, "HEAD": 200},
+            "/page.css": {"GET": 200, "HEAD": 200},
+            "/page.js": {"GET": 200, "HEAD": 200},
+            "/eSCL/icon.png": {"GET": 200, "HEAD": 200},
             "/eSCL/ScannerCapabilities": {"GET": 200, "HEAD": 200},
             "/eSCL/ScannerCapabilities/": {"GET": 200, "HEAD": 200},
             "/eSCL/ScannerStatus": {"GET": 200, "HEAD": 200},
@@ -177,7 +181,7 @@ class Requests(HttpTest):
                 self.assertEqual(headers["X-Content-Type-Options"], "nosniff")
                 self.assertEqual(headers["Referrer-Policy"], "no-referrer")
                 self.assertEqual(headers["Cache-Control"], "no-store")
-                self.assertIn("default-src 'self'", headers["Content-Security-Policy"])
+                self.assertIn("default-src 'none'", headers["Content-Security-Policy"])
                 self.assertFalse([name for name in headers if name.lower().startswith("access-control")])
 
     def test_are_logged_in_one_line_each(self):
@@ -212,6 +216,23 @@ class Requests(HttpTest):
                 length -= len(client.recv(length))
             client.close()
         self.assert_usable()
+
+
+class StartPage(HttpTest):
+    def test_is_in_the_language_of_the_reader(self):
+        for accepted, tag in (("de-AT,de;q=0.9,en;q=0.8", "de"), ("fr", "en")):
+            code, headers, page = self.server.request("GET", "/", headers={"Accept-Language": accepted})
+            self.assertEqual((code, headers["Content-Type"], headers["Content-Language"]),
+                             (200, "text/html; charset=utf-8", tag))
+            self.assertIn(f'lang="{tag}"', page.decode())
+            self.assertIn(self.server.address, page.decode())
+
+    def test_has_everything_that_it_refers_to(self):
+        page = self.server.request("GET", "/")[2].decode()
+        references = set(re.findall(r'(?:src|href)="(/[^"]*)"', page))
+        self.assertIn("/page.js", references)
+        for reference in references:
+            self.assertEqual(self.server.request("GET", reference)[0], 200, reference)
 
 
 class SlowRequests(HttpTest):
