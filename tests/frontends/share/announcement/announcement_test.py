@@ -1,0 +1,200 @@
+import os
+import signal
+import tempfile
+import time
+import unittest
+
+from mdns import Browser, Network, packets
+
+ANNOUNCE = os.environ["Q750_ANNOUNCE"]
+NAME = "Quenvar Q750 @ myhost"
+RECORD = {"txtvers": "1", "rs": "eSCL", "uuid": "5f0c1a52-7a0e-5d5b-9d3c-0b6a6d1e7501"}
+PAIRS = " ".join(f"{key}={value}" for key, value in RECORD.items())
+
+
+class Announced(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.network = Network(folder.name)
+        self.addCleanup(self.network.end)
+
+    def announce(self, reach="network", name=NAME):
+        scanner = self.network.run(ANNOUNCE, name, reach)
+        self.addCleanup(scanner.end)
+        return scanner
+
+    def browse(self, kind="_uscan._tcp"):
+        browser = Browser(self.network, kind)
+        self.addCleanup(browser.end)
+        return browser
+
+
+class WithADaemon(Announced):
+    def setUp(self):
+        super().setUp()
+        self.network.start_bus()
+        self.network.start_daemon()
+
+    def test_is_found_with_its_record_under_both_types(self):
+        scanner = self.announce()
+        scanner.tell(f"publish 8750 {PAIRS}")
+        for kind in ("_uscan._tcp", "_uscans._tcp"):
+            found = self.browse(kind).await_arrival()
+            self.assertEqual(found, (NAME, "myhost.local", "127.0.0.1", 8750, RECORD), kind)
+        scanner.await_line(f'The scanner is announced as "{NAME}"')
+
+    def test_sends_the_version_of_the_record_first(self):
+        with packets() as network:
+            self.announce().tell(f"publish 8750 {PAIRS}")
+            packet = next(bytes for bytes in iter(lambda: network.recv(9000), b"") if b"txtvers=1" in bytes)
+        positions = [packet.index(f"{key}={value}".encode()) for key, value in RECORD.items()]
+        self.assertEqual(positions, sorted(positions))
+
+    def test_leaves_when_the_scanner_is_unplugged_and_returns_unchanged(self):
+        browser = self.browse()
+        scanner = self.announce()
+        scanner.tell(f"publish 8750 {PAIRS}")
+        before = browser.await_arrival()
+        scanner.tell("withdraw")
+        self.assertEqual(browser.await_departure(), NAME)
+        scanner.tell(f"publish 8750 {PAIRS}")
+        self.assertEqual(browser.await_arrival(), before)
+
+    def test_leaves_with_the_server_even_if_that_is_killed(self):
+        browser = self.browse()
+        for end in (signal.SIGTERM, signal.SIGKILL):
+            scanner = self.announce()
+            scanner.tell(f"publish 8750 {PAIRS}")
+            browser.await_arrival()
+            scanner.process.send_signal(end)
+            self.assertEqual(browser.await_departure(), NAME)
+
+    def test_is_replaced_when_it_is_described_anew(self):
+        scanner = self.announce()
+        scanner.tell(f"publish 8750 {PAIRS}")
+        scanner.await_line("announced as")
+        scanner.tell("publish 9000 note=moved")
+        scanner.await_line("announced as")
+        self.assertEqual(self.browse().await_arrival()[3:], (9000, {"note": "moved"}))
+
+    def test_returns_after_a_restart_of_the_daemon(self):
+        scanner = self.announce()
+        scanner.tell(f"publish 8750 {PAIRS}")
+        scanner.await_line("announced as")
+        self.network.stop_daemon()
+        scanner.await_line("Avahi is not running")
+        self.network.start_daemon()
+        scanner.await_line(f'announced as "{NAME}"')
+        self.assertEqual(self.browse().await_arrival()[4], RECORD)
+
+    def test_stays_away_after_a_restart_while_the_scanner_is_unplugged(self):
+        scanner = self.announce()
+        scanner.tell(f"publish 8750 {PAIRS}")
+        scanner.await_line("announced as")
+        self.network.stop_daemon()
+        scanner.await_line("Avahi is not running")
+        scanner.tell("withdraw")
+        self.network.start_daemon()
+        browser = self.browse()
+        other = self.announce(name="Another")
+        other.tell(f"publish 8751 {PAIRS}")
+        self.assertEqual(browser.await_arrival()[0], "Another")
+        scanner.process.stdin.close()
+        self.assertIsNone(scanner.next_line(), "announced nothing since")
+
+    def test_takes_another_name_where_its_own_is_taken_and_keeps_it(self):
+        first, second = self.announce(), self.announce()
+        first.tell(f"publish 8750 {PAIRS}")
+        first.await_line(f'announced as "{NAME}"')
+        for _ in range(2):
+            second.tell("publish 8751 rs=eSCL")
+            second.await_line(f'announced as "{NAME} #2"')
+            second.tell("withdraw")
+        second.tell("name")
+        second.await_line(f"name: {NAME} #2")
+        first.tell("name")
+        first.await_line(f"name: {NAME}$")
+
+    def test_reports_what_the_daemon_refuses(self):
+        scanner = self.announce(name="x" * 64)
+        scanner.tell(f"publish 8750 {PAIRS}")
+        scanner.await_line(r'Avahi does not announce the scanner as "x+" \(Invalid service name\): programs do not')
+
+    def test_is_announced_to_this_machine_alone_on_request(self):
+        self.announce("this-machine").tell(f"publish 8750 {PAIRS}")
+        self.assertEqual(self.browse().await_arrival()[2:4], ("127.0.0.1", 8750))
+
+    def test_is_announced_to_nobody_on_request(self):
+        quiet, loud = self.announce("nobody"), self.announce(name="Another")
+        quiet.tell(f"publish 8750 {PAIRS}")
+        loud.tell(f"publish 8751 {PAIRS}")
+        self.assertEqual(self.browse().await_arrival()[0], "Another")
+        quiet.tell("name")
+        quiet.await_line("begun")
+        self.assertEqual(quiet.next_line(), f"name: {NAME}")
+
+    # The only test that lets time pass: that nothing happens takes some.
+    def test_sleeps_once_it_is_announced(self):
+        scanner = self.announce()
+        scanner.tell(f"publish 8750 {PAIRS}")
+        scanner.await_line("announced as")
+        self.browse().await_arrival()
+        before = self.wakeups(scanner)
+        time.sleep(2)
+        self.assertEqual(self.wakeups(scanner), before)
+
+    @staticmethod
+    def wakeups(scanner):
+        counts = {}
+        for thread in os.listdir(f"/proc/{scanner.process.pid}/task"):
+            with open(f"/proc/{scanner.process.pid}/task/{thread}/status", encoding="ascii") as status:
+                counts[thread] = next(line for line in status if line.startswith("voluntary_ctxt_switches"))
+        return counts
+
+
+class WithoutADaemon(Announced):
+    def test_reports_it_once_and_is_announced_as_soon_as_there_is_one(self):
+        self.network.start_bus()
+        scanner = self.announce()
+        for _ in range(2):
+            scanner.tell(f"publish 8750 {PAIRS}")
+            scanner.tell("withdraw")
+        scanner.tell(f"publish 8750 {PAIRS}")
+        scanner.tell("name")
+        scanner.await_line("name: ")
+        self.assertEqual(scanner.seen, [
+            "Avahi is not running. Until it is, programs do not find the scanner by themselves, but work with its "
+            "address.", "begun", f"name: {NAME}"])
+        self.network.start_daemon()
+        scanner.await_line(f'announced as "{NAME}"')
+
+    def test_serves_without_a_message_bus_too(self):
+        scanner = self.announce()
+        scanner.tell(f"publish 8750 {PAIRS}")
+        scanner.tell("withdraw")
+        scanner.tell("name")
+        scanner.await_line("^The system's message bus cannot be reached .*work with its address")
+        scanner.await_line(f"name: {NAME}")
+        scanner.process.stdin.close()
+        self.assertIsNone(scanner.next_line())
+        self.assertEqual(scanner.process.wait(), 0)
+
+    def test_survives_the_end_of_the_message_bus(self):
+        self.network.start_bus()
+        self.network.start_daemon()
+        scanner = self.announce()
+        scanner.tell(f"publish 8750 {PAIRS}")
+        scanner.await_line("announced as")
+        self.network.bus.end()
+        scanner.await_line("message bus cannot be reached")
+        scanner.tell(f"publish 8750 {PAIRS}")
+        scanner.tell("name")
+        scanner.await_line(f"name: {NAME}")
+        scanner.process.stdin.close()
+        self.assertIsNone(scanner.next_line())
+        self.assertEqual(scanner.process.wait(), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
