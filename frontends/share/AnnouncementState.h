@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace frontend::share {
 
@@ -24,7 +26,6 @@ enum class AnnouncementEvent : std::uint8_t {
   collision,    // the name is another's
   failure,      // the daemon does not take the records
 };
-inline constexpr std::size_t announcementEvents = 7;
 
 enum class AnnouncementAction : std::uint8_t {
   none,
@@ -44,27 +45,42 @@ struct AnnouncementStep {
 
 namespace announcement {
 
-using enum AnnouncementState;
-using enum AnnouncementAction;
+using Step = std::optional<AnnouncementStep>;  // none leaves the state as it is
+using State = AnnouncementState;
+using Action = AnnouncementAction;
 
-// What follows a state (row) and an event (column). An event that cannot happen in a state, such as the late
-// word of a daemon on records that were taken back, leaves it as it is.
+inline constexpr Step stay = std::nullopt;
+inline constexpr Step rest = AnnouncementStep{State::idle, Action::none};
+inline constexpr Step wait = AnnouncementStep{State::waiting, Action::none};
+inline constexpr Step leave = AnnouncementStep{State::absent, Action::none};
+inline constexpr Step begin = AnnouncementStep{State::registering, Action::add};
+inline constexpr Step rename = AnnouncementStep{State::registering, Action::addRenamed};
+inline constexpr Step recall = AnnouncementStep{State::idle, Action::remove};
+inline constexpr Step suspend = AnnouncementStep{State::waiting, Action::remove};
+inline constexpr Step succeed = AnnouncementStep{State::announced, Action::reportName};
+inline constexpr Step fail = AnnouncementStep{State::refused, Action::reportRefusal};
+
+// An event that cannot happen in a state, such as the late word of a daemon on records that were taken back,
+// changes nothing.
 // clang-format off
-inline constexpr std::array<std::array<AnnouncementStep, announcementEvents>, 6> steps = {{
-  // publish               withdraw          ready                lost               established              collision                  failure
-  {{ {waiting, none},      {absent, none},   {idle, none},        {absent, none},    {absent, none},          {absent, none},            {absent, none} }},             // absent
-  {{ {registering, add},   {idle, none},     {idle, none},        {absent, none},    {idle, none},            {idle, none},              {idle, none} }},               // idle
-  {{ {waiting, none},      {absent, none},   {registering, add},  {waiting, none},   {waiting, none},         {waiting, none},           {waiting, none} }},            // waiting
-  {{ {registering, add},   {idle, remove},   {registering, none}, {waiting, remove}, {announced, reportName}, {registering, addRenamed}, {refused, reportRefusal} }},   // registering
-  {{ {registering, add},   {idle, remove},   {announced, none},   {waiting, remove}, {announced, none},       {registering, addRenamed}, {refused, reportRefusal} }},   // announced
-  {{ {registering, add},   {idle, remove},   {refused, none},     {waiting, remove}, {refused, none},         {refused, none},           {refused, none} }},            // refused
+inline constexpr std::array<std::array<Step, 6>, 7> table = {{
+  //                 absent  idle    waiting  registering  announced  refused
+  /* publish     */ {wait,   begin,  stay,    begin,       begin,     begin},
+  /* withdraw    */ {stay,   stay,   leave,   recall,      recall,    recall},
+  /* ready       */ {rest,   stay,   begin,   stay,        stay,      stay},
+  /* lost        */ {stay,   leave,  stay,    suspend,     suspend,   suspend},
+  /* established */ {stay,   stay,   stay,    succeed,     stay,      stay},
+  /* collision   */ {stay,   stay,   stay,    rename,      rename,    stay},
+  /* failure     */ {stay,   stay,   stay,    fail,        fail,      stay},
 }};
 // clang-format on
 
 }  // namespace announcement
 
 constexpr AnnouncementStep step(AnnouncementState state, AnnouncementEvent event) {
-  return announcement::steps[static_cast<std::size_t>(state)][static_cast<std::size_t>(event)];
+  const announcement::Step& cell =
+      announcement::table[static_cast<std::size_t>(event)][static_cast<std::size_t>(state)];
+  return cell.value_or(AnnouncementStep{state, AnnouncementAction::none});
 }
 
 }  // namespace frontend::share
