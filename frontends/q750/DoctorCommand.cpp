@@ -13,6 +13,7 @@
 #include "Examination.h"
 #include "ScanPlan.h"
 #include "ScannerName.h"
+#include "ShareExamination.h"
 #include "SupervisedScan.h"
 #include "VirtualOptions.h"
 
@@ -56,17 +57,21 @@ void runDoctor(const DoctorOptions& options) {
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
   std::vector<Finding> findings;
+  const auto report = [&](const Finding& finding) {
+    findings.push_back(finding);
+    if (!options.json) console::print(lineOf(finding));
+  };
   Examination examination({[&cancellation] { return takeInventory(cancellation); }, findWorker,
                            [] { return platform::tryConfinement({}); }, deviceRuleInstalled,
                            [&](const std::string& scanner) {
                              request.scanner = scanner;
                              return testScan(request, cancellation);
                            },
-                           [&](const Finding& finding) {
-                             findings.push_back(finding);
-                             if (!options.json) console::print(lineOf(finding));
-                           }});
+                           report});
   const ExitCode code = examination.run(options.device.value_or(""));
+  // Whoever names a scanner asks about that one.
+  if (!options.device && code != ExitCode::cancelled)
+    for (const Finding& finding : examineSharing(takeShareFacts())) report(finding);
   if (options.json) console::print(findingsAsJson(findings, code));
   if (code == ExitCode::cancelled) throw CommandError(code, "The check was cancelled.");
   if (code != ExitCode::good) throw CommandError(code, "At least one finding needs attention, see above.");

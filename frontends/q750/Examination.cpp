@@ -13,8 +13,9 @@ using Check = Finding::Check;
 using Level = Finding::Level;
 
 // In the order of the enumerations. Programs rely on the words: none ever changes its meaning.
-constexpr std::string_view checkNames[] = {"worker",     "confinement", "rule", "usb",
-                                           "connection", "access",      "scan"};
+constexpr std::string_view checkNames[] = {"worker",     "confinement", "rule",      "usb",
+                                           "connection", "access",      "scan",      "share",
+                                           "port",       "avahi",       "addresses", "certificate"};
 constexpr std::string_view levelNames[] = {"ok", "note", "attention"};
 constexpr std::size_t textColumn = 11;
 

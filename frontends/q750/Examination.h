@@ -16,8 +16,22 @@ namespace frontend {
 // The result of one check.
 struct Finding {
   // The worker program is installed; it is confined; users are granted access to the scanner; USB works; a
-  // scanner is connected; this user may use it; it scans.
-  enum class Check : std::uint8_t { worker, confinement, rule, usb, connection, access, scan };
+  // scanner is connected; this user may use it; it scans. The rest is about sharing it with the network, see
+  // ShareExamination.h.
+  enum class Check : std::uint8_t {
+    worker,
+    confinement,
+    rule,
+    usb,
+    connection,
+    access,
+    scan,
+    share,
+    port,
+    avahi,
+    addresses,
+    certificate
+  };
   enum class Level : std::uint8_t { ok, note, attention };
 
   Check check;

@@ -1,0 +1,95 @@
+#include "ShareExamination.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <utility>
+
+#include "SettingText.h"
+
+namespace frontend {
+namespace {
+
+using Check = Finding::Check;
+using Level = Finding::Level;
+
+Finding finding(Check check, Level level, std::string text) {
+  return {check, level, "", std::move(text)};
+}
+
+std::optional<std::uint16_t> portIn(std::string_view text) {
+  std::uint16_t port = 0;
+  const char* end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, port);
+  if (error != std::errc() || rest != end || port == 0) return std::nullopt;
+  return port;
+}
+
+Finding judgePort(const ShareFacts& facts) {
+  const std::string port = "port " + std::to_string(facts.settings.port);
+  switch (facts.port) {
+    case SharePort::shared:
+      return finding(Check::port, Level::ok, "The scanner is shared at " + port + ".");
+    case SharePort::unused:
+      return finding(Check::port, Level::ok,
+                     "The scanner is not shared at the moment; " + port +
+                         " is free. To share it: systemctl enable --now q750-share.service.");
+    case SharePort::taken:
+      break;
+  }
+  return finding(Check::port, Level::note,
+                 "Another program uses " + port +
+                     ", so the scanner cannot be shared there. Choose another port in share.conf.");
+}
+
+Finding judgeAvahi(bool running) {
+  if (running)
+    return finding(Check::avahi, Level::ok,
+                   "Avahi is running: programs find a shared scanner by themselves.");
+  return finding(
+      Check::avahi, Level::note,
+      "Avahi is not running: programs do not find a shared scanner by themselves, but work with its "
+      "address. Install the package avahi-daemon.");
+}
+
+Finding judgeAddresses(const std::vector<std::string>& addresses) {
+  if (addresses.empty())
+    return finding(Check::addresses, Level::note,
+                   "This machine has no address in a network: other devices do not reach it.");
+  std::string list;
+  for (const std::string& address : addresses) list += (list.empty() ? "" : ", ") + address;
+  return finding(Check::addresses, Level::ok, "This machine's addresses in the network: " + list + ".");
+}
+
+}  // namespace
+
+ShareSettings ShareSettings::parse(std::string_view text) {
+  ShareSettings settings;
+  while (!text.empty()) {
+    const std::size_t length = std::min(text.find('\n'), text.size());
+    const std::string_view line = trimmed(text.substr(0, length));
+    text.remove_prefix(std::min(length + 1, text.size()));
+    const std::string_view name = line.substr(0, line.find_first_of(settingBlanks));
+    const std::string_view value = trimmed(line.substr(name.size()));
+    if (name == "port") settings.port = portIn(value).value_or(settings.port);
+    if (name == "certificate") settings.certificate = value;
+  }
+  return settings;
+}
+
+std::vector<Finding> examineSharing(const ShareFacts& facts) {
+  if (facts.program.empty())
+    return {finding(Check::share, Level::ok,
+                    "The scanner is not shared with the network: the package quenvar-q750-share is not "
+                    "installed.")};
+  std::vector<Finding> findings{
+      finding(Check::share, Level::ok, "The network server is installed: " + facts.program), judgePort(facts),
+      judgeAvahi(facts.avahi), judgeAddresses(facts.addresses)};
+  if (!facts.certificateThere)
+    findings.push_back(finding(Check::certificate, Level::note,
+                               "There is no certificate " + printable(facts.settings.certificate) +
+                                   ", which share.conf names: the network server does not start."));
+  return findings;
+}
+
+}  // namespace frontend
