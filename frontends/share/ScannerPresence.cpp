@@ -43,7 +43,7 @@ ScannerPresence::~ScannerPresence() {
 std::string ScannerPresence::problem() const {
   if (events_.problem().empty()) return "";
   return "The system does not report when scanners are plugged in or out (" + events_.problem() +
-         "): whether one is connected is found out at the start only.";
+         "): whether one is there is found out when somebody scans.";
 }
 
 // The system's reports are subscribed to before the first look, so that no change falls between the two.

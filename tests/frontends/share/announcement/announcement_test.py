@@ -7,6 +7,7 @@ import unittest
 from mdns import Browser, Network, packets
 
 ANNOUNCE = os.environ["Q750_ANNOUNCE"]
+SCANNER = os.environ["Q750_ANNOUNCED_SCANNER"]
 NAME = "Quenvar Q750 @ myhost"
 RECORD = {"txtvers": "1", "rs": "eSCL", "uuid": "5f0c1a52-7a0e-5d5b-9d3c-0b6a6d1e7501"}
 PAIRS = " ".join(f"{key}={value}" for key, value in RECORD.items())
@@ -151,6 +152,36 @@ class WithADaemon(Announced):
             with open(f"/proc/{scanner.process.pid}/task/{thread}/status", encoding="ascii") as status:
                 counts[thread] = next(line for line in status if line.startswith("voluntary_ctxt_switches"))
         return counts
+
+
+class ScannerOnUsb(Announced):
+    def setUp(self):
+        super().setUp()
+        self.network.start_bus()
+        self.network.start_daemon()
+        self.scanner = self.network.run(SCANNER)
+        self.addCleanup(self.scanner.end)
+
+    def test_leaves_with_its_cable_and_returns_with_the_same_name_and_identity(self):
+        browser = self.browse()
+        before = browser.await_arrival()
+        self.assertEqual((before[0], before[4]["rs"]), (NAME, "eSCL"))
+        self.assertRegex(before[4]["uuid"], "^[0-9a-f]{8}-[0-9a-f]{4}-5[0-9a-f]{3}-")
+        for _ in range(2):
+            self.scanner.tell("unplug")
+            self.assertEqual(browser.await_departure(), NAME)
+            self.scanner.tell("plug in")
+            self.assertEqual(browser.await_arrival(), before)
+
+    def test_is_unplugged_while_the_daemon_is_away(self):
+        self.scanner.await_line("announced as")
+        self.network.stop_daemon()
+        self.scanner.await_line("Avahi is not running")
+        self.scanner.tell("unplug")
+        self.scanner.await_line("The scanner is not plugged in")
+        self.network.start_daemon()
+        self.scanner.tell("plug in")
+        self.scanner.await_line(f'announced as "{NAME}"')
 
 
 class WithoutADaemon(Announced):
