@@ -45,6 +45,8 @@ void addServerOptions(CLI::App& app, ShareOptions& options) {
                  "Where to listen; may be given several times (default: this machine only)")
       ->type_name("ADDRESS")
       ->allow_extra_args(false);
+  app.add_flag("--announce", options.announce,
+               "Let programs find the scanner by themselves even if only this machine can use it");
   app.add_option("--certificate", options.certificate, "Serve over TLS with this certificate, in PEM")
       ->type_name("FILE");
   app.add_option("--key", options.key, "The private key of the certificate, in PEM")->type_name("FILE");

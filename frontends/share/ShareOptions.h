@@ -27,6 +27,7 @@ struct ShareOptions {
   std::uint16_t port = defaultPort;  // 0: any free one
   std::string name;                  // empty: by the model and the machine
   std::vector<std::string> bind;     // empty: this machine only
+  bool announce = false;             // also if only this machine is served
   std::string certificate;           // files; both or none
   std::string key;
   bool isVirtual = false;

@@ -6,7 +6,6 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
-#include <mutex>
 #include <new>
 #include <utility>
 
@@ -17,7 +16,9 @@
 #include "ScanJobs.h"
 #include "ScannerList.h"
 #include "ScannerName.h"
+#include "ScannerSearch.h"
 #include "ShareOptions.h"
+#include "Sharing.h"
 
 namespace frontend::share {
 namespace {
@@ -53,29 +54,24 @@ std::string scannerOf(const ShareOptions& options) {
   return options.device.empty() ? std::string(firstUsbScannerName) : options.device;
 }
 
-// Looks at USB once a second at most, however often clients ask.
-class Presence {
- public:
-  explicit Presence(std::string scanner) : scanner_(std::move(scanner)) {}
+// The scanners among which the shared one is looked for.
+ScannerPresence::List scannersAs(const ShareOptions& options) {
+  if (options.isVirtual) return [] { return std::vector{virtualScanner()}; };
+  return [] {
+    ScannerSearch search;
+    ScannerList list = listScanners(search, false);
+    if (!list.outcome.good()) log("The scanners cannot be listed: " + list.outcome.sentence);
+    return std::move(list.scanners);
+  };
+}
 
-  bool isConnected() {
-    if (scanner_ == virtualScannerName) return true;
-    const std::lock_guard lock(mutex_);
-    const Clock::time_point now = Clock::now();
-    if (looked_ && now - *looked_ < std::chrono::seconds(1)) return connected_;
-    looked_ = now;
-    connected_ = false;
-    for (const ScannerEntry& entry : listScanners(false))
-      connected_ = connected_ || scanner_ == firstUsbScannerName || entry.name == scanner_;
-    return connected_;
-  }
-
- private:
-  const std::string scanner_;
-  std::mutex mutex_;
-  std::optional<Clock::time_point> looked_;
-  bool connected_ = false;
-};
+// Where clients on the network reach the server: by the name under which multicast DNS knows the machine.
+// Empty if it serves this machine alone.
+std::string addressOf(const Machine& machine, const std::vector<std::string>& listening, bool encrypted) {
+  if (reachOf(listening, false) != AnnouncementReach::network) return "";
+  return std::string(encrypted ? "https://" : "http://") + machine.host.substr(0, machine.host.find('.')) +
+         ".local:" + std::to_string(announcedPort(listening));
+}
 
 // Ctrl-C, the service manager and a closed terminal end the server. They are awaited by the main thread;
 // blocked before there are others, they reach none of them.
@@ -119,6 +115,19 @@ ScanJobsSetup jobsFor(const ShareOptions& options, const std::string& scanner, c
   return setup;
 }
 
+SharingSetup sharingFor(const ShareOptions& options, const std::string& scanner, const Machine& machine,
+                        const std::vector<std::string>& listening) {
+  SharingSetup setup;
+  setup.device = scanner;
+  setup.identity = identityOf(machine, scanner, options.name);
+  setup.encrypted = !options.certificate.empty();
+  setup.address = addressOf(machine, listening, setup.encrypted);
+  setup.note = machine.host;
+  setup.listening = listening;
+  setup.locally = options.announce;
+  return setup;
+}
+
 void serve(const ShareOptions& options, const std::string& version) {
   const EndSignals signals;
   const std::string scanner = scannerOf(options);
@@ -126,22 +135,23 @@ void serve(const ShareOptions& options, const std::string& version) {
   ListenSockets listening = inheritedSockets();
   if (listening.sockets.empty()) listening = listenOn(options.bind, options.port);
   const Machine machine = thisMachine();
-  Presence presence(scanner);
-  ScanJobs jobs(jobsFor(options, scanner, version));
-  EsclServiceSetup setup;
-  setup.identity = identityOf(machine, scanner, options.name);
-  setup.ownNames = namesOfMachine(machine.host);
-  setup.servesNetwork = listening.servesNetwork;
-  setup.isConnected = [&presence] { return presence.isConnected(); };
-  const std::string name = setup.identity.name;
-  EsclService service(jobs, std::move(setup));
+  const SharingSetup shared = sharingFor(options, scanner, machine, listening.addresses);
   HttpServerSetup server;
   server.sockets = std::move(listening.sockets);
   server.certificate = contentOf(options.certificate);
   server.key = contentOf(options.key);
   server.log = log;
+  const Sharing sharing(shared, scannersAs(options), log);
+  ScanJobs jobs(jobsFor(options, scanner, version));
+  EsclServiceSetup setup;
+  setup.identity = shared.identity;
+  setup.address = shared.address;
+  setup.ownNames = namesOfMachine(machine.host);
+  setup.servesNetwork = listening.servesNetwork;
+  setup.isConnected = [&sharing] { return sharing.isConnected(); };
+  EsclService service(jobs, std::move(setup));
   const HttpServer http(service, std::move(server));
-  announce(name, listening, !options.certificate.empty());
+  announce(shared.identity.name, listening, shared.encrypted);
   notifyReady();
   signals.await();
   signals.release();

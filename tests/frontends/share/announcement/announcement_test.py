@@ -1,12 +1,16 @@
 import os
 import signal
+import subprocess
 import tempfile
 import time
 import unittest
+import urllib.request
 
-from mdns import Browser, Network, packets
+from mdns import TIMEOUT, Browser, Network, packets
 
 ANNOUNCE = os.environ["Q750_ANNOUNCE"]
+SCANIMAGE = os.environ["Q750_SCANIMAGE"]
+SERVER = os.environ["Q750_SHARE"]
 SCANNER = os.environ["Q750_ANNOUNCED_SCANNER"]
 NAME = "Quenvar Q750 @ myhost"
 RECORD = {"txtvers": "1", "rs": "eSCL", "uuid": "5f0c1a52-7a0e-5d5b-9d3c-0b6a6d1e7501"}
@@ -182,6 +186,58 @@ class ScannerOnUsb(Announced):
         self.network.start_daemon()
         self.scanner.tell("plug in")
         self.scanner.await_line(f'announced as "{NAME}"')
+
+
+class Server(Announced):
+    """q750-share itself, which serves the virtual scanner."""
+
+    def setUp(self):
+        super().setUp()
+        self.network.start_bus()
+        self.network.start_daemon()
+
+    def serve(self, *options):
+        server = self.network.run(SERVER, "--virtual", "--port", "8750", *options)
+        self.addCleanup(server.end)
+        server.await_line("is shared at http")
+        return server
+
+    def scanimage(self, back_end, *words):
+        """With this back end alone, which has nothing but what it discovers."""
+        configuration = self.network.folder / back_end
+        configuration.mkdir(exist_ok=True)
+        (configuration / "dll.conf").write_text(back_end + "\n")
+        (configuration / f"{back_end}.conf").write_text("")
+        return subprocess.run([SCANIMAGE, *words], env=self.network.environment | {"SANE_CONFIG_DIR": str(configuration)},
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, timeout=TIMEOUT)
+
+    def test_is_found_by_the_clients_of_this_machine(self):
+        self.serve("--announce", "--name", "Our Q750")
+        self.browse().await_arrival()
+        for back_end in ("airscan", "escl"):
+            self.assertRegex(self.scanimage(back_end, "-L").stdout, "Our Q750|Quenvar Q750", back_end)
+
+    def test_is_found_by_nobody_if_it_serves_this_machine_alone(self):
+        self.serve()
+        self.announce(name="Another").tell("publish 8751 rs=eSCL")
+        self.assertEqual(self.browse().await_arrival()[0], "Another")
+
+    def test_announces_what_its_documents_say(self):
+        self.serve("--bind", "0.0.0.0")
+        record = self.browse().await_arrival()[4]
+        with urllib.request.urlopen("http://127.0.0.1:8750/eSCL/ScannerCapabilities") as answer:
+            capabilities = answer.read().decode()
+        self.assertIn(f"<scan:UUID>{record['uuid']}</scan:UUID>", capabilities)
+        self.assertIn(f"<scan:AdminURI>{record['adminurl']}</scan:AdminURI>", capabilities)
+        self.assertIn(f"<pwg:Version>{record['vers']}</pwg:Version>", capabilities)
+        self.assertRegex(record["adminurl"], r"^http://[^./]+\.local:8750/$")
+
+    def test_leaves_with_the_server(self):
+        server = self.serve("--bind", "::")
+        browser = self.browse()
+        name = browser.await_arrival()[0]
+        server.process.terminate()
+        self.assertEqual(browser.await_departure(), name)
 
 
 class WithoutADaemon(Announced):
