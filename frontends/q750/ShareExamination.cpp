@@ -69,8 +69,10 @@ ShareSettings ShareSettings::parse(std::string_view text) {
     const std::size_t length = std::min(text.find('\n'), text.size());
     const std::string_view line = trimmed(text.substr(0, length));
     text.remove_prefix(std::min(length + 1, text.size()));
-    const std::string_view name = line.substr(0, line.find_first_of(settingBlanks));
-    const std::string_view value = trimmed(line.substr(name.size()));
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos) continue;
+    const std::string_view name = trimmed(line.substr(0, equals));
+    const std::string_view value = trimmed(line.substr(equals + 1));
     if (name == "port") settings.port = portIn(value).value_or(settings.port);
     if (name == "certificate") settings.certificate = value;
   }

@@ -24,8 +24,7 @@ struct ShareSettings {
 
   bool operator==(const ShareSettings&) const = default;
 
-  // From the text of share.conf, whose lines are a name, blanks and a value. What is no such line, or no
-  // port, is left to the server's own complaint.
+  // From the text of share.conf. What is no setting, or no port, is left to the server's own complaint.
   static ShareSettings parse(std::string_view text);
 };
 

@@ -75,12 +75,14 @@ TEST_F(ExaminingASharedScanner, NamesItsChecks) {
 
 TEST(ShareSettingsOfTheDoctor, AreThePortAndTheCertificate) {
   EXPECT_EQ(ShareSettings::parse(""), ShareSettings{});
-  EXPECT_EQ(ShareSettings::parse("# port 1\n\tport  9000 \r\ncertificate /etc/my server.pem\nname Port 3\n"),
-            (ShareSettings{9000, "/etc/my server.pem"}));
+  EXPECT_EQ(
+      ShareSettings::parse("# port = 1\n\tport = 9000 \r\ncertificate=/etc/my server.pem\nname = port = 3\n"),
+      (ShareSettings{9000, "/etc/my server.pem"}));
 }
 
 TEST(ShareSettingsOfTheDoctor, KeepThePortWhereNoneIsNamed) {
-  for (const char* line : {"port", "port 0", "port 65536", "port -1", "port 80x", "ports 80", "port=80"})
+  for (const char* line :
+       {"port", "port = 0", "port = 65536", "port = -1", "port = 80x", "ports = 80", "port 80"})
     EXPECT_EQ(ShareSettings::parse(line).port, 8750) << line;
 }
 
