@@ -31,14 +31,10 @@ bool isNameCharacter(char c) {
   return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == '_';
 }
 
-bool isName(std::string_view text) {
-  return !text.empty() && std::all_of(text.begin(), text.end(), isNameCharacter);
-}
-
 // "fe80::1%25eth0" too: the zone says through which interface the client reaches the address.
 bool isIpv6Address(std::string_view text) {
   const std::size_t percent = text.find('%');
-  if (percent != std::string_view::npos && !isName(text.substr(percent + 1))) return false;
+  if (percent != std::string_view::npos && !isHostName(text.substr(percent + 1))) return false;
   const std::string_view number = text.substr(0, percent);
   in6_addr address;
   // The C function would read no further than a NUL.
@@ -82,7 +78,7 @@ std::optional<Authority> authorityIn(std::string_view text, std::uint16_t defaul
   if (!rest.empty()) rest.remove_prefix(1);
   const auto port = portIn(rest, defaultPort);
   if (!port) return std::nullopt;
-  const bool valid = bracketed ? isIpv6Address(host.substr(1, host.size() - 2)) : isName(host);
+  const bool valid = bracketed ? isIpv6Address(host.substr(1, host.size() - 2)) : isHostName(host);
   if (!valid) return std::nullopt;
   return Authority{lowerCase(host), *port, bracketed || isIpv4Address(host)};
 }
@@ -126,6 +122,10 @@ bool isOfAnotherSite(const RequestSource& source) {
 }
 
 }  // namespace
+
+bool isHostName(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), isNameCharacter);
+}
 
 HostGuard::HostGuard(const std::vector<std::string>& ownNames) : ownNames_{"localhost"} {
   for (const std::string& name : ownNames) ownNames_.push_back(withoutLastDot(lowerCase(name)));

@@ -50,6 +50,9 @@ class HostGuard {
   std::vector<std::string> ownNames_;  // in lower case, without a dot at the end
 };
 
+// Whether the text can be the name of a host.
+bool isHostName(std::string_view text);
+
 // The names under which a machine of this name, which may be fully qualified, is reached without any
 // configuration: itself, its first label, and that in the domain of multicast DNS.
 std::vector<std::string> namesOfMachine(std::string_view hostName);
