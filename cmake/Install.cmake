@@ -1,6 +1,6 @@
 # The files of an installation, by component: runtime (the library that hosts load), development (headers, CMake package,
 # pkg-config file, guide and examples), virtual (the library with the virtual scanner), tools (the command line and its
-# worker) and sane (the SANE back end).
+# worker), sane (the SANE back end) and share (the network server).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -126,3 +126,22 @@ install(FILES ${PROJECT_SOURCE_DIR}/frontends/sane/quenvar.conf DESTINATION ${CM
 install(FILES ${PROJECT_SOURCE_DIR}/frontends/sane/dll.d/quenvar DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/sane.d/dll.d
   COMPONENT sane)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/sane-quenvar.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT sane)
+
+# The network server, and what makes a service of it. systemd reads units from here on Debian if the prefix is /usr; for
+# other prefixes set /etc/systemd/system. AppArmor, ufw and the server find their files if CMAKE_INSTALL_SYSCONFDIR is
+# /etc, firewalld if the prefix is /usr.
+set(Q750_SYSTEMD_UNIT_DIR lib/systemd/system CACHE STRING "Folder of the systemd units, from the prefix or absolute")
+install(TARGETS q750-share RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT share)
+install(FILES ${PROJECT_SOURCE_DIR}/frontends/share/share.conf DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/quenvar
+  COMPONENT share)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/q750-share.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT share)
+install(FILES ${PROJECT_BINARY_DIR}/packaging/systemd/q750-share.service
+  ${PROJECT_BINARY_DIR}/packaging/systemd/q750-share.socket DESTINATION ${Q750_SYSTEMD_UNIT_DIR} COMPONENT share)
+install(FILES ${PROJECT_BINARY_DIR}/packaging/udev/61-quenvar-q750-share.rules DESTINATION ${Q750_UDEV_RULES_DIR}
+  COMPONENT share)
+install(FILES ${PROJECT_BINARY_DIR}/packaging/apparmor/q750-share DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/apparmor.d
+  COMPONENT share)
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/firewall/quenvar-q750-share.xml DESTINATION lib/firewalld/services
+  COMPONENT share)
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/firewall/quenvar-q750-share.ufw RENAME quenvar-q750-share
+  DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/ufw/applications.d COMPONENT share)

@@ -12,7 +12,7 @@ STAGE = types.SimpleNamespace(**json.loads(pathlib.Path(os.environ["Q750_STAGE"]
 SOURCE = pathlib.Path(STAGE.source)
 SCRATCH = pathlib.Path(STAGE.scratch)
 PREFIX = SCRATCH / "installed"
-COMPONENTS = ("runtime", "development", "virtual", "tools", "sane")
+COMPONENTS = ("runtime", "development", "virtual", "tools", "sane", "share")
 SONAME = f"libquenvar-q750.so.{STAGE.version.split('.')[0]}"
 
 STRICT = "-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror"
