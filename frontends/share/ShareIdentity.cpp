@@ -27,7 +27,7 @@ std::string_view cut(std::string_view text, std::size_t longest) {
 bool readId(std::string_view id, uuid_t& space) {
   std::string dashed(id.substr(0, hexDigitsOfId));
   if (dashed.size() != hexDigitsOfId) return false;
-  for (const std::size_t place : {8, 13, 18, 23}) dashed.insert(place, "-");
+  for (const std::size_t place : {8U, 13U, 18U, 23U}) dashed.insert(place, "-");
   return uuid_parse(dashed.c_str(), space) == 0;
 }
 
