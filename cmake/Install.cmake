@@ -130,6 +130,8 @@ install(FILES ${PROJECT_SOURCE_DIR}/docs/sane-quenvar.5 DESTINATION ${CMAKE_INST
 # The network server, and what makes a service of it. systemd reads units from here on Debian if the prefix is /usr; for
 # other prefixes set /etc/systemd/system. AppArmor, ufw and the server find their files if CMAKE_INSTALL_SYSCONFDIR is
 # /etc, firewalld if the prefix is /usr.
+set(Q750_FIREWALLD_DIR lib/firewalld/services CACHE STRING
+  "Folder of the firewalld services, from the prefix or absolute")
 set(Q750_SYSTEMD_UNIT_DIR lib/systemd/system CACHE STRING "Folder of the systemd units, from the prefix or absolute")
 install(TARGETS q750-share RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT share)
 install(FILES ${PROJECT_SOURCE_DIR}/frontends/share/share.conf DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/quenvar
@@ -141,7 +143,7 @@ install(FILES ${PROJECT_BINARY_DIR}/packaging/udev/61-quenvar-q750-share.rules D
   COMPONENT share)
 install(FILES ${PROJECT_BINARY_DIR}/packaging/apparmor/q750-share DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/apparmor.d
   COMPONENT share)
-install(FILES ${PROJECT_SOURCE_DIR}/packaging/firewall/quenvar-q750-share.xml DESTINATION lib/firewalld/services
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/firewall/quenvar-q750-share.xml DESTINATION ${Q750_FIREWALLD_DIR}
   COMPONENT share)
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/firewall/quenvar-q750-share.ufw RENAME quenvar-q750-share
   DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/ufw/applications.d COMPONENT share)

@@ -1,5 +1,5 @@
-// Reads: what the start page shows of a request and of the configuration: language, address and name, in
-// lines. Checks: nothing of it becomes markup.
+// Reads: what the start page shows of a request and of the configuration: language, address, name.
+// Checks: nothing of it becomes markup.
 #include "StartPage.h"
 
 #include <algorithm>

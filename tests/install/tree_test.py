@@ -11,7 +11,7 @@ def files(prefix):
         line = str(path.relative_to(prefix))
         if path.is_symlink():
             line += f" -> {path.readlink()}"
-        for folder in ("hwdb", "rules", "units", "etc", "bin", "include", "lib", "man", "data"):
+        for folder in ("hwdb", "rules", "units", "firewalld", "etc", "bin", "include", "lib", "man", "data"):
             line = re.sub(f"^{re.escape(getattr(STAGE, folder))}/", f"<{folder}>/", line)
         line = line.replace(f"-{(STAGE.config or 'noconfig').lower()}.cmake", "-<config>.cmake")
         line = line.replace(f".so.{STAGE.version}", ".so.<version>").replace(SONAME, "<soname>")

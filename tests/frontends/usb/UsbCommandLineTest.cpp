@@ -20,7 +20,6 @@ namespace {
 
 using namespace virtualscanner;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -215,8 +214,8 @@ TEST_F(UsbCommandLine, LetsTheDoctorFindNothingWrong) {
   plugIn();
   const ProgramResult result = runProgram({"doctor", "--timeout", "1"});
   EXPECT_EQ(result.exitCode, 0) << result.output;
-  EXPECT_THAT(result.output, EndsWith("ok         usb:1-1: a Quenvar Q750 that you may use.\n"
-                                      "ok         usb:1-1: the test scan succeeded.\n"));
+  EXPECT_THAT(result.output, HasSubstr("ok         usb:1-1: a Quenvar Q750 that you may use.\n"
+                                       "ok         usb:1-1: the test scan succeeded.\n"));
 }
 
 TEST_F(UsbCommandLine, LetsTheDoctorClearAWedgedPipe) {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <string>
 
@@ -33,8 +34,12 @@ SharingSetup setup() {
 int main() {
   virtualscanner::VirtualScanner scanner(virtualscanner::Paper::testChart(), {});
   EmulatedUsbfs usb(scanner, {});
-  const Sharing sharing(
-      setup(), [] { return listScanners(false); }, print);
+  setenv("LD_PRELOAD", Q750_PRELOAD, 1);  // for the worker that lists
+  const auto list = [] {
+    ScannerSearch search(Q750_WORKER);
+    return listScanners(search, false).scanners;
+  };
+  const Sharing sharing(setup(), list, print);
   for (std::string line; std::getline(std::cin, line);) {
     if (line == "unplug") usb.unplug();
     if (line == "plug in") usb.plugIn();

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdlib>
 #include <mutex>
 
 #include "DeviceIdentity.h"
@@ -45,10 +46,16 @@ class Reports {
 
 class ScannerPresenceOnUsb : public UsbfsHost {
  protected:
+  ScannerPresenceOnUsb() { setenv("LD_PRELOAD", Q750_PRELOAD, 1); }
+  ~ScannerPresenceOnUsb() override { unsetenv("LD_PRELOAD"); }
+
   ScannerPresence::List list() {
     return [this] {
       ++looks_;
-      return listScanners(false);
+      ScannerSearch search(Q750_WORKER);
+      const ScannerList list = listScanners(search, false);
+      EXPECT_TRUE(list.outcome.good()) << list.outcome.sentence;
+      return list.scanners;
     };
   }
 
