@@ -114,6 +114,11 @@ HttpResponse EsclService::newJob(const HttpRequest& request) {
     return sentence(refusal->code, refusal->sentence);
   const ScanJobs::Posted posted = jobs_.post(std::get<ScanTicket>(read));
   if (posted.code != 201) return sentence(posted.code, posted.sentence);
+  if (request.client.gone()) {
+    // Nobody else knows the job.
+    if (const auto job = jobs_.find(posted.id)) job->cancel();
+    return {.abort = true};
+  }
   HttpResponse response{.code = 201};
   // A path alone: clients resolve it against the address that they know, whatever its scheme and name.
   response.headers.emplace_back("Location", jobPath(posted.id));

@@ -116,11 +116,26 @@ struct Exchange {
   std::uint64_t bytes = 0;
 };
 
-std::optional<HttpResponse> wrongFraming(const Exchange& exchange, const Framing& framing,
+HttpRequest requestOf(MHD_Connection* connection, const char* path, const char* method,
+                      std::string_view version) {
+  HttpRequest request;
+  request.method = method;
+  request.path = path;
+  request.isHttp10 = version == MHD_HTTP_VERSION_1_0;
+  request.header = [connection](const char* name) -> std::optional<std::string_view> {
+    const char* value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
+    return value != nullptr ? std::optional<std::string_view>(value) : std::nullopt;
+  };
+  const int socket = socketOf(connection);
+  request.client = {[socket] { return isClosed(socket); }, [socket] { return isAcknowledged(socket); }};
+  return request;
+}
+
+std::optional<HttpResponse> wrongFraming(MHD_Connection* connection, const Framing& framing,
                                          std::string_view version) {
   if (version != MHD_HTTP_VERSION_1_1 && version != MHD_HTTP_VERSION_1_0)
     return plainResponse(505, "This server understands HTTP/1.0 and HTTP/1.1.");
-  const auto* size = MHD_get_connection_info(exchange.connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
+  const auto* size = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
   if (size != nullptr && size->header_size > httplimits::headerBytes)
     return plainResponse(431, "The headers of the request are too large.");
   if (framing.hosts > 1) return plainResponse(400, "The request names more than one host.");
@@ -189,11 +204,19 @@ struct HttpServer::Impl {
   void start();
   void stop();
   void listen(platform::OwnedDescriptor socket);
+  std::vector<MHD_OptionItem> optionsFor(int socket);
+  static MHD_Result onAccept(void* cls, const sockaddr* address, socklen_t size);
+  static MHD_Result onAccess(void* cls, MHD_Connection* connection, const char* path, const char* method,
+                             const char* version, const char* data, std::size_t* size, void** context);
+  static void onCompleted(void* cls, MHD_Connection* connection, void** context,
+                          MHD_RequestTerminationCode how);
+  static void onConnection(void* cls, MHD_Connection* connection, void** context,
+                           MHD_ConnectionNotificationCode how);
   MHD_Result accept(const sockaddr* address);
   MHD_Result begin(MHD_Connection* connection, const char* path, const char* method, const char* version,
                    void** context);
   MHD_Result goOn(Exchange& exchange, const char* data, std::size_t* size);
-  void complete(Exchange* exchange, MHD_RequestTerminationCode how);
+  void complete(Exchange& exchange, bool sent);
   void log(const Exchange& exchange) const;
   void connectionChanged(MHD_Connection* connection, MHD_ConnectionNotificationCode how);
   void keepHouse();
@@ -215,54 +238,73 @@ void HttpServer::Impl::start() {
 }
 
 void HttpServer::Impl::listen(platform::OwnedDescriptor socket) {
-  unsigned flags =
+  constexpr unsigned plain =
       MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_THREAD_PER_CONNECTION | MHD_USE_ERROR_LOG | MHD_USE_ITC;
-  std::vector<MHD_OptionItem> options = {
-      {MHD_OPTION_LISTEN_SOCKET, socket.get(), nullptr},
-      {MHD_OPTION_CONNECTION_LIMIT, static_cast<std::intptr_t>(httplimits::connections), nullptr},
-      {MHD_OPTION_CONNECTION_TIMEOUT, silenceSeconds, nullptr},
-      {MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<std::intptr_t>(connectionMemory), nullptr},
-      {MHD_OPTION_STRICT_FOR_CLIENT, 1, nullptr},
-  };
-  if (!setup.certificate.empty()) {
-    flags |= MHD_USE_TLS;
-    options.push_back({MHD_OPTION_HTTPS_MEM_CERT, 0, setup.certificate.data()});
-    options.push_back({MHD_OPTION_HTTPS_MEM_KEY, 0, setup.key.data()});
-  }
-  options.push_back({MHD_OPTION_END, 0, nullptr});
-  const MHD_AcceptPolicyCallback policy = [](void* cls, const sockaddr* address, socklen_t) {
-    return static_cast<Impl*>(cls)->accept(address);
-  };
-  const MHD_AccessHandlerCallback access = [](void* cls, MHD_Connection* connection, const char* path,
-                                              const char* method, const char* version, const char* data,
-                                              std::size_t* size, void** context) {
-    Impl& server = *static_cast<Impl*>(cls);
-    try {
-      if (*context == nullptr) return server.begin(connection, path, method, version, context);
-      return server.goOn(*static_cast<Exchange*>(*context), data, size);
-    } catch (const std::exception&) {
-      return MHD_NO;  // closes the connection
-    }
-  };
-  const MHD_RequestCompletedCallback completed = [](void* cls, MHD_Connection*, void** context,
-                                                    MHD_RequestTerminationCode how) {
-    static_cast<Impl*>(cls)->complete(static_cast<Exchange*>(std::exchange(*context, nullptr)), how);
-  };
-  const MHD_NotifyConnectionCallback changed = [](void* cls, MHD_Connection* connection, void**,
-                                                  MHD_ConnectionNotificationCode how) {
-    static_cast<Impl*>(cls)->connectionChanged(connection, how);
-  };
-  MHD_Daemon* daemon =
-      MHD_start_daemon(flags, 0, policy, this, access, this, MHD_OPTION_EXTERNAL_LOGGER, dropMessage, nullptr,
-                       MHD_OPTION_NOTIFY_COMPLETED, completed, this, MHD_OPTION_NOTIFY_CONNECTION, changed,
-                       this, MHD_OPTION_UNESCAPE_CALLBACK, unescapeNothing, nullptr, MHD_OPTION_ARRAY,
-                       options.data(), MHD_OPTION_END);
+  std::vector<MHD_OptionItem> options = optionsFor(socket.get());
+  MHD_Daemon* daemon = MHD_start_daemon(
+      setup.certificate.empty() ? plain : plain | MHD_USE_TLS, 0, onAccept, this, onAccess, this,
+      MHD_OPTION_EXTERNAL_LOGGER, dropMessage, nullptr, MHD_OPTION_NOTIFY_COMPLETED, onCompleted, this,
+      MHD_OPTION_NOTIFY_CONNECTION, onConnection, this, MHD_OPTION_UNESCAPE_CALLBACK, unescapeNothing,
+      nullptr, MHD_OPTION_ARRAY, options.data(), MHD_OPTION_END);
   if (daemon == nullptr)
     throw HttpServerError(setup.certificate.empty()
                               ? "The server cannot be started. Close other programs and try again."
                               : "The server cannot be started with this certificate and key.");
   socket.release();  // the library closes it
   daemons.push_back(daemon);
+}
+
+std::vector<MHD_OptionItem> HttpServer::Impl::optionsFor(int socket) {
+  std::vector<MHD_OptionItem> options = {
+      {MHD_OPTION_LISTEN_SOCKET, socket, nullptr},
+      {MHD_OPTION_CONNECTION_LIMIT, static_cast<std::intptr_t>(httplimits::connections), nullptr},
+      {MHD_OPTION_CONNECTION_TIMEOUT, silenceSeconds, nullptr},
+      {MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<std::intptr_t>(connectionMemory), nullptr},
+      {MHD_OPTION_STRICT_FOR_CLIENT, 1, nullptr},
+  };
+  if (!setup.certificate.empty()) {
+    options.push_back({MHD_OPTION_HTTPS_MEM_CERT, 0, setup.certificate.data()});
+    options.push_back({MHD_OPTION_HTTPS_MEM_KEY, 0, setup.key.data()});
+  }
+  options.push_back({MHD_OPTION_END, 0, nullptr});
+  return options;
+}
+
+// The library's calls, which no exception may leave.
+
+MHD_Result HttpServer::Impl::onAccept(void* cls, const sockaddr* address, socklen_t /*size*/) {
+  try {
+    return static_cast<Impl*>(cls)->accept(address);
+  } catch (const std::exception&) {
+    return MHD_NO;
+  }
+}
+
+MHD_Result HttpServer::Impl::onAccess(void* cls, MHD_Connection* connection, const char* path,
+                                      const char* method, const char* version, const char* data,
+                                      std::size_t* size, void** context) {
+  Impl& server = *static_cast<Impl*>(cls);
+  try {
+    if (*context == nullptr) return server.begin(connection, path, method, version, context);
+    return server.goOn(*static_cast<Exchange*>(*context), data, size);
+  } catch (const std::exception&) {
+    return MHD_NO;  // closes the connection
+  }
+}
+
+void HttpServer::Impl::onCompleted(void* cls, MHD_Connection* /*connection*/, void** context,
+                                   MHD_RequestTerminationCode how) {
+  const std::unique_ptr<Exchange> ended(static_cast<Exchange*>(std::exchange(*context, nullptr)));
+  if (ended) static_cast<Impl*>(cls)->complete(*ended, how == MHD_REQUEST_TERMINATED_COMPLETED_OK);
+}
+
+void HttpServer::Impl::onConnection(void* cls, MHD_Connection* connection, void** /*context*/,
+                                    MHD_ConnectionNotificationCode how) {
+  try {
+    static_cast<Impl*>(cls)->connectionChanged(connection, how);
+  } catch (const std::exception&) {
+    // Not in the table: without limits of its own, but not without the library's.
+  }
 }
 
 void HttpServer::Impl::stop() {
@@ -294,29 +336,20 @@ void HttpServer::Impl::connectionChanged(MHD_Connection* connection, MHD_Connect
 
 MHD_Result HttpServer::Impl::begin(MHD_Connection* connection, const char* path, const char* method,
                                    const char* version, void** context) {
-  auto exchange = std::make_unique<Exchange>();
-  HttpRequest& request = exchange->request;
-  const int socket = socketOf(connection);
-  exchange->connection = connection;
-  request.method = method;
-  request.path = path;
-  request.isHttp10 = std::string_view(version) == MHD_HTTP_VERSION_1_0;
-  request.isTls = !setup.certificate.empty();
-  request.header = [connection](const char* name) -> std::optional<std::string_view> {
-    const char* value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
-    return value != nullptr ? std::optional<std::string_view>(value) : std::nullopt;
-  };
-  request.client = {[socket] { return isClosed(socket); }, [socket] { return isAcknowledged(socket); }};
+  auto made = std::make_unique<Exchange>();
+  made->connection = connection;
+  made->request = requestOf(connection, path, method, version);
+  made->request.isTls = !setup.certificate.empty();
   const Framing framing = framingOf(connection);
-  exchange->refusal = wrongFraming(*exchange, framing, version);
-  const bool mustClose = exchange->refusal.has_value();
-  if (!exchange->refusal) exchange->refusal = handler.refusalOf(request);
-  Exchange& kept = *exchange;
-  *context = exchange.release();
+  made->refusal = wrongFraming(connection, framing, version);
+  const bool isAmbiguous = made->refusal.has_value();
+  if (!isAmbiguous) made->refusal = handler.refusalOf(made->request);
+  Exchange& exchange = *made;
+  *context = made.release();
   // Without a body the connection can be used on: then the response waits for the end of the request.
-  if (!kept.refusal || (!mustClose && !framing.hasBody())) return MHD_YES;
-  kept.refusal->headers.emplace_back(MHD_HTTP_HEADER_CONNECTION, "close");
-  return queue(kept, std::move(*kept.refusal));
+  if (!exchange.refusal || (!isAmbiguous && !framing.hasBody())) return MHD_YES;
+  exchange.refusal->headers.emplace_back(MHD_HTTP_HEADER_CONNECTION, "close");
+  return queue(exchange, std::move(*exchange.refusal));
 }
 
 MHD_Result HttpServer::Impl::goOn(Exchange& exchange, const char* data, std::size_t* size) {
@@ -339,14 +372,16 @@ MHD_Result HttpServer::Impl::goOn(Exchange& exchange, const char* data, std::siz
   return queue(exchange, std::move(response));
 }
 
-void HttpServer::Impl::complete(Exchange* exchange, MHD_RequestTerminationCode how) {
-  if (exchange == nullptr) return;
-  const std::unique_ptr<Exchange> ended(exchange);
-  if (ended->stream && how == MHD_REQUEST_TERMINATED_COMPLETED_OK) ended->stream->finish();
-  ended->stream.reset();
-  log(*ended);
+void HttpServer::Impl::complete(Exchange& exchange, bool sent) {
+  if (exchange.stream && sent) exchange.stream->finish();
+  exchange.stream.reset();
+  try {
+    log(exchange);
+  } catch (const std::exception&) {
+    // There is no memory for the line.
+  }
   const std::lock_guard lock(mutex);
-  connections.responseSent(socketOf(ended->connection), Clock::now());
+  connections.responseSent(socketOf(exchange.connection), Clock::now());
   houseIsDue = true;
   wake.notify_all();
 }

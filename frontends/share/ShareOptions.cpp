@@ -76,6 +76,11 @@ void addVirtualOptions(CLI::App& app, ShareOptions& options) {
       ->type_name("NAME[:N]")
       ->allow_extra_args(false)
       ->group(virtualGroup);
+  app.add_option("--virtual-packet-size", given.packetSize,
+                 "Image bytes per packet, for testing: " + range(1, limits::largestVirtualPacket))
+      ->type_name("BYTES")
+      ->check(inRange(1, limits::largestVirtualPacket))
+      ->group(virtualGroup);
   constexpr auto longestWarmUpMs = static_cast<std::uint32_t>(limits::longestVirtualWarmUp.count());
   app.add_option("--virtual-warm-up", given.warmUpMs,
                  "Delay before the first byte of a picture: " + range(0, longestWarmUpMs) + " (default: 0)")
@@ -93,8 +98,8 @@ void addVirtualOptions(CLI::App& app, ShareOptions& options) {
 }
 
 bool anyUsed(const VirtualScannerOptions& options) {
-  return !options.paper.empty() || !options.faults.empty() || options.realTime || options.warmUpMs != 0 ||
-         options.bytesPerSecond != 0;
+  return !options.paper.empty() || !options.faults.empty() || options.packetSize != 0 || options.realTime ||
+         options.warmUpMs != 0 || options.bytesPerSecond != 0;
 }
 
 void check(const ShareOptions& options) {

@@ -9,6 +9,7 @@
 #include <new>
 #include <utility>
 
+#include "AddressRules.h"
 #include "EsclService.h"
 #include "HttpServer.h"
 #include "ListenSockets.h"
@@ -81,7 +82,8 @@ class EndSignals {
     sigemptyset(&signals_);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals_, signal);
     pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
-    std::signal(SIGPIPE, SIG_IGN);
+    // Errors of the call that would raise them instead.
+    for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
   }
   void await() const {
     int signal = 0;
@@ -150,6 +152,7 @@ void serve(const ShareOptions& options, const std::string& version) {
   setup.servesNetwork = listening.servesNetwork;
   setup.isConnected = [&sharing] { return sharing.isConnected(); };
   EsclService service(jobs, std::move(setup));
+  server.allows = [rules = AddressRules()](const sockaddr& client) { return rules.allows(client); };
   const HttpServer http(service, std::move(server));
   announce(shared.identity.name, listening, shared.encrypted);
   notifyReady();

@@ -143,6 +143,13 @@ TEST_F(Service, LetsNoOtherSiteIn) {
   EXPECT_EQ(scanner.started(), 0);
 }
 
+TEST_F(Service, CancelsTheJobOfAClientThatLeftBeforeItKnewOfIt) {
+  HttpRequest post = request("POST", "/eSCL/ScanJobs", grayPng);
+  post.client.gone = [] { return true; };
+  EXPECT_TRUE(respond(post).abort);
+  EXPECT_EQ(jobs.reports().front().state, JobState::canceled);
+}
+
 TEST_F(Service, ClosesTheConnectionOfAClientThatIsGone) {
   const std::string job = post();
   HttpRequest next = request("GET", job + "/NextDocument");

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <future>
@@ -5,6 +6,7 @@
 #include <thread>
 
 #include "FakeScanner.h"
+#include "FileSizeLimit.h"
 #include "PageJob.h"
 
 namespace {
@@ -12,6 +14,9 @@ namespace {
 using namespace frontend;
 using namespace frontend::share;
 using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::StartsWith;
 
 // Everything from `offset` to the end; "broken" at the end of a page that is never completed.
 std::string readAll(PageReader& reader, std::size_t offset = 0) {
@@ -201,6 +206,15 @@ TEST_F(Job, ThrowsThePageAwayWhenItIsDeleted) {
 
 TEST_F(Job, LeavesNothingOpenAfterIt) {
   post()->cancel();
+  EXPECT_TRUE(eventually([this] { return scanner.running() == 0; }));
+}
+
+TEST_F(Job, IsAbortedWhereThePageCannotBeStored) {
+  const auto job = post(PictureFormat::jpeg);
+  const FileSizeLimit disk(100);
+  scanner.sendPage();
+  EXPECT_THAT(fetch(job), AllOf(StartsWith("The page cannot be stored: "), EndsWith("then scan again.")));
+  EXPECT_EQ(job->report().state, JobState::aborted);
   EXPECT_TRUE(eventually([this] { return scanner.running() == 0; }));
 }
 
