@@ -80,6 +80,11 @@ std::string defaultListenAddress() {
 
 CommandLine parseCommandLine(int argc, const char* const* argv, const DefaultsReader& readDefaults) {
   CommandLine result;
+  if (argc > 1 && std::string_view(argv[1]) == "share") {
+    result.command = CommandLine::Command::share;
+    result.share.assign(argv + 2, argv + argc);
+    return result;
+  }
   // Before the options are described: the help gives the defaults that are in force.
   if (argc > 1 && std::string_view(argv[1]) == "scan") useDefaults(result.scan, readDefaults());
   CLI::App app("Scan pages with the Quenvar Q750.", "q750");
@@ -94,6 +99,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv, const DefaultsRe
   addDoctorOptions(*app.add_subcommand("doctor", "Find out why scanning does not work"), result.doctor);
   addServeOptions(*app.add_subcommand("virtual", "Offer a virtual scanner to Linux machines over USB/IP"),
                   result.serve);
+  app.add_subcommand("share", "Share the scanner with every device on the network");
   app.footer(help::ofProgram());
   try {
     app.parse(argc, argv);

@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Choices.h"
 #include "ScanLimits.h"
@@ -69,7 +70,7 @@ struct ServeOptions {
 };
 
 struct CommandLine {
-  enum class Command : std::uint8_t { print, list, scan, doctor, serve };
+  enum class Command : std::uint8_t { print, list, scan, doctor, serve, share };
 
   Command command = Command::print;
   std::string text;  // for print: help or version
@@ -77,6 +78,7 @@ struct CommandLine {
   ScanOptions scan;
   DoctorOptions doctor;
   ServeOptions serve;
+  std::vector<std::string> share;  // the arguments of "q750 share", which its own program parses
 };
 
 using DefaultsReader = std::function<UserDefaults()>;

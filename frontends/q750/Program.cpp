@@ -17,6 +17,7 @@
 #include "OutputError.h"
 #include "ScanCommand.h"
 #include "ScanReport.h"
+#include "ShareCommand.h"
 #include "UserDefaults.h"
 #include "VirtualCommand.h"
 
@@ -35,6 +36,8 @@ void runCommand(const CommandLine& commandLine) {
       return runDoctor(commandLine.doctor);
     case CommandLine::Command::serve:
       return runVirtual(commandLine.serve);
+    case CommandLine::Command::share:
+      runShare(commandLine.share);
   }
 }
 

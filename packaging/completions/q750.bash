@@ -47,7 +47,7 @@ _q750_faults() {
 # Offers the values of an option. Fails for a flag.
 _q750_values() {
   case $1 in
-    -o | --output | --virtual-paper) _q750_files ;;
+    -o | --output | --virtual-paper | --certificate | --key) _q750_files ;;
     -d | --device) _q750_offer < <(_q750_devices) ;;
     -m | --mode) _q750_offer < <(printf '%s\n' color gray lineart) ;;
     -r | --resolution) _q750_offer < <(printf '%s\n' 75 150 200 300 400 600) ;;
@@ -62,6 +62,7 @@ _q750_values() {
     --progress) _q750_offer < <(printf '%s\n' auto bar plain json none) ;;
     --virtual-fault) _q750_offer < <(_q750_faults) ;;
     -a | --area | --threshold | --brightness | --contrast | --gamma | --first-page | --timeout | --listen) ;;
+    --port | --name | --bind) ;;
     --pages) [[ $current != -* ]] ;; # its number may be left out
     --virtual-packet-size | --virtual-warm-up | --virtual-speed) ;;
     *) return 1 ;;
@@ -82,6 +83,10 @@ _q750_options() {
       printf '%s\n' --device --timeout --json --virtual-paper --virtual-fault --virtual-packet-size --virtual-warm-up \
         --virtual-speed --virtual-real-time
       ;;
+    share)
+      printf '%s\n' --version --device --port --name --bind --certificate --key --timeout --virtual --virtual-paper \
+        --virtual-fault --virtual-packet-size --virtual-warm-up --virtual-speed --virtual-real-time
+      ;;
     virtual) printf '%s\n' --listen --virtual-paper --virtual-fault --virtual-packet-size ;;
     *) printf '%s\n' --version ;;
   esac
@@ -98,7 +103,7 @@ _q750() {
     return
   fi
   if ((${#words[@]} == 1)) && [[ $current != -* ]]; then
-    _q750_offer < <(printf '%s\n' list scan doctor virtual)
+    _q750_offer < <(printf '%s\n' list scan doctor virtual share)
     return
   fi
   if ((${#words[@]} > 2)) && _q750_values "${words[-1]}"; then return; fi

@@ -168,6 +168,12 @@ TEST(CommandLine, ShowsTheVersion) {
   EXPECT_EQ(parse({"--version"}).command, CommandLine::Command::print);
 }
 
+TEST(CommandLine, LeavesTheOptionsOfShareToItsProgram) {
+  const CommandLine line = parse({"share", "--port", "0", "--help", "what ever"});
+  EXPECT_EQ(line.command, CommandLine::Command::share);
+  EXPECT_EQ(line.share, (std::vector<std::string>{"--port", "0", "--help", "what ever"}));
+}
+
 TEST(CommandLine, ShowsHelp) {
   expectGolden("help.txt", parse({"--help"}).text);
   EXPECT_EQ(parse({"-h"}).text, parse({"--help"}).text);
@@ -220,7 +226,7 @@ TEST(CommandLine, ReportsErrorsAndWhereTheHelpIs) {
     const char* complaint;
   } cases[] = {
       {{}, "A subcommand is required. Try q750 --help."},
-      {{"print"}, "print: unknown command. Choose list, scan, doctor or virtual. Try q750 --help."},
+      {{"print"}, "print: unknown command. Choose list, scan, doctor, virtual or share. Try q750 --help."},
       {{"scna", "-o", "a.png"}, "scna: unknown command. Did you mean scan? Try q750 --help."},
       {{"--scan"}, "A subcommand is required. Try q750 --help."},
       {{"scan"}, "--output is required. Try q750 scan --help."},

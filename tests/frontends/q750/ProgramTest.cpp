@@ -52,6 +52,21 @@ TEST_F(Program, ShowsItsVersionAndHelp) {
   EXPECT_EQ(help.errors, "");
 }
 
+TEST_F(Program, BecomesTheProgramThatShares) {
+  const ProgramResult result = runProgram({"share", "--version"});
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_EQ(result.output, std::string("q750-share ") + frontend::version + "\n");
+}
+
+TEST_F(Program, NamesThePackageOfAProgramThatIsMissing) {
+  const std::string alone = folder / "q750";
+  std::filesystem::copy_file(Q750_PROGRAM, alone);
+  const ProgramResult result =
+      runProgram({}, [&alone] { execl(alone.c_str(), "q750", "share", "--version", nullptr); });
+  EXPECT_EQ(result.exitCode, 7);
+  EXPECT_THAT(result.errors, EndsWith("Install the package quenvar-q750-share.\n"));
+}
+
 TEST_F(Program, ScansToEveryFormat) {
   const std::vector<std::uint8_t> expected = chartPixels(150, 59, 118, 201, 99);
   for (const char* name : {"page.tiff", "page.png", "page.pnm"}) {

@@ -49,11 +49,11 @@ def choices_of(option):
 
 class Bash(unittest.TestCase):
     def test_completes_the_commands(self):
-        self.assertEqual(complete(" "), ["list", "scan", "doctor", "virtual"])
-        self.assertEqual(complete(" s"), ["scan"])
+        self.assertEqual(complete(" "), ["list", "scan", "doctor", "virtual", "share"])
+        self.assertEqual(complete(" s"), ["scan", "share"])
 
     def test_completes_exactly_the_options_that_the_help_names(self):
-        for command in ("list", "scan", "doctor", "virtual"):
+        for command in ("list", "scan", "doctor", "virtual", "share"):
             self.assertEqual(set(complete(f" {command} --")), options_of([command]), command)
         self.assertEqual(set(complete(" --")), options_of([]))
 
@@ -165,11 +165,11 @@ class Zsh(unittest.TestCase):
         return [choice for choice in self.offered.read_text().splitlines()[:-1] if choice]
 
     def test_completes_the_commands(self):
-        self.assertEqual(self.complete(" "), ["list", "scan", "doctor", "virtual"])
-        self.assertEqual(self.complete(" s"), ["scan"])
+        self.assertEqual(self.complete(" "), ["list", "scan", "doctor", "virtual", "share"])
+        self.assertEqual(self.complete(" s"), ["scan", "share"])
 
     def test_completes_exactly_the_options_that_the_help_names(self):
-        for command in ("list", "scan", "doctor", "virtual"):
+        for command in ("list", "scan", "doctor", "virtual", "share"):
             self.assertEqual(set(self.complete(f" {command} --")), options_of([command]), command)
 
     def test_completes_the_same_values_as_bash(self):
