@@ -190,6 +190,8 @@ void PageJob::readerLeaves(Farewell farewell) {
     delivered_ = true;
     if (phase_ == JobPhase::ready) changeLocked(JobPhase::spent);
   }
+  if (farewell == Farewell::leftAtTheEnd && phase_ == JobPhase::spent && page_ != nullptr)
+    changeLocked(JobPhase::ready);
   if (readers_ > 0) return;
   // Nobody can ask for it again.
   if (phase_ == JobPhase::spent) page_.reset();
@@ -251,7 +253,9 @@ PageReader::PageReader(std::shared_ptr<PageJob> job, ClientLink client)
 }
 
 PageReader::~PageReader() {
-  if (!finished_) job_->readerLeaves(refused_ ? PageJob::Farewell::refused : PageJob::Farewell::left);
+  if (finished_) return;
+  const auto left = ended_ ? PageJob::Farewell::leftAtTheEnd : PageJob::Farewell::left;
+  job_->readerLeaves(refused_ ? PageJob::Farewell::refused : left);
 }
 
 PlainResponse PageReader::refuse(PlainResponse response) {
@@ -299,14 +303,21 @@ std::optional<std::size_t> PageReader::read(std::uint64_t offset, void* bytes, s
     // Thrown away, or never to be completed.
     if (job_->page_ == nullptr) return std::nullopt;
     if (job_->bytes_ > offset) break;
-    if (stateOf(job_->phase_) == JobState::completed)
-      return awaitAcknowledgement(lock) ? std::optional<std::size_t>(0) : std::nullopt;
+    if (stateOf(job_->phase_) == JobState::completed) return end(lock);
     if (!awaitChange(lock, times::tick)) return std::nullopt;
   }
   const std::uint64_t there = job_->bytes_ - offset;
   lock.unlock();
   const std::size_t count = page_->read(offset, bytes, there < capacity ? there : capacity);
   return count > 0 ? std::optional(count) : std::nullopt;
+}
+
+// The job has no more documents before the client learns the end: the next request may be there in no time.
+std::optional<std::size_t> PageReader::end(std::unique_lock<std::mutex>& lock) {
+  if (!awaitAcknowledgement(lock)) return std::nullopt;
+  ended_ = true;
+  if (job_->phase_ == JobPhase::ready) job_->changeLocked(JobPhase::spent);
+  return 0;
 }
 
 bool PageReader::awaitAcknowledgement(std::unique_lock<std::mutex>& lock) const {

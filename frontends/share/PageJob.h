@@ -80,7 +80,12 @@ class PageJob {
  private:
   friend class PageReader;
   class Aim;
-  enum class Farewell : std::uint8_t { delivered, refused, left };
+  enum class Farewell : std::uint8_t {
+    delivered,
+    refused,
+    left,
+    leftAtTheEnd,  // with the whole page, but without the word that this was all
+  };
 
   PlainResponse refusalLocked(JobResponse response) const;
   ScanOutcome scanPage(ScanSource& source);
@@ -132,12 +137,14 @@ class PageReader final : public HttpBody {
  private:
   PlainResponse refuse(PlainResponse response);
   bool awaitChange(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds longest) const;
+  std::optional<std::size_t> end(std::unique_lock<std::mutex>& lock);
   bool awaitAcknowledgement(std::unique_lock<std::mutex>& lock) const;
 
   const std::shared_ptr<PageJob> job_;
   const ClientLink client_;
   std::shared_ptr<PageFile> page_;
   bool refused_ = false;
+  bool ended_ = false;  // read() has reported the end
   bool finished_ = false;
 };
 

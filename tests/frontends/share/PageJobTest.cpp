@@ -127,6 +127,28 @@ TEST_F(Job, IsKeptIfTheClientLeavesBeforeItsSystemHasAcknowledgedThePage) {
   EXPECT_EQ(fetch(job).substr(1, 3), "PNG");
 }
 
+TEST_F(Job, HasNoMoreDocumentsOnceTheClientLearnsTheEnd) {
+  const auto job = post();
+  scanner.sendPage();
+  PageReader reader(job, stays);
+  ASSERT_EQ(reader.begin().code, 200U);
+  ASSERT_NE(readAll(reader), "broken");  // whatever follows it on its way to the client
+  EXPECT_EQ(fetch(job), "The job has no more documents.");
+}
+
+TEST_F(Job, IsKeptIfTheConnectionBreaksAtTheVeryEnd) {
+  const auto job = post();
+  scanner.sendPage();
+  std::string page;
+  {
+    PageReader reader(job, stays);
+    ASSERT_EQ(reader.begin().code, 200U);
+    page = readAll(reader);
+  }
+  EXPECT_EQ(job->phase(), JobPhase::ready);
+  EXPECT_EQ(fetch(job), page);
+}
+
 TEST_F(Job, GivesUpOnAnAcknowledgementAfterAMinute) {
   const auto job = post();
   scanner.sendPage();
