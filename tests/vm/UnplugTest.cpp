@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -24,7 +25,8 @@ class Unplugging : public testing::Test {
   static frontend::ScanRequest request() {
     frontend::ScanRequest request = scans::small();
     request.scanner = "usb";
-    request.settings.area = {0, 0, 637, 400};  // most of what the scanner receives asks for the picture
+    request.settings.area = {0, 0, 637, 400};   // most of what the scanner receives asks for the picture
+    request.timeout = std::chrono::minutes(5);  // an emulated processor may stand still for a while
     return request;
   }
 
