@@ -66,12 +66,22 @@ class Run:
         """Its child, or None: it has one at most."""
         return next(iter(children_of(self.process.pid)), None)
 
+    def running_worker(self):
+        """Its child once that runs the worker's program. Before, the system makes its parent wait (posix_spawn)."""
+        worker = self.worker()
+        try:
+            name = pathlib.Path(f"/proc/{worker}/comm").read_text().strip()
+        except OSError:
+            return None
+        return worker if name == "q750-worker" else None
+
     def wait(self, seconds=LONGEST_RUN):
         """The exit status, negative for a signal; None where it did not end in time."""
         try:
             self.errors = self.process.communicate(timeout=seconds)[1].decode(errors="replace")
         except subprocess.TimeoutExpired:
             self.process.kill()
-            self.process.communicate()
+            self.process.wait()
+            self.process.stderr.close()  # what it has started may hold the other end
             return None
         return self.process.returncode

@@ -20,7 +20,7 @@ class Stops(Kills):
         self.front_end.stage.clear()
         run = self.front_end.start()
         run.sleep_until(dice.uniform(0, self.seconds))
-        worker = run.worker()
+        worker = run.running_worker()
         hit = worker is not None and send(worker, signal.SIGSTOP)
         time.sleep(dice.uniform(0, LONGEST_PAUSE))
         if hit:
@@ -37,7 +37,7 @@ class Stops(Kills):
         """A run whose worker was stopped for ever, or None where there was no worker at that moment."""
         run = self.front_end.start()
         run.sleep_until(dice.uniform(0, self.seconds))
-        worker = run.worker()
+        worker = run.running_worker()
         if worker is not None and send(worker, signal.SIGSTOP):
             return run
         run.wait()
