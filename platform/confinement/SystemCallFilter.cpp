@@ -1,16 +1,27 @@
 #include "SystemCallFilter.h"
 
 #include <fcntl.h>
-#include <linux/prctl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sched.h>
 #include <seccomp.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <memory>
 #include <span>
+
+#include "OwnedDescriptor.h"
 
 namespace platform {
 namespace {
@@ -215,14 +226,81 @@ bool addRules(const Filter& filter) {
   return allow(filter, "clone3", {}, SCMP_ACT_ERRNO(ENOSYS));
 }
 
-}  // namespace
-
-bool filterSystemCalls(bool removingFiles) noexcept {
+// Where an allocation fails, the library may also report success for a program of which a part is missing:
+// errno has the truth.
+bool writeProgram(int pipe, bool removingFiles) {
+  errno = 0;
   const Filter filter(seccomp_init(SCMP_ACT_ERRNO(EPERM)), seccomp_release);
   if (filter == nullptr || !addRules(filter)) return false;
   if (removingFiles && !allow(filter, "unlink", {}, SCMP_ACT_ALLOW)) return false;
-  seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_TSYNC, 1);
-  return seccomp_load(filter.get()) == 0;
+  return seccomp_export_bpf(filter.get(), pipe) == 0 && errno != ENOMEM;
+}
+
+// A second one costs little, and memory may have run out for a moment only.
+constexpr int attempts = 2;
+// Of the processor, which usually takes a few thousandths of it.
+constexpr rlim_t longestCompilationSeconds = 1;
+
+// What the kernel runs for each system call.
+class Program {
+ public:
+  // In a child process: where an allocation fails, the library crashes or loops for ever. A system that
+  // refuses the process refuses the threads of this one as well.
+  bool compile(bool removingFiles) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return false;
+    const OwnedDescriptor out(ends[0]);
+    OwnedDescriptor in(ends[1]);
+    const pid_t child = fork();
+    if (child == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
+      const rlimit limit{longestCompilationSeconds, longestCompilationSeconds};
+      setrlimit(RLIMIT_CPU, &limit);
+      _exit(writeProgram(in.get(), removingFiles) ? EXIT_SUCCESS : EXIT_FAILURE);
+    }
+    in.reset();
+    const bool received = child > 0 && receive(out.get());
+    return child > 0 && succeeded(child) && received;
+  }
+  bool load() const {
+    const sock_fprog filter{static_cast<unsigned short>(bytes_ / sizeof(sock_filter)),
+                            const_cast<sock_filter*>(instructions_.data())};
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_TSYNC, &filter) == 0;
+  }
+
+ private:
+  bool receive(int pipe) {
+    ssize_t count = 0;
+    for (bytes_ = 0; bytes_ < sizeof instructions_; bytes_ += static_cast<std::size_t>(count)) {
+      auto* room = reinterpret_cast<char*>(instructions_.data()) + bytes_;
+      do {
+        count = read(pipe, room, sizeof instructions_ - bytes_);
+      } while (count < 0 && errno == EINTR);
+      if (count <= 0) break;
+    }
+    return count == 0;
+  }
+  static bool succeeded(pid_t child) {
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+      if (errno != EINTR) return false;
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;
+  }
+
+  std::array<sock_filter, BPF_MAXINSNS> instructions_;
+  std::size_t bytes_ = 0;
+};
+
+}  // namespace
+
+bool filterSystemCalls(bool removingFiles) noexcept {
+  Program program;
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    if (program.compile(removingFiles)) return program.load();
+  }
+  return false;
 }
 
 }  // namespace platform

@@ -10,7 +10,8 @@ namespace platform {
 //
 // With `removingFiles`, unlink() is allowed, which the local sockets of ConfinementNeeds take.
 //
-// Returns whether the filter is in force. Never throws.
+// Starts and ends a process of its own, for a few milliseconds. Returns whether the filter is in force. Never
+// throws.
 bool filterSystemCalls(bool removingFiles) noexcept;
 
 }  // namespace platform
