@@ -59,6 +59,7 @@ class FrontEnd : public testing::Test {
 
   BackEndLibrary library;
   TemporaryFolder folder;
+  bool countsDescriptors_ = true;  // whether none may be left
   SANE_Handle handle = nullptr;
   SANE_Status status = SANE_STATUS_GOOD;
   SANE_Int length = -1;
