@@ -69,8 +69,15 @@ function(q750_room target)
 endfunction()
 
 # The environment of every test: sanitizer findings print a stack, and the leaks that are part of the design
-# are listed, with their reasons, in lsan.supp.
+# are listed, with their reasons, in lsan.supp. Races are reported into a folder, by workers too, which the test
+# thread-reports looks at in the end.
+set(q750_thread_reports ${PROJECT_BINARY_DIR}/thread-reports)
 function(q750_test_environment test)
+  if(Q750_SANITIZE AND Q750_SANITIZERS STREQUAL thread)
+    set_tests_properties(${test} PROPERTIES FIXTURES_REQUIRED thread-reports ENVIRONMENT
+      "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/tsan.supp:log_path=${q750_thread_reports}/report")
+    return()
+  endif()
   set_tests_properties(${test} PROPERTIES ENVIRONMENT
     "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0;UBSAN_OPTIONS=print_stacktrace=1")
 endfunction()

@@ -36,10 +36,11 @@ endif()
 # 32-bit machines can open files of any size.
 add_compile_definitions(_FILE_OFFSET_BITS=64)
 
-option(Q750_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(Q750_SANITIZE "Build with the sanitizers of Q750_SANITIZERS" OFF)
+set(Q750_SANITIZERS address,undefined CACHE STRING "address,undefined or thread, which do not go together")
 if(Q750_SANITIZE)
-  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  add_link_options(-fsanitize=address,undefined)
+  add_compile_options(-fsanitize=${Q750_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${Q750_SANITIZERS})
 endif()
 
 option(Q750_FUZZ "Build the fuzz targets with libFuzzer and the sanitizers; clang only" OFF)

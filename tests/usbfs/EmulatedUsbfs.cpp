@@ -145,6 +145,7 @@ struct EmulatedUsbfs::Impl {
     }
     testbed.reset();
     handler.reset();
+    const std::lock_guard lock(mutex);  // for what the emulation's thread did last
     signal.close();
   }
 
