@@ -73,6 +73,7 @@ IOReturn HostileInterface::writePipeTO(std::uint8_t pipe, const void* buffer, st
                                        std::uint32_t noDataTimeoutMs,
                                        std::uint32_t completionTimeoutMs) noexcept {
   IOReturn status = platform::kIOReturnSuccess;
+  stack_.noteCall();
   if (stack_.begins(&status))
     status = inner().writePipeTO(pipe, buffer, size, noDataTimeoutMs, completionTimeoutMs);
   return passed(status, noDataTimeoutMs);
@@ -117,6 +118,7 @@ IOReturn HostileInterface::fetch(std::uint8_t pipe, HostileUsbStack::Channel& ch
   } while (status == platform::kIOReturnSuccess && moved == block.size());
   if (honest.empty()) return status;
   channel.isOfReplies = honest.front() == replyType;
+  stack_.streamBegan_ = stack_.streamBegan_ || !channel.isOfReplies;
   if (stack_.probes(channel)) {
     stack_.probe(honest, channel);
   } else if (distorts(channel.isOfReplies)) {

@@ -78,12 +78,14 @@ std::uint32_t seedOf(const Probe& probe, bool beyond) {
 }
 
 TEST(HostileScanner, MeetsEveryBoundOfTheWorkerAndNoneTooSoon) {
+  testing::internal::CaptureStderr();  // the logs of some
   for (const Probe& probe : allProbes()) {
     for (const bool beyond : {false, true}) {
       const std::uint32_t seed = seedOf(probe, beyond);
       EXPECT_EQ(complaintAbout(seed, Q750_HOSTILE_WORKER), "") << probe.name << ", seed " << seed;
     }
   }
+  EXPECT_TRUE(isPrintable(testing::internal::GetCapturedStderr()));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "HostileUsbStack.h"
 
+#include "DeviceTime.h"
 #include "HostileInterface.h"
 
 namespace hostile {
@@ -47,8 +48,20 @@ void HostileUsbStack::decideFailures() {
   }
 }
 
+void HostileUsbStack::noteCall() {
+  if (streamBegan_ && !lastCalls_) lastCalls_ = DeviceTime::elapsed();
+}
+
+std::chrono::milliseconds HostileUsbStack::lastCallsTime() const {
+  return lastCalls_ ? DeviceTime::elapsed() - *lastCalls_ : std::chrono::milliseconds(0);
+}
+
 bool HostileUsbStack::begins(IOReturn* status) {
   ++transfers_;
+  if (lastCalls_ && silentAfterwards_) {
+    *status = platform::kIOUSBTransactionTimeout;
+    return false;
+  }
   for (const Failure& failure : failures_) {
     if (transfers_ < failure.first || transfers_ - failure.first >= failure.count) continue;
     *status = failure.status;
@@ -72,6 +85,7 @@ void HostileUsbStack::probe(const std::string& honest, Channel& channel) {
   delivery_.largest = effects.largest;
   delivery_.smallLeft = UINT64_MAX;
   delivery_.readMs = effects.readMs;
+  silentAfterwards_ = effects.silentAfterwards;
 }
 
 IOReturn HostileUsbStack::createPlugInInterfaceForService(platform::IOObject service,

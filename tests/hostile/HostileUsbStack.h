@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -23,6 +24,10 @@ class HostileUsbStack final : public platform::ForwardingUsbStack {
   // `scan` is the one that the device gets.
   HostileUsbStack(platform::UsbStack& inner, std::uint64_t seed, const ProbedScan& scan);
   ~HostileUsbStack() override;
+
+  // The time since the first call that followed the job stream: the picture is in, or given up, and nobody
+  // needs the answers. Zero before.
+  std::chrono::milliseconds lastCallsTime() const;
 
   // Now and then none, or as the honest stack's.
   platform::IOReturn createPlugInInterfaceForService(platform::IOObject service,
@@ -63,6 +68,7 @@ class HostileUsbStack final : public platform::ForwardingUsbStack {
   void decideFailures();
   void decideDelivery();
   bool begins(platform::IOReturn* status);  // counts a transfer
+  void noteCall();
   bool probes(const Channel& channel) const;
   // Disturbs what the honest device sent, once.
   void probe(const std::string& honest, Channel& channel);
@@ -80,7 +86,10 @@ class HostileUsbStack final : public platform::ForwardingUsbStack {
   bool oddPlugIn_ = false;
   bool failsElsewhere_ = false;  // outside transfers
   std::uint64_t transfers_ = 0;
-  std::map<std::uint8_t, Channel> channels_;  // by pipe
+  bool streamBegan_ = false;
+  bool silentAfterwards_ = false;
+  std::optional<std::chrono::milliseconds> lastCalls_;  // when they began
+  std::map<std::uint8_t, Channel> channels_;            // by pipe
 };
 
 }  // namespace hostile

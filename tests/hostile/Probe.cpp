@@ -109,6 +109,11 @@ void announcePicture(ProbeEffects& effects, const ProbedScan& /*scan*/, bool bey
   begin(effects, packet(wire::imageData, "P6\n# \n" + side + " " + side + "\n255\n"));
 }
 
+// The picture is in. That the last calls did not take too long, the worker's exit status shows.
+void fallSilent(ProbeEffects& effects, const ProbedScan& /*scan*/, bool beyond) {
+  effects.silentAfterwards = beyond;
+}
+
 constexpr std::string_view good = "The page was scanned.";
 constexpr std::string_view garbled = "The scanner's data is garbled. ";
 constexpr std::string_view noData = "The scanner accepted the job but sent no data for ";
@@ -120,6 +125,7 @@ constexpr Probe probes[] = {
     {"failing reads", good, "A USB transfer to or from the scanner failed (status 0x", failFirst},
     {"silence", good, noData, timeOutFirst},
     {"time", good, "The scanner sends data too slowly: ", takeLong},
+    {"time of the last calls", good, good, fallSilent},
     {"messages", good, garbled, sendMessages},
     {"bytes of messages", good, garbled, sendBytesOfMessages},
     {"length of a message", good, garbled, sendLongMessage},

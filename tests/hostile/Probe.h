@@ -24,6 +24,7 @@ struct ProbeEffects {
   platform::IOReturn firstStatus = platform::kIOReturnSuccess;
   std::size_t largest = SIZE_MAX;  // bytes of one read of the job stream
   std::uint32_t readMs = 0;        // that it takes
+  bool silentAfterwards = false;   // every transfer times out from the first call after the job stream on
 };
 
 // A bound of the worker, and a device that is honest but for this one thing, which it does a tenth within the

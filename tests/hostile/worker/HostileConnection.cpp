@@ -10,10 +10,14 @@
 namespace frontend {
 namespace {
 
+using namespace std::chrono_literals;
+
+// After the picture: 1.6 seconds for all calls together, and a moment for each that begins at their end.
+constexpr std::chrono::milliseconds longestLastCalls = 1600ms + 500ms;
+
 // A minute, the time-out and the picture's at 64 kB a second; after it, a last silence, on either pipe, and
 // the last calls.
 std::chrono::milliseconds longestJob(const ScanRequest& request) {
-  using namespace std::chrono_literals;
   return 60s + 3 * request.timeout + std::chrono::milliseconds(request.settings.rasterBytes() / 64) + 5s;
 }
 
@@ -23,10 +27,12 @@ class HostileConnection final : public ScannerConnection {
       : longest_(longestJob(request)),
         hostile_(stack_, seed,
                  {request.settings.rasterBytes(), static_cast<std::uint32_t>(request.timeout.count())}) {}
-  // The exit status is how tools/hostile learns that the scan took longer than any may.
+  // The exit status is how tools/hostile learns that the scan, or its end, took longer than any may.
   ~HostileConnection() override {
     constexpr int tookTooLong = 5;
-    if (hostile::DeviceTime::elapsed() > longest_) _exit(tookTooLong);
+    const bool slow =
+        hostile::DeviceTime::elapsed() > longest_ || hostile_.lastCallsTime() > longestLastCalls;
+    if (slow) _exit(tookTooLong);
   }
   platform::UsbStack& stack() noexcept override { return hostile_; }
 
