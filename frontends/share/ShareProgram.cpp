@@ -143,6 +143,7 @@ void serve(const ShareOptions& options, const std::string& version) {
   server.certificate = contentOf(options.certificate);
   server.key = contentOf(options.key);
   server.log = log;
+  server.allows = [rules = AddressRules()](const sockaddr& client) { return rules.allows(client); };
   const Sharing sharing(shared, scannersAs(options), log);
   ScanJobs jobs(jobsFor(options, scanner, version));
   EsclServiceSetup setup;
@@ -152,7 +153,6 @@ void serve(const ShareOptions& options, const std::string& version) {
   setup.servesNetwork = listening.servesNetwork;
   setup.isConnected = [&sharing] { return sharing.isConnected(); };
   EsclService service(jobs, std::move(setup));
-  server.allows = [rules = AddressRules()](const sockaddr& client) { return rules.allows(client); };
   const HttpServer http(service, std::move(server));
   announce(shared.identity.name, listening, shared.encrypted);
   notifyReady();
