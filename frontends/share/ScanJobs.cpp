@@ -71,6 +71,7 @@ std::shared_ptr<PageJob> ScanJobs::begin(const ScanTicket& ticket, std::string& 
   JobOrder order{setup_.newId(), ticket, setup_.request, {}};
   order.request.settings = ticket.settings;
   order.request.threshold = ticket.threshold;
+  if (ticket.threshold) order.request.tone = Tone();
   order.settings.software = setup_.software;
   const auto job = std::make_shared<PageJob>(std::move(order), setup_.now);
   try {

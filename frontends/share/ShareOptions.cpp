@@ -45,8 +45,11 @@ void addServerOptions(CLI::App& app, ShareOptions& options) {
                  "Where to listen; may be given several times (default: this machine only)")
       ->type_name("ADDRESS")
       ->allow_extra_args(false);
-  app.add_flag("--announce", options.announce,
-               "Let programs find the scanner by themselves even if only this machine can use it");
+  app.add_option("--config", options.config, "Take what is not given here from this file, see share.conf")
+      ->type_name("FILE");
+  app.add_flag_function(
+      "--announce", [&options](std::int64_t) { options.announce = ShareConfig::Announce::local; },
+      "Let programs find the scanner by themselves even if only this machine can use it");
   app.add_option("--certificate", options.certificate, "Serve over TLS with this certificate, in PEM")
       ->type_name("FILE");
   app.add_option("--key", options.key, "The private key of the certificate, in PEM")->type_name("FILE");
@@ -105,10 +108,13 @@ bool anyUsed(const VirtualScannerOptions& options) {
 void check(const ShareOptions& options) {
   if (options.certificate.empty() != options.key.empty())
     throw ShareUsageError("--certificate and --key belong together. Give both or neither.");
-  if (options.isVirtual && !options.device.empty())
-    throw ShareUsageError("--virtual and --device exclude each other. Give one of them.");
   if (!options.isVirtual && anyUsed(options.virtualScanner))
     throw ShareUsageError("The options of the virtual scanner need --virtual.");
+}
+
+template <typename Option, typename Setting>
+void complete(Option& option, const Option& open, const Setting& setting) {
+  if (option == open && setting) option = *setting;
 }
 
 }  // namespace
@@ -133,6 +139,31 @@ ShareOptions parseShareOptions(int argc, const char* const* argv, const std::str
     options.text = output.str();
     return options;
   }
+  if (options.isVirtual && !options.device.empty())
+    throw ShareUsageError("--virtual and --device exclude each other. Give one of them.");
+  return options;
+}
+
+ShareOptions completed(ShareOptions options, const ShareConfig& config) {
+  if (!config.complaints.empty()) {
+    std::string all;
+    for (const std::string& complaint : config.complaints) all += (all.empty() ? "" : "\n") + complaint;
+    throw ShareUsageError(all);
+  }
+  if (!options.isVirtual) complete(options.device, {}, config.device);
+  complete(options.port, {}, config.port);
+  complete(options.name, {}, config.name);
+  if (options.bind.empty()) options.bind = config.bind;
+  complete(options.announce, {}, config.announce);
+  // The two belong together: one of the command line does not go with the other of the file.
+  if (options.certificate.empty() && options.key.empty()) {
+    complete(options.certificate, {}, config.certificate);
+    complete(options.key, {}, config.key);
+  }
+  complete(options.timeout, {}, config.timeout);
+  options.serverNames = config.serverNames;
+  options.allow = config.allow;
+  options.tone.gammaHundredths = config.gammaHundredths.value_or(Tone().gammaHundredths);
   check(options);
   return options;
 }

@@ -9,6 +9,8 @@
 
 #include "ScanLimits.h"
 #include "ScanRequest.h"
+#include "ShareConfig.h"
+#include "Tone.h"
 
 namespace frontend::share {
 
@@ -20,22 +22,31 @@ class ShareUsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The options of q750-share.
+// How the server is to be run: the command line, and the configuration where that leaves something open.
 struct ShareOptions {
-  std::string text;                  // not empty: help or version, to be printed instead of serving
-  std::string device;                // empty: the first real one
-  std::uint16_t port = defaultPort;  // 0: any free one
-  std::string name;                  // empty: by the model and the machine
-  std::vector<std::string> bind;     // empty: this machine only
-  bool announce = false;             // also if only this machine is served
-  std::string certificate;           // files; both or none
+  std::string text;                   // not empty: help or version, to be printed instead of serving
+  std::string config;                 // a file; empty: none
+  std::string device;                 // empty: the first real one
+  std::optional<std::uint16_t> port;  // 0: any free one; nothing: defaultPort
+  std::string name;                   // empty: by the model and the machine
+  std::vector<std::string> bind;      // empty: this machine only
+  std::optional<ShareConfig::Announce> announce;  // nothing: on
+  std::string certificate;                        // files; both or none
   std::string key;
   bool isVirtual = false;
   VirtualScannerOptions virtualScanner;
-  std::chrono::milliseconds timeout = limits::defaultTimeout;
+  std::optional<std::chrono::milliseconds> timeout;  // nothing: limits::defaultTimeout
+  // Of the configuration alone.
+  std::vector<std::string> serverNames;
+  std::vector<std::string> allow;
+  Tone tone;
 };
 
 // Parses the command line. Throws ShareUsageError.
 ShareOptions parseShareOptions(int argc, const char* const* argv, const std::string& version);
+
+// The options with what they leave open taken from the configuration. Throws ShareUsageError for a
+// configuration with complaints, and for options that contradict each other.
+ShareOptions completed(ShareOptions options, const ShareConfig& config);
 
 }  // namespace frontend::share

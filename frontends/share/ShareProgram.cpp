@@ -110,7 +110,8 @@ void announce(const std::string& name, const ListenSockets& listening, bool tls)
 ScanJobsSetup jobsFor(const ShareOptions& options, const std::string& scanner, const std::string& version) {
   ScanJobsSetup setup;
   setup.request.scanner = scanner;
-  setup.request.timeout = options.timeout;
+  setup.request.timeout = options.timeout.value_or(limits::defaultTimeout);
+  setup.request.tone = options.tone;
   setup.request.virtualScanner = options.virtualScanner;
   setup.software = version;
   setup.log = log;
@@ -125,8 +126,33 @@ SharingSetup sharingFor(const ShareOptions& options, const std::string& scanner,
   setup.encrypted = !options.certificate.empty();
   setup.address = addressOf(machine, listening, setup.encrypted);
   setup.note = machine.host;
-  setup.listening = listening;
-  setup.locally = options.announce;
+  const auto wanted = options.announce.value_or(ShareConfig::Announce::on);
+  setup.locally = wanted == ShareConfig::Announce::local;
+  // What listens nowhere is announced nowhere.
+  if (wanted != ShareConfig::Announce::off) setup.listening = listening;
+  return setup;
+}
+
+HttpServerSetup serverFor(const ShareOptions& options, ListenSockets& listening) {
+  HttpServerSetup setup;
+  setup.sockets = std::move(listening.sockets);
+  setup.certificate = contentOf(options.certificate);
+  setup.key = contentOf(options.key);
+  setup.allows = [rules = AddressRules(options.allow)](const sockaddr& client) {
+    return rules.allows(client);
+  };
+  setup.log = log;
+  return setup;
+}
+
+EsclServiceSetup serviceFor(const ShareOptions& options, const Machine& machine, const SharingSetup& shared,
+                            const ListenSockets& listening) {
+  EsclServiceSetup setup;
+  setup.identity = shared.identity;
+  setup.address = shared.address;
+  setup.ownNames = namesOfMachine(machine.host);
+  setup.ownNames.insert(setup.ownNames.end(), options.serverNames.begin(), options.serverNames.end());
+  setup.servesNetwork = listening.servesNetwork;
   return setup;
 }
 
@@ -135,23 +161,14 @@ void serve(const ShareOptions& options, const std::string& version) {
   const std::string scanner = scannerOf(options);
   if (!parseScannerName(scanner)) throw ShareUsageError("--device " + scanner + ": not a name of q750 list.");
   ListenSockets listening = inheritedSockets();
-  if (listening.sockets.empty()) listening = listenOn(options.bind, options.port);
+  if (listening.sockets.empty()) listening = listenOn(options.bind, options.port.value_or(defaultPort));
   const Machine machine = thisMachine();
   const SharingSetup shared = sharingFor(options, scanner, machine, listening.addresses);
-  HttpServerSetup server;
-  server.sockets = std::move(listening.sockets);
-  server.certificate = contentOf(options.certificate);
-  server.key = contentOf(options.key);
-  server.log = log;
-  server.allows = [rules = AddressRules()](const sockaddr& client) { return rules.allows(client); };
+  HttpServerSetup server = serverFor(options, listening);
+  EsclServiceSetup setup = serviceFor(options, machine, shared, listening);
   const Sharing sharing(shared, scannersAs(options), log);
-  ScanJobs jobs(jobsFor(options, scanner, version));
-  EsclServiceSetup setup;
-  setup.identity = shared.identity;
-  setup.address = shared.address;
-  setup.ownNames = namesOfMachine(machine.host);
-  setup.servesNetwork = listening.servesNetwork;
   setup.isConnected = [&sharing] { return sharing.isConnected(); };
+  ScanJobs jobs(jobsFor(options, scanner, version));
   EsclService service(jobs, std::move(setup));
   const HttpServer http(service, std::move(server));
   announce(shared.identity.name, listening, shared.encrypted);
@@ -172,7 +189,8 @@ int runShareProgram(int argc, const char* const* argv, const std::string& versio
   const std::string program = "q750-share " + version;
   const ShareOptions options = parseShareOptions(argc, argv, program);
   if (!options.text.empty()) return print(options.text), good;
-  serve(options, program);
+  const ShareConfig config = options.config.empty() ? ShareConfig() : ShareConfig::load(options.config);
+  serve(completed(options, config), program);
   return good;
 } catch (const ShareUsageError& error) {
   return fail(usage, error.what());

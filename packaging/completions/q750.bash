@@ -47,7 +47,7 @@ _q750_faults() {
 # Offers the values of an option. Fails for a flag.
 _q750_values() {
   case $1 in
-    -o | --output | --virtual-paper | --certificate | --key) _q750_files ;;
+    -o | --output | --virtual-paper | --certificate | --key | --config) _q750_files ;;
     -d | --device) _q750_offer < <(_q750_devices) ;;
     -m | --mode) _q750_offer < <(printf '%s\n' color gray lineart) ;;
     -r | --resolution) _q750_offer < <(printf '%s\n' 75 150 200 300 400 600) ;;
@@ -84,7 +84,7 @@ _q750_options() {
         --virtual-speed --virtual-real-time
       ;;
     share)
-      printf '%s\n' --version --device --port --name --bind --certificate --key --timeout --virtual --virtual-paper \
+      printf '%s\n' --version --device --port --name --bind --announce --config --certificate --key --timeout --virtual --virtual-paper \
         --virtual-fault --virtual-packet-size --virtual-warm-up --virtual-speed --virtual-real-time
       ;;
     virtual) printf '%s\n' --listen --virtual-paper --virtual-fault --virtual-packet-size ;;

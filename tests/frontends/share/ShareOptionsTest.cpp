@@ -23,7 +23,7 @@ ShareOptions parseShare(std::vector<const char*> arguments) {
 
 std::string errorOf(const std::vector<const char*>& arguments) {
   try {
-    parseShare(arguments);
+    completed(parseShare(arguments), {});
   } catch (const ShareUsageError& error) {
     return error.what();
   }
@@ -34,15 +34,16 @@ TEST(ShareOptions, ServeThisMachineByDefault) {
   const ShareOptions options = parseShare({});
   EXPECT_EQ(options.text, "");
   EXPECT_EQ(options.device, "");
-  EXPECT_EQ(options.port, 8750);
+  EXPECT_EQ(options.port, std::nullopt);
   EXPECT_THAT(options.bind, IsEmpty());
-  EXPECT_EQ(options.timeout, limits::defaultTimeout);
+  EXPECT_EQ(options.timeout, std::nullopt);
+  EXPECT_EQ(options.announce, std::nullopt);
 }
 
 TEST(ShareOptions, AreTaken) {
-  const ShareOptions options =
-      parseShare({"--device", "usb:1-2", "--port", "0", "--name", "Office", "--bind", "::", "--bind",
-                  "10.0.0.1", "--certificate", "c.pem", "--key", "k.pem", "--timeout", "2.5"});
+  const ShareOptions options = parseShare({"--device", "usb:1-2", "--port", "0", "--name", "Office", "--bind",
+                                           "::", "--bind", "10.0.0.1", "--certificate", "c.pem", "--key",
+                                           "k.pem", "--timeout", "2.5", "--announce", "--config", "my.conf"});
   EXPECT_EQ(options.device, "usb:1-2");
   EXPECT_EQ(options.port, 0);
   EXPECT_EQ(options.name, "Office");
@@ -50,6 +51,8 @@ TEST(ShareOptions, AreTaken) {
   EXPECT_EQ(options.certificate, "c.pem");
   EXPECT_EQ(options.key, "k.pem");
   EXPECT_EQ(options.timeout, 2500ms);
+  EXPECT_EQ(options.announce, ShareConfig::Announce::local);
+  EXPECT_EQ(options.config, "my.conf");
 }
 
 TEST(ShareOptions, OfTheVirtualScannerAreTaken) {
@@ -64,6 +67,46 @@ TEST(ShareOptions, OfTheVirtualScannerAreTaken) {
   EXPECT_EQ(options.warmUpMs, 5U);
   EXPECT_EQ(options.bytesPerSecond, 7U);
   EXPECT_TRUE(options.realTime);
+}
+
+TEST(ShareOptions, TakeWhatTheyLeaveOpenFromTheConfiguration) {
+  const ShareConfig config = ShareConfig::parse(
+      "device = usb:1-2\nport = 99\nname = Office\nbind = ::\nserver_names = scan.example\nallow = any\n"
+      "certificate = /c\nkey = /k\ngamma = 1.5\ntimeout = 7\nannounce = off\n",
+      "share.conf");
+  const ShareOptions options = completed(parseShare({}), config);
+  EXPECT_EQ(options.device, "usb:1-2");
+  EXPECT_EQ(options.port, 99);
+  EXPECT_EQ(options.name, "Office");
+  EXPECT_THAT(options.bind, ElementsAre("::"));
+  EXPECT_THAT(options.serverNames, ElementsAre("scan.example"));
+  EXPECT_THAT(options.allow, ElementsAre("any"));
+  EXPECT_EQ(options.certificate + options.key, "/c/k");
+  EXPECT_EQ(options.tone.gammaHundredths, 150U);
+  EXPECT_EQ(options.timeout, 7s);
+  EXPECT_EQ(options.announce, ShareConfig::Announce::off);
+}
+
+TEST(ShareOptions, ComeBeforeTheConfiguration) {
+  const ShareConfig config = ShareConfig::parse(
+      "device = usb:1-2\nport = 99\nname = Office\nbind = ::\ncertificate = /c\nkey = /k\ntimeout = 7\n",
+      "share.conf");
+  const ShareOptions options =
+      completed(parseShare({"--virtual", "--port", "0", "--name", "Home", "--bind", "127.0.0.1",
+                            "--certificate", "c", "--key", "k", "--timeout", "9"}),
+                config);
+  EXPECT_EQ(options.device, "");
+  EXPECT_EQ(options.port, 0);
+  EXPECT_EQ(options.name, "Home");
+  EXPECT_THAT(options.bind, ElementsAre("127.0.0.1"));
+  EXPECT_EQ(options.certificate + options.key, "ck");
+  EXPECT_EQ(options.timeout, 9s);
+}
+
+TEST(ShareOptions, AreNotCompletedByAConfigurationWithComplaints) {
+  const ShareConfig config = ShareConfig::parse("prot = 99\nfrob = 1\n", "share.conf");
+  EXPECT_EQ(config.complaints.size(), 2U);
+  EXPECT_THROW(completed(parseShare({}), config), ShareUsageError);
 }
 
 TEST(ShareOptions, AreExplained) {

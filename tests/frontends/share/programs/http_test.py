@@ -152,7 +152,7 @@ class Requests(HttpTest):
             self.assertEqual(response.status, 200 if number % 2 else 404)
             response.read()
             self.assertFalse(response.will_close)
-        self.assertTrue(eventually(lambda: self.server.log().count("\n") == 100))
+        self.assertTrue(eventually(lambda: len(self.server.logged_requests()) == 100))
 
     def test_follow_each_other_without_waiting(self):
         client = self.connect()
@@ -187,8 +187,8 @@ class Requests(HttpTest):
     def test_are_logged_in_one_line_each(self):
         self.exchange(
             "GET /a\x01\x1b[31m" + "b" * 300 + " HTTP/1.1\r\nHost: localhost\r\n\r\n")
-        self.assertTrue(eventually(self.server.log))
-        line, = self.server.log().splitlines()
+        self.assertTrue(eventually(self.server.logged_requests))
+        line, = self.server.logged_requests()
         self.assertRegex(line, r"^127\.0\.0\.1 GET /a\?\?\[31mb+ 404, \d+ bytes, \d+ ms$")
         self.assertLess(len(line), 260)
 

@@ -73,6 +73,9 @@ class Server:
     def log(self):
         return self.log_path.read_text()
 
+    def logged_requests(self):
+        return [line for line in self.log().splitlines() if line.startswith("127.0.0.1 ")]
+
     def end(self, test):
         """Ctrl-C, which ends it with success, whatever it was doing."""
         self.process.send_signal(signal.SIGINT)
