@@ -6,7 +6,7 @@ import time
 import unittest
 import urllib.request
 
-from mdns import TIMEOUT, Browser, Network, packets
+from mdns import TIMEOUT, Browser, Cable, Network, packets
 
 ANNOUNCE = os.environ["Q750_ANNOUNCE"]
 SCANIMAGE = os.environ["Q750_SCANIMAGE"]
@@ -188,6 +188,44 @@ class ScannerOnUsb(Announced):
         self.scanner.await_line(f'announced as "{NAME}"')
 
 
+class OnTwoMachines(unittest.TestCase):
+    def setUp(self):
+        cable = Cable()
+        self.addCleanup(cable.end)
+        self.near, self.far = (self.machine(end, host, within) for end, host, within in
+                               (("near", "myhost", ()), ("far", "otherhost", cable.within)))
+
+    def machine(self, interface, host, within):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        network = Network(folder.name, interface, host, within)
+        self.addCleanup(network.end)
+        network.start_bus()
+        network.start_daemon()
+        return network
+
+    def announce(self, machine):
+        scanner = machine.run(ANNOUNCE, NAME, "network")
+        self.addCleanup(scanner.end)
+        scanner.tell(f"publish 8750 {PAIRS}")
+        return scanner
+
+    def test_is_found_from_the_other_one(self):
+        self.announce(self.near)
+        browser = Browser(self.far)
+        self.addCleanup(browser.end)
+        self.assertEqual(browser.await_arrival(), (NAME, "myhost.local", Cable.ADDRESSES["near"], 8750, RECORD))
+
+    def test_takes_another_name_where_the_other_machine_has_its_own(self):
+        self.announce(self.far).await_line(f'announced as "{NAME}"')
+        self.announce(self.near).await_line(f'announced as "{NAME} #2"')
+        browser = Browser(self.near)
+        self.addCleanup(browser.end)
+        found = sorted(browser.await_arrival()[:3] for _ in range(2))
+        self.assertEqual(found, [(NAME, "otherhost.local", Cable.ADDRESSES["far"]),
+                                 (f"{NAME} #2", "myhost.local", Cable.ADDRESSES["near"])])
+
+
 class Server(Announced):
     """q750-share itself, which serves the virtual scanner."""
 
@@ -208,8 +246,8 @@ class Server(Announced):
         configuration.mkdir(exist_ok=True)
         (configuration / "dll.conf").write_text(back_end + "\n")
         (configuration / f"{back_end}.conf").write_text("")
-        return subprocess.run([SCANIMAGE, *words], env=self.network.environment | {"SANE_CONFIG_DIR": str(configuration)},
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, timeout=TIMEOUT)
+        environment = self.network.environment | {"SANE_CONFIG_DIR": str(configuration)}
+        return subprocess.run([SCANIMAGE, *words], env=environment, capture_output=True, text=True, timeout=TIMEOUT)
 
     def test_is_found_by_the_clients_of_this_machine(self):
         self.serve("--announce", "--name", "Our Q750")

@@ -8,6 +8,7 @@ import re
 import socket
 import subprocess
 import threading
+import unittest
 
 TIMEOUT = 30  # seconds, for what takes one or two
 
@@ -20,8 +21,8 @@ BUS = """<busconfig>
 </busconfig>
 """
 DAEMON = """[server]
-host-name=myhost
-allow-interfaces=lo
+host-name={host}
+allow-interfaces={interface}
 use-ipv4=yes
 use-ipv6=no
 ratelimit-interval-usec=0
@@ -83,10 +84,13 @@ def unescaped(name):
 
 
 class Network:
-    """A message bus and, between start_daemon() and stop_daemon(), the mDNS daemon."""
+    """A machine of its own on a network: a message bus and, between start_daemon() and stop_daemon(), the mDNS daemon.
+    `within` is a command that runs others on another machine."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, interface="lo", host="myhost", within=()):
         self.folder = pathlib.Path(folder)
+        self.names = {"interface": interface, "host": host}
+        self.within = within
         self.socket = self.folder / "bus"
         self.bus = self.daemon = None
         self.environment = os.environ | {"DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={self.socket}"}
@@ -100,7 +104,7 @@ class Network:
 
     def start_daemon(self):
         configuration = self.folder / "avahi.conf"
-        configuration.write_text(DAEMON)
+        configuration.write_text(DAEMON.format(**self.names))
         self.daemon = self.run("avahi-daemon", "-f", configuration, "--no-drop-root", "--no-chroot", "--no-rlimits")
         self.daemon.await_line("Server startup complete")
 
@@ -109,12 +113,35 @@ class Network:
         self.daemon = None
 
     def run(self, *command):
-        return Program(*command, env=self.environment)
+        return Program(*self.within, *command, env=self.environment)
 
     def end(self):
         for program in (self.daemon, self.bus):
             if program is not None:
                 program.end()
+
+
+class Cable:
+    """A network of two machines: this one at its end "near", and another, whose end is "far"."""
+
+    ADDRESSES = {"near": "10.9.0.1", "far": "10.9.0.2"}
+
+    def __init__(self):
+        self.other = Program("unshare", "--net", "--mount", "sh", "-c",
+                             "mount -t tmpfs none /run && echo ready && exec cat")
+        self.other.await_line("ready")
+        self.within = ("nsenter", f"--target={self.other.process.pid}", "--net", "--mount")
+        made = subprocess.run(["ip", "link", "add", "near", "type", "veth", "peer", "far", "netns",
+                               str(self.other.process.pid)], capture_output=True, text=True)
+        if made.returncode != 0:
+            self.end()
+            raise unittest.SkipTest(f"this system makes no cable between two networks: {made.stderr.strip()}")
+        for end, within in (("near", ()), ("far", self.within)):
+            subprocess.run([*within, "ip", "address", "add", f"{self.ADDRESSES[end]}/24", "dev", end], check=True)
+            subprocess.run([*within, "ip", "link", "set", end, "up"], check=True)
+
+    def end(self):
+        self.other.end()
 
 
 def packets():
