@@ -7,6 +7,7 @@
 #include <string>
 
 #include "ManualPage.h"
+#include "ShareConfig.h"
 #include "ShareOptions.h"
 
 namespace {
@@ -50,6 +51,17 @@ std::map<std::string, std::set<std::string>> manualOfOptions() {
 TEST(ManualPageOfTheNetworkServer, HasTheOptionsOfTheHelpWithTheirRangesAndDefaults) {
   EXPECT_GT(helpOfOptions().size(), 5U);
   EXPECT_EQ(manualOfOptions(), helpOfOptions());
+}
+
+TEST(ManualPageOfTheNetworkServer, HasTheSettingsOfItsConfiguration) {
+  std::set<std::string> documented;
+  for (const ManualPage::Entry& entry : ManualPage(Q750_SHARE_MANUAL_PAGE).entries("CONFIGURATION")) {
+    const std::regex name("[a-z_]+");
+    documented.insert(std::sregex_token_iterator(entry.tag.begin(), entry.tag.end(), name),
+                      std::sregex_token_iterator());
+  }
+  const auto settings = ShareConfig::settingNames();
+  EXPECT_EQ(documented, (std::set<std::string>(settings.begin(), settings.end())));
 }
 
 }  // namespace
