@@ -7,6 +7,7 @@ import time
 from processes import Run, strays
 
 FORMATS = ("png", "tiff", "jpg", "pdf", "pnm")
+LEAKS_BY_DESIGN = pathlib.Path(__file__).resolve().parent.parent / "lsan.supp"
 LONGEST_LIFE_OF_A_WORKER = 5  # seconds, once its front end is gone; it allows itself two
 
 
@@ -36,6 +37,8 @@ class Stage:
         self.environment = {name: value for name, value in os.environ.items() if not name.startswith("SANE_")}
         self.environment.update(LC_ALL="C", LD_LIBRARY_PATH=str(self.bin), SANE_CONFIG_DIR=str(self.bin),
                                 SOURCE_DATE_EPOCH="1700000000", XDG_CONFIG_HOME="/nonexistent")
+        if programs["sanitized"]:
+            self.environment["LSAN_OPTIONS"] = f"suppressions={LEAKS_BY_DESIGN}:print_suppressions=0"
 
     def configure(self, *lines):
         """More lines for quenvar.conf."""
