@@ -95,7 +95,8 @@ int PictureFile::finishHere() noexcept {
 // Where an allocation fails, the PDF library may end the process, and the pages with it. So it has one of its
 // own to end, which writes to the same file.
 void PictureFile::finishApart() {
-  const auto error = runApart([this] { return finishHere(); }, ENOMEM, [this] { return sink_.cancelled(); });
+  const auto error =
+      platform::runApart([this] { return finishHere(); }, ENOMEM, [this] { return sink_.cancelled(); });
   if (!error) return writer_->finish();
   if (*error != 0) sink_.fail(*error);
 }
@@ -120,9 +121,9 @@ void PictureFile::shrink() {
   pages_ = onDisk_ && !sink_.cancelled() ? writer_->shrink(shortage) : 0;
 }
 
-// Memory that runs out may have done so for a moment only: then no page has to go.
+// What was missing may have been so for a moment only: then no page has to go.
 bool PictureFile::completeAgain() {
-  if (!saved_.noMemory || !isWrittenAtOnce() || sink_.cancelled()) return false;
+  if (!isWrittenAtOnce() || sink_.cancelled()) return false;
   sink_.recover();
   if (!sink_.truncate(0) || !sink_.seek(0) || !complete()) return false;
   saved_.problem.clear();

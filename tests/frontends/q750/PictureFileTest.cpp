@@ -75,7 +75,7 @@ TEST_F(SavingPages, OfAPdfWithoutMemoryIsReportedWithoutMemory) {
 constexpr int endedStatus = 200;
 
 std::optional<int> resultOf(const std::function<int()>& work) {
-  return runApart(work, endedStatus, [] { return false; });
+  return platform::runApart(work, endedStatus, [] { return false; });
 }
 
 TEST(WorkThatRunsApart, ReturnsItsResult) {

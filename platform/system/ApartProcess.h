@@ -3,7 +3,7 @@
 #include <functional>
 #include <optional>
 
-namespace frontend {
+namespace platform {
 
 // Runs work in a child process, so that what ends it there, a signal or std::terminate() in a library, ends
 // nothing else. The child has a copy of the memory and the same files; of what it does only the content of
@@ -14,4 +14,4 @@ namespace frontend {
 std::optional<int> runApart(const std::function<int()>& work, int ended,
                             const std::function<bool()>& unwanted);
 
-}  // namespace frontend
+}  // namespace platform

@@ -8,7 +8,7 @@
 #include <csignal>
 #include <exception>
 
-namespace frontend {
+namespace platform {
 namespace {
 
 [[noreturn]] void endChild() {
@@ -35,4 +35,4 @@ std::optional<int> runApart(const std::function<int()>& work, int ended,
   return WIFEXITED(status) ? WEXITSTATUS(status) : ended;
 }
 
-}  // namespace frontend
+}  // namespace platform
