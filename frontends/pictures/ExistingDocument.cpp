@@ -2,15 +2,19 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <exception>
 #include <new>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
+#include "ApartProcess.h"
 #include "OutputError.h"
 #include "PdfDocument.h"
 #include "TiffDocument.h"
@@ -26,6 +30,44 @@ namespace {
   if (error == ELOOP) refuse(path, "it is a symbolic link. Name the file that it points to.");
   if (error == EACCES || error == EPERM || error == EROFS) refuse(path, "you may not change it.");
   refuse(path, std::generic_category().message(error) + ".");
+}
+
+// What a child process finds in a document.
+struct Finding {
+  std::uint32_t pages;
+  char complaint[300];
+};
+using SharedFinding = std::unique_ptr<Finding, void (*)(Finding*)>;
+
+SharedFinding makeSharedFinding() {
+  void* const place =
+      mmap(nullptr, sizeof(Finding), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (place == MAP_FAILED) throw std::bad_alloc();
+  return {new (place) Finding(), [](Finding* finding) { munmap(finding, sizeof *finding); }};
+}
+
+// Returns an errno.
+int examineDocument(int descriptor, PictureFormat format, Finding& finding) {
+  try {
+    finding.pages = format == PictureFormat::pdf ? pagesOfPdf(descriptor) : pagesOfTiff(descriptor);
+    return 0;
+  } catch (const std::bad_alloc&) {
+    return ENOMEM;
+  } catch (const std::exception& error) {
+    std::snprintf(finding.complaint, sizeof finding.complaint, "%s", error.what());
+    return EBADMSG;
+  }
+}
+
+// Throws std::exception whose text is a clause. In a process of its own: both libraries may crash where an
+// allocation fails.
+std::uint32_t pagesOf(int descriptor, PictureFormat format) {
+  const SharedFinding finding = makeSharedFinding();
+  const auto examine = [&] { return examineDocument(descriptor, format, *finding); };
+  const int error = platform::runApart(examine, ENOMEM, [] { return false; }).value_or(ENOMEM);
+  if (error == ENOMEM) throw std::bad_alloc();
+  if (error != 0) throw std::runtime_error(finding->complaint);
+  return finding->pages;
 }
 
 }  // namespace
@@ -54,7 +96,7 @@ void ExistingDocument::examine(PictureFormat format) {
     refuse(path_, "it is too large. Scan to a new file.");
   if (const auto mark = platform::FileMark::of(descriptor())) mark_ = *mark;
   try {
-    pages_ = format == PictureFormat::pdf ? pagesOfPdf(descriptor()) : pagesOfTiff(descriptor());
+    pages_ = pagesOf(descriptor(), format);
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {

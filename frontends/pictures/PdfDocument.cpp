@@ -164,6 +164,28 @@ void requireComplete(QPDF& document, std::size_t pages) {
                            std::to_string(pages));
 }
 
+std::uint32_t pagesFoundIn(int descriptor) {
+  char header[5] = {};
+  if (pread(descriptor, header, sizeof header, 0) != sizeof header || std::string(header, 5) != "%PDF-")
+    throw std::runtime_error("it is not a PDF file");
+  QPDF document;
+  document.setSuppressWarnings(true);
+  try {
+    open(document, descriptor);
+    if (document.isEncrypted()) throw std::runtime_error("it is encrypted");
+    if (isSigned(document))
+      throw std::runtime_error("it is signed, and another page would break the signature");
+    Pl_Discard nothing;
+    write(document, nothing, true);
+    if (document.anyWarnings()) throw document.getWarnings().front();
+    return static_cast<std::uint32_t>(document.getAllPages().size());
+  } catch (const QPDFExc& error) {
+    throwIfNoMemory(error);
+    if (error.getErrorCode() == qpdf_e_password) throw std::runtime_error("it is encrypted");
+    throw std::runtime_error("it is damaged (" + error.getMessageDetail() + ")");
+  }
+}
+
 }  // namespace
 
 void writePdfDocument(ByteSink& sink, const std::vector<PdfPicture>& pages, const PictureSettings& settings) {
@@ -185,26 +207,13 @@ void writePdfDocument(ByteSink& sink, const std::vector<PdfPicture>& pages, cons
   requireComplete(document, all);
 }
 
-std::uint32_t pagesOfPdf(int descriptor) {
-  char header[5] = {};
-  if (pread(descriptor, header, sizeof header, 0) != sizeof header || std::string(header, 5) != "%PDF-")
-    throw std::runtime_error("it is not a PDF file");
-  QPDF document;
-  document.setSuppressWarnings(true);
-  try {
-    open(document, descriptor);
-    if (document.isEncrypted()) throw std::runtime_error("it is encrypted");
-    if (isSigned(document))
-      throw std::runtime_error("it is signed, and another page would break the signature");
-    Pl_Discard nothing;
-    write(document, nothing, true);
-    if (document.anyWarnings()) throw document.getWarnings().front();
-    return static_cast<std::uint32_t>(document.getAllPages().size());
-  } catch (const QPDFExc& error) {
-    throwIfNoMemory(error);
-    if (error.getErrorCode() == qpdf_e_password) throw std::runtime_error("it is encrypted");
-    throw std::runtime_error("it is damaged (" + error.getMessageDetail() + ")");
-  }
+// Twice, if need be: memory that runs out for a moment can look like any damage.
+std::uint32_t pagesOfPdf(int descriptor) try {
+  return pagesFoundIn(descriptor);
+} catch (const std::bad_alloc&) {
+  throw;
+} catch (const std::exception&) {
+  return pagesFoundIn(descriptor);
 }
 
 }  // namespace frontend

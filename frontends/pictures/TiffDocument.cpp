@@ -5,6 +5,7 @@
 #include <tiffio.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -16,13 +17,16 @@
 namespace frontend {
 namespace {
 
-// The library's first complaint, which is the cause of the others.
+// The library's first complaint, which is the cause of the others; for an allocation that failed it has only
+// a text, but errno.
 struct Complaint {
   char text[200] = {};
+  bool noMemory = false;
 };
 
 int noteComplaint(TIFF* /*tiff*/, void* user, const char* /*module*/, const char* format, va_list arguments) {
   auto& complaint = *static_cast<Complaint*>(user);
+  complaint.noMemory = complaint.noMemory || errno == ENOMEM;
   if (complaint.text[0] == '\0') std::vsnprintf(complaint.text, sizeof complaint.text, format, arguments);
   return 1;
 }
@@ -36,7 +40,8 @@ int noteMissingField(TIFF* tiff, void* user, const char* module, const char* for
   return harmless ? 1 : noteComplaint(tiff, user, module, format, arguments);
 }
 
-[[noreturn]] void throwDamaged(const std::string& why) {
+[[noreturn]] void throwDamaged(const Complaint& complaint, const std::string& why) {
+  if (complaint.noMemory) throw std::bad_alloc();
   throw std::runtime_error("it is damaged" + (why.empty() ? "" : " (" + why + ")"));
 }
 
@@ -67,6 +72,7 @@ std::uint32_t pagesOfTiff(int descriptor) {
   struct stat status {};
   fstat(descriptor, &status);
   Complaint complaint;
+  errno = 0;
   const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(TIFFOpenOptionsAlloc(),
                                                                                  TIFFOpenOptionsFree);
   if (!options) throw std::bad_alloc();
@@ -78,16 +84,16 @@ std::uint32_t pagesOfTiff(int descriptor) {
   const std::unique_ptr<TIFF, decltype(&TIFFClose)> tiff(TIFFFdOpenExt(own, "document", "rm", options.get()),
                                                          TIFFClose);
   if (!tiff && own >= 0) close(own);
-  if (!tiff) throwDamaged(complaint.text);
+  if (!tiff) throwDamaged(complaint, complaint.text);
   std::uint32_t pages = 0;
   do {
     if (!hasAllPixels(tiff.get(), static_cast<std::uint64_t>(status.st_size)))
-      throwDamaged("the pixels of page " + std::to_string(pages + 1) + " are missing");
+      throwDamaged(complaint, "the pixels of page " + std::to_string(pages + 1) + " are missing");
     ++pages;
   } while (TIFFReadDirectory(tiff.get()) == 1);
-  if (complaint.text[0] != '\0') throwDamaged(complaint.text);
+  if (complaint.text[0] != '\0') throwDamaged(complaint, complaint.text);
   // In a chain of directories without an end no page could be added.
-  if (TIFFLastDirectory(tiff.get()) == 0) throwDamaged("its directories have no end");
+  if (TIFFLastDirectory(tiff.get()) == 0) throwDamaged(complaint, "its directories have no end");
   return pages;
 }
 

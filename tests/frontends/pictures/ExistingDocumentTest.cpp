@@ -6,9 +6,11 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <new>
 #include <string>
 
 #include "ExistingDocument.h"
+#include "MallocFaults.h"
 #include "OutputError.h"
 #include "PictureFiles.h"
 #include "PictureWriter.h"
@@ -164,6 +166,21 @@ TEST_F(Existing, GivesItsPermissionsToTheNewFile) {
   ExistingDocument::open(path, PictureFormat::pdf)->copyPermissionsTo(file);
   close(file);
   EXPECT_EQ(modeOf(folder / "new"), 0640U);
+}
+
+TEST_F(Existing, IsNotCalledDamagedWhereMemoryRunsOutForAMoment) {
+  for (const PictureFormat format : formats()) {
+    const std::string path = documentOf(format, 2);
+    bool failed = true;
+    for (int n = 1; failed; n += 2) {
+      const MallocFaults faults = MallocFaults::nth(n);
+      try {
+        EXPECT_EQ(pagesOf(path, format), 2U) << n;
+      } catch (const std::bad_alloc&) {
+      }
+      failed = faults.happened();
+    }
+  }
 }
 
 }  // namespace
