@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
@@ -46,7 +47,13 @@ tmsize_t readBytes(thandle_t handle, void* bytes, tmsize_t count) {
   return static_cast<tmsize_t>(sinkOf(handle).read(bytes, static_cast<std::size_t>(count)));
 }
 
+// The library also writes from buffers for which it has found no memory.
 tmsize_t writeBytes(thandle_t handle, void* bytes, tmsize_t count) {
+  if (bytes == nullptr && count > 0) {
+    errno = ENOMEM;
+    streamOf(handle).fail("out of memory");
+    return -1;
+  }
   return streamOf(handle).journal.write(bytes, static_cast<std::size_t>(count)) ? count : -1;
 }
 

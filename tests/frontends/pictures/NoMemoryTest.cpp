@@ -48,6 +48,7 @@ class NoMemory : public testing::Test {
     try {
       writePage(writer);
       abandoned = !sink.good();
+      EXPECT_EQ(sink.outOfMemory(), abandoned) << n << " " << sink.failure();
     } catch (const std::bad_alloc&) {
     }
     if (!faults.happened()) return false;
