@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "AllocationFaults.h"
+#include "MallocFaults.h"
 #include "Program.h"
 #include "TemporaryFolder.h"
 
@@ -57,6 +58,15 @@ TEST_F(NoMemory, EndsNoCommandWithoutASentence) {
       EXPECT_TRUE(!failed_ || (code == 10 && !errors_.empty())) << command[1] << " " << n << " " << errors_;
     }
   }
+}
+
+// std::terminate() is called without one where even its reserve of memory is missing.
+TEST(NoMemoryDeathTest, IsReportedWhereNoExceptionCanBeMade) {
+  const auto terminate = [] {
+    const MallocFaults faults = MallocFaults::from(1);
+    frontend::endWithoutMemory();
+  };
+  EXPECT_EXIT(terminate(), testing::ExitedWithCode(10), "q750: There is not enough memory");
 }
 
 }  // namespace
