@@ -9,6 +9,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "DeviceIdentity.h"
@@ -93,6 +94,30 @@ TEST_F(UsbCommandLine, ListsTheScannerWhereUsbCannotBeReleased) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
   EXPECT_EQ(result.output, "usb:1-1  Quenvar Q750\nvirtual  Quenvar Q750 (virtual)\n");
   EXPECT_EQ(result.errors, "");
+}
+
+bool hasChild(pid_t process) {
+  const std::string number = std::to_string(process);
+  return !contentOf("/proc/" + number + "/task/" + number + "/children").empty();
+}
+
+TEST_F(UsbCommandLine, IsCancelledWhereUsbHangs) {
+  setenv("LD_PRELOAD", Q750_HANGING_USB, 1);
+  Pipe out, errors;
+  const auto start = std::chrono::steady_clock::now();
+  const pid_t process = startProgram({"scan", "-o", path}, out.writer(), errors.writer());
+  errors.closeWriter();
+  while (!hasChild(process)) std::this_thread::yield();  // which lists
+  kill(process, SIGINT);
+  EXPECT_EQ(readAll(errors.reader()), "q750: The scan was cancelled; nothing was saved.\n");
+  EXPECT_EQ(waitFor(process), 130);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+TEST_F(UsbCommandLine, ScansFromTheVirtualScannerWhereUsbHangs) {
+  setenv("LD_PRELOAD", Q750_HANGING_USB, 1);
+  const ProgramResult result = scanUsb({"-d", "virtual"});
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
 }
 
 TEST_F(UsbCommandLine, ScansTheVeryPixelsOfTheVirtualScanner) {
