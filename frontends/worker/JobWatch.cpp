@@ -89,8 +89,10 @@ IOReturn JobWatch::afterWrite(std::uint8_t pipe, IOReturn status) {
   return status;
 }
 
+// Each piece of an answer restarts the time-out: one of the last calls would last as long as bytes drip.
 bool JobWatch::answerIsCut(std::uint8_t pipe) const {
-  return pipes_.roleOf(pipe) == PipeRole::reply && state_ != JobState::over && packets_.insidePacket();
+  const bool expected = state_ != JobState::over && !times_.lastCallsOver();
+  return pipes_.roleOf(pipe) == PipeRole::reply && expected && packets_.insidePacket();
 }
 
 std::optional<IOReturn> JobWatch::afterRead(std::uint8_t pipe, IOReturn status, const void* bytes,

@@ -39,6 +39,8 @@ class TransferTimes {
   bool quiet() const;
   // From now on all transfers together have a short while: nobody needs their answers.
   void beginLastCalls();
+  // Whether that while is over.
+  bool lastCallsOver() const { return lastCallsEnd_ && now_() >= *lastCallsEnd_; }
 
   // The time-outs of the next transfer, of those that the library asks for. None of them is 0.
   TransferTimeouts forJobStream(const TransferTimeouts& asked) const;

@@ -69,6 +69,19 @@ TEST(HostileScanner, OfAnySeedEndsTheScanAsDesigned) {
   EXPECT_EQ(goodScan(Q750_WORKER), "The page was scanned.");
 }
 
+// Once, the scans with these devices did not.
+TEST(HostileScanner, OfAKeptSeedEndsTheScanAsDesigned) {
+  static constexpr struct {
+    std::uint32_t seed;
+    const char* finding;
+  } kept[] = {
+      {4329, "the answer to one of the last calls dripped in for longer than all of them may take"},
+      {11748, "the same, in smaller pieces"},
+  };
+  for (const auto& [seed, finding] : kept)
+    EXPECT_EQ(complaintAbout(seed, Q750_HOSTILE_WORKER), "") << "seed " << seed << ": " << finding;
+}
+
 // The first seed that probes this side of a bound.
 std::uint32_t seedOf(const Probe& probe, bool beyond) {
   for (std::uint32_t seed = 1;; ++seed) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "WatchedJobDriver.h"
+#include "WorkerTimes.h"
 
 namespace {
 
@@ -262,6 +263,18 @@ TEST_F(WatchedJob, TellsThatAnAnswerIsCut) {
   answer(reply.substr(20));
   EXPECT_FALSE(watch.answerIsCut(pipes.reply));
   EXPECT_TRUE(ask("start"));
+}
+
+TEST_F(WatchedJob, WaitsForNoRestOfAnAnswerOnceTheTimeOfTheLastCallsIsUp) {
+  startJob();
+  stream(packet(0xDD, smallHeader + "abcdefghijkl") + packet(0xFF));
+  EXPECT_EQ(watch.beforeRead(pipes.data), kIOUSBTransactionTimeout);
+  ask("done");
+  answer(response("0").substr(0, 20));
+  EXPECT_TRUE(watch.answerIsCut(pipes.reply));
+  now += workertimes::finalCallsTimeout;
+  EXPECT_FALSE(watch.answerIsCut(pipes.reply));
+  EXPECT_EQ(status(), ScanStatus::good);
 }
 
 TEST_F(WatchedJob, EndsWhereATransferOfACallFails) {
