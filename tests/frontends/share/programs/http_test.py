@@ -11,7 +11,7 @@ import threading
 import time
 import unittest
 
-from share_host import PATIENCE, STAGE, ShareHost, eventually, ticket
+from share_host import PATIENCE, STAGE, ShareHost, eventually, read_if_there, ticket
 
 NO_JOB = "/eSCL/ScanJobs/5f0c1a52-7a0e-4d5b-9d3c-0b6a6d1e7501"
 LARGE = {"mode": "RGB24", "resolution": 300, "format": "image/jpeg"}  # more than the system buffers for a client
@@ -343,6 +343,26 @@ class LiveTransfers(HttpTest):
         self.assertLess(time.monotonic() - begin, 3)
         with self.assertRaises((http.client.IncompleteRead, ConnectionError)):
             page.read()
+
+    def test_are_cut_when_the_worker_is_killed(self):
+        job = self.server.post(mode="RGB24")
+        self.assertTrue(eventually(lambda: self.server.job_state(job) == "Processing"))
+        worker, = self.server.workers()
+        os.kill(int(worker), signal.SIGKILL)
+        self.assertTrue(eventually(lambda: self.server.job_state(job) == "Aborted"))
+        code, _, body = self.server.request("GET", job + "/NextDocument")
+        self.assertEqual(code, 500)
+        self.assertIn(b"killed by signal 9", body)
+        self.assertTrue(eventually(self.server.is_free))
+        self.server.request("DELETE", self.server.post(mode="RGB24"))
+
+    def test_leave_no_worker_behind_when_the_server_is_killed(self):
+        self.server.post(mode="RGB24")
+        worker, = self.server.workers()
+        self.server.expected = -signal.SIGKILL
+        self.server.process.kill()
+        command = pathlib.Path(f"/proc/{worker}/cmdline")  # empty for a process that nobody has waited for
+        self.assertTrue(eventually(lambda: read_if_there(command) == "", 4))
 
     def test_keep_the_scanner_from_others(self):
         self.server.post(mode="RGB24")

@@ -58,6 +58,7 @@ class Server:
 
     def __init__(self, test, *arguments):
         self.folder = test.folder
+        self.expected = 0  # exit status
         self.log_path = test.folder / f"log-{time.monotonic_ns()}"
         with open(self.log_path, "wb") as log:
             self.process = subprocess.Popen([STAGE["share"], "--virtual", "--port", "0", *arguments],
@@ -86,7 +87,7 @@ class Server:
             self.process.wait()
             status = "never"
         self.process.stdout.close()
-        test.assertEqual(status, 0, self.log())
+        test.assertEqual(status, self.expected, self.log())
         test.assertEqual([str(path) for path in self.folder.glob("q750-share-*")], [], "a page has a name")
 
     def request(self, method, path, body=None, headers=None):
