@@ -1,7 +1,9 @@
+import http.server
 import os
 import signal
 import subprocess
 import tempfile
+import threading
 import time
 import unittest
 import urllib.request
@@ -11,6 +13,7 @@ from mdns import TIMEOUT, Browser, Cable, Network, packets
 ANNOUNCE = os.environ["Q750_ANNOUNCE"]
 SCANIMAGE = os.environ["Q750_SCANIMAGE"]
 SERVER = os.environ["Q750_SHARE"]
+DOCTOR = os.environ["Q750_COMMAND"]
 SCANNER = os.environ["Q750_ANNOUNCED_SCANNER"]
 NAME = "Quenvar Q750 @ myhost"
 RECORD = {"txtvers": "1", "rs": "eSCL", "uuid": "5f0c1a52-7a0e-5d5b-9d3c-0b6a6d1e7501"}
@@ -226,6 +229,16 @@ class OnTwoMachines(unittest.TestCase):
                                  (f"{NAME} #2", "myhost.local", Cable.ADDRESSES["near"])])
 
 
+class Another(http.server.BaseHTTPRequestHandler):
+    """What a server that is not ours answers."""
+
+    def do_GET(self):
+        self.send_error(404)
+
+    def log_message(self, *_):
+        pass
+
+
 class Server(Announced):
     """q750-share itself, which serves the virtual scanner."""
 
@@ -269,6 +282,24 @@ class Server(Announced):
         self.assertIn(f"<scan:AdminURI>{record['adminurl']}</scan:AdminURI>", capabilities)
         self.assertIn(f"<pwg:Version>{record['vers']}</pwg:Version>", capabilities)
         self.assertRegex(record["adminurl"], r"^http://[^./]+\.local:8750/$")
+
+    def doctor(self):
+        return subprocess.run([DOCTOR, "doctor"], env=self.network.environment, capture_output=True, text=True,
+                              timeout=TIMEOUT).stdout
+
+    def test_is_recognized_by_the_doctor(self):
+        self.assertIn("port 8750 is free", self.doctor())
+        self.serve()
+        self.assertIn("ok         The scanner is shared at port 8750.\n", self.doctor())
+        self.assertIn("ok         Avahi is running: ", self.doctor())
+
+    def test_is_told_from_another_server_by_the_doctor(self):
+        with http.server.HTTPServer(("127.0.0.1", 8750), Another) as other:
+            thread = threading.Thread(target=other.serve_forever)
+            thread.start()
+            self.assertIn("note       Another program uses port 8750", self.doctor())
+            other.shutdown()
+            thread.join()
 
     def test_leaves_with_the_server(self):
         server = self.serve("--bind", "::")
