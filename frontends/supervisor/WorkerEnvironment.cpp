@@ -9,9 +9,20 @@ namespace {
 
 // Beginnings of entries.
 constexpr std::string_view passedOn[] = {
-    "LANG=",           "LANGUAGE=",     "LC_",           "TZ=",           "LD_",
-    "GLIBC_TUNABLES=", "MALLOC_",       "LIBUSB_DEBUG=", "ASAN_OPTIONS=", "LSAN_OPTIONS=",
-    "UBSAN_OPTIONS=",  "TSAN_OPTIONS=", "UMOCKDEV_DIR=",
+    "LANG=",
+    "LANGUAGE=",
+    "LC_",
+    "TZ=",
+    "LD_",
+    "GLIBC_TUNABLES=",
+    "MALLOC_",
+    "LIBUSB_DEBUG=",
+    "ASAN_OPTIONS=",
+    "LSAN_OPTIONS=",
+    "UBSAN_OPTIONS=",
+    "TSAN_OPTIONS=",
+    "UMOCKDEV_DIR=",
+    "SYSTEMD_DEVICE_VERIFY_SYSFS=",
 };
 
 }  // namespace

@@ -24,6 +24,12 @@ TEST(WorkerEnvironment, HasLanguageTimeZoneAndLibraries) {
               ElementsAre("TZ=UTC", "LC_ALL=C", "LANG=de_DE.UTF-8", "LD_LIBRARY_PATH=/opt/lib"));
 }
 
+// Devices that only look like those of a kernel, as tools/package-check makes them.
+TEST(WorkerEnvironment, HasWhatFindsEmulatedDevices) {
+  EXPECT_THAT(passedOn({"UMOCKDEV_DIR=/tmp/x", "SYSTEMD_DEVICE_VERIFY_SYSFS=0"}),
+              ElementsAre("UMOCKDEV_DIR=/tmp/x", "SYSTEMD_DEVICE_VERIFY_SYSFS=0"));
+}
+
 TEST(WorkerEnvironment, LacksEverythingElse) {
   EXPECT_THAT(passedOn({"HOME=/home/someone", "AWS_SECRET_ACCESS_KEY=x", "DISPLAY=:0", "TZDIR=/x",
                         "LANGUID=1", "", "x"}),
