@@ -67,6 +67,12 @@ class Robustness(unittest.TestCase):
         self.assertEqual(row[0], "quick")
         self.assertIn("1,000", (self.tool.ROOT / "build/robustness/table.md").read_text())
 
+    def test_a_part_that_was_not_run_is_named_with_its_command(self):
+        commands = {"kill": "true", "soak": "echo '| soak | 2 | 0 |'"}
+        self.assertIn(["the kill", "not run", "", "", "", "`true`"], self.run_parts(commands, "--only", "soak")[1])
+        _, rows = self.run_parts(commands, "--only", "soak", "--quick")
+        self.assertEqual(rows[0][5], r"`echo '\| quick \| 1 \| 0 \|'`")
+
     def test_an_unknown_part_is_refused(self):
         with self.assertRaises(SystemExit) as end:
             self.run_parts({"kill": "true"}, "--only", "kil")
