@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "ConnectionTable.h"
+#include "HttpFraming.h"
 #include "SettingText.h"
 
 namespace frontend::share {
@@ -72,35 +73,17 @@ bool isAcknowledged(int socket) {
   return ioctl(socket, SIOCOUTQ, &unacknowledged) != 0 || unacknowledged == 0;
 }
 
-// What decides where a request ends, and which of our names it is for.
-struct Framing {
-  unsigned hosts = 0;
-  unsigned lengths = 0;
-  unsigned encodings = 0;
-  std::uint64_t length = 0;
-  bool isChunked = false;
-
-  bool hasBody() const { return encodings > 0 || length > 0; }
-};
-
-MHD_Result noteHeader(void* cls, MHD_ValueKind /*kind*/, const char* key, const char* value) {
-  Framing& framing = *static_cast<Framing*>(cls);
-  const std::string_view text = value != nullptr ? value : "";
-  if (strcasecmp(key, MHD_HTTP_HEADER_HOST) == 0) ++framing.hosts;
-  if (strcasecmp(key, MHD_HTTP_HEADER_CONTENT_LENGTH) == 0) {
-    ++framing.lengths;
-    framing.length = std::strtoull(text.data(), nullptr, 10);
-  }
-  if (strcasecmp(key, MHD_HTTP_HEADER_TRANSFER_ENCODING) == 0) {
-    ++framing.encodings;
-    framing.isChunked = strcasecmp(text.data(), "chunked") == 0;
-  }
+MHD_Result noteHeader(void* cls, MHD_ValueKind /*kind*/, const char* name, const char* value) {
+  static_cast<HttpFraming*>(cls)->note(name, value != nullptr ? value : "");
   return MHD_YES;
 }
 
-Framing framingOf(MHD_Connection* connection) {
-  Framing framing;
+HttpFraming framingOf(MHD_Connection* connection, std::string_view version) {
+  HttpFraming framing;
+  framing.version = version;
   MHD_get_connection_values(connection, MHD_HEADER_KIND, noteHeader, &framing);
+  const auto* size = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
+  if (size != nullptr) framing.headerBytes = size->header_size;
   return framing;
 }
 
@@ -129,22 +112,6 @@ HttpRequest requestOf(MHD_Connection* connection, const char* path, const char* 
   const int socket = socketOf(connection);
   request.client = {[socket] { return isClosed(socket); }, [socket] { return isAcknowledged(socket); }};
   return request;
-}
-
-std::optional<HttpResponse> wrongFraming(MHD_Connection* connection, const Framing& framing,
-                                         std::string_view version) {
-  if (version != MHD_HTTP_VERSION_1_1 && version != MHD_HTTP_VERSION_1_0)
-    return plainResponse(505, "This server understands HTTP/1.0 and HTTP/1.1.");
-  const auto* size = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
-  if (size != nullptr && size->header_size > httplimits::headerBytes)
-    return plainResponse(431, "The headers of the request are too large.");
-  if (framing.hosts > 1) return plainResponse(400, "The request names more than one host.");
-  if (framing.lengths > 1 || framing.encodings > 1 || (framing.lengths > 0 && framing.encodings > 0))
-    return plainResponse(400, "The length of the request is given twice.");
-  if (framing.encodings > 0 && !framing.isChunked)
-    return plainResponse(501, "The encoding of the request is not supported.");
-  if (framing.length > httplimits::bodyBytes) return plainResponse(413, "The request is too large.");
-  return std::nullopt;
 }
 
 void setSilence(MHD_Connection* connection, unsigned seconds) {
@@ -340,8 +307,8 @@ MHD_Result HttpServer::Impl::begin(MHD_Connection* connection, const char* path,
   made->connection = connection;
   made->request = requestOf(connection, path, method, version);
   made->request.isTls = !setup.certificate.empty();
-  const Framing framing = framingOf(connection);
-  made->refusal = wrongFraming(connection, framing, version);
+  const HttpFraming framing = framingOf(connection, version);
+  made->refusal = framing.refusal();
   const bool isAmbiguous = made->refusal.has_value();
   if (!isAmbiguous) made->refusal = handler.refusalOf(made->request);
   Exchange& exchange = *made;

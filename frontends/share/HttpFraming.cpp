@@ -1,0 +1,52 @@
+#include "HttpFraming.h"
+
+#include <strings.h>
+
+#include <charconv>
+#include <limits>
+
+#include "ConnectionTable.h"
+
+namespace frontend::share {
+namespace {
+
+bool isSame(std::string_view one, std::string_view other) {
+  return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
+}
+
+// More than any limit for what is no number: the library has refused it, or will.
+std::uint64_t numberIn(std::string_view text) {
+  std::uint64_t number = 0;
+  const char* end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && rest == end ? number : std::numeric_limits<std::uint64_t>::max();
+}
+
+}  // namespace
+
+void HttpFraming::note(std::string_view name, std::string_view value) {
+  if (isSame(name, "Host")) ++hosts;
+  if (isSame(name, "Content-Length")) {
+    ++lengths;
+    length = numberIn(value);
+  }
+  if (isSame(name, "Transfer-Encoding")) {
+    ++encodings;
+    isChunked = isSame(value, "chunked");
+  }
+}
+
+std::optional<HttpResponse> HttpFraming::refusal() const {
+  if (version != "HTTP/1.1" && version != "HTTP/1.0")
+    return plainResponse(505, "This server understands HTTP/1.0 and HTTP/1.1.");
+  if (headerBytes > httplimits::headerBytes)
+    return plainResponse(431, "The headers of the request are too large.");
+  if (hosts > 1) return plainResponse(400, "The request names more than one host.");
+  if (lengths > 1 || encodings > 1 || (lengths > 0 && encodings > 0))
+    return plainResponse(400, "The length of the request is given twice.");
+  if (encodings > 0 && !isChunked) return plainResponse(501, "The encoding of the request is not supported.");
+  if (length > httplimits::bodyBytes) return plainResponse(413, "The request is too large.");
+  return std::nullopt;
+}
+
+}  // namespace frontend::share
