@@ -272,7 +272,7 @@ class Transfers(HttpTest):
 
     def test_that_break_are_repeated_without_another_scan(self):
         job = self.server.post(**LARGE)
-        self.assertTrue(eventually(lambda: self.server.job_state(job) == "Completed"))
+        self.assertTrue(eventually(lambda: "jpeg, " in self.server.log()))  # when the worker has ended
         size = int(re.search(r"jpeg, (\d+) bytes", self.server.log())[1])
         for percent in (1, 50, 99):
             received = self.fetch(job, size * percent // 100)
