@@ -55,9 +55,9 @@ std::string scannerOf(const ShareOptions& options) {
   return options.device.empty() ? std::string(firstUsbScannerName) : options.device;
 }
 
-// The scanners among which the shared one is looked for.
-ScannerPresence::List scannersAs(const ShareOptions& options) {
-  if (options.isVirtual) return [] { return std::vector{virtualScanner()}; };
+// The scanners among which the shared one is looked for. The virtual one needs no look at the USB.
+ScannerPresence::List scannersBeside(const std::string& scanner) {
+  if (scanner == virtualScannerName) return [] { return std::vector{virtualScanner()}; };
   return [] {
     ScannerSearch search;
     ScannerList list = listScanners(search, false);
@@ -166,7 +166,7 @@ void serve(const ShareOptions& options, const std::string& version) {
   const SharingSetup shared = sharingFor(options, scanner, machine, listening.addresses);
   HttpServerSetup server = serverFor(options, listening);
   EsclServiceSetup setup = serviceFor(options, machine, shared, listening);
-  const Sharing sharing(shared, scannersAs(options), log);
+  const Sharing sharing(shared, scannersBeside(scanner), log);
   setup.isConnected = [&sharing] { return sharing.isConnected(); };
   ScanJobs jobs(jobsFor(options, scanner, version));
   EsclService service(jobs, std::move(setup));

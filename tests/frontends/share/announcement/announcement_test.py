@@ -247,8 +247,8 @@ class Server(Announced):
         self.network.start_bus()
         self.network.start_daemon()
 
-    def serve(self, *options):
-        server = self.network.run(SERVER, "--virtual", "--port", "8750", *options)
+    def serve(self, *options, scanner=("--virtual",)):
+        server = self.network.run(SERVER, *scanner, "--port", "8750", *options)
         self.addCleanup(server.end)
         server.await_line("is shared at http")
         return server
@@ -300,6 +300,10 @@ class Server(Announced):
             self.assertIn("note       Another program uses port 8750", self.doctor())
             other.shutdown()
             thread.join()
+
+    def test_is_the_virtual_one_by_its_name_too(self):
+        self.serve("--bind", "0.0.0.0", scanner=("--device", "virtual"))
+        self.browse().await_arrival()
 
     def test_leaves_with_the_server(self):
         server = self.serve("--bind", "::")
