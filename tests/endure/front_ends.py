@@ -38,6 +38,7 @@ class Stage:
         self.environment.update(LC_ALL="C", LD_LIBRARY_PATH=str(self.bin), SANE_CONFIG_DIR=str(self.bin),
                                 SOURCE_DATE_EPOCH="1700000000", XDG_CONFIG_HOME="/nonexistent")
         if programs["sanitized"]:
+            self.environment["ASAN_OPTIONS"] = "quarantine_size_mb=1"  # else freed memory is kept, up to 256 MiB
             self.environment["LSAN_OPTIONS"] = f"suppressions={LEAKS_BY_DESIGN}:print_suppressions=0"
 
     def configure(self, *lines):
