@@ -16,7 +16,7 @@ struct Shared {
 };
 Shared* shared = nullptr;  // once there was an object
 
-#ifndef Q750_SANITIZE
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 bool mustFail() {
   if (shared == nullptr) return false;
   bool fails = shared->failing;
@@ -46,7 +46,7 @@ bool MallocFaults::happened() const {
   return shared->allocationsLeft == 0;
 }
 
-#ifndef Q750_SANITIZE
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
