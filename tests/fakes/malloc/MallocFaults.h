@@ -2,7 +2,8 @@
 
 // Lets allocations fail in the whole test program, those of C libraries included: malloc(), calloc(),
 // realloc(), and operator new where it rests on them; those of child processes count as well. A program that
-// links this has these functions from here. Under a sanitizer, which has an allocator of its own, none fails.
+// links this has these functions from here. Under a sanitizer, which has an allocator of its own, none fails:
+// arePossible() is false.
 //
 //   {
 //     const MallocFaults faults = MallocFaults::from(3);
@@ -10,6 +11,7 @@
 //   }                                    // none fails any more
 class MallocFaults {
  public:
+  static bool arePossible();
   // The n-th allocation (from 1) fails.
   static MallocFaults nth(int n) { return {n, false}; }
   // The n-th allocation (from 1) and all after it fail.

@@ -30,6 +30,10 @@ void writePage(PictureWriter& writer) {
 // The second page of a document while allocations fail.
 class NoMemory : public testing::Test {
  protected:
+  void SetUp() override {
+    if (!MallocFaults::arePossible()) GTEST_SKIP() << "the sanitizer has an allocator of its own";
+  }
+
   // Returns whether an allocation failed.
   bool writeDocument(PictureFormat format, MallocFaults (*faultsAt)(int), int n) {
     const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
