@@ -35,14 +35,13 @@ class PnmWriter final : public PictureWriter {
     }
   }
   void endPage() override { flush(); }
-  void finish() override {}
-
- private:
-  void flush() {
+  void flush() override {
     if (!buffer_.empty()) sink_.write(buffer_.data(), buffer_.size());
     buffer_.clear();
   }
+  void finish() override {}
 
+ private:
   ByteSink& sink_;
   PictureSettings settings_;
   PictureLayout layout_;
