@@ -12,7 +12,7 @@
 namespace frontend::share {
 namespace {
 
-// Clients try again after a second whatever they are told; a page takes ten times as long.
+// Clients retry after a second, whatever Retry-After is; a page takes ten times as long.
 constexpr char retryAfterSeconds[] = "2";
 
 HttpResponse xmlResponse(std::string document) {

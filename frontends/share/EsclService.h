@@ -22,7 +22,7 @@ struct EsclServiceSetup {
   std::function<bool()> isConnected = [] { return true; };
 };
 
-// What the server says to each request: guards, routes, documents and jobs put together. Knows no socket. Any
+// The response to each request: guards, routes, documents and jobs put together. Independent of sockets. Any
 // thread; blocks where a job does.
 class EsclService final : public HttpHandler {
  public:

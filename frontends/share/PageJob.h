@@ -43,8 +43,8 @@ struct JobOrder {
 // One scan and its page. One thread, the scan's, runs it: reads the rows, encodes them into a file without a
 // name, and looks at clients and clock. Any number of clients read the page with a PageReader each while it
 // grows, and again after a broken transfer. What it does with requests is the table in JobTable.h. All
-// functions but run() may be called by any thread, and none of them waits for the scanner, except where it
-// says so.
+// functions but run() may be called by any thread, and none of them waits for the scanner, unless its comment
+// states it.
 class PageJob {
  public:
   PageJob(JobOrder order, Now now);

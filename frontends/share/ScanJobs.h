@@ -36,7 +36,7 @@ struct ScanJobsSetup {
 };
 
 // The jobs of one scanner: one that scans, in a thread of its own, and those that have ended, until they are
-// forgotten. Idle, it has no thread and does nothing. Any thread; functions wait only where they say so.
+// forgotten. Idle, it has no thread and does nothing. Any thread; functions wait only where that is declared.
 class ScanJobs {
  public:
   explicit ScanJobs(ScanJobsSetup setup);

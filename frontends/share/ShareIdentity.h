@@ -30,7 +30,7 @@ struct Machine {
 ShareIdentity identityOf(const Machine& machine, std::string_view scanner, std::string_view name);
 
 // The TXT record of DNS-SD: "key=value" each, at most 255 bytes. `address` is as for capabilitiesDocument();
-// `note` says where the scanner is.
+// `note` is where the scanner is, for people.
 std::vector<std::string> announcedText(const ShareIdentity& identity, std::string_view address,
                                        std::string_view note);
 

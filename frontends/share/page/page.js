@@ -14,7 +14,7 @@ let offered = null;  // the address of the file that is offered
 
 class Refusal extends Error {}
 
-function say(kind, detail = "") {
+function showMessage(kind, detail = "") {
   message.textContent = message.dataset[kind] + (detail ? " " + detail : "");
   message.classList.toggle("bad", ["busy", "failed", "lost"].includes(kind));
 }
@@ -53,7 +53,7 @@ async function startJob(ticket) {
 async function receive(job, type, signal) {
   const response = await expectSuccess(await fetch(job + "/NextDocument", {signal}));
   current.waiting = false;
-  say("receiving");
+  showMessage("receiving");
   const parts = [];
   let bytes = 0;
   const reader = response.body.getReader();
@@ -89,7 +89,7 @@ function offer(blob, extension) {
   byId("save").href = offered;
   byId("save").download = fileName(extension);
   result.hidden = false;
-  say("done", sizeOf(blob.size));
+  showMessage("done", sizeOf(blob.size));
   byId("save").focus();
 }
 
@@ -104,9 +104,9 @@ function setRunning(runs) {
 }
 
 function explain(error) {
-  if (error.name === "AbortError") say("canceled");
-  else if (error instanceof Refusal) say(error.message, error.cause);
-  else say("lost");
+  if (error.name === "AbortError") showMessage("canceled");
+  else if (error instanceof Refusal) showMessage(error.message, error.cause);
+  else showMessage("lost");
   byId("start").focus();
 }
 
@@ -116,13 +116,13 @@ async function scanPage() {
   const ticket = ticketOf(Object.fromEntries(new FormData(form)));  // without those that are disabled
   current = {ended, job: null, waiting: false};
   setRunning(true);
-  say("starting");
+  showMessage("starting");
   let ending;
   try {
     current.job = await startJob(ticket);
     ended.signal.throwIfAborted();
     current.waiting = true;
-    say("warming");
+    showMessage("warming");
     const blob = await receiveAgain(current.job, format.value, ended.signal);
     ending = () => offer(blob, format.dataset.extension);
   } catch (error) {
@@ -157,7 +157,7 @@ function showWaiting(status) {
   for (const job of status.getElementsByTagNameNS(scan, "JobInfo")) {
     if (textOf(job, "JobUri") !== current.job) continue;
     const kind = textOf(job, "JobState") === "Pending" ? "warming" : "scanning";
-    if (message.textContent !== message.dataset[kind]) say(kind);
+    if (message.textContent !== message.dataset[kind]) showMessage(kind);
   }
 }
 

@@ -124,7 +124,7 @@ TEST(StartPage, HasNothingThatItsPolicyForbids) {
 TEST(StartPage, HasTheMessagesThatItsScriptShows) {
   const std::string page = startPage(facts(), english);
   const std::string script(pageResourceOf(RouteKind::pageScript).bytes);
-  const auto shown = matches(script, "(?:say|Refusal)\\(\"([a-z]+)\"");
+  const auto shown = matches(script, "(?:showMessage|Refusal)\\(\"([a-z]+)\"");
   EXPECT_GE(shown.size(), 7U);
   for (const auto& kind : shown) EXPECT_THAT(page, HasSubstr(" data-" + kind + "=\"")) << kind;
   for (const auto& id : matches(script, "byId\\(\"([a-z]+)\"\\)"))
