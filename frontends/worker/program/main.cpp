@@ -40,6 +40,14 @@ bool isControlConnection(int descriptor) {
   std::abort();
 }
 
+void begin() {
+  std::set_terminate(endWithoutMemory);
+}
+
+// Before the constructors of libraries (System V ABI, DT_PREINIT_ARRAY), which throw where there is no
+// memory.
+[[gnu::section(".preinit_array"), gnu::used]] void (*beforeLibraries)() = begin;
+
 bool lacksMemory(const std::error_code& error) {
   return error == std::errc::not_enough_memory || error == std::errc::resource_unavailable_try_again;
 }
@@ -57,7 +65,6 @@ int main() {
   // The log goes to the terminal of a front end in the foreground, which this process is not. A limit of file
   // sizes makes a write fail, as a full disk does: the copies that the library keeps are not worth the scan.
   for (const int signal : {SIGPIPE, SIGTTOU, SIGXFSZ}) std::signal(signal, SIG_IGN);
-  std::set_terminate(endWithoutMemory);
   platform::setThreadStackSize(threadStackBytes);
   try {
     return frontend::runWorker(frontend::workerControlDescriptor, frontend::workerImageDescriptor);
