@@ -71,8 +71,11 @@ struct Group4Encoder::State {
     return 1;
   }
 
-  void require(bool worked) const {
+  // After a failure the library's memory stays allocated: freeing what an allocation that failed has left
+  // half-made may crash.
+  void require(bool worked) {
     if (worked) return;
+    static_cast<void>(tiff.release());
     if (outOfMemory) throw std::bad_alloc();
     throw std::runtime_error(failure.empty() ? "the TIFF library reported an error" : failure);
   }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ColorProfile.h"
+#include "Group4Encoder.h"
 #include "MallocFaults.h"
 #include "OutputFile.h"
 #include "PictureWriter.h"
@@ -96,6 +97,23 @@ TEST_F(NoMemory, CostsAPdfOnePageAtATime) {
   writer->finish();
   close(descriptor);
   EXPECT_EQ(contentOf(path), twoPages);
+}
+
+TEST_F(NoMemory, IsReportedByTheEncoderOfLineart) {
+  constexpr PictureLayout lineart{72, 3, 1, 1, 75};
+  const std::vector<std::uint8_t> row(lineart.rowBytes(), 0x5A);
+  bool failed = true;
+  for (int n = 1; failed; ++n) {
+    const MallocFaults faults = MallocFaults::nth(n);
+    try {
+      Group4Encoder encoder(lineart);
+      for (std::uint32_t i = 0; i < lineart.height; ++i) encoder.writeRow(row.data());
+      EXPECT_NE(encoder.finish(), "");
+    } catch (const std::exception&) {
+      EXPECT_TRUE(faults.happened()) << n;
+    }
+    failed = faults.happened();
+  }
 }
 
 // In a program of its own: a profile is made once.
