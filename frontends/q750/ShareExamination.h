@@ -24,7 +24,7 @@ struct ShareSettings {
 
   bool operator==(const ShareSettings&) const = default;
 
-  // From the text of share.conf. What is no setting, or no port, is left to the server's own complaint.
+  // From the text of share.conf. Lines that are not settings are left for the server to report.
   static ShareSettings parse(std::string_view text);
 };
 

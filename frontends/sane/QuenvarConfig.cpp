@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 #include "RegularFile.h"
@@ -84,17 +83,6 @@ bool apply(QuenvarConfig& config, std::string_view name, std::string_view value)
   return false;
 }
 
-std::string whyIgnored(const platform::FileContent& file) {
-  switch (file.state) {
-    case platform::FileContent::State::notRegular:
-      return "this is not a regular file";
-    case platform::FileContent::State::tooLarge:
-      return "the file is larger than " + std::to_string(largestFile) + " bytes";
-    default:
-      return std::generic_category().message(file.error);
-  }
-}
-
 }  // namespace
 
 QuenvarConfig QuenvarConfig::parse(std::string_view text) {
@@ -145,7 +133,7 @@ QuenvarConfig QuenvarConfig::loadFrom(const std::vector<std::string>& folders) {
       config.complaints.insert(config.complaints.begin(), complaints.begin(), complaints.end());
       return config;
     }
-    complaints.push_back(printable(path) + " ignored: " + whyIgnored(file));
+    complaints.push_back(printable(path) + " ignored: " + file.problem(largestFile));
   }
   QuenvarConfig defaults;
   defaults.complaints = std::move(complaints);

@@ -57,7 +57,7 @@ using AttachedScanners = std::vector<platform::AttachedDevice>;
 inline constexpr std::size_t mostListedScanners = 256;  // the others are left out
 std::string scannersMessage(const AttachedScanners& scanners);
 using ListReply = std::variant<AttachedScanners, ScanOutcome>;
-// Nothing if the text is neither; a good outcome is no reply.
+// Nothing if the text is neither; a good outcome is not a reply.
 std::optional<ListReply> readListReply(std::string_view message);
 
 }  // namespace frontend

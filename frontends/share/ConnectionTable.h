@@ -24,8 +24,8 @@ inline constexpr std::chrono::milliseconds silence = std::chrono::seconds(60);
 
 }  // namespace httplimits
 
-// The open connections of a server, and when each has to have sent its next request. Knows no socket but its
-// number, and no clock but the times it is given. Not synchronised.
+// The open connections of a server, and when each has to have sent its next request. Keeps the numbers of
+// sockets and does no I/O with them; its callers give it the time. Not synchronised.
 class ConnectionTable {
  public:
   using TimePoint = Clock::time_point;

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <system_error>
 
 #include "AddressRules.h"
 #include "HostGuard.h"
@@ -173,17 +172,6 @@ std::string applyLine(ShareConfig& config, std::string_view line, SettingNames& 
   return "";
 }
 
-std::string whyUnreadable(const platform::FileContent& file) {
-  switch (file.state) {
-    case platform::FileContent::State::notRegular:
-      return "this is not a regular file";
-    case platform::FileContent::State::tooLarge:
-      return "the file is larger than " + std::to_string(largestFile) + " bytes";
-    default:
-      return "cannot be read: " + std::generic_category().message(file.error);
-  }
-}
-
 }  // namespace
 
 ShareConfig ShareConfig::parse(std::string_view text, const std::string& path) {
@@ -210,7 +198,7 @@ ShareConfig ShareConfig::load(const std::string& path) {
   if (file.state == platform::FileContent::State::missing) return {};
   if (file.state == platform::FileContent::State::read) return parse(file.bytes, path);
   ShareConfig none;
-  none.complaints.push_back(printable(path) + ": " + whyUnreadable(file) + ".");
+  none.complaints.push_back(printable(path) + ": " + file.problem(largestFile) + ".");
   return none;
 }
 

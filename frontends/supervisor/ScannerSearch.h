@@ -12,7 +12,7 @@
 namespace frontend {
 
 // Lists the scanners on the USB in a process of its own: the USB library may hang or crash on a system that
-// is out of order, and its threads are nothing for the application. Knows no virtual scanner.
+// is out of order, and must not start threads in the application. Leaves out the virtual scanner.
 //
 //   ScannerSearch search;
 //   const ListReply found = search.run();

@@ -40,6 +40,12 @@ FileContent contentOf(int descriptor, std::size_t largest) {
 
 }  // namespace
 
+std::string FileContent::problem(std::size_t largest) const {
+  if (state == State::notRegular) return "this is not a regular file";
+  if (state == State::tooLarge) return "the file is larger than " + std::to_string(largest) + " bytes";
+  return "cannot be read: " + std::string(std::strerror(error));
+}
+
 std::string OpenedFile::problem() const {
   if (error == 0) return "is not a regular file";
   return "cannot be opened: " + std::string(std::strerror(error));

@@ -21,6 +21,9 @@ struct FileContent {
   State state;
   std::string bytes;  // all of the file where it was read; empty otherwise
   int error = 0;      // an errno
+
+  // Why it was not read, as a clause, where it exists; `largest` as it was given to readRegularFile().
+  std::string problem(std::size_t largest) const;
 };
 
 // A file that was to be opened for reading.

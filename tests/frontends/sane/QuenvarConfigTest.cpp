@@ -111,7 +111,7 @@ TEST_F(QuenvarConfigFile, IsIgnoredIfItIsTooLargeOrCannotBeRead) {
   expectIgnored("the file is larger than 65536 bytes");
   std::filesystem::remove(path);
   std::filesystem::create_symlink("quenvar.conf", path);
-  expectIgnored("Too many levels of symbolic links");
+  expectIgnored("cannot be read: Too many levels of symbolic links");
 }
 
 TEST_F(QuenvarConfigFile, IsFoundThroughTheEnvironmentButForAPrivilegedProcess) {

@@ -82,6 +82,7 @@ TEST_F(ARegularFile, ReportsWhyItCannotBeRead) {
   const FileContent content = readRegularFile(path, largest);
   EXPECT_EQ(content.state, State::unreadable);
   EXPECT_EQ(content.error, ELOOP);
+  EXPECT_EQ(content.problem(largest), "cannot be read: Too many levels of symbolic links");
 }
 
 TEST_F(ARegularFile, IsOpenedOrHasAProblemThatAUserUnderstands) {
