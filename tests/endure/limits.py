@@ -100,8 +100,9 @@ def limit_prefix(limit, value):
 def try_limit(trials, limit, sample=False):
     for value in RANGES[limit][::SAMPLE[limit] if sample else 1]:
         prefix = limit_prefix(limit, value)
-        if prefix is None or subprocess.run([*prefix, "true"], capture_output=True).returncode != 0:
-            continue  # not for this user, or too little for any program
+        reachable = ["test", "-x", trials.stage.bin / "q750"]
+        if prefix is None or subprocess.run([*prefix, *reachable], capture_output=True).returncode != 0:
+            continue  # not for this user, too little for any program, or in a folder that the other user cannot enter
         for command in commands(trials.stage):
             if command.name == "sane" and limit == "stack" and value < 64 * KIB:
                 continue  # the host's stack is the host's affair
