@@ -12,9 +12,10 @@ enum class PageAnswer : std::uint8_t {
   cancel,
 };
 
-// Reads one line from `input` and nothing beyond it. A line that begins with q, and the end of the input,
-// mean finish, one that begins with r scanAgain; any other line means scan. Blocks until then; returns cancel
-// as soon as the descriptor `cancelled` is readable.
+// Reads one line from `input` and nothing beyond it. A line that begins with q means finish, as does the end
+// of the input, or an input that cannot be read, such as a terminal that was closed; one that begins with r
+// means scanAgain, any other line scan. Blocks until then; returns cancel as soon as the descriptor
+// `cancelled` is readable.
 PageAnswer readPageAnswer(int input, int cancelled);
 
 }  // namespace frontend
