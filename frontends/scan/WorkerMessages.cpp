@@ -16,7 +16,6 @@ constexpr std::string_view opening = "q750-worker 1\n";
 constexpr std::string_view requestKind = "request\n";
 constexpr std::string_view layoutKind = "layout\n";
 constexpr std::string_view outcomeKind = "outcome\n";
-constexpr std::string_view heartbeatKind = "heartbeat\n";
 constexpr std::string_view scannersKind = "scanners\n";
 constexpr auto highestStatus = static_cast<std::uint64_t>(ScanStatus::noMemory);
 constexpr auto highestAccess = static_cast<std::uint64_t>(platform::AttachedDevice::Access::noNode);
@@ -226,12 +225,8 @@ std::string outcomeMessage(const ScanOutcome& outcome) {
       .take();
 }
 
-std::string heartbeatMessage() {
-  return Writer(heartbeatKind).take();
-}
-
 std::optional<WorkerReport> readReport(std::string_view message) {
-  if (Reader(message, heartbeatKind).ended()) return Heartbeat{};
+  if (message == heartbeatMessage) return Heartbeat{};
   Reader layoutReader(message, layoutKind);
   if (!layoutReader.failed()) {
     PictureLayout layout;

@@ -42,11 +42,11 @@ std::optional<ScanRequest> readRequest(std::string_view message);
 // The worker is alive and supervises its scan, whatever the scanner does.
 struct Heartbeat {};
 
-// From the worker: the layout, at most once, before the first byte of the picture; heartbeats at any time;
-// the outcome as the last message.
+// From the worker: the layout, at most once, before the first byte of the picture; heartbeats at any time,
+// also where there is no memory; the outcome as the last message.
 std::string layoutMessage(const PictureLayout& layout);
 std::string outcomeMessage(const ScanOutcome& outcome);
-std::string heartbeatMessage();
+inline constexpr std::string_view heartbeatMessage = "q750-worker 1\nheartbeat\n";
 using WorkerReport = std::variant<PictureLayout, ScanOutcome, Heartbeat>;
 // Nothing if the text is not such a message.
 std::optional<WorkerReport> readReport(std::string_view message);

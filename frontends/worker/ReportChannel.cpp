@@ -23,18 +23,20 @@ void ReportChannel::send(const PictureLayout& layout) {
 }
 
 void ReportChannel::send(const ScanOutcome& outcome) {
-  if (!over_.exchange(true)) sendWhole(descriptor_, outcomeMessage(outcome));
+  const std::string message =
+      outcomeMessage(outcome);  // before it counts: without memory another is sent later
+  if (!over_.exchange(true)) sendWhole(descriptor_, message);
 }
 
 void ReportChannel::send(const AttachedScanners& scanners) {
-  if (!over_.exchange(true)) sendWhole(descriptor_, scannersMessage(scanners));
+  const std::string message = scannersMessage(scanners);
+  if (!over_.exchange(true)) sendWhole(descriptor_, message);
 }
 
 void ReportChannel::sendHeartbeat() {
   int unread = 0;
   if (over_.load() || ioctl(descriptor_, SIOCOUTQ, &unread) != 0 || unread > 0) return;
-  const std::string message = heartbeatMessage();
-  ::send(descriptor_, message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  ::send(descriptor_, heartbeatMessage.data(), heartbeatMessage.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
 }  // namespace frontend

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <new>
 
 #include "WorkerClock.h"
 #include "WorkerTimes.h"
@@ -78,13 +79,17 @@ void Watchdog::endHungProcess() {
   const auto now = watchdogTime();
   const std::chrono::milliseconds idle = dependencies_.activity.idleTime();
   const bool stays = cancelTime_ && now - *cancelTime_ > workertimes::workerExitTimeout;
-  if (!stays && idle <= dependencies_.longestIdleTime) return;
-  endProcess(cancelTime_ ? outcome::cancelled() : outcome::silent(static_cast<std::uint64_t>(idle.count())));
+  if (stays || idle > dependencies_.longestIdleTime) endProcess(idle);
 }
 
 // Without destructors: what hangs may hold any lock, and the system takes the USB device back.
-void Watchdog::endProcess(const ScanOutcome& outcome) {
-  dependencies_.reports.send(outcome);
+void Watchdog::endProcess(std::chrono::milliseconds idle) {
+  try {
+    const auto idleMs = static_cast<std::uint64_t>(idle.count());
+    dependencies_.reports.send(cancelTime_ ? outcome::cancelled() : outcome::silent(idleMs));
+  } catch (const std::bad_alloc&) {
+    // The exit status must do: an exception would leave the thread.
+  }
   _exit(hangStatus);
 }
 

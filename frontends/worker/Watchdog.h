@@ -49,7 +49,7 @@ class Watchdog {
   void readControl();
   void requestCancel();
   void endHungProcess();
-  [[noreturn]] void endProcess(const ScanOutcome& outcome);
+  [[noreturn]] void endProcess(std::chrono::milliseconds idle);
 
   Dependencies dependencies_;
   platform::OwnedDescriptor cancelled_;  // event counters

@@ -11,7 +11,7 @@ namespace frontend {
 inline std::string reportMessage(const WorkerReport& report) {
   if (const auto* layout = std::get_if<PictureLayout>(&report)) return layoutMessage(*layout);
   if (const auto* outcome = std::get_if<ScanOutcome>(&report)) return outcomeMessage(*outcome);
-  return heartbeatMessage();
+  return std::string(heartbeatMessage);
 }
 
 // The message of a reply to a list that was read.

@@ -107,7 +107,7 @@ TEST(WorkerMessages, CarryReportsUnchanged) {
   const auto outcome = std::get<ScanOutcome>(*readReport(outcomeMessage(outcome::noMemory())));
   EXPECT_EQ(outcome.status, ScanStatus::noMemory);
   EXPECT_EQ(outcome.sentence, outcome::noMemory().sentence);
-  EXPECT_TRUE(std::holds_alternative<Heartbeat>(*readReport(heartbeatMessage())));
+  EXPECT_TRUE(std::holds_alternative<Heartbeat>(*readReport(heartbeatMessage)));
 }
 
 AttachedScanners twoScanners() {
@@ -153,7 +153,7 @@ TEST(WorkerMessages, OfScannersTakeNoWrongField) {
 
 TEST(WorkerMessages, OfScansAndListsAreNotMistakenForEachOther) {
   EXPECT_FALSE(readReport(scannersMessage(twoScanners())));
-  EXPECT_FALSE(readListReply(heartbeatMessage()));
+  EXPECT_FALSE(readListReply(heartbeatMessage));
   EXPECT_FALSE(readListReply(layoutMessage({1, 2, 3, 8, 75})));
   EXPECT_FALSE(readRequest(listMessage));
 }
@@ -167,7 +167,7 @@ TEST(WorkerMessages, CarryPatienceThatIsTooLongAsTheLongest) {
 TEST(WorkerMessages, WithoutTheirEndAreNone) {
   for (const std::string& whole :
        {requestMessage(fullRequest()), layoutMessage({1, 2, 3, 8, 75}), outcomeMessage(outcome::good()),
-        heartbeatMessage(), scannersMessage(twoScanners())}) {
+        std::string(heartbeatMessage), scannersMessage(twoScanners())}) {
     for (std::size_t length = 0; length < whole.size(); ++length) {
       EXPECT_FALSE(readRequest(whole.substr(0, length))) << length;
       EXPECT_FALSE(readReport(whole.substr(0, length))) << length;

@@ -25,7 +25,7 @@ namespace {
 
 using namespace frontend;
 
-void say(const std::string& message) {
+void say(std::string_view message) {
   [[maybe_unused]] const ssize_t sent =
       send(workerControlDescriptor, message.data(), message.size(), MSG_NOSIGNAL);
 }
@@ -47,7 +47,7 @@ void sayForEver(const std::string& message) {
 void giveSignsFor(std::chrono::milliseconds time) {
   const auto end = std::chrono::steady_clock::now() + time;
   while (std::chrono::steady_clock::now() < end) {
-    say(heartbeatMessage());
+    say(heartbeatMessage);
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
 }
