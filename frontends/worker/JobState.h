@@ -71,8 +71,9 @@ enum class JobEvent : std::uint8_t {
 // (1) An unreadable one if a part of it has arrived. The library would take what follows for the answer to
 //     its next call.
 // (2) The library does not get these bytes. They can do no harm otherwise: the picture is in.
-// (3) This read never reaches the device. The library gets a time-out at once, its only sign of the end, for
-//     which it would wait 15 s.
+// (3) This read never reaches the device, and neither do later ones. The library gets a time-out at once, its
+//     only sign of the end, for which it would wait 15 s. One that reads on has missed the picture: "no
+//     device" ends it.
 JobState next(JobState state, JobEvent event);
 
 // Whether the library must not get the bytes that raised this event: note (2).

@@ -57,9 +57,10 @@ std::optional<IOReturn> JobWatch::beforeRead(std::uint8_t pipe) {
   const JobState before = state_;
   if (pipes_.roleOf(pipe) == PipeRole::data) raise(JobEvent::dataRead);
   if (endedOrCancelled()) return kIOReturnNoDevice;
-  // The end of a delivered picture, as the library knows it.
-  if (before == JobState::delivered && state_ == JobState::leaving) return kIOUSBTransactionTimeout;
-  return std::nullopt;
+  if (pipes_.roleOf(pipe) != PipeRole::data || state_ != JobState::leaving) return std::nullopt;
+  // The end of a delivered picture, as the library knows it. Where it asks for more all the same, it has
+  // missed the picture, for want of memory, and would ask for ever.
+  return before == JobState::delivered ? kIOUSBTransactionTimeout : kIOReturnNoDevice;
 }
 
 std::optional<IOReturn> JobWatch::beforeWrite(std::uint8_t pipe, const void* bytes, std::uint32_t size) {

@@ -208,6 +208,15 @@ TEST(JobTableNotes, TheReadAfterADeliveredPictureTimesOutAtOnce) {
   EXPECT_EQ(job.watch.beforeRead(pipes.reply), std::nullopt) << "the last calls";
 }
 
+TEST(JobTableNotes, ALibraryThatMissedThePictureIsNotLeftWaitingForIt) {
+  WatchedJobDriver job;
+  bringTo(JobState::awaitingPicture, job);
+  job.read(pipes.data, wholePicture);
+  EXPECT_EQ(job.watch.noteOutOfMemory(), kIOReturnIOError) << "instead of the bytes";
+  EXPECT_EQ(job.watch.beforeRead(pipes.data), kIOReturnNoDevice);
+  EXPECT_EQ(job.status(), ScanStatus::good);
+}
+
 TEST(JobTableNotes, AStackWithoutMemoryEndsTheJobAsWell) {
   WatchedJobDriver reading;
   bringTo(JobState::receiving, reading);
