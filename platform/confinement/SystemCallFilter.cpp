@@ -8,7 +8,6 @@
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -18,6 +17,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <span>
 
@@ -238,8 +238,19 @@ bool writeProgram(int pipe, bool removingFiles) {
 
 // A second one costs little, and memory may have run out for a moment only.
 constexpr int attempts = 2;
-// Of the processor, which usually takes a few thousandths of it.
-constexpr rlim_t longestCompilationSeconds = 1;
+// Of the processor. It usually takes a hundredth of it.
+constexpr long longestCompilationNs = 250'000'000;
+
+// Lets the system kill this process, whichever signals it inherited as ignored or blocked.
+bool boundProcessorTime(long nanoseconds) {
+  sigevent killing{};
+  killing.sigev_notify = SIGEV_SIGNAL;
+  killing.sigev_signo = SIGKILL;
+  timer_t timer{};
+  const itimerspec once{{0, 0}, {0, nanoseconds}};
+  return timer_create(CLOCK_PROCESS_CPUTIME_ID, &killing, &timer) == 0 &&
+         timer_settime(timer, 0, &once, nullptr) == 0;
+}
 
 // What the kernel runs for each system call.
 class Program {
@@ -254,9 +265,8 @@ class Program {
     const pid_t child = fork();
     if (child == 0) {
       prctl(PR_SET_PDEATHSIG, SIGKILL);
-      const rlimit limit{longestCompilationSeconds, longestCompilationSeconds};
-      setrlimit(RLIMIT_CPU, &limit);
-      _exit(writeProgram(in.get(), removingFiles) ? EXIT_SUCCESS : EXIT_FAILURE);
+      const bool written = boundProcessorTime(longestCompilationNs) && writeProgram(in.get(), removingFiles);
+      _exit(written ? EXIT_SUCCESS : EXIT_FAILURE);
     }
     in.reset();
     const bool received = child > 0 && receive(out.get());
