@@ -55,9 +55,10 @@ ListReply ScannerSearch::awaitReply() {
 ListReply ScannerSearch::receive() {
   std::string message(largestWorkerMessage, '\0');
   ssize_t count = 0;
+  bool reset = false;  // reported once, before the reply, where the worker exits without reading everything
   do {
     count = recv(link_.control(), message.data(), message.size(), MSG_DONTWAIT);
-  } while (count < 0 && (errno == EINTR || errno == ECONNRESET));
+  } while (count < 0 && (errno == EINTR || (errno == ECONNRESET && !std::exchange(reset, true))));
   if (count <= 0) return examineWorker();
   message.resize(static_cast<std::size_t>(count));
   auto reply = readListReply(message);

@@ -78,6 +78,7 @@ struct SupervisedScan::Impl {
   WorkerProcess worker_;
   WorkerProtocol protocol_;
   TimePoint timerStart_;  // of the heartbeat timer
+  bool reset_ = false;    // the connection to the worker, by its end
   // What was received last. Not on the stack, all of which it would take where that is small (ulimit -s 64).
   std::array<char, largestWorkerMessage> message_;
 };
@@ -176,7 +177,8 @@ bool SupervisedScan::Impl::listen() {
     if (cancelled_.load()) return protocol_.end(outcome::cancelled()), heard;
     const ssize_t count = recv(link_.control(), message_.data(), message_.size(), MSG_DONTWAIT);
     // A reset is reported once, before the last messages, if the worker exits without reading everything.
-    if (count < 0 && (errno == EINTR || errno == ECONNRESET)) continue;
+    const bool reset = count < 0 && errno == ECONNRESET && !std::exchange(reset_, true);
+    if (reset || (count < 0 && errno == EINTR)) continue;
     if (count < 0 && errno == EAGAIN) break;
     heard = heard || count > 0;
     if (count <= 0) {
