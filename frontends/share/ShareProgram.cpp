@@ -20,6 +20,7 @@
 #include "ScannerSearch.h"
 #include "ShareOptions.h"
 #include "Sharing.h"
+#include "StartPages.h"
 
 namespace frontend::share {
 namespace {
@@ -173,6 +174,7 @@ void serve(const ShareOptions& options, const std::string& version) {
   const HttpServer http(service, std::move(server));
   announce(shared.identity.name, listening, shared.encrypted);
   notifyReady();
+  platform::forgetStartPages();
   signals.await();
   signals.release();
   jobs.stop();

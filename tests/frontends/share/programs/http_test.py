@@ -442,7 +442,7 @@ class Service(ShareHost):
         time.sleep(1)
         self.assertEqual(switches(), before)
         memory = pathlib.Path(f"/proc/{server.process.pid}/smaps_rollup").read_text()
-        self.assertLess(int(re.search(r"^Pss_Anon:\s+(\d+)", memory, re.M)[1]), 10 * 1024)
+        self.assertLess(int(re.search(r"^Rss:\s+(\d+)", memory, re.M)[1]), 10 * 1024)
 
     def test_listens_on_both_protocols_at_one_port(self):
         server = self.serve()
