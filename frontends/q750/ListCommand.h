@@ -9,9 +9,9 @@ namespace frontend {
 // standard error (in JSON as a member). Throws OutputError, and what printInventory() throws.
 void runList(const ListOptions& options);
 
-// The same for an inventory that was taken. USB that does not work, as in a container, is as good as no
-// scanner. Where it could not even be looked at, throws CommandError, with the code of the problem, after the
-// list: whoever relies on the exit status must not take it for complete.
+// The same for an inventory that was taken. A system without USB, such as a container, has no scanner:
+// that is not an error. Where USB could not be examined, throws CommandError with the code of the problem
+// after printing the list: whoever relies on the exit status must not take it for complete.
 void printInventory(const ScannerInventory& inventory, bool json);
 
 }  // namespace frontend
