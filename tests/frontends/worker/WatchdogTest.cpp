@@ -12,7 +12,6 @@
 
 #include "HookedUsbStack.h"
 #include "ImagePipe.h"
-#include "MallocFaults.h"
 #include "ScanSession.h"
 #include "VirtualScanner.h"
 #include "VirtualUsbStack.h"
@@ -119,16 +118,6 @@ TEST_F(SupervisedWorker, EndsWhereACancelIsNotHeeded) {
   };
   EXPECT_EXIT(workThatHangs(), testing::ExitedWithCode(ofAHang), "");
   EXPECT_EQ(heardOutcome().status, ScanStatus::cancelled);
-}
-
-TEST_F(SupervisedWorker, EndsWhereThereIsNoMemoryForItsReport) {
-  if (!MallocFaults::arePossible()) GTEST_SKIP() << "the sanitizer has its own allocator";
-  const auto workThatHangs = [this] {
-    const auto watchdog = watch(300ms);
-    const MallocFaults faults = MallocFaults::from(1);
-    hang();
-  };
-  EXPECT_EXIT(workThatHangs(), testing::ExitedWithCode(ofAHang), "");
 }
 
 // Each heartbeat is one look at the worker.
