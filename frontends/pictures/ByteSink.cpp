@@ -39,7 +39,11 @@ bool ByteSink::seek(std::uint64_t position) noexcept {
 }
 
 std::size_t ByteSink::read(void* bytes, std::size_t count) noexcept {
-  const ssize_t moved = ::read(descriptor_, bytes, count);
+  ssize_t moved = 0;
+  do {
+    moved = ::read(descriptor_, bytes, count);
+  } while (moved < 0 && errno == EINTR);
+  if (moved < 0) fail(errno);
   return moved < 0 ? 0 : static_cast<std::size_t>(moved);
 }
 

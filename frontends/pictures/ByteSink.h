@@ -24,7 +24,7 @@ class ByteSink {
   // Moves to a position, counted from the start, of a descriptor that has one. Returns good().
   bool seek(std::uint64_t position) noexcept;
   // Reads up to `count` bytes from the current position of a descriptor that was opened for reading too.
-  // Returns the number of bytes read, 0 at the end and for an error, which does not end the sink.
+  // Returns the number of bytes read, 0 at the end and for an error, which ends the sink.
   std::size_t read(void* bytes, std::size_t count) noexcept;
   // Cuts the file off at `size`. Returns good().
   bool truncate(std::uint64_t size) noexcept;

@@ -42,7 +42,8 @@ ByteSink& sinkOf(thandle_t handle) {
   return streamOf(handle).sink;
 }
 
-// Linking a page to the one before reads that page's directory.
+// Linking a page to the one before reads that page's directory. A failure must end the sink: the library
+// takes a document whose header it cannot read for an empty one, and begins anew.
 tmsize_t readBytes(thandle_t handle, void* bytes, tmsize_t count) {
   return static_cast<tmsize_t>(sinkOf(handle).read(bytes, static_cast<std::size_t>(count)));
 }

@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <string>
 
 #include "ColorProfile.h"
+#include "OwnedDescriptor.h"
 #include "TiffFile.h"
 #include "WritingPictures.h"
 
@@ -51,6 +53,22 @@ TEST_F(WritingPictures, WritesBlackAndWhiteAsTiff) {
     EXPECT_THAT(file.tags, HasSubstr("Bits/Sample: 1\n"));
     EXPECT_THAT(file.tags, HasSubstr("Rows/Strip: 61\n"));
   }
+}
+
+// The library takes it for an empty one.
+TEST_F(WritingPictures, AppendsNothingToATiffThatItCannotRead) {
+  ASSERT_TRUE(write(PictureFormat::tiff, {&color}, severalPages()));
+  const platform::OwnedDescriptor existing(open(path.c_str(), O_RDONLY));
+  const platform::OwnedDescriptor unreadable(open((folder / "copy").c_str(), O_WRONLY | O_CREAT, 0600));
+  ByteSink sink(unreadable.get());
+  PictureSettings appending = severalPages();
+  appending.appendTo = existing.get();
+  {
+    const auto writer = makePictureWriter(PictureFormat::tiff, sink, appending);
+    grey.writeTo(*writer);
+    writer->finish();
+  }
+  EXPECT_EQ(sink.error(), EBADF);
 }
 
 TEST_F(WritingPictures, WritesPagesIntoOneTiff) {
