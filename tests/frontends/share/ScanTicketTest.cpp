@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "Tickets.h"
 
 namespace {
@@ -9,6 +11,10 @@ struct TicketRow {
   std::string elements;
   const char* summary;
 };
+
+void PrintTo(const TicketRow& row, std::ostream* out) {
+  *out << row.what;
+}
 
 class ScanTicketTable : public testing::TestWithParam<TicketRow> {};
 
