@@ -20,6 +20,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     return 0;
   }
   AppendedPage result(existing.descriptor(), pdf);
-  if (result.written()) check(pagesOf(result.descriptor()) == pages + 1);
+  check(result.written() && pagesOf(result.descriptor()) == pages + 1);
   return 0;
 }

@@ -94,6 +94,9 @@ std::uint32_t pagesOfTiff(int descriptor) {
   if (complaint.text[0] != '\0') throwDamaged(complaint, complaint.text);
   // In a chain of directories without an end no page could be added.
   if (TIFFLastDirectory(tiff.get()) == 0) throwDamaged(complaint, "its directories have no end");
+  // Reading a directory takes a link that was cut off for the end of the chain. Counting them does not.
+  TIFFNumberOfDirectories(tiff.get());
+  if (complaint.text[0] != '\0') throwDamaged(complaint, complaint.text);
   return pages;
 }
 

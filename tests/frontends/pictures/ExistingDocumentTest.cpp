@@ -127,12 +127,37 @@ TEST_F(Existing, IsWhole) {
   }
 }
 
+// Where the first directory of a small TIFF file is, and how many entries it has.
+std::size_t firstDirectory(const std::string& content) {
+  return static_cast<unsigned char>(content[4]) |
+         static_cast<std::size_t>(static_cast<unsigned char>(content[5])) << 8;
+}
+std::size_t entriesAt(const std::string& content, std::size_t directory) {
+  return static_cast<unsigned char>(content[directory]);
+}
+
+TEST_F(Existing, HasAllOfTheLinkBehindItsLastPage) {
+  const std::string path = documentOf(PictureFormat::tiff, 1);
+  std::string content = contentOf(path);
+  content.resize((content.size() + 1) / 2 * 2);
+  const std::size_t first = firstDirectory(content);
+  const std::size_t last = content.size();
+  content += content.substr(first, 2 + entriesAt(content, first) * 12 + 4);  // the directory ends the file
+  content[4] = static_cast<char>(last & 0xFF);
+  content[5] = static_cast<char>(last >> 8);
+  writeContent(path, content);
+  EXPECT_EQ(pagesOf(path, PictureFormat::tiff), 1U);
+  for (std::size_t missing = 1; missing <= 4; ++missing) {
+    writeContent(path, content.substr(0, content.size() - missing));
+    EXPECT_THAT(complaintAbout(path, PictureFormat::tiff), HasSubstr("it is damaged")) << missing;
+  }
+}
+
 TEST_F(Existing, HasNoLoopOfPages) {
   const std::string path = documentOf(PictureFormat::tiff, 2);
   std::string content = contentOf(path);
-  const std::size_t first = static_cast<unsigned char>(content[4]) |
-                            static_cast<std::size_t>(static_cast<unsigned char>(content[5])) << 8;
-  const std::size_t entries = static_cast<unsigned char>(content[first]);
+  const std::size_t first = firstDirectory(content);
+  const std::size_t entries = entriesAt(content, first);
   content.replace(first + 2 + entries * 12, 4, content.substr(4, 4));  // links to itself, not to the second
   writeContent(path, content);
   EXPECT_THAT(complaintAbout(path, PictureFormat::tiff),
