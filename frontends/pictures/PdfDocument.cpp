@@ -164,6 +164,15 @@ void requireComplete(QPDF& document, std::size_t pages) {
                            std::to_string(pages));
 }
 
+// Adds an empty page, which shows whether the tree of pages can take another one.
+void tryAnotherPage(QPDF& document) {
+  const std::size_t pages = document.getAllPages().size();
+  const auto page = QPDFObjectHandle::newDictionary({{"/Type", QPDFObjectHandle::newName("/Page")}});
+  QPDFPageDocumentHelper(document).addPage(QPDFPageObjectHelper(document.makeIndirectObject(page)), false);
+  if (document.anyWarnings()) throw document.getWarnings().front();
+  if (document.getAllPages().size() != pages + 1) throw std::logic_error("the page is missing");
+}
+
 std::uint32_t pagesFoundIn(int descriptor) {
   char header[5] = {};
   if (pread(descriptor, header, sizeof header, 0) != sizeof header || std::string(header, 5) != "%PDF-")
@@ -178,7 +187,11 @@ std::uint32_t pagesFoundIn(int descriptor) {
     Pl_Discard nothing;
     write(document, nothing, true);
     if (document.anyWarnings()) throw document.getWarnings().front();
-    return static_cast<std::uint32_t>(document.getAllPages().size());
+    const std::size_t pages = document.getAllPages().size();
+    tryAnotherPage(document);
+    return static_cast<std::uint32_t>(pages);
+  } catch (const std::logic_error&) {
+    throw std::runtime_error("it is damaged (its pages cannot be found)");
   } catch (const QPDFExc& error) {
     throwIfNoMemory(error);
     if (error.getErrorCode() == qpdf_e_password) throw std::runtime_error("it is encrypted");

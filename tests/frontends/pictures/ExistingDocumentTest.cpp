@@ -164,6 +164,14 @@ TEST_F(Existing, HasNoLoopOfPages) {
               HasSubstr("it is damaged (its directories have no end)"));
 }
 
+TEST_F(Existing, HasATreeOfPages) {
+  const std::string path = documentOf(PictureFormat::pdf, 1);
+  std::string content = contentOf(path);
+  content.replace(content.find("/Kids"), 5, "/Kiss");
+  writeContent(path, content);
+  EXPECT_THAT(complaintAbout(path, PictureFormat::pdf), HasSubstr("it is damaged"));
+}
+
 TEST_F(Existing, IsNotEncrypted) {
   const std::string path = documentOf(PictureFormat::pdf, 1);
   for (const char* password : {"''", "secret"}) {
