@@ -164,9 +164,17 @@ void requireComplete(QPDF& document, std::size_t pages) {
                            std::to_string(pages));
 }
 
-// Adds an empty page, which shows whether the tree of pages can take another one.
-void tryAnotherPage(QPDF& document) {
-  const std::size_t pages = document.getAllPages().size();
+// The number that the document states, 0 if it states none.
+std::size_t statedPages(QPDF& document) {
+  QPDFObjectHandle tree = document.getRoot().getKey("/Pages");
+  if (!tree.isDictionary() || !tree.getKey("/Count").isInteger()) return 0;
+  return static_cast<std::size_t>(tree.getKey("/Count").getUIntValue());
+}
+
+// Adds an empty page, which shows whether the tree of pages can take another one. Those that cannot be found
+// would be missing from the document afterwards.
+void tryAnotherPage(QPDF& document, std::size_t pages) {
+  if (pages < statedPages(document)) throw std::logic_error("there are more pages");
   const auto page = QPDFObjectHandle::newDictionary({{"/Type", QPDFObjectHandle::newName("/Page")}});
   QPDFPageDocumentHelper(document).addPage(QPDFPageObjectHelper(document.makeIndirectObject(page)), false);
   if (document.anyWarnings()) throw document.getWarnings().front();
@@ -188,7 +196,7 @@ std::uint32_t pagesFoundIn(int descriptor) {
     write(document, nothing, true);
     if (document.anyWarnings()) throw document.getWarnings().front();
     const std::size_t pages = document.getAllPages().size();
-    tryAnotherPage(document);
+    tryAnotherPage(document, pages);
     return static_cast<std::uint32_t>(pages);
   } catch (const std::logic_error&) {
     throw std::runtime_error("it is damaged (its pages cannot be found)");
