@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,6 +19,10 @@ struct FramedRequest {
   const char* version = "HTTP/1.1";
   std::size_t headerBytes = 100;
 };
+
+void PrintTo(const FramedRequest& request, std::ostream* out) {
+  *out << request.name;
+}
 
 const FramedRequest requests[] = {
     {"nothing", {}, 0},

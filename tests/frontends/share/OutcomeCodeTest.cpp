@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 #include "FakeScanner.h"
@@ -19,6 +20,10 @@ struct Expected {
   std::string state;
   std::string reason;
 };
+
+void PrintTo(const Expected& expected, std::ostream* out) {
+  *out << expected.name;
+}
 
 const Expected table[] = {
     {"cancelled", outcome::cancelled(), 201, 410, "Canceled", "JobCanceledByUser"},
