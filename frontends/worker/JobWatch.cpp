@@ -59,7 +59,7 @@ std::optional<IOReturn> JobWatch::beforeRead(std::uint8_t pipe) {
   if (endedOrCancelled()) return kIOReturnNoDevice;
   if (pipes_.roleOf(pipe) != PipeRole::data || state_ != JobState::leaving) return std::nullopt;
   // The end of a delivered picture, as the library knows it. Where it asks for more all the same, it has
-  // missed the picture, for want of memory, and would ask for ever.
+  // missed the picture, because memory ran out, and would ask for ever.
   return before == JobState::delivered ? kIOUSBTransactionTimeout : kIOReturnNoDevice;
 }
 
