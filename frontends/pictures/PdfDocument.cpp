@@ -171,10 +171,8 @@ std::size_t statedPages(QPDF& document) {
   return static_cast<std::size_t>(tree.getKey("/Count").getUIntValue());
 }
 
-// Adds an empty page, which shows whether the tree of pages can take another one. Those that cannot be found
-// would be missing from the document afterwards.
+// Adds an empty page, which shows whether the tree of pages can take another one.
 void tryAnotherPage(QPDF& document, std::size_t pages) {
-  if (pages < statedPages(document)) throw std::logic_error("there are more pages");
   const auto page = QPDFObjectHandle::newDictionary({{"/Type", QPDFObjectHandle::newName("/Page")}});
   QPDFPageDocumentHelper(document).addPage(QPDFPageObjectHelper(document.makeIndirectObject(page)), false);
   if (document.anyWarnings()) throw document.getWarnings().front();
@@ -196,6 +194,8 @@ std::uint32_t pagesFoundIn(int descriptor) {
     write(document, nothing, true);
     if (document.anyWarnings()) throw document.getWarnings().front();
     const std::size_t pages = document.getAllPages().size();
+    // Pages that cannot be found would be missing from the document afterwards.
+    if (pages < statedPages(document)) throw std::runtime_error("it is damaged (it lacks pages)");
     tryAnotherPage(document, pages);
     return static_cast<std::uint32_t>(pages);
   } catch (const std::logic_error&) {

@@ -43,7 +43,7 @@ std::optional<ScanRequest> readRequest(std::string_view message);
 struct Heartbeat {};
 
 // From the worker: the layout, at most once, before the first byte of the picture; heartbeats at any time,
-// also where there is no memory; the outcome as the last message.
+// even when memory has run out; the outcome as the last message.
 std::string layoutMessage(const PictureLayout& layout);
 std::string outcomeMessage(const ScanOutcome& outcome);
 inline constexpr std::string_view heartbeatMessage = "q750-worker 1\nheartbeat\n";

@@ -23,8 +23,8 @@ void ReportChannel::send(const PictureLayout& layout) {
 }
 
 void ReportChannel::send(const ScanOutcome& outcome) {
-  const std::string message =
-      outcomeMessage(outcome);  // before it counts: without memory another is sent later
+  // Built before it counts as sent: if that throws, a later outcome can still be.
+  const std::string message = outcomeMessage(outcome);
   if (!over_.exchange(true)) sendWhole(descriptor_, message);
 }
 
