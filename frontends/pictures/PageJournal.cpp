@@ -36,7 +36,8 @@ bool PageJournal::remember(std::uint64_t position, std::size_t count) noexcept {
 bool PageJournal::write(const void* bytes, std::size_t count) noexcept {
   const std::uint64_t position = sink_.position();
   const std::uint64_t begin = marks_.empty() ? 0 : marks_.back().begin;
-  if (position < begin && !remember(position, std::min<std::uint64_t>(count, begin - position))) return false;
+  const std::uint64_t before = position < begin ? std::min<std::uint64_t>(count, begin - position) : 0;
+  if (before > 0 && !remember(position, static_cast<std::size_t>(before))) return false;
   return sink_.write(bytes, count);
 }
 

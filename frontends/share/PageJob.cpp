@@ -1,5 +1,6 @@
 #include "PageJob.h"
 
+#include <algorithm>
 #include <array>
 #include <exception>
 #include <new>
@@ -308,7 +309,8 @@ std::optional<std::size_t> PageReader::read(std::uint64_t offset, void* bytes, s
   }
   const std::uint64_t there = job_->bytes_ - offset;
   lock.unlock();
-  const std::size_t count = page_->read(offset, bytes, there < capacity ? there : capacity);
+  const std::size_t count =
+      page_->read(offset, bytes, static_cast<std::size_t>(std::min<std::uint64_t>(there, capacity)));
   return count > 0 ? std::optional(count) : std::nullopt;
 }
 

@@ -4,6 +4,7 @@
 #include <sys/auxv.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cstdint>
 
 namespace platform {
@@ -16,7 +17,8 @@ std::size_t mainStackRoom() noexcept {
   const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
   if (top < here) return SIZE_MAX;  // an emulated processor, with a stack of another kind
   const std::uintptr_t used = top - here;
-  return limit.rlim_cur > used ? static_cast<std::size_t>(limit.rlim_cur - used) : 0;
+  if (limit.rlim_cur <= used) return 0;
+  return static_cast<std::size_t>(std::min<rlim_t>(limit.rlim_cur - used, SIZE_MAX));
 }
 
 void setThreadStackSize(std::size_t bytes) noexcept {

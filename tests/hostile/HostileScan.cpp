@@ -105,7 +105,7 @@ frontend::PixelArea areaFor(Dice& dice, bool probed) {
 std::optional<std::uint64_t> cancelFor(std::uint32_t seed, std::uint64_t bytes) {
   Dice dice(std::uint64_t{seed} << 32);
   if (probeOf(seed) || !dice.oneIn(10)) return std::nullopt;
-  return dice.oneIn(4) ? 0 : dice.below(bytes);
+  return dice.oneIn(4) ? 0 : dice.below(static_cast<std::size_t>(bytes));
 }
 
 std::string complaintAboutWorker(const PatientScan& scan, long largestBefore) {

@@ -31,8 +31,8 @@ void begin(ProbeEffects& effects, Packet first) {
   effects.packets.insert(effects.packets.begin(), std::move(first));
 }
 
-std::size_t bytesIn(const Packets& packets) {
-  std::size_t bytes = 0;
+std::uint64_t bytesIn(const Packets& packets) {
+  std::uint64_t bytes = 0;
   for (const Packet& packet : packets) bytes += wire::packetHeaderSize + packet.payload.size();
   return bytes;
 }
@@ -65,19 +65,20 @@ void timeOutFirst(ProbeEffects& effects, const ProbedScan& scan, bool beyond) {
 void takeLong(ProbeEffects& effects, const ProbedScan& scan, bool beyond) {
   effects.readMs = 200;
   const std::uint64_t reads = sideOf(jobMsBound(scan), beyond) / effects.readMs;
-  const std::size_t bytes = bytesIn(effects.packets);
+  const std::uint64_t bytes = bytesIn(effects.packets);
   // Rounded so that the number of reads stays on its side.
-  effects.largest = beyond ? bytes / reads : (bytes + reads - 1) / reads;
+  effects.largest = static_cast<std::size_t>(beyond ? bytes / reads : (bytes + reads - 1) / reads);
 }
 
 void sendMessages(ProbeEffects& effects, const ProbedScan& /*scan*/, bool beyond) {
   begin(effects, packet(wire::controlData, "<response/>", sideOf(1000, beyond)));
 }
 
-std::string messageOf(std::size_t bytes) {
+std::string messageOf(std::uint64_t bytes) {
   const std::string opening = "<response><StringElem>";
   const std::string closing = "</StringElem></response>";
-  return opening + std::string(bytes - opening.size() - closing.size(), 'm') + closing;
+  const auto between = static_cast<std::size_t>(bytes) - opening.size() - closing.size();
+  return opening + std::string(between, 'm') + closing;
 }
 
 void sendBytesOfMessages(ProbeEffects& effects, const ProbedScan& /*scan*/, bool beyond) {

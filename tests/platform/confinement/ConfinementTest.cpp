@@ -115,8 +115,7 @@ TEST_F(Confined, OpensOnlyTheFilesThatItNeeds) {
 
 TEST_F(Confined, KeepsWhatIsOpen) {
   const int file = open(at("/secret"), O_RDWR | O_CLOEXEC);
-  EXPECT_EQ(confined([&] { return write(file, "x", 1) == 1 && said(lseek(file, 0, SEEK_SET)) == 0 ? 0 : 1; }),
-            0);
+  EXPECT_EQ(confined([&] { return write(file, "x", 1) == 1 && lseek(file, 0, SEEK_SET) == 0 ? 0 : 1; }), 0);
   close(file);
 }
 

@@ -24,7 +24,7 @@ bool holdsInChild(const std::function<bool()>& condition) {
   return status == 0;
 }
 
-void limitStack(std::size_t bytes) {
+void limitStack(rlim_t bytes) {
   rlimit limit{};
   getrlimit(RLIMIT_STACK, &limit);
   limit.rlim_cur = bytes;
