@@ -8,6 +8,9 @@ namespace platform {
 // (AF_NETLINK), programs, other processes, files that would be created, renamed or removed, namespaces,
 // memory that could be executed, and keystrokes for the terminal.
 //
+// Where the C library makes sockets by socketcall(2), on 32-bit x86 and on s390x, sockets of every family are
+// allowed: its arguments are in memory, which the kernel does not show to a filter.
+//
 // With `removingFiles`, unlink() is allowed, which the local sockets of ConfinementNeeds take.
 //
 // Starts and ends a process of its own, for a few milliseconds. Returns whether the filter is in force. Never
