@@ -81,6 +81,6 @@ int open(const char* path, int flags, ...) {
   const mode_t mode = (flags & O_CREAT) != 0 || nameless ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
   if (nameless && !FileCalls::pass("O_TMPFILE")) return -1;
-  return callOf(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+  return callOf(syscall(SYS_openat, AT_FDCWD, path, flags | O_LARGEFILE, mode));
 }
 }
