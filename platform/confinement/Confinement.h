@@ -11,7 +11,8 @@ struct ConfinementNeeds {
   std::vector<std::string>
       readable;  // files, and folders with all below them; those that do not exist are skipped
   std::vector<std::string> devices;  // the same, also for writing
-  std::vector<std::string> sockets;  // folders in which it may make and remove local sockets
+  std::vector<std::string> sockets;  // folders in which it may make and remove local sockets; where there
+                                     // are none, it may neither make nor connect any
   std::uint64_t memoryBytes = 0;     // of memory for data (RLIMIT_DATA); 0 leaves the limit as it is
 };
 

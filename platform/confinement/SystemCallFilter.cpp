@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -89,9 +90,8 @@ constexpr const char* allowedCalls[] = {
     "getdents",
     "getdents64",
     "getcwd",
-    // connections that exist, and local ones
+    // connections that exist, and notices of the kernel
     "bind",
-    "connect",
     "accept",
     "accept4",
     "getsockname",
@@ -192,9 +192,7 @@ constexpr unsigned cloneFlags = 0;
 const ConditionalCall conditionalCalls[] = {
     {"open", without(1, creating)},
     {"openat", without(2, creating)},
-    {"socket", equal(0, AF_UNIX)},
     {"socket", equal(0, AF_NETLINK)},
-    {"socketpair", equal(0, AF_UNIX)},
     {"clone", {cloneFlags, SCMP_CMP_MASKED_EQ, namespaces | CLONE_THREAD, CLONE_THREAD}},
     {"mmap", without(2, PROT_EXEC)},
     {"mmap2", without(2, PROT_EXEC)},
@@ -207,6 +205,14 @@ const ConditionalCall conditionalCalls[] = {
     {"prlimit64", equal(2, 0)},       // to read a limit
 };
 
+// Behind a local socket may be the user's message bus, which starts any program outside the confinement. A
+// pair counts too: its datagram sockets can be connected to another address.
+const ConditionalCall localSocketCalls[] = {
+    {"socket", equal(0, AF_UNIX)},
+    {"socketpair", equal(0, AF_UNIX)},
+};
+constexpr const char* localSocketNames[] = {"connect", "unlink"};
+
 bool allow(const Filter& filter, const char* name, std::span<const scmp_arg_cmp> conditions,
            std::uint32_t action) {
   const int number = seccomp_syscall_resolve_name(name);
@@ -215,24 +221,31 @@ bool allow(const Filter& filter, const char* name, std::span<const scmp_arg_cmp>
                                 conditions.data()) == 0;
 }
 
-bool addRules(const Filter& filter) {
-  for (const char* name : allowedCalls) {
-    if (!allow(filter, name, {}, SCMP_ACT_ALLOW)) return false;
-  }
-  for (const ConditionalCall& call : conditionalCalls) {
-    if (!allow(filter, call.name, {&call.condition, 1}, SCMP_ACT_ALLOW)) return false;
-  }
+bool allowAll(const Filter& filter, std::span<const char* const> names) {
+  return std::ranges::all_of(names,
+                             [&filter](const char* name) { return allow(filter, name, {}, SCMP_ACT_ALLOW); });
+}
+
+bool allowAll(const Filter& filter, std::span<const ConditionalCall> calls) {
+  return std::ranges::all_of(calls, [&filter](const ConditionalCall& call) {
+    return allow(filter, call.name, {&call.condition, 1}, SCMP_ACT_ALLOW);
+  });
+}
+
+bool addRules(const Filter& filter, bool localSockets) {
+  if (!allowAll(filter, allowedCalls) || !allowAll(filter, conditionalCalls)) return false;
+  if (localSockets && (!allowAll(filter, localSocketNames) || !allowAll(filter, localSocketCalls)))
+    return false;
   // Its flags are in memory, where the filter cannot see them: without it, threads are made by clone().
   return allow(filter, "clone3", {}, SCMP_ACT_ERRNO(ENOSYS));
 }
 
 // Where an allocation fails, the library may also report success for a program of which a part is missing:
 // errno has the truth.
-bool writeProgram(int pipe, bool removingFiles) {
+bool writeProgram(int pipe, bool localSockets) {
   errno = 0;
   const Filter filter(seccomp_init(SCMP_ACT_ERRNO(EPERM)), seccomp_release);
-  if (filter == nullptr || !addRules(filter)) return false;
-  if (removingFiles && !allow(filter, "unlink", {}, SCMP_ACT_ALLOW)) return false;
+  if (filter == nullptr || !addRules(filter, localSockets)) return false;
   return seccomp_export_bpf(filter.get(), pipe) == 0 && errno != ENOMEM;
 }
 
@@ -257,7 +270,7 @@ class Program {
  public:
   // In a child process: where an allocation fails, the library crashes or loops for ever. A system that
   // refuses the process refuses the threads of this one as well.
-  bool compile(bool removingFiles) {
+  bool compile(bool localSockets) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) return false;
     const OwnedDescriptor out(ends[0]);
@@ -265,7 +278,7 @@ class Program {
     const pid_t child = fork();
     if (child == 0) {
       prctl(PR_SET_PDEATHSIG, SIGKILL);
-      const bool written = boundProcessorTime(longestCompilationNs) && writeProgram(in.get(), removingFiles);
+      const bool written = boundProcessorTime(longestCompilationNs) && writeProgram(in.get(), localSockets);
       _exit(written ? EXIT_SUCCESS : EXIT_FAILURE);
     }
     in.reset();
@@ -305,10 +318,10 @@ class Program {
 
 }  // namespace
 
-bool filterSystemCalls(bool removingFiles) noexcept {
+bool filterSystemCalls(bool localSockets) noexcept {
   Program program;
   for (int attempt = 0; attempt < attempts; ++attempt) {
-    if (program.compile(removingFiles)) return program.load();
+    if (program.compile(localSockets)) return program.load();
   }
   return false;
 }

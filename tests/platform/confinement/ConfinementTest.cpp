@@ -150,8 +150,14 @@ const Attempt refused[] = {
 #ifndef SYS_socketcall  // whose arguments a filter cannot see
     {"AnInternetSocket", [] { return socket(AF_INET, SOCK_STREAM, 0); }},
     {"AnInternetSocketOfVersion6", [] { return socket(AF_INET6, SOCK_DGRAM, 0); }},
+    {"ALocalSocket", [] { return socket(AF_UNIX, SOCK_STREAM, 0); }},
     {"ARawSocket", [] { return socket(AF_PACKET, SOCK_RAW, 0); }},
 #endif
+    {"APairOfLocalSockets",
+     [] {
+       int ends[2];
+       return socketpair(AF_UNIX, SOCK_DGRAM, 0, ends);
+     }},
     {"AProgram", [] { return execve("/bin/true", nothing, nothing); }},
     {"AProgramByDescriptor", [] { return syscall(SYS_execveat, 0, "/bin/true", nothing, nothing, 0); }},
     {"AChild", [] { return syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, 0); }},
@@ -211,12 +217,30 @@ TEST_F(Confined, StartsThreadsThatAreConfinedToo) {
 }
 
 TEST_F(Confined, UsesSocketsOfTheMachineAndNoticesOfTheKernel) {
+  needs.sockets = {at("")};
   const auto work = [] {
     int ends[2];
     const bool pair = socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends) == 0 && send(ends[0], "x", 1, 0) == 1;
     return pair && socket(AF_UNIX, SOCK_STREAM, 0) >= 0 && socket(AF_NETLINK, SOCK_RAW, 15) >= 0 ? 0 : 1;
   };
   EXPECT_EQ(confined(work), 0);
+}
+
+// Behind one of them is the user's message bus, which starts any program.
+TEST_F(Confined, ReachesNoLocalServerUnlessItNeedsSockets) {
+  const std::string name = at("/server");
+  sockaddr_un address{.sun_family = AF_UNIX, .sun_path = ""};
+  name.copy(address.sun_path, sizeof address.sun_path - 1);
+  const auto* place = reinterpret_cast<const sockaddr*>(&address);
+  const int server = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(bind(server, place, sizeof address), 0);
+  ASSERT_EQ(listen(server, 1), 0);
+  const auto work = [&] { return said(connect(socket(AF_UNIX, SOCK_STREAM, 0), place, sizeof address)); };
+  EXPECT_NE(confined(work), 0);
+  needs.sockets = {at("")};
+  EXPECT_EQ(confined(work), 0);
+  close(server);
+  unlink(name.c_str());
 }
 
 TEST_F(Confined, FindsNoMoreMemoryThanItNeedsButThrowsAsEver) {
