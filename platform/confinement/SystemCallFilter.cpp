@@ -197,7 +197,6 @@ const ConditionalCall conditionalCalls[] = {
     {"mmap", without(2, PROT_EXEC)},
     {"mmap2", without(2, PROT_EXEC)},
     {"mprotect", without(2, PROT_EXEC)},
-    {"ioctl", {1, SCMP_CMP_NE, TIOCSTI, 0}},
     {"prctl", equal(0, PR_SET_NAME)},
     {"prctl", equal(0, PR_GET_NAME)},
     {"prctl", equal(0, PR_GET_DUMPABLE)},
@@ -212,6 +211,13 @@ const ConditionalCall localSocketCalls[] = {
     {"socketpair", equal(0, AF_UNIX)},
 };
 constexpr const char* localSocketNames[] = {"connect", "unlink"};
+
+// Requests of terminals have a type of their own, in the second byte. Two of them type commands on the
+// terminal of the user; these only ask, or are about any descriptor.
+constexpr unsigned terminalType = TIOCSTI & 0xFF00;
+constexpr unsigned harmlessRequests[] = {TCGETS, TIOCGWINSZ, TIOCOUTQ, FIONREAD, FIONBIO};
+// The kernel takes a request as 32 bits and ignores the rest of the argument.
+constexpr scmp_datum_t wholeRequest = 0xFFFFFFFF;
 
 bool allow(const Filter& filter, const char* name, std::span<const scmp_arg_cmp> conditions,
            std::uint32_t action) {
@@ -232,8 +238,24 @@ bool allowAll(const Filter& filter, std::span<const ConditionalCall> calls) {
   });
 }
 
+bool allowRequest(const Filter& filter, scmp_datum_t mask, scmp_datum_t value) {
+  const ConditionalCall call{"ioctl", {1, SCMP_CMP_MASKED_EQ, mask, value}};
+  return allowAll(filter, std::span(&call, 1));
+}
+
+// A filter can compare a part of an argument for equality alone: a type differs from that of terminals where
+// one of its bits does.
+bool allowRequests(const Filter& filter) {
+  for (unsigned bit = 0x100; bit <= 0x8000; bit <<= 1) {
+    if (!allowRequest(filter, bit, ~terminalType & bit)) return false;
+  }
+  return std::ranges::all_of(
+      harmlessRequests, [&filter](unsigned request) { return allowRequest(filter, wholeRequest, request); });
+}
+
 bool addRules(const Filter& filter, bool localSockets) {
-  if (!allowAll(filter, allowedCalls) || !allowAll(filter, conditionalCalls)) return false;
+  if (!allowAll(filter, allowedCalls) || !allowAll(filter, conditionalCalls) || !allowRequests(filter))
+    return false;
   if (localSockets && (!allowAll(filter, localSocketNames) || !allowAll(filter, localSocketCalls)))
     return false;
   // Its flags are in memory, where the filter cannot see them: without it, threads are made by clone().

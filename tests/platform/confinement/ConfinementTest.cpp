@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/sockios.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
@@ -145,6 +146,7 @@ void PrintTo(const Attempt& attempt, std::ostream* out) {
 }
 
 char* const nothing[] = {nullptr};
+constexpr unsigned long highestBit = ~(~0UL >> 1);
 
 const Attempt refused[] = {
 #ifndef SYS_socketcall  // whose arguments a filter cannot see
@@ -185,6 +187,9 @@ const Attempt refused[] = {
        return mprotect(page, 4096, PROT_READ | PROT_EXEC);
      }},
     {"KeystrokesForATerminal", [] { return ioctl(STDIN_FILENO, TIOCSTI, "x"); }},
+    // The kernel reads only the lower half of a request.
+    {"KeystrokesBehindAHighBit", [] { return syscall(SYS_ioctl, STDIN_FILENO, highestBit | TIOCSTI, "x"); }},
+    {"PastingOnAConsole", [] { return ioctl(STDIN_FILENO, TIOCLINUX, "x"); }},
     {"AsynchronousIo", [] { return syscall(SYS_io_uring_setup, 1, nullptr); }},
     {"AKernelProgram", [] { return syscall(SYS_bpf, 0, nullptr, 0); }},
     {"AKey", [] { return syscall(SYS_keyctl, 0, 0, 0, 0, 0); }},
@@ -206,6 +211,22 @@ TEST_P(Refused, WithAnErrorAndNotByTheEndOfTheProcess) {
 
 INSTANTIATE_TEST_SUITE_P(Attempts, Refused, testing::ValuesIn(refused),
                          [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(Confined, AsksDescriptorsAboutTheirState) {
+  int ends[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+  const auto work = [&] {
+    int bytes = 0;
+    winsize size{};
+    const bool socket = ioctl(ends[0], SIOCOUTQ, &bytes) == 0 && ioctl(ends[0], FIONREAD, &bytes) == 0;
+    return socket && said(ioctl(ends[0], TIOCGWINSZ, &size)) != EPERM && isatty(ends[0]) == 0 &&
+                   errno != EPERM
+               ? 0
+               : 1;
+  };
+  EXPECT_EQ(confined(work), 0);
+  for (const int end : ends) close(end);
+}
 
 TEST_F(Confined, StartsThreadsThatAreConfinedToo) {
   const auto work = [] {
