@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <functional>
@@ -99,6 +100,12 @@ bool reportsAsJson(const CommandLine& commandLine) {
   return progress.empty() ? progressName(commandLine.scan) == "json" : lowerCase(progress) == "json";
 }
 
+// Whoever started this program may have ignored the ends of its own children, which is inherited: the system
+// would then keep no exit status of ours, without which nothing that they did counts.
+void awaitOwnChildren() {
+  std::signal(SIGCHLD, SIG_DFL);
+}
+
 }  // namespace
 
 void endWithoutMemory() {
@@ -108,6 +115,7 @@ void endWithoutMemory() {
 
 int runProgram(int argc, const char* const* argv) try {
   console::reserveDescriptors();
+  awaitOwnChildren();
   CommandLine commandLine;
   ExitCode code = run([&] { commandLine = parseCommandLine(argc, argv, readUserDefaults); }, logError);
   if (code == ExitCode::good)

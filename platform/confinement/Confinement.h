@@ -25,7 +25,8 @@ struct Confinement {
 
 // Confines this process, so that a reader of foreign bytes that is taken over reaches neither the network,
 // nor the files of its user, nor other processes. What is open stays open. Call it before the first thread is
-// started: threads that are there already keep their rights to files. It cannot be undone.
+// started, and where SIGCHLD is not ignored: threads that are there already keep their rights to files, and
+// the filter is compiled by a child. It cannot be undone.
 //
 // Never fails: whatever the system refuses is missing in the result. A sanitizer needs what is given up, so
 // in such a build the call changes nothing. Throws std::bad_alloc.

@@ -82,6 +82,18 @@ TEST_F(Program, ScansToEveryFormat) {
   EXPECT_THAT(folder.names(), ElementsAre("page.png", "page.pnm", "page.tiff"));
 }
 
+// A PDF is written, and a document that grows is examined, by a child whose exit status says how that went.
+TEST_F(Program, SavesWhatItScansWhereItsParentIgnoresChildren) {
+  const auto ignoring = [] { std::signal(SIGCHLD, SIG_IGN); };
+  for (const char* name : {"page.pdf", "page.tiff"}) {
+    for (int pages = 1; pages <= 2; ++pages) {
+      const ProgramResult result = scan({"-o", folder / name, "-r", "75", "-q", "--append"}, ignoring);
+      EXPECT_EQ(result.exitCode, 0) << name << " " << pages << ": " << result.errors;
+    }
+  }
+  EXPECT_THAT(folder.names(), ElementsAre("page.pdf", "page.tiff"));
+}
+
 TEST_F(Program, ScansTheWholeBedInGrey) {
   const ProgramResult result = scan({"-o", folder / "page.png", "-r", "75", "-m", "gray"});
   EXPECT_EQ(result.exitCode, 0);
