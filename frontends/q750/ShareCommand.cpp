@@ -1,24 +1,27 @@
 #include "ShareCommand.h"
 
+#include <sys/auxv.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
+#include <climits>
+#include <cstdlib>
 #include <system_error>
 
 #include "CommandError.h"
 
 namespace frontend {
-namespace {
 
-// Never from PATH: what is started belongs to this installation.
 std::string shareProgram() {
-  std::error_code error;
-  const auto own = std::filesystem::canonical("/proc/self/exe", error);
-  return (own.parent_path() / "q750-share").string();
+  char own[PATH_MAX];
+  const auto* executed = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+  const bool known = realpath("/proc/self/exe", own) != nullptr ||
+                     (executed != nullptr && realpath(executed, own) != nullptr);  // without /proc
+  if (!known) return "";
+  std::string path(own);
+  path.replace(path.rfind('/') + 1, std::string::npos, "q750-share");
+  return path;
 }
-
-}  // namespace
 
 void runShare(const std::vector<std::string>& arguments) {
   std::string program = shareProgram();

@@ -7,12 +7,11 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <climits>
-#include <cstdlib>
 #include <memory>
 
 #include "OwnedDescriptor.h"
 #include "RegularFile.h"
+#include "ShareCommand.h"
 #include "ShareExamination.h"
 
 namespace frontend {
@@ -23,12 +22,8 @@ constexpr std::size_t largestConfiguration = 64 * 1024;
 // Exists while the daemon runs, also for those who are not on the message bus.
 constexpr char avahiSocket[] = "/run/avahi-daemon/socket";
 
-// Beside this program, as all packages install it.
-std::string serverProgram() {
-  char own[PATH_MAX];
-  if (realpath("/proc/self/exe", own) == nullptr) return "";
-  std::string path(own);
-  path.replace(path.rfind('/') + 1, std::string::npos, "q750-share");
+std::string installedServer() {
+  std::string path = shareProgram();
   return access(path.c_str(), X_OK) == 0 ? path : "";
 }
 
@@ -95,7 +90,7 @@ std::vector<std::string> ownAddresses() {
 
 ShareFacts takeShareFacts() {
   ShareFacts facts;
-  facts.program = serverProgram();
+  facts.program = installedServer();
   if (facts.program.empty()) return facts;
   facts.settings = ShareSettings::parse(platform::readRegularFile(configuration, largestConfiguration).bytes);
   facts.port = whoServes(facts.settings.port);

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -65,6 +66,22 @@ TEST_F(Program, NamesThePackageOfAProgramThatIsMissing) {
       runProgram({}, [&alone] { execl(alone.c_str(), "q750", "share", "--version", nullptr); });
   EXPECT_EQ(result.exitCode, 7);
   EXPECT_THAT(result.errors, EndsWith("Install the package quenvar-q750-share.\n"));
+}
+
+// Its own path must not be guessed where the system does not report it: a file of the current folder is
+// anyone's.
+TEST_F(Program, SharesByTheProgramBesideItWithoutProcToo) {
+  const std::string withoutProc =
+      "unshare --user --map-root-user --mount sh -c 'mount -t tmpfs -o ro none /proc && exec \"$@\"' sh ";
+  if (std::system((withoutProc + "true 2>/dev/null").c_str()) != 0) GTEST_SKIP() << "needs mounts of its own";
+  writeContent(folder / "q750-share", "#!/bin/sh\necho another program\n");
+  std::filesystem::permissions(std::string(folder / "q750-share"), std::filesystem::perms::owner_all);
+  const std::string command = withoutProc + Q750_PROGRAM + " share --version";
+  const ProgramResult result = runProgram({}, [&] {
+    std::filesystem::current_path(folder.path());
+    execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+  });
+  EXPECT_EQ(result.output, std::string("q750-share ") + frontend::version + "\n") << result.errors;
 }
 
 TEST_F(Program, ScansToEveryFormat) {
