@@ -67,11 +67,24 @@ int syncFolder(const std::string& folder) {
   return descriptor.get() < 0 ? 0 : syncDescriptor(descriptor.get());
 }
 
+// Takes the name by an empty file, which the renaming then replaces.
+int renameToReservedName(const char* from, const char* to) {
+  const platform::OwnedDescriptor reserved(open(to, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  if (reserved.get() < 0) return -1;
+  if (rename(from, to) == 0) return 0;
+  const int error = errno;
+  unlink(to);
+  errno = error;
+  return -1;
+}
+
 // As rename(), but fails with EEXIST where the new name is taken.
 int renameToFreeName(const char* from, const char* to) {
   if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return 0;
   if (errno != EINVAL && errno != ENOSYS) return -1;
-  return link(from, to) == 0 ? unlink(from) : -1;  // NFS cannot do it in one step
+  if (link(from, to) == 0) return unlink(from);  // NFS cannot do it in one step
+  // Folders shared with a virtual machine, and some of FUSE, have no links either.
+  return errno == EEXIST ? -1 : renameToReservedName(from, to);
 }
 
 std::string savedPathFor(const std::string& path) {

@@ -143,6 +143,31 @@ TEST_P(Durable, TakesAFreeNameWhereItCannotBeRenamedInOneStep) {
   EXPECT_THAT(folder.names(), ElementsAre("page.tiff"));
 }
 
+// As on folders that a virtual machine shares with its host.
+TEST_P(Durable, TakesAFreeNameWhereThereAreNoLinksEither) {
+  calls.fail("renameat2", EINVAL);
+  calls.fail("link", EPERM);
+  OutputFile file(path);
+  write(file, "picture");
+  writeContent(path, "of another process");
+  EXPECT_THAT(errorOf(file, ExistingFile::keep), HasSubstr("a file of this name exists already."));
+  EXPECT_EQ(contentOf(path), "of another process");
+  const std::string kept = file.keep();
+  EXPECT_EQ(contentOf(kept), "picture");
+  EXPECT_THAT(folder.names(), ElementsAre("page.tiff", kept.substr(kept.rfind('/') + 1)));
+}
+
+TEST_P(Durable, LeavesNoEmptyFileWhereTheRenamingFails) {
+  for (const char* call : {"renameat2", "link", "rename"}) calls.fail(call, EPERM);
+  calls.fail("renameat2", EINVAL);
+  if (nameless()) calls.fail("linkat", EPERM);
+  {
+    OutputFile file(path);
+    EXPECT_NE(errorOf(file, ExistingFile::keep), "");
+  }
+  EXPECT_THAT(folder.names(), IsEmpty());
+}
+
 TEST_P(Durable, HasThePermissionsOfANewFile) {
   const mode_t before = umask(0027);
   OutputFile file(path);
