@@ -53,7 +53,10 @@ bool ByteSink::truncate(std::uint64_t size) noexcept {
 }
 
 bool ByteSink::sync() noexcept {
-  if (good() && fsync(descriptor_) != 0 && errno != EINVAL) error_ = errno;  // EINVAL: it cannot sync
+  while (good() && fsync(descriptor_) != 0) {
+    if (errno == EINVAL) break;  // it cannot sync
+    if (errno != EINTR) error_ = errno;
+  }
   return good();
 }
 

@@ -58,7 +58,10 @@ platform::OwnedDescriptor openNameless(const std::string& folder) {
 
 // 0 or an errno. A file system that cannot sync is not an error: nothing else would be any safer there.
 int syncDescriptor(int descriptor) {
-  return fsync(descriptor) == 0 || errno == EINVAL ? 0 : errno;
+  while (fsync(descriptor) != 0) {
+    if (errno != EINTR) return errno == EINVAL ? 0 : errno;
+  }
+  return 0;
 }
 
 int syncFolder(const std::string& folder) {

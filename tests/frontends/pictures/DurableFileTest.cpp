@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <string>
 
+#include "ByteSink.h"
 #include "FileCalls.h"
 #include "OutputError.h"
 #include "OutputFile.h"
@@ -98,6 +99,17 @@ TEST_P(Durable, ReportsAFolderThatDoesNotReachTheDisk) {
   OutputFile file(path);
   EXPECT_THAT(errorOf(file), HasSubstr("Input/output error"));
   EXPECT_EQ(file.keep(), path);
+  EXPECT_THAT(folder.names(), ElementsAre("page.tiff"));
+}
+
+// A signal interrupts the wait for a disk that is a network away.
+TEST_P(Durable, WaitsForTheDiskAgainAfterASignal) {
+  calls.failOnce("fsync", EINTR);
+  calls.failOnce("fsync folder", EINTR);
+  OutputFile file(path);
+  EXPECT_EQ(errorOf(file), "");
+  calls.failOnce("fsync", EINTR);
+  EXPECT_TRUE(frontend::ByteSink(file.descriptor()).sync());
   EXPECT_THAT(folder.names(), ElementsAre("page.tiff"));
 }
 

@@ -33,7 +33,11 @@ FileCalls::~FileCalls() {
 }
 
 void FileCalls::fail(const std::string& call, int error) {
-  failures_.push_back({call, error});
+  failures_.push_back({call, error, false});
+}
+
+void FileCalls::failOnce(const std::string& call, int error) {
+  failures_.push_back({call, error, true});
 }
 
 bool FileCalls::pass(const std::string& call) {
@@ -43,6 +47,8 @@ bool FileCalls::pass(const std::string& call) {
   for (const Failure& failure : current->failures_) {
     if (failure.call == call) error = failure.error;
   }
+  std::erase_if(current->failures_,
+                [&call](const Failure& failure) { return failure.once && failure.call == call; });
   errno = error;
   return error == 0;
 }

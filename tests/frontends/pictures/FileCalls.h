@@ -20,6 +20,8 @@ class FileCalls {
   // Lets every call of the name fail from now on, or with 0 succeed again. For "fsync", "fsync folder",
   // "linkat", "rename", "renameat2", "link", "O_TMPFILE".
   void fail(const std::string& call, int error);
+  // Lets the next call of the name fail, and those after it succeed.
+  void failOnce(const std::string& call, int error);
   // The calls so far, but O_TMPFILE.
   const std::vector<std::string>& names() const { return names_; }
 
@@ -30,6 +32,7 @@ class FileCalls {
   struct Failure {
     std::string call;
     int error;
+    bool once;
   };
   std::vector<std::string> names_;
   std::vector<Failure> failures_;
