@@ -8,6 +8,9 @@ namespace {
 // Programs, libraries and the stacks of threads count too.
 constexpr std::uint64_t memoryOfAnyTask = 256u * 1024 * 1024;
 constexpr std::uint64_t memoryPerRasterByte = 10;
+// For a picture at the limits of ImageFile.h: its pixels, and what its decoder holds besides, which in a
+// progressive JPEG is all coefficients, twice as much.
+constexpr std::uint64_t memoryOfPaper = 1024u * 1024 * 1024;
 
 }  // namespace
 
@@ -24,6 +27,7 @@ platform::ConfinementNeeds workerNeeds() {
 platform::ConfinementNeeds workerNeeds(const ScanRequest& request) {
   platform::ConfinementNeeds needs = workerNeeds();
   needs.memoryBytes += memoryPerRasterByte * request.settings.rasterBytes();
+  if (!request.virtualScanner.paper.empty()) needs.memoryBytes += memoryOfPaper;
   return needs;
 }
 

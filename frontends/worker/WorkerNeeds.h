@@ -11,7 +11,7 @@ platform::ConfinementNeeds workerNeeds();
 
 // The same for this scan, with memory for several times the picture: the library holds up to three and a half
 // copies of it, and one object for each packet. No file of the user: the paper of a virtual scanner arrives
-// open.
+// open, and there is memory for it too.
 platform::ConfinementNeeds workerNeeds(const ScanRequest& request);
 
 }  // namespace frontend

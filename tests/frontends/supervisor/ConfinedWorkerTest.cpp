@@ -92,4 +92,13 @@ TEST_F(ConfinedWorker, HasMemoryForTheLargestPages) {
   }
 }
 
+TEST_F(ConfinedWorker, HasMemoryForALargePaper) {
+  const TemporaryFolder folder;
+  frontend::ScanRequest request = scans::small();
+  request.virtualScanner.paper = folder / "page.pbm";
+  writeContent(request.virtualScanner.paper, "P4\n6704 6700\n" + std::string(6704 / 8 * 6700, '\0'));
+  frontend::SupervisedScan scan(request, Q750_WORKER);
+  EXPECT_EQ(scans::readAll(scan).size(), request.settings.rasterBytes()) << scan.outcome().sentence;
+}
+
 }  // namespace

@@ -55,6 +55,8 @@ TEST(WorkerNeeds, AreMemoryForSeveralTimesThePicture) {
   request.settings.area = {0, 0, 2550, 3507};
   const std::uint64_t raster = 2550 * 3507 * 3;
   EXPECT_EQ(workerNeeds(request).memoryBytes, (256U << 20) + 10 * raster);
+  request.virtualScanner.paper = "page.png";
+  EXPECT_EQ(workerNeeds(request).memoryBytes, (256U << 20) + 10 * raster + (1U << 30));
 }
 
 TEST(WorkerNeeds, OfAListAreThoseOfAnyScan) {
