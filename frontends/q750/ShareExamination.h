@@ -39,6 +39,9 @@ struct ShareFacts {
       addresses;  // of this machine, in numbers, but those by which only itself is reached
 };
 
+// Asks whoever listens on this port of this machine, for half a second at most.
+SharePort whoServes(std::uint16_t port);
+
 // Looks at this machine. Starts nothing and asks nobody but a server on its own port, for half a second at
 // most.
 ShareFacts takeShareFacts();

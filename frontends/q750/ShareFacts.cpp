@@ -2,11 +2,14 @@
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
 #include <memory>
 
 #include "OwnedDescriptor.h"
@@ -16,6 +19,10 @@
 
 namespace frontend {
 namespace {
+
+using TimePoint = std::chrono::steady_clock::time_point;
+
+constexpr std::chrono::milliseconds longestConversation(500);
 
 constexpr char configuration[] = "/etc/quenvar/share.conf";
 constexpr std::size_t largestConfiguration = 64 * 1024;
@@ -33,29 +40,22 @@ bool exists(const std::string& path) {
 }
 
 // The beginning of what a server at this port of this machine answers; nothing in it if none does in time.
-std::string answerAt(int connection) {
-  const timeval halfASecond{0, 500000};
-  setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &halfASecond, sizeof halfASecond);
+std::string answerAt(int connection, TimePoint deadline) {
   constexpr std::string_view request = "GET /eSCL/ScannerCapabilities HTTP/1.0\r\nHost: localhost\r\n\r\n";
   if (send(connection, request.data(), request.size(), MSG_NOSIGNAL) < 0) return "";
   std::string answer;
   char part[4096];
   constexpr std::size_t enough = 64 * 1024;
-  for (ssize_t count = 0; answer.size() < enough && (count = recv(connection, part, sizeof part, 0)) > 0;)
+  while (answer.size() < enough) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    pollfd arriving{connection, POLLIN, 0};
+    if (left.count() <= 0 || poll(&arriving, 1, static_cast<int>(left.count())) <= 0) break;
+    const ssize_t count = recv(connection, part, sizeof part, 0);
+    if (count <= 0) break;
     answer.append(part, static_cast<std::size_t>(count));
+  }
   return answer;
-}
-
-SharePort whoServes(std::uint16_t port) {
-  const platform::OwnedDescriptor connection(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-    return SharePort::unused;
-  const bool ours = answerAt(connection.get()).find("Quenvar Q750") != std::string::npos;
-  return ours ? SharePort::shared : SharePort::taken;
 }
 
 std::string inNumbers(const sockaddr& address) {
@@ -87,6 +87,22 @@ std::vector<std::string> ownAddresses() {
 }
 
 }  // namespace
+
+SharePort whoServes(std::uint16_t port) {
+  const TimePoint deadline = std::chrono::steady_clock::now() + longestConversation;
+  const platform::OwnedDescriptor connection(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  // For connecting too (socket(7)): a server whose queue is full leaves that unanswered.
+  const timeval limit{0, std::chrono::microseconds(longestConversation).count()};
+  setsockopt(connection.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  if (connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+    return errno == EINPROGRESS || errno == EINTR ? SharePort::taken : SharePort::unused;
+  const bool ours = answerAt(connection.get(), deadline).find("Quenvar Q750") != std::string::npos;
+  return ours ? SharePort::shared : SharePort::taken;
+}
 
 ShareFacts takeShareFacts() {
   ShareFacts facts;
