@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <memory>
+#include <new>
 
 namespace frontend {
 namespace {
@@ -82,7 +83,7 @@ MessageSummary summarize(std::string_view message) {
   if (message.size() > INT_MAX) return {};
   const std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser(XML_ParserCreate(nullptr),
                                                                             XML_ParserFree);
-  if (parser == nullptr) return {};
+  if (parser == nullptr) throw std::bad_alloc();
   Reading reading(parser.get());
   // Nothing may throw through the parser, which is written in C.
   reading.summary.method.reserve(longestText);
@@ -93,6 +94,7 @@ MessageSummary summarize(std::string_view message) {
   XML_SetCharacterDataHandler(parser.get(), characterData);
   const auto length = static_cast<int>(message.size());
   const bool whole = XML_Parse(parser.get(), message.data(), length, XML_TRUE) == XML_STATUS_OK;
+  if (!whole && XML_GetErrorCode(parser.get()) == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
   if (!whole) {
     MessageSummary unreadable;
     unreadable.hasDocumentType = reading.summary.hasDocumentType;
