@@ -3,8 +3,8 @@
 #include <array>
 #include <new>
 
-#include "AtomicFile.h"
 #include "BorrowedData.h"
+#include "GrowingFile.h"
 #include "PacketFormat.h"
 
 using platform::Data;

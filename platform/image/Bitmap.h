@@ -25,7 +25,7 @@ inline constexpr char kNSDeviceRGBColorSpace[] = "NSDeviceRGBColorSpace";
 
 // Writes the bitmap as a TIFF 6.0 file to `path`: uncompressed, contiguous samples, tags for width, height,
 // bits per sample, samples per pixel, photometric interpretation and what a strip layout needs, no other.
-// Atomic and private as replaceFile(). False, with the old file unchanged and no temporary left, if the
+// Atomic and private as a TemporaryFile. False, with the old file unchanged and no temporary left, if the
 // bitmap cannot be stored (no colour space, no pixels, more than TIFF can hold) or the file cannot be
 // written. The TIFF library's messages go to the log. Any thread. Never throws.
 bool writeTIFF(const Bitmap& bitmap, const std::string& path);

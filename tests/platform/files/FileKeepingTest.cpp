@@ -3,8 +3,9 @@
 
 #include <string>
 
-#include "AtomicFile.h"
 #include "FileKeeping.h"
+#include "GrowingFile.h"
+#include "ReplaceFile.h"
 #include "SystemCalls.h"
 #include "TemporaryFolder.h"
 
@@ -27,7 +28,7 @@ TEST_F(FileKeeping, IsWhatAProcessDoesUnlessItIsToldOtherwise) {
 
 TEST_F(FileKeeping, LeavesNoFileAndNoPrivateOneWhereItIsNotWanted) {
   platform::keepFiles(false);
-  EXPECT_FALSE(platform::replaceFile(name, "page", 4));
+  EXPECT_FALSE(replaceFile(name, "page", 4));
   platform::GrowingFile growing(name);
   const platform::DataRef data(platform::Data::create());
   data->append("page", 4);
@@ -36,18 +37,18 @@ TEST_F(FileKeeping, LeavesNoFileAndNoPrivateOneWhereItIsNotWanted) {
 }
 
 TEST_F(FileKeeping, LeavesWhatStoodThereBefore) {
-  ASSERT_TRUE(platform::replaceFile(name, "old", 3));
+  ASSERT_TRUE(replaceFile(name, "old", 3));
   platform::keepFiles(false);
-  EXPECT_FALSE(platform::replaceFile(name, "new page", 8));
+  EXPECT_FALSE(replaceFile(name, "new page", 8));
   EXPECT_EQ(contentOf(name), "old");
   EXPECT_THAT(folder.names(), ElementsAre("dump"));
 }
 
 TEST_F(FileKeeping, BeginsAgainWhenItIsWantedAgain) {
   platform::keepFiles(false);
-  EXPECT_FALSE(platform::replaceFile(name, "page", 4));
+  EXPECT_FALSE(replaceFile(name, "page", 4));
   platform::keepFiles(true);
-  EXPECT_TRUE(platform::replaceFile(name, "page", 4));
+  EXPECT_TRUE(replaceFile(name, "page", 4));
   EXPECT_EQ(contentOf(name), "page");
 }
 

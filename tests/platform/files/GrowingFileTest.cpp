@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-#include "AtomicFile.h"
+#include "GrowingFile.h"
 #include "SystemCalls.h"
 #include "TemporaryFolder.h"
 

@@ -6,11 +6,10 @@
 #include <filesystem>
 #include <string>
 
-#include "AtomicFile.h"
+#include "ReplaceFile.h"
 #include "SystemCalls.h"
 #include "TemporaryFolder.h"
 
-using platform::replaceFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -1,4 +1,4 @@
-#include "AtomicFile.h"
+#include "GrowingFile.h"
 
 #include <new>
 #include <utility>
@@ -6,13 +6,6 @@
 #include "TemporaryFile.h"
 
 namespace platform {
-
-bool replaceFile(const std::string& path, const void* bytes, std::size_t count) try {
-  TemporaryFile file(path);
-  return file.writeAt(0, bytes, count) && file.replaceTarget();
-} catch (const std::bad_alloc&) {
-  return false;
-}
 
 struct GrowingFile::Impl {
   // A file and how many bytes of the buffer, from the first on, are in it.

@@ -7,12 +7,6 @@
 
 namespace platform {
 
-// Replaces the file `path` by one that holds exactly these bytes, atomically: a private temporary in the
-// same folder (mode 0600), then a rename, without syncing to the disk. A link under the name is
-// replaced, never followed. False on failure; the old file is then unchanged and no temporary is left.
-// Any thread. Never throws.
-bool replaceFile(const std::string& path, const void* bytes, std::size_t count);
-
 // Keeps a file under a fixed name equal to a growing buffer, replacing it atomically at each step, and yet
 // writes each byte about twice over the whole life of the buffer instead of once per step: two files take
 // turns under the name, and each gets only what it lacks. One thread at a time; only the constructor throws
