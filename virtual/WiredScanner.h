@@ -51,7 +51,6 @@ class WiredScanner {
   // nextReply() returns the replies in the order in which the requests ended, and nothing when there is none.
   void submit(WireRequest request);
   std::optional<WireReply> nextReply();
-  bool hasReply() const { return !replies_.empty(); }
 
   // Cancels a request, which ends with this status and the bytes moved so far. False if it has ended already.
   bool cancel(std::uint64_t id, int status);
