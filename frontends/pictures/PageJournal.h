@@ -12,7 +12,8 @@ namespace frontend {
 // Undoes the last pages of a file that grows page by page and whose earlier bytes change only where they link
 // to a new page. Remembers for each page where it began and what it overwrote; does not know the file format.
 // Borrows the sink, which must be a file that can be read, and through which only the journal writes. Errors
-// are reported by the sink. Only takePage() throws (std::bad_alloc). One thread.
+// are reported by the sink. Only beginPage() and takePage() throw (std::bad_alloc); neither has changed
+// anything then. One thread.
 class PageJournal {
  public:
   // Bytes of the file at a position.
