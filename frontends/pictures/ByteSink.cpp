@@ -1,5 +1,6 @@
 #include "ByteSink.h"
 
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,13 +25,24 @@ bool ByteSink::write(const void* bytes, std::size_t count) noexcept {
   while (count > 0 && good()) {
     const ssize_t moved = ::write(descriptor_, next, std::min(count, largestPiece));
     if (moved < 0) {
-      if (errno != EINTR) error_ = errno;
+      if (errno == EAGAIN) {
+        awaitRoom();
+      } else if (errno != EINTR) {
+        error_ = errno;
+      }
       continue;
     }
     next += moved;
     count -= static_cast<std::size_t>(moved);
   }
   return good();
+}
+
+// Of a descriptor that does not block, as others may have left a standard output that they share. A signal
+// ends the wait.
+void ByteSink::awaitRoom() const noexcept {
+  pollfd awaited{descriptor_, POLLOUT, 0};
+  poll(&awaited, 1, -1);
 }
 
 bool ByteSink::seek(std::uint64_t position) noexcept {

@@ -10,10 +10,10 @@
 namespace frontend {
 
 // Where the bytes of a picture go: a file, a pipe or a socket. Borrows the descriptor and the flag, which
-// outlive it. Writes in blocking mode; a cancel is noticed between pieces of a megabyte, and during one where
-// the signal that requests it interrupts the system call. The first error or cancel ends the sink: everything
-// after it fails at once, until recover(). Throws nothing but from failure(), so that C libraries may call
-// it. One thread.
+// outlive it. Writing blocks, also where the descriptor does not; a cancel is noticed between pieces of a
+// megabyte, and during one where the signal that requests it interrupts the system call. The first error or
+// cancel ends the sink: everything after it fails at once, until recover(). Throws nothing but from
+// failure(), so that C libraries may call it. One thread.
 class ByteSink {
  public:
   explicit ByteSink(int descriptor, const Cancellation* cancellation = nullptr)
@@ -54,6 +54,8 @@ class ByteSink {
   std::string failure() const;
 
  private:
+  void awaitRoom() const noexcept;
+
   int descriptor_;
   const Cancellation* cancellation_;
   bool saving_ = false;
