@@ -11,6 +11,7 @@
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <termios.h>  // whose structure is part of TCGETS on some processors
 #include <unistd.h>
 
 #include <algorithm>
