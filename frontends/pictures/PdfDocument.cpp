@@ -17,6 +17,7 @@
 #include <system_error>
 
 #include "ColorProfile.h"
+#include "OwnedDescriptor.h"
 
 namespace frontend {
 namespace {
@@ -120,9 +121,10 @@ QPDFObjectHandle informationFrom(const PictureSettings& settings) {
 // The document of a file, which is read on demand. Nothing is repaired: what the library guessed would
 // replace what may be all that is left of the original.
 void open(QPDF& document, int descriptor) {
-  const int own = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
-  std::FILE* file = own < 0 ? nullptr : fdopen(own, "rb");
+  platform::OwnedDescriptor own(fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
+  std::FILE* const file = own.get() < 0 ? nullptr : fdopen(own.get(), "rb");
   if (file == nullptr) throw std::system_error(errno, std::generic_category());
+  own.release();  // the stream closes it
   document.setAttemptRecovery(false);
   document.processFile("document", file, true);
 }

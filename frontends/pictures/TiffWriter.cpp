@@ -233,11 +233,13 @@ class TiffWriter final : public PictureWriter {
   }
   void copyExisting() {
     std::vector<char> piece(1 << 20);
-    ssize_t count = 0;
-    for (off_t at = 0; (count = pread(settings_.appendTo, piece.data(), piece.size(), at)) > 0; at += count) {
-      if (!sink_.write(piece.data(), static_cast<std::size_t>(count))) return;
+    for (off_t at = 0;;) {
+      const ssize_t count = pread(settings_.appendTo, piece.data(), piece.size(), at);
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) sink_.fail("the existing document cannot be read");
+      if (count <= 0 || !sink_.write(piece.data(), static_cast<std::size_t>(count))) return;
+      at += count;
     }
-    if (count < 0) sink_.fail("the existing document cannot be read");
   }
   // Of what the library has not written yet nothing reaches the file. A handle whose library has failed stays
   // allocated: after an allocation that failed, freeing it may crash and take the pages before along.
