@@ -3,6 +3,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -16,14 +17,18 @@ std::atomic<CancelSignals*> installed{nullptr};
 static_assert(std::atomic<CancelSignals*>::is_always_lock_free,
               "a signal handler may only touch lock-free atomics");
 
+constexpr std::array cancelling{SIGINT, SIGTERM, SIGHUP};
+constexpr std::array becomingErrors{SIGPIPE, SIGXFSZ};
+
 }  // namespace
 
 CancelSignals::CancelSignals(Cancellation& cancellation)
     : cancellation_(cancellation), event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   if (event_.get() < 0) throw std::system_error(errno, std::generic_category());
+  previous_.reserve(cancelling.size() + becomingErrors.size());  // nothing below throws
   installed = this;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) handle(signal, onSignal);
-  for (const int signal : {SIGPIPE, SIGXFSZ}) handle(signal, SIG_IGN);
+  for (const int signal : cancelling) handle(signal, onSignal);
+  for (const int signal : becomingErrors) handle(signal, SIG_IGN);
 }
 
 CancelSignals::~CancelSignals() {

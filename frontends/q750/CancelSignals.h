@@ -16,7 +16,8 @@ namespace frontend {
 // handlers that it found.
 class CancelSignals {
  public:
-  // Throws std::system_error if the system has no descriptor left. `cancellation` outlives the object.
+  // Throws std::system_error if the system has no descriptor left, or std::bad_alloc; then nothing is
+  // handled. `cancellation` outlives the object.
   explicit CancelSignals(Cancellation& cancellation);
   ~CancelSignals();
   CancelSignals(const CancelSignals&) = delete;
