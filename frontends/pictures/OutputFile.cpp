@@ -33,7 +33,7 @@ std::string folderOf(const std::string& path) {
   if (error == EACCES || error == EPERM || error == EROFS) {
     throw OutputError(path + ": you may not write to the folder " + folder + ". Choose another one.");
   }
-  if (error == EEXIST) throw OutputError(path + ": a file of this name exists already.");
+  if (error == EEXIST) throw OutputError(path + ": a file with this name already exists.");
   throw OutputError(path + ": " + std::generic_category().message(error) + ".");
 }
 

@@ -197,7 +197,7 @@ std::uint32_t pagesFoundIn(int descriptor) {
     if (document.anyWarnings()) throw document.getWarnings().front();
     const std::size_t pages = document.getAllPages().size();
     // Pages that cannot be found would be missing from the document afterwards.
-    if (pages < statedPages(document)) throw std::runtime_error("it is damaged (it lacks pages)");
+    if (pages < statedPages(document)) throw std::runtime_error("it is damaged (pages are missing)");
     tryAnotherPage(document, pages);
     return static_cast<std::uint32_t>(pages);
   } catch (const std::logic_error&) {

@@ -93,7 +93,7 @@ std::uint32_t pagesOfTiff(int descriptor) {
   } while (TIFFReadDirectory(tiff.get()) == 1);
   if (complaint.text[0] != '\0') throwDamaged(complaint, complaint.text);
   // In a chain of directories without an end no page could be added.
-  if (TIFFLastDirectory(tiff.get()) == 0) throwDamaged(complaint, "its directories have no end");
+  if (TIFFLastDirectory(tiff.get()) == 0) throwDamaged(complaint, "its list of pages has no end");
   // Reading a directory takes a link that was cut off for the end of the chain. Counting them does not.
   TIFFNumberOfDirectories(tiff.get());
   if (complaint.text[0] != '\0') throwDamaged(complaint, complaint.text);

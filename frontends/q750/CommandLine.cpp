@@ -85,7 +85,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv, const DefaultsRe
     result.share.assign(argv + 2, argv + argc);
     return result;
   }
-  // Before the options are described: the help gives the defaults that are in force.
+  // Before the options are described: the help gives the defaults that apply.
   if (argc > 1 && std::string_view(argv[1]) == "scan") useDefaults(result.scan, readDefaults());
   CLI::App app("Scan pages with the Quenvar Q750.", "q750");
   app.formatter(std::make_shared<HelpFormatter>());
@@ -99,7 +99,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv, const DefaultsRe
   addDoctorOptions(*app.add_subcommand("doctor", "Find out why scanning does not work"), result.doctor);
   addServeOptions(*app.add_subcommand("virtual", "Offer a virtual scanner to Linux machines over USB/IP"),
                   result.serve);
-  app.add_subcommand("share", "Share the scanner with every device on the network");
+  app.add_subcommand("share", "Share the scanner with other programs and devices");
   app.footer(help::ofProgram());
   try {
     app.parse(argc, argv);

@@ -109,7 +109,7 @@ void addPictureOptions(CLI::App& scan, ScanOptions& options) {
                   listOf(modeNames) + ", which is black and white" + defaultIs(options.mode))
       ->type_name("MODE");
   scan.add_option("--threshold", options.threshold,
-                  "In lineart, greys below it become black: " + rangeOf(0, limits::highestThreshold) +
+                  "In lineart, greys below this value become black: " + rangeOf(0, limits::highestThreshold) +
                       ", or 0% to 100%" +
                       defaultOf(options, "threshold", std::to_string(limits::defaultThresholdPercent) + "%"))
       ->type_name("N");
@@ -120,7 +120,7 @@ void addPictureOptions(CLI::App& scan, ScanOptions& options) {
           "The part of the bed to scan, see below" + defaultIs(paper.empty() ? "all" : "that of the paper"))
       ->type_name("AREA");
   scan.add_option("-p,--paper", options.paper,
-                  "The same as a paper size, in the top left corner, see below" +
+                  "A paper size in the top left corner instead of an area, see below" +
                       (paper.empty() ? "" : defaultIs(paper)))
       ->type_name("NAME");
   scan.add_option(
@@ -138,7 +138,7 @@ void addOutputOptions(CLI::App& scan, ScanOptions& options) {
                   listOf(pictureFormatNames) + defaultIs("by the extension of the file"))
       ->type_name("FORMAT");
   scan.add_option("--quality", options.quality,
-                  "Of JPEG, in a PDF too: " + rangeOf(lowestQuality, highestQuality) + ", or " +
+                  "The quality of JPEG, also in a PDF: " + rangeOf(lowestQuality, highestQuality) + ", or " +
                       std::string(losslessName) + " for PDF" +
                       defaultOf(options, "quality", std::to_string(defaultQuality)))
       ->type_name("N");
@@ -146,23 +146,23 @@ void addOutputOptions(CLI::App& scan, ScanOptions& options) {
 
 void addPageOptions(CLI::App& scan, ScanOptions& options) {
   scan.add_option("--pages", options.pages,
-                  "Scan up to N pages with a prompt between them, or until q without N, see below: " +
+                  "Scan up to N pages, or until q if N is left out, with a prompt between them, see below: " +
                       rangeOf(1, mostPages) + defaultIs(options.pages))
       ->type_name("[N]")
       ->expected(0, 1);
   scan.add_option(
           "--first-page", options.firstPage,
-          "The number of the first page in names of files: " + rangeOf(0, highestFirstPage) + defaultIs("1"))
+          "The number of the first page in file names: " + rangeOf(0, highestFirstPage) + defaultIs("1"))
       ->type_name("N")
       ->check(range(0, highestFirstPage));
-  scan.add_flag("--append", options.append, "Add the pages to a TIFF or PDF file that exists");
-  scan.add_flag("--no-clobber", options.noClobber, "Never replace a file that exists");
+  scan.add_flag("--append", options.append, "Add the pages to a TIFF or PDF file that may exist already");
+  scan.add_flag("--no-clobber", options.noClobber, "Never replace an existing file");
 }
 
 }  // namespace
 
 void addListOptions(CLI::App& list, ListOptions& options) {
-  list.add_flag("--json", options.json, "As JSON, for programs");
+  list.add_flag("--json", options.json, "Print JSON, for programs");
 }
 
 void addScanOptions(CLI::App& scan, ScanOptions& options) {
@@ -194,7 +194,7 @@ void addDoctorOptions(CLI::App& doctor, DoctorOptions& options) {
                   "How long a scanner may be silent during the test scan: " + timeoutRange() +
                       defaultIs(options.timeout))
       ->type_name("SECONDS");
-  doctor.add_flag("--json", options.json, "As JSON, for programs");
+  doctor.add_flag("--json", options.json, "Print JSON, for programs");
   addVirtualOptions(doctor, options.virtualScanner, virtualGroup);
   addVirtualTimes(doctor, options.virtualScanner, virtualGroup);
   doctor.footer(help::ofDoctor());

@@ -87,26 +87,25 @@ void Examination::checkConfinement() {
   if (!there.privileges) missing.emplace_back("the prohibition of new privileges");
   if (missing.empty()) {
     report({Check::confinement, Level::ok, "",
-            "The worker program is confined: it reaches no network, no other program and no file but the "
-            "scanner's."});
+            "The worker program is confined: it has no access to the network, to other programs, or to files "
+            "other than the scanner's."});
     return;
   }
   std::string list(missing.front());
   for (std::size_t i = 1; i < missing.size(); ++i)
     list += (i + 1 == missing.size() ? " and " : ", ") + std::string(missing[i]);
   report({Check::confinement, Level::note, "",
-          "The worker program is confined only in part, or not at all: this system does not grant it " +
-              list + ". Scanning works all the same."});
+          "The worker program is confined only in part, or not at all: this system does not provide " + list +
+              ". Scanning still works."});
 }
 
 void Examination::checkDeviceRule() {
   if (dependencies_.deviceRuleInstalled()) {
     report({Check::rule, Level::ok, "", "The rule that grants users access to the scanner is installed."});
   } else {
-    report(
-        {Check::rule, Level::note, "",
-         "The rule that grants users access to the scanner is not installed: only root may use a scanner on "
-         "the USB. Install the package quenvar-q750 and plug the scanner in again."});
+    report({Check::rule, Level::note, "",
+            "The rule that grants users access to the scanner is not installed: only root may use the "
+            "scanner. Install the package quenvar-q750 and plug the scanner in again."});
   }
 }
 

@@ -22,16 +22,15 @@ std::string areas() {
 }
 
 constexpr char output[] =
-    "The file appears under its name only when it is complete, and then replaces an older one, which a note\n"
-    "names, unless --no-clobber is given.\n";
+    "The file appears under its name only when it is complete. It then replaces an older file of that name,\n"
+    "with a note, unless --no-clobber is given.\n";
 
 constexpr char pages[] =
     "With --pages the program prompts before every page but the first: Enter scans it, r scans the last "
     "page\n"
     "again, q saves the pages so far. They are saved after an error and after Ctrl-C, too. A TIFF or PDF "
     "file\n"
-    "holds all pages. Of the other formats each page is a file whose name contains its number, in place of "
-    "%d\n"
+    "holds all pages. In the other formats each page is a file of its own, with its number in place of %d\n"
     "(or %03d) or before the extension: page-1.png, page-2.png, ... A percent sign is written %%.\n";
 
 std::string defaults(const UserDefaults& inForce) {
@@ -49,10 +48,11 @@ constexpr char doctor[] =
     "Checks that the parts of this program are installed, that scanners are connected and that you may use\n"
     "them, and scans a few pixels with each, or with the virtual scanner if there is no real one. Each line\n"
     "begins with ok (no problem), note (worth knowing) or attention (needs to be fixed). The exit code is\n"
-    "that of the first line that needs attention.\n";
+    "that of the first line that needs attention. Without --device, it also checks whether the scanner can\n"
+    "be shared with the network.\n";
 
 constexpr char server[] =
-    "Other programs, on this machine or another, then find the scanner on their USB: the Linux kernel\n"
+    "Programs on this machine or on another then find the scanner as a USB device: the Linux kernel\n"
     "attaches it over USB/IP with the two commands that are printed. To detach it, run usbip detach -p 00;\n"
     "usbip port lists the numbers. Ctrl-C ends the program and unplugs the scanner.\n"
     "\n"

@@ -31,8 +31,8 @@ void runShare(const std::vector<std::string>& arguments) {
   argv.push_back(nullptr);
   execv(program.c_str(), argv.data());
   const std::string why = std::generic_category().message(errno);
-  throw CommandError(ExitCode::ioError, "Sharing needs a program that cannot be started (" + program + ": " +
-                                            why + "). Install the package quenvar-q750-share.");
+  throw CommandError(ExitCode::ioError, "The program that shares the scanner cannot be started (" + program +
+                                            ": " + why + "). Install the package quenvar-q750-share.");
 }
 
 }  // namespace frontend

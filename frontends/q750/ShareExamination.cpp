@@ -45,17 +45,17 @@ Finding judgePort(const ShareFacts& facts) {
 Finding judgeAvahi(bool running) {
   if (running)
     return finding(Check::avahi, Level::ok,
-                   "Avahi is running: programs find a shared scanner by themselves.");
+                   "Avahi is running: programs find a shared scanner automatically.");
   return finding(
       Check::avahi, Level::note,
-      "Avahi is not running: programs do not find a shared scanner by themselves, but work with its "
-      "address. Install the package avahi-daemon.");
+      "Avahi is not running: programs do not find a shared scanner automatically and need its address. "
+      "Install the package avahi-daemon.");
 }
 
 Finding judgeAddresses(const std::vector<std::string>& addresses) {
   if (addresses.empty())
     return finding(Check::addresses, Level::note,
-                   "This machine has no address in a network: other devices do not reach it.");
+                   "This machine has no network address: other devices cannot reach it.");
   std::string list;
   for (const std::string& address : addresses) list += (list.empty() ? "" : ", ") + address;
   return finding(Check::addresses, Level::ok, "This machine's addresses in the network: " + list + ".");

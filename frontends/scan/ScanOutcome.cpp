@@ -103,8 +103,8 @@ ScanOutcome silent(std::uint64_t milliseconds) {
 }
 
 ScanOutcome stopped(std::uint64_t rows, std::uint64_t ofRows, std::uint64_t milliseconds) {
-  return {ScanStatus::timedOut, "The scanner stopped within the picture: " + std::to_string(rows) + " of " +
-                                    std::to_string(ofRows) + " rows arrived, then no data for " +
+  return {ScanStatus::timedOut, "The scanner stopped in the middle of the picture: " + std::to_string(rows) +
+                                    " of " + std::to_string(ofRows) + " rows arrived, then no data for " +
                                     secondsOf(milliseconds) + powerCycle};
 }
 

@@ -42,7 +42,7 @@ std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> connectToVirtual(
   virtualscanner::ScannerOptions options;
   for (const std::string& text : wanted.faults) {
     const auto fault = virtualscanner::parseFault(text);
-    if (!fault) return outcome::wrongRequest("The virtual scanner knows no fault \"" + text + "\".");
+    if (!fault) return outcome::wrongRequest("The virtual scanner has no fault \"" + text + "\".");
     options.faults.push_back(*fault);
   }
   if (wanted.packetSize > 0) options.packetPayload = wanted.packetSize;
@@ -62,7 +62,7 @@ std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> connectToVirtual(
 std::variant<std::unique_ptr<ScannerConnection>, ScanOutcome> ScannerConnection::to(
     const ScanRequest& request, platform::OwnedDescriptor paper) {
   const auto name = parseScannerName(request.scanner);
-  if (!name) return outcome::wrongRequest("There is no scanner of this name. Choose one that is listed.");
+  if (!name) return outcome::wrongRequest("There is no scanner with this name. Choose one from the list.");
   if (name->isVirtual) return connectToVirtual(request.virtualScanner, std::move(paper));
   return std::make_unique<RealScannerConnection>(name->location);
 }

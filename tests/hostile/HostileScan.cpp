@@ -40,7 +40,7 @@ constexpr Designed designed[] = {
     {ScanStatus::noDevice, "The device found is not a Quenvar Q750: "},
     {ScanStatus::timedOut, "The scanner does not respond (request \""},
     {ScanStatus::timedOut, "The scanner accepted the job but sent no data for "},
-    {ScanStatus::timedOut, "The scanner stopped within the picture: "},
+    {ScanStatus::timedOut, "The scanner stopped in the middle of the picture: "},
     {ScanStatus::timedOut, "The scanner sends data too slowly: "},
     {ScanStatus::badData, "The scanner sent an unreadable reply (request \""},
     {ScanStatus::badData, "The scanner's data is garbled. "},

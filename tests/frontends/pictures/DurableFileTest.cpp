@@ -137,7 +137,7 @@ TEST_P(Durable, StaysUnderAnotherNameWhereItsOwnCannotBeTaken) {
 TEST_P(Durable, TakesOnlyAFreeNameOnRequest) {
   OutputFile file(path);
   writeContent(path, "of another process");
-  EXPECT_THAT(errorOf(file, ExistingFile::keep), HasSubstr("a file of this name exists already."));
+  EXPECT_THAT(errorOf(file, ExistingFile::keep), HasSubstr("a file with this name already exists."));
   EXPECT_EQ(contentOf(path), "of another process");
   std::filesystem::remove(path);
   EXPECT_EQ(errorOf(file, ExistingFile::keep), "");
@@ -162,7 +162,7 @@ TEST_P(Durable, TakesAFreeNameWhereThereAreNoLinksEither) {
   OutputFile file(path);
   write(file, "picture");
   writeContent(path, "of another process");
-  EXPECT_THAT(errorOf(file, ExistingFile::keep), HasSubstr("a file of this name exists already."));
+  EXPECT_THAT(errorOf(file, ExistingFile::keep), HasSubstr("a file with this name already exists."));
   EXPECT_EQ(contentOf(path), "of another process");
   const std::string kept = file.keep();
   EXPECT_EQ(contentOf(kept), "picture");

@@ -161,7 +161,7 @@ TEST_F(Existing, HasNoLoopOfPages) {
   content.replace(first + 2 + entries * 12, 4, content.substr(4, 4));  // links to itself, not to the second
   writeContent(path, content);
   EXPECT_THAT(complaintAbout(path, PictureFormat::tiff),
-              HasSubstr("it is damaged (its directories have no end)"));
+              HasSubstr("it is damaged (its list of pages has no end)"));
 }
 
 TEST_F(Existing, HasATreeOfPages) {

@@ -329,7 +329,7 @@ TEST_F(Batch, DoesNotReplaceAFileThatAppearsMeanwhile) {
   input.send("q\n");
   EXPECT_THAT(readAll(errors.reader()),
               StartsWith("q750: " + (folder / "a.pdf") +
-                         ": a file of this name exists already. 1 complete page was saved "
+                         ": a file with this name already exists. 1 complete page was saved "
                          "as " +
                          (folder / "q750-saved-")));
   EXPECT_EQ(waitFor(process_), 9);

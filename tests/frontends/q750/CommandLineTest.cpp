@@ -217,7 +217,7 @@ TEST(CommandLine, ShowsTheDefaultsInForce) {
       help,
       HasSubstr("\nDefaults from /home/me/config:\n  resolution = 150\n  gamma = 2.2\n  paper = a5\n\n"));
   EXPECT_THAT(help, HasSubstr("The part of the bed to scan, see below (default: that of the paper)\n"));
-  EXPECT_THAT(help, HasSubstr("in the top left corner, see below (default: a5)\n"));
+  EXPECT_THAT(help, HasSubstr("in the top left corner instead of an area, see below (default: a5)\n"));
 }
 
 TEST(CommandLine, ReportsErrorsAndWhereTheHelpIs) {

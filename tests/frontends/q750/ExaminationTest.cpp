@@ -15,8 +15,9 @@ using testing::StartsWith;
 
 constexpr char workerLine[] = "ok         The worker program is installed: /usr/libexec/q750-worker\n";
 constexpr char confinementLine[] =
-    "ok         The worker program is confined: it reaches no network, no other program and no file but the "
-    "scanner's.\n";
+    "ok         The worker program is confined: it has no access to the network, to other programs, or to "
+    "files "
+    "other than the scanner's.\n";
 constexpr char ruleLine[] = "ok         The rule that grants users access to the scanner is installed.\n";
 
 // A system without problems, which each test changes.
@@ -82,7 +83,7 @@ TEST_F(ExaminingASystem, ReportsAMissingWorker) {
 TEST_F(ExaminingASystem, NotesWhatConfinementTheSystemLacks) {
   confinement = {true, true, false};
   EXPECT_EQ(examine(), ExitCode::good);
-  EXPECT_THAT(lines[1], HasSubstr("does not grant it file rules (Landlock). Scanning works all the same.\n"));
+  EXPECT_THAT(lines[1], HasSubstr("does not provide file rules (Landlock). Scanning still works.\n"));
   confinement = {};
   EXPECT_EQ(examine(), ExitCode::good);
   EXPECT_THAT(lines[1], StartsWith("note       The worker program is confined only in part, or not at all"));
@@ -188,7 +189,7 @@ TEST_F(ExaminingASystem, IsReportedAsJson) {
       "check": "confinement",
       "level": "ok",
       "scanner": "",
-      "message": "The worker program is confined: it reaches no network, no other program and no file but the scanner's.",
+      "message": "The worker program is confined: it has no access to the network, to other programs, or to files other than the scanner's.",
       "status": "good"
     },
     {

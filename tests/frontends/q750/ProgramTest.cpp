@@ -201,7 +201,7 @@ TEST_F(Program, LeavesTheOldPictureAloneWhenAScanFails) {
       {"unplug", 2, "q750: The scanner was disconnected during the scan."},
       {"silence:0", 5, "q750: The scanner accepted the job but sent no data for 30 seconds."},
       {"short-write", 5, "q750: The scanner does not respond (request \"create\")."},
-      {"truncated-image:100000", 5, "q750: The scanner stopped within the picture: "},
+      {"truncated-image:100000", 5, "q750: The scanner stopped in the middle of the picture: "},
       {"wrong-header:3", 6, "q750: The scanner's picture cannot be read"},
       {"garbage", 6, "q750: The scanner's data is garbled."},
       {"garbage-reply", 6, "q750: The scanner sent an unreadable reply"},

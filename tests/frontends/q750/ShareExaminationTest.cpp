@@ -28,7 +28,7 @@ TEST_F(ExaminingASharedScanner, FindsNothingWrong) {
   EXPECT_THAT(lines(),
               ElementsAre("ok         The network server is installed: /usr/bin/q750-share\n",
                           "ok         The scanner is shared at port 8750.\n",
-                          "ok         Avahi is running: programs find a shared scanner by themselves.\n",
+                          "ok         Avahi is running: programs find a shared scanner automatically.\n",
                           "ok         This machine's addresses in the network: 192.168.1.5, fd00::5.\n"));
 }
 
@@ -56,7 +56,7 @@ TEST_F(ExaminingASharedScanner, NotesWhatKeepsClientsAway) {
       ElementsAre(StartsWith("ok         The network server"),
                   StartsWith("note       Another program uses port 9000, so the scanner cannot be shared"),
                   StartsWith("note       Avahi is not running: programs do not find"),
-                  StartsWith("note       This machine has no address in a network"),
+                  StartsWith("note       This machine has no network address"),
                   StartsWith("note       There is no certificate /etc/ssl/none.pem, which share.conf")));
 }
 

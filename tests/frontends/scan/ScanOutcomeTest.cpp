@@ -40,7 +40,8 @@ TEST(ScanOutcome, DistinguishesSilenceFromAPictureThatStops) {
             "The scanner accepted the job but sent no data for 1 second. Switch the scanner off and on, then "
             "scan again.");
   EXPECT_EQ(outcome::stopped(105, 211, 30000).sentence,
-            "The scanner stopped within the picture: 105 of 211 rows arrived, then no data for 30 seconds. "
+            "The scanner stopped in the middle of the picture: 105 of 211 rows arrived, then no data for 30 "
+            "seconds. "
             "Switch the scanner off and on, then scan again.");
 }
 

@@ -243,7 +243,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"TruncatedImage",
              {{truncatedImage, 100000}},
              5,
-             "q750: The scanner stopped within the picture: 156 of 876 rows arrived, then no data for 1 "
+             "q750: The scanner stopped in the middle of the picture: 156 of 876 rows arrived, then no data "
+             "for 1 "
              "second."},
         Case{"WrongHeader", {{wrongHeader, 3}}, 6, "q750: The scanner's picture cannot be read"},
         Case{"Silence",
