@@ -50,9 +50,9 @@ Profile makeGray() {
   return {cmsCreateGrayProfile(cmsD50_xyY(), curve.get()), cmsCloseProfile};
 }
 
-// A profile is used by one thread. The library's own mutexes take memory, and it crashes where there is none.
+// A profile is used by one thread. The library allocates its own mutexes and crashes if that fails.
 void doWithoutMutexes() {
-  static char mutex = 0;  // which is never looked at
+  static char mutex = 0;  // never read
   static cmsPluginMutex plugin{{cmsPluginMagicNumber, LCMS_VERSION, cmsPluginMutexSig, nullptr},
                                [](cmsContext) -> void* { return &mutex; },
                                [](cmsContext, void*) {},
@@ -70,7 +70,7 @@ bool describe(const Profile& profile, const char* name) {
 std::string bytesOf(Profile (*make)(), const char* name) {
   doWithoutMutexes();
   const Profile profile = make();
-  // The library fails for want of memory only.
+  // The library fails only if it runs out of memory.
   if (!profile || !describe(profile, name)) throw std::bad_alloc();
   cmsSetProfileVersion(profile.get(), profileVersion);
   cmsUInt32Number size = 0;

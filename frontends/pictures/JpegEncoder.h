@@ -16,7 +16,8 @@ struct JpegSettings {
   std::string profile;  // ICC; none if empty
 };
 
-// From here on what is lost of fine colored lines would show more than what the quality loses.
+// From this quality on, halving the resolution of color would be more visible, in fine colored lines, than
+// the compression.
 inline constexpr int fullColorQuality = 90;
 
 // Encodes one JPEG picture (JFIF), for the writers of JPEG and PDF. Lineart becomes gray. Owns the library's

@@ -104,7 +104,7 @@ OutputFile::OutputFile(const std::string& path)
       privatePath_(privateNameIn(folder_)),
       descriptor_(openNameless(folder_)) {
   if (descriptor_.get() < 0) createPrivateFile();
-  // Tells this file from one that a killed process left; a file system without locks does without.
+  // Distinguishes this file from one that a killed process left, except on a file system without locks.
   flock(descriptor_.get(), LOCK_EX | LOCK_NB);
 }
 

@@ -75,8 +75,8 @@ class PictureWriter {
   // abandonPage() puts it back. Needs as much memory as the compressed page.
   virtual void setPageAside() {}
 
-  // Drops complete pages from the end, for want of what was not enough when the document was written: one, or
-  // as many as the writer can foresee. Returns how many are left.
+  // Drops complete pages from the end after memory or disk space ran out while the document was written: one,
+  // or as many as the writer can foresee. Returns how many are left.
   virtual std::uint32_t shrink(Shortage /*shortage*/) { return 0; }
 
   // Completes the file after its last page; after an error shrink() may follow, and finish() again. A writer

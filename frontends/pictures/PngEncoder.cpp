@@ -76,8 +76,8 @@ struct PngEncoder::State {
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     const auto perMetre = static_cast<png_uint_32>(std::lround(layout.resolution * inchesPerMetre));
     png_set_pHYs(png, info, perMetre, perMetre, PNG_RESOLUTION_METER);
-    // Gray has no primaries for sRGB to name: its tone curve says it all, the same as in the profile of the
-    // other formats. Black and white need neither.
+    // Gray has no primaries, so sRGB does not apply: its tone curve is enough, the same as in the profile of
+    // the other formats. Black and white need neither.
     if (layout.channels == 3) png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
     if (layout.channels == 1 && layout.bitsPerChannel == 8) png_set_gAMA_fixed(png, info, gamma22);
     png_text text{};

@@ -9,7 +9,7 @@
 namespace frontend {
 
 // A writer of one picture whose encoder passes its bytes straight on to the sink: what such formats share. A
-// format says in encoderFor() how its pictures are encoded.
+// format overrides encoderFor() to choose how its pictures are encoded.
 class StreamedWriter : public PictureWriter {
  public:
   explicit StreamedWriter(ByteSink& sink) : sink_(sink) {}

@@ -17,7 +17,7 @@
 namespace frontend {
 
 inline constexpr std::uint32_t highestFirstPage = 999999;
-// Shorter than that of a scan: whoever runs the doctor has a scanner that does not answer.
+// Shorter than that of a scan: users run the doctor when the scanner does not respond.
 inline constexpr std::chrono::milliseconds defaultDoctorTimeout = std::chrono::seconds(5);
 
 // The options of "q750 list".

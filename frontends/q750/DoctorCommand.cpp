@@ -69,7 +69,7 @@ void runDoctor(const DoctorOptions& options) {
                            },
                            report});
   const ExitCode code = examination.run(options.device.value_or(""));
-  // Whoever names a scanner asks about that one.
+  // A user who names a scanner wants to know about that one only.
   if (!options.device && code != ExitCode::cancelled)
     for (const Finding& finding : examineSharing(takeShareFacts())) report(finding);
   if (options.json) console::print(findingsAsJson(findings, code));

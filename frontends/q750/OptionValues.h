@@ -24,9 +24,8 @@ struct Quality {
   bool lossless;  // instead of the number
 };
 
-// Reads the values of the options of a scan, wherever the user gave them. Knows no option but the one whose
-// value it reads: whether two of them contradict each other is the plan's concern. Choices ignore case. Each
-// function throws ValueError.
+// Reads the values of the options of a scan, wherever the user gave them, one at a time: whether two of them
+// contradict each other is the plan's concern. Choices ignore case. Each function throws ValueError.
 namespace optionvalue {
 
 PictureMode mode(const std::string& text);

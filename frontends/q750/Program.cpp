@@ -88,7 +88,7 @@ bool isNoMemory(const std::exception_ptr& failure) noexcept {
     std::rethrow_exception(failure);
   } catch (const std::bad_alloc&) {
     return true;
-  } catch (...) {  // a defect, which a signal shows best
+  } catch (...) {  // a defect, best reported by a signal
   }
   return false;
 }

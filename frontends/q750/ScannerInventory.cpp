@@ -42,8 +42,8 @@ std::vector<ScannerEntry> realScanners(const ScannerInventory& inventory) {
 
 using TakeInventory = std::function<ScannerInventory()>;
 
-// For a real scanner. USB that does not work is as good as no scanner; where it could not even be looked at,
-// whether there is one is unknown.
+// For a real scanner. If USB does not work, there is no scanner; if it could not be examined, whether there
+// is one is unknown.
 ScannerInventory inventoryOf(const TakeInventory& take) {
   ScannerInventory inventory = take();
   if (!inventory.problem.empty() && inventory.code != ExitCode::noDevice)

@@ -18,8 +18,8 @@ struct ScannerInventory {
   ExitCode code = ExitCode::noDevice;  // of the problem
 };
 
-// Looks for them, for as long as ScannerSearch::run() does; a cancel ends that and is the problem then. Opens
-// no device.
+// Searches for them, blocking as ScannerSearch::run() does; a cancel ends the search and is then the problem.
+// Opens no device.
 ScannerInventory takeInventory();
 ScannerInventory takeInventory(Cancellation& cancellation);
 
@@ -30,8 +30,8 @@ std::string scannerTable(const std::vector<ScannerEntry>& scanners);
 std::string inventoryAsJson(const ScannerInventory& inventory);
 
 // The name of the scanner to use: the one requested, or else the virtual one if its options are used, or else
-// the only real one. The virtual scanner never stands in for a real one that is missing: a script would save
-// its test chart as a page. Takes the inventory unless the virtual scanner is meant.
+// the only real one. The virtual scanner never replaces a real one that is missing: a script would save its
+// test chart as a page. Takes the inventory unless the virtual scanner is meant.
 //
 // Throws CommandError: noDevice for an unknown scanner and if none is connected, accessDenied for one that
 // this user may not use, usage if several could be meant or the name contradicts the options, and the code of

@@ -39,10 +39,10 @@ struct ShareFacts {
       addresses;  // of this machine, in numbers, but those by which only itself is reached
 };
 
-// Asks whoever listens on this port of this machine, for half a second at most.
+// Sends a request to the server at this port of this machine and waits for half a second at most.
 SharePort whoServes(std::uint16_t port);
 
-// Looks at this machine. Starts nothing and asks nobody but a server on its own port, for half a second at
+// Examines this machine. Starts nothing and connects only to a server on its own port, for half a second at
 // most.
 ShareFacts takeShareFacts();
 

@@ -39,7 +39,7 @@ bool exists(const std::string& path) {
   return stat(path.c_str(), &status) == 0;
 }
 
-// The beginning of what a server at this port of this machine answers; nothing in it if none does in time.
+// The beginning of the response of a server at this port of this machine; empty if none arrives in time.
 std::string answerAt(int connection, TimePoint deadline) {
   constexpr std::string_view request = "GET /eSCL/ScannerCapabilities HTTP/1.0\r\nHost: localhost\r\n\r\n";
   if (send(connection, request.data(), request.size(), MSG_NOSIGNAL) < 0) return "";

@@ -13,7 +13,7 @@
 
 namespace frontend {
 
-// The state from sane_init to sane_exit: the current list of scanners and the open handles. Knows no scan.
+// The state from sane_init to sane_exit: the current list of scanners and the open handles. Does not scan.
 // Starts no thread. Any thread; nothing throws but std::bad_alloc.
 class SaneBackEnd {
  public:
@@ -31,8 +31,8 @@ class SaneBackEnd {
 
   // Opens the scanner of this name, or the first one if the name is empty, without touching the device.
   // Unless it is the virtual one, blocks as devices() does. INVAL: there is no such scanner; DEVICE_BUSY:
-  // this process has it open; ACCESS_DENIED: this user has no permission; IO_ERROR, NO_MEM: whether there is
-  // one cannot be found out.
+  // this process has it open; ACCESS_DENIED: this user has no permission; IO_ERROR, NO_MEM: it cannot be
+  // determined whether there is one.
   SANE_Status open(std::string_view name, SaneHandle** handle);
   // Waits for the end of its scan, up to two seconds. Ignores a handle that is not open.
   void close(SaneHandle* handle);

@@ -16,7 +16,8 @@ namespace frontend {
 // The options of one handle: descriptors, values and dependencies. The mode determines the resolutions and
 // the depth. Options may be set in any order: a resolution that the mode does not have is remembered for the
 // modes that do, and enhancements can be set in every mode, although only Lineart uses the threshold and only
-// Color and Gray the others. Knows no scan. One thread at a time; nothing throws but std::bad_alloc.
+// Color and Gray the others. Independent of any scan. One thread at a time; nothing throws but
+// std::bad_alloc.
 //
 // The number of options is fixed, and descriptors keep their addresses for the life of the object; their
 // content may change when set() reports SANE_INFO_RELOAD_OPTIONS.

@@ -18,7 +18,7 @@ inline constexpr double bedWidthInches = bedWidthInHundredths / 100.0;
 inline constexpr double bedHeightInches = bedHeightInHundredths / 100.0;
 
 // In dots per inch, in ascending order. Above the highest color resolution the scanner delivers color at that
-// resolution, whatever it is asked for.
+// resolution, whatever is requested.
 inline constexpr std::array<std::uint32_t, 6> bedResolutions = {75, 150, 200, 300, 400, 600};
 inline constexpr std::uint32_t highestColorResolution = 300;
 

@@ -5,9 +5,8 @@
 
 namespace frontend {
 
-// Carries requests to cancel, from any thread and from signal handlers, to the work in progress. Simple
-// work looks at requested() now and then. Work that waits for something is aimed at, and its own
-// cancel() is called:
+// Carries requests to cancel, from any thread and from signal handlers, to the work in progress. Simple work
+// checks requested() now and then. Work that waits for something is aimed at, and its own cancel() is called:
 //
 //   Cancellation cancellation;                          // a signal handler calls cancellation.request()
 //   SupervisedScan scan(request);

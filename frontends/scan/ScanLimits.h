@@ -38,8 +38,8 @@ inline constexpr std::int32_t highestTonePercent = 100;
 inline constexpr std::uint32_t lowestGammaHundredths = 10;
 inline constexpr std::uint32_t highestGammaHundredths = 500;
 
-// The virtual scanner's. Its warm-up lasts from 0, a packet holds at least one byte, and a speed of 0 bytes
-// per second stands for no limit.
+// Limits of the virtual scanner. Its warm-up may be 0, a packet holds at least one byte, and a speed of 0
+// bytes per second means no limit.
 inline constexpr std::chrono::milliseconds longestVirtualWarmUp = std::chrono::hours(1);
 inline constexpr std::uint32_t largestVirtualPacket = 256 * 1024 * 1024;  // image bytes
 inline constexpr std::uint32_t highestVirtualSpeed = std::numeric_limits<std::uint32_t>::max();

@@ -12,7 +12,7 @@ using std::chrono::milliseconds;
 inline constexpr milliseconds finalCallsTimeout{1600};
 // A cancelled worker exits within this time, whatever it is doing.
 inline constexpr milliseconds workerExitTimeout{1800};
-// Then the front end kills it, so that it is gone two seconds after a cancel.
+// Then the front end kills it, so that it has ended two seconds after a cancel.
 inline constexpr milliseconds workerKillTimeout{1900};
 
 // Between two heartbeats of a worker.
@@ -23,12 +23,12 @@ inline constexpr milliseconds libraryTimeout{10000};
 // A front end gives up a worker that has sent nothing for this long and the scanner's time-out.
 inline constexpr milliseconds workerHeartbeatTimeout{20000};
 
-// For a list of the scanners, which takes some hundredths of a second unless USB is out of order. A front end
-// then kills the worker,
+// For a list of the scanners, which takes some hundredths of a second unless USB is faulty. A front end then
+// kills the worker,
 inline constexpr milliseconds listTimeout{10000};
 // which gets this long to release USB after it has sent the list.
 inline constexpr milliseconds listExitTimeout{200};
-// A worker that lists ends by itself after this long, for a front end that is gone.
+// A worker that lists exits after this long even if its front end has not survived to kill it.
 inline constexpr std::chrono::seconds longestList{15};
 
 static_assert(finalCallsTimeout < workerExitTimeout && workerExitTimeout < workerKillTimeout);

@@ -35,8 +35,8 @@ ScannerEntry realScanner(const platform::AttachedDevice& device) {
 
 }  // namespace
 
-// Nobody should take it for a scanner with paper in it: applications show the model, some also the type,
-// which is one of those that SANE defines.
+// Users must not mistake it for a real scanner: applications show the model, some also the type, which is one
+// of those that SANE defines.
 ScannerEntry virtualScanner() {
   return {std::string(virtualScannerName), "Quenvar", "Q750 (virtual)", "virtual device", true, true, ""};
 }

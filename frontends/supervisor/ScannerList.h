@@ -30,8 +30,8 @@ struct ScannerList {
 // disturbs none. Blocks and fails as ScannerSearch::run().
 ScannerList listScanners(ScannerSearch& search, bool withVirtual);
 
-// The virtual scanner alone, without a look at USB, which takes longer than all else that opening a scanner
-// does.
+// The virtual scanner alone, without examining USB, which takes longer than everything else in opening a
+// scanner.
 ScannerEntry virtualScanner();
 
 }  // namespace frontend

@@ -26,7 +26,7 @@ void ScannerSearch::cancel() noexcept {
 ListReply ScannerSearch::run() {
   if (const int error = start(); error != 0) return outcome::workerNotStarted(program_, error);
   ListReply reply = awaitReply();
-  // A worker that cannot release USB has listed it all the same.
+  // A worker that cannot release USB has still delivered its list.
   if (!worker_.awaitEnd(workertimes::listExitTimeout)) worker_.kill();
   return reply;
 }

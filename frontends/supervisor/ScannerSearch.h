@@ -11,14 +11,14 @@
 
 namespace frontend {
 
-// Lists the scanners on the USB in a process of its own: the USB library may hang or crash on a system that
-// is out of order, and must not start threads in the application. Leaves out the virtual scanner.
+// Lists the USB scanners in a separate process: the USB library may hang or crash on a faulty system, and
+// must not start threads in the application. Leaves out the virtual scanner.
 //
 //   ScannerSearch search;
 //   const ListReply found = search.run();
 //
-// Failures are outcomes; nothing throws but std::bad_alloc. Owns the worker: when the object is gone, so is
-// the process. One thread, except cancel().
+// Failures are outcomes; nothing throws but std::bad_alloc. Owns the worker: the destructor ends the process.
+// One thread, except cancel().
 class ScannerSearch {
  public:
   // Starts nothing yet.

@@ -218,7 +218,7 @@ void SupervisedScan::Impl::giveUp() {
   protocol_.end(outcome::workerDied("it stopped responding"));
 }
 
-// No byte is left: either the worker reports the outcome within a moment, or it is gone.
+// No byte is left: the worker either reports the outcome within a moment or has exited.
 void SupervisedScan::Impl::explain() {
   const auto deadline = now_() + timeToExplain;
   for (listen(); isIn(State::explaining) && protocol_.expectsMessages() && now_() < deadline; listen()) {

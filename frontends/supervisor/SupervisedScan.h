@@ -28,9 +28,9 @@ std::string findWorker();
 //   while (std::size_t count = scan.read(buffer, sizeof buffer)) use(buffer, count);
 //   if (!scan.outcome().good()) ...
 //
-// Failures are reported through outcome(); nothing throws but std::bad_alloc. Owns the worker: when the
-// object is gone, so is the process, within two seconds in every case. All functions belong to one thread,
-// except cancel(). Several scans may run in one process, with different scanners.
+// Failures are reported through outcome(); nothing throws but std::bad_alloc. Owns the worker: the destructor
+// ends the process, within two seconds in every case. All functions belong to one thread, except cancel().
+// Several scans may run in one process, with different scanners.
 class SupervisedScan {
  public:
   // Starts the worker and returns at once; the scanner is opened, warms up and scans in the background.

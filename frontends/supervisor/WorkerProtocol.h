@@ -47,7 +47,7 @@ class WorkerProtocol {
   void controlClosed();
   void bytes(std::size_t count);
   void imageClosed();
-  // The scan ends for a reason of the front end's own: it was cancelled, or the worker is gone.
+  // The front end ends the scan: it was cancelled, or the worker has exited.
   void end(ScanOutcome outcome);
 
   State state() const { return state_; }

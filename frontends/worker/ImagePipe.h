@@ -17,8 +17,8 @@ class ImagePipe {
   // outlive the object.
   ImagePipe(int descriptor, int wakeUp, const Cancellation& cancel, ThreadActivity& activity);
 
-  // Blocks until the pipe has taken all of them. False where nobody wants them: the scan is cancelled, or the
-  // reader is gone.
+  // Blocks until the pipe has taken all of them. False if they are no longer wanted: the scan is cancelled,
+  // or the reader has exited.
   bool write(const std::uint8_t* bytes, std::size_t count);
   // Ends the picture for its reader.
   void close() { pipe_.reset(); }

@@ -58,8 +58,8 @@ std::optional<IOReturn> JobWatch::beforeRead(std::uint8_t pipe) {
   if (pipes_.roleOf(pipe) == PipeRole::data) raise(JobEvent::dataRead);
   if (endedOrCancelled()) return kIOReturnNoDevice;
   if (pipes_.roleOf(pipe) != PipeRole::data || state_ != JobState::leaving) return std::nullopt;
-  // The end of a delivered picture, as the library knows it. Where it asks for more all the same, it has
-  // missed the picture, because memory ran out, and would ask for ever.
+  // A time-out ends a delivered picture for the library. If it reads on nevertheless, it has missed the
+  // picture, because memory ran out, and would read for ever.
   return before == JobState::delivered ? kIOUSBTransactionTimeout : kIOReturnNoDevice;
 }
 
@@ -90,7 +90,8 @@ IOReturn JobWatch::afterWrite(std::uint8_t pipe, IOReturn status) {
   return status;
 }
 
-// Each piece of an answer restarts the time-out: one of the last calls would last as long as bytes drip.
+// Each piece of a reply restarts the time-out: otherwise one of the last calls would last as long as single
+// bytes arrive.
 bool JobWatch::answerIsCut(std::uint8_t pipe) const {
   const bool expected = state_ != JobState::over && !times_.lastCallsOver();
   return pipes_.roleOf(pipe) == PipeRole::reply && expected && packets_.insidePacket();

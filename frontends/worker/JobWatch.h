@@ -33,7 +33,7 @@ struct JobPipes {
 
 // What a watch depends on. What is referred to outlives the watch.
 struct WatchSetup {
-  const Cancellation* cancel = nullptr;  // looked at before every transfer; may be null
+  const Cancellation* cancel = nullptr;  // checked before every transfer; may be null
   PictureListener* picture = nullptr;    // gets the rows while they arrive; may be null
   std::uint32_t timeoutMs = 30000;       // how long the scanner may be silent, at least 1
   std::uint64_t rasterBytes = 0;         // of the picture that is requested; bounds the stream and its time
@@ -45,9 +45,9 @@ struct WatchSetup {
 // be cancelled and takes whatever number of bytes, packets and messages there are), ends a picture at once
 // where the library would wait for a time-out, and returns the verdict on the whole.
 //
-// Does no I/O: the stack that asks it does. A job is ended by answering every further transfer with "no
-// device", which is the library's designed way out. Throws std::bad_alloc alone, after which only
-// noteOutOfMemory() and verdict() make sense. One thread, but for the cancellation.
+// Does no I/O: the stack that consults it does. To end a job, every further transfer returns "no device",
+// which is the library's designed way out. Throws std::bad_alloc alone, after which only noteOutOfMemory()
+// and verdict() make sense. One thread, but for the cancellation.
 class JobWatch : private wire::PacketReader::Listener {
  public:
   explicit JobWatch(const WatchSetup& setup);
@@ -56,8 +56,8 @@ class JobWatch : private wire::PacketReader::Listener {
   void watchPipes(const JobPipes& pipes) { pipes_ = pipes; }
   const JobPipes& pipes() const { return pipes_; }
 
-  // Nothing where the next transfer may go to the device; otherwise the status with which the library is
-  // answered instead. Asked once before every transfer.
+  // Nothing if the next transfer may go to the device; otherwise the status that the library receives
+  // instead. Called once before every transfer.
   std::optional<platform::IOReturn> beforeRead(std::uint8_t pipe);
   std::optional<platform::IOReturn> beforeWrite(std::uint8_t pipe, const void* bytes, std::uint32_t size);
   // The time-outs of the next transfer, of those that the library asks for.
@@ -71,8 +71,8 @@ class JobWatch : private wire::PacketReader::Listener {
   std::optional<platform::IOReturn> afterRead(std::uint8_t pipe, platform::IOReturn status, const void* bytes,
                                               std::uint32_t size, std::uint32_t waitedMs);
   platform::IOReturn afterWrite(std::uint8_t pipe, platform::IOReturn status);
-  // Whether the answer read so far stops inside a packet, so that its rest is to be read at once: the library
-  // reads each answer once only.
+  // Whether the reply read so far ends inside a packet, so that its rest has to be read at once: the library
+  // reads each reply only once.
   bool answerIsCut(std::uint8_t pipe) const;
   // A transfer could not be examined for want of memory. Returns the status that the library gets for it. The
   // functions above do the same where the stack below found none (kIOReturnNoMemory).

@@ -5,7 +5,7 @@ namespace {
 
 constexpr double unitsPerInch = 1200.0;
 
-// The smallest length in 1/1200 inch that comes out of the library as this many pixels.
+// The smallest length in 1/1200 inch that the library converts to this many pixels.
 std::uint32_t unitsFor(std::uint32_t pixels, std::uint32_t resolution) {
   const double factor = resolution / unitsPerInch;
   auto units = static_cast<std::uint32_t>(std::uint64_t{pixels} * 1200 / resolution);

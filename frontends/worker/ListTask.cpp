@@ -17,8 +17,8 @@ void listScanners(ReportChannel& reports) {
   }
 }
 
-// Not by a thread: starting one takes as long as the list. The front end kills a worker that hangs; this is
-// for one whose front end is gone.
+// An alarm and not a thread, which takes as long to start as the list. The front end kills a worker that
+// hangs; this ends one whose front end has exited.
 void endByItself() {
   alarm(static_cast<unsigned>(std::chrono::seconds(workertimes::longestList).count()));
 }

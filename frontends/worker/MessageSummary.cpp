@@ -22,8 +22,8 @@ struct Reading {
   bool textBelongs = false;  // to the method or the reason
 };
 
-// By two characters, as the library's reader tells tags apart: what it understands must not be
-// called unreadable here.
+// By two characters, as the library's reader distinguishes tags: what it understands must not be unreadable
+// here.
 MessageKind kindOf(std::string_view tag) {
   if (tag.starts_with("me")) return MessageKind::call;
   if (tag.starts_with("re")) return MessageKind::response;

@@ -10,7 +10,8 @@ std::optional<ScanOutcome> PictureForwarder::begins(const PictureHeader& header)
   sent.width = header.width();
   sent.height = header.height();
   sent.channels = header.bytesPerPixel();
-  // Front ends have announced this layout: SANE's parameters and a file's header come before the first row.
+  // Front ends have announced this layout already: SANE's parameters and a file's header precede the first
+  // row.
   if (sent != expected) return outcome::otherPicture(sent, expected);
   if (request_.threshold) lineart_.emplace(sent.width, *request_.threshold);
   if (!request_.tone.isNeutral()) tone_ = toneTable(request_.tone);

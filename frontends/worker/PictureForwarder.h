@@ -13,20 +13,19 @@
 namespace frontend {
 
 // Passes a picture on to the front end while it arrives: its layout, its rows in that layout, in lineart or
-// in the tone that the request asks for, and a good
-// outcome as soon as it is whole, though the scanner still gets its last calls. The functions are called,
-// block and fail as PictureListener.h says. One thread.
+// in the requested tone, and a good outcome as soon as it is complete, before the last calls to the scanner.
+// The functions are called, block and fail as described in PictureListener.h. One thread.
 class PictureForwarder final : public PictureListener {
  public:
   // All of them outlive the object.
   PictureForwarder(const ScanRequest& request, ReportChannel& reports, ImagePipe& pipe)
       : request_(request), reports_(reports), pipe_(pipe) {}
 
-  // Refuses a picture of another size or color than the request asked for.
+  // Refuses a picture whose size or color differs from the request.
   std::optional<ScanOutcome> begins(const PictureHeader& header) override;
-  // Blocks while the pipe is full. False where the scan is cancelled or the front end gone.
+  // Blocks while the pipe is full. False if the scan is cancelled or the front end has exited.
   bool raster(const std::uint8_t* bytes, std::size_t count) override;
-  // Reports the outcome before the pipe ends, so that a front end at its end finds it.
+  // Reports the outcome before the pipe is closed, so that a front end that reaches its end finds it.
   void isWhole() override;
 
  private:

@@ -9,9 +9,9 @@
 
 namespace frontend {
 
-// Gets one picture while the scanner sends it: begins(), raster() until nothing more comes, isWhole() if
-// every row arrived. Called by the scanning thread, inside a transfer: whoever blocks here holds up the
-// scanner. May throw std::bad_alloc, which ends the scan for want of memory, and nothing else.
+// Receives one picture while the scanner sends it: begins(), raster() until no more arrives, isWhole() if
+// every row arrived. Called by the scanning thread, inside a transfer: a listener that blocks holds up the
+// scanner. May throw only std::bad_alloc, which ends the scan as out of memory.
 class PictureListener {
  public:
   // The header is complete. Returns nothing to receive the rows; an outcome ends the scan with it.

@@ -9,9 +9,9 @@
 namespace frontend {
 
 // The worker's end of its connection to the front end, for what it reports there. Any thread. The descriptor,
-// a socket for messages, stays the caller's. A report that cannot be sent is dropped: its reader is gone, and
-// the worker learns that from the same socket. When memory runs out, a report throws std::bad_alloc and
-// does not count as sent; a heartbeat allocates nothing.
+// a socket for messages, stays the caller's. A report that cannot be sent is dropped: its reader has exited,
+// which the worker detects on the same socket. When memory runs out, a report throws std::bad_alloc and does
+// not count as sent; a heartbeat allocates nothing.
 class ReportChannel {
  public:
   explicit ReportChannel(int descriptor) : descriptor_(descriptor) {}

@@ -19,21 +19,21 @@ namespace frontend {
 struct SessionHooks {
   PictureListener* picture = nullptr;     // gets the rows while they arrive
   TransferInFlight* transfers = nullptr;  // holds the transfer that may be aborted
-  const Cancellation* cancel = nullptr;   // looked at before every transfer
+  const Cancellation* cancel = nullptr;   // checked before every transfer
   platform::LogSink* log = nullptr;       // gets the library's log lines; null drops them unread
   std::uint32_t timeoutMs = 30000;        // how long the scanner may be silent, at least 1
 };
 
-// One scan, run through the library's exported functions in this process and watched from below, so
-// that it ends, with a whole picture that the listener got while it arrived, or with an outcome that
-// explains why not.
+// One scan, run through the library's exported functions in this process and watched from below, so that it
+// ends, with a whole picture that the listener got while it arrived, or with an outcome that explains why
+// not.
 //
-// While it lives, the process has a LibraryEnvironment: one session at a time per process. One thread, except
-// for the cancellation and the transfer in flight.
+// While it exists, the process has a LibraryEnvironment: one session at a time per process. One thread,
+// except for the cancellation and the transfer in flight.
 class ScanSession {
  public:
-  // `stack` stays the caller's and outlives the session. The settings must be such as ScanSettings.h says.
-  // Throws std::logic_error where the process has a session already.
+  // `stack` stays the caller's and outlives the session. The settings must be valid as defined in
+  // ScanSettings.h. Throws std::logic_error where the process has a session already.
   ScanSession(platform::UsbStack& stack, const ScanSettings& settings, const SessionHooks& hooks);
   // Closes the scanner, whatever state it is in, and brings back the settings of the process. May block for
   // the transfers that this takes.

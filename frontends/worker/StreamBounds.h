@@ -5,9 +5,9 @@
 
 namespace frontend {
 
-// Counts what one job receives, so that a stream that no working scanner sends comes to an end: the library
+// Counts what one job receives, so that a stream that no working scanner would send is ended: the library
 // sets no bound to its bytes, its packets, each of which costs memory even without a payload, its messages,
-// each of which is parsed, its reads that bring nothing, or its reads that fail. The bounds grow with the
+// each of which is parsed, its reads that return nothing, or its reads that fail. The bounds grow with the
 // picture and leave room for packets that fit a single USB transaction of 64 bytes. Does no I/O. One thread.
 class StreamBounds {
  public:

@@ -8,8 +8,8 @@
 namespace frontend {
 namespace {
 
-// A scanner whose last transfer fills its last packet ends it in no visible way: only silence shows the end,
-// so that a read of the job stream must not wait long at a time.
+// If the last transfer of a scanner fills its last packet, nothing marks the end but silence, so a read of
+// the job stream must not wait long at a time.
 constexpr std::uint32_t streamWaitMs = 250;
 constexpr std::uint32_t quietEndMs = 1000;
 // The last calls are tried even when their time is up.

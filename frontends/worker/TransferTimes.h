@@ -22,8 +22,8 @@ struct TransferTimeouts {
 // Waits for nothing itself. One thread.
 class TransferTimes {
  public:
-  // `timeoutMs`, at least 1, is how long the scanner may be silent; `rasterBytes` is the size of the picture
-  // that it is asked for. The job begins now.
+  // `timeoutMs`, at least 1, is how long the scanner may be silent; `rasterBytes` is the size of the
+  // requested picture. The job begins now.
   TransferTimes(std::uint32_t timeoutMs, std::uint64_t rasterBytes, TimeSource now);
 
   // A byte moved, or another one is due now.
@@ -35,11 +35,11 @@ class TransferTimes {
   // kB a second, a sixteenth of what USB 1.1 carries.
   std::chrono::milliseconds jobLimit() const { return jobLimit_; }
   bool overdue() const { return now_() - begin_ > jobLimit_; }
-  // Whether a scanner that has sent every row has no more to send, though it did not end its job.
+  // Whether a scanner that has sent every row has nothing more to send, although it did not end its job.
   bool quiet() const;
-  // From now on all transfers together have a short while: nobody needs their answers.
+  // From now on, all transfers together have a short time: their replies are not needed.
   void beginLastCalls();
-  // Whether that while is over.
+  // Whether that time is over.
   bool lastCallsOver() const { return lastCallsEnd_ && now_() >= *lastCallsEnd_; }
 
   // The time-outs of the next transfer, of those that the library asks for. None of them is 0.

@@ -8,9 +8,9 @@
 
 namespace frontend {
 
-// Prints the library's log lines for a user who asked for them, each cut to the width of the terminal:
-// only that much of a line is ever formatted, while whole ones hold every byte of the picture. What is
-// no printable ASCII becomes a question mark, since a terminal acts on control characters. On the
+// Prints the library's log lines for a user who asked for them, each cut to the width of the terminal: only
+// that much of a line is ever formatted, while a whole one may hold every byte of the picture. What is not
+// printable ASCII is replaced by a question mark, since a terminal acts on control characters. Runs on the
 // thread that logs.
 class VerboseSink final : public platform::LogSink {
  public:

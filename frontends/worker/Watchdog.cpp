@@ -16,7 +16,7 @@
 namespace frontend {
 namespace {
 
-// Between two attempts to abort the transfer in flight: the first may have come before it began.
+// Between two attempts to abort the transfer in flight: the first may have been made before it began.
 constexpr int pauseBetweenAbortsMs = 20;
 constexpr int hangStatus = 3;
 

@@ -13,12 +13,12 @@
 namespace frontend {
 
 // A thread beside the scanning thread of a worker, which makes sure that the process ends whatever the
-// library and the USB stack do. It waits for the front end: a cancel from there, or its end, sets the cancel
-// flag and aborts the transfer in flight, again and again until the scan is over. It ends the process on the
-// spot, with exit status 3, after reporting the outcome, where the process is still there 1.8 s after a
-// cancel, or where the scanning thread has been idle for too long. All the while it sends heartbeats.
+// library and the USB stack do. It waits for the front end: if that cancels or exits, the watchdog sets the
+// cancel flag and aborts the transfer in flight, again and again until the scan is over. It ends the process
+// immediately, with exit status 3, after reporting the outcome, if the process is still running 1.8 s after a
+// cancel, or if the scanning thread has been idle for too long. It sends heartbeats throughout.
 //
-// It does not scan, and takes no part in a scan that goes well.
+// It does not scan, and does not interfere with a scan that succeeds.
 class Watchdog {
  public:
   // Everything outlives the object.

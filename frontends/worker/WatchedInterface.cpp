@@ -33,7 +33,7 @@ WatchedInterface::~WatchedInterface() {
   stack_.noteClosed(open_);
 }
 
-// A driver that was answered "no device" gives nothing back, while the device is there in most cases and
+// A driver that received "no device" releases nothing, although the device is usually still connected and
 // would start the next job with the rest of this one.
 void WatchedInterface::putAway() {
   const JobPipes& pipes = watch_.pipes();
@@ -69,8 +69,8 @@ IOReturn WatchedInterface::readPipeTO(std::uint8_t pipe, void* buffer, std::uint
   }
 }
 
-// Joins an answer that the scanner sends in pieces. Once there is a piece, the read has succeeded: what fails
-// after it shows in the next one.
+// Joins a reply that the scanner sends in pieces. Once one piece has arrived, the read succeeds: a later
+// failure is reported by the next read.
 IOReturn WatchedInterface::readAll(std::uint8_t pipe, std::uint8_t* buffer, std::uint32_t* size,
                                    const TransferTimeouts& asked) {
   const std::uint32_t capacity = *size;

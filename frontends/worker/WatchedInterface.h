@@ -10,9 +10,9 @@ namespace frontend {
 
 class WatchedUsbStack;
 
-// One interface object of a WatchedUsbStack: asks the watch before and after every transfer, and remembers
-// what its user leaves open. Nothing throws: a transfer for whose examination there is no memory fails with
-// the status that the watch has for it.
+// One interface object of a WatchedUsbStack: consults the watch before and after every transfer, and
+// remembers what its user leaves open. Nothing throws: if there is no memory to examine a transfer, it fails
+// with the status that the watch has for that.
 class WatchedInterface final : public platform::ForwardingUsbInterface {
  public:
   WatchedInterface(WatchedUsbStack& stack, platform::UsbInterface& inner, JobWatch& watch,

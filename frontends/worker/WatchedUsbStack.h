@@ -11,8 +11,8 @@ namespace frontend {
 class WatchedInterface;
 
 // A stack over another one that lets a JobWatch see, and end, every transfer on its interfaces, and that
-// gives back what a driver leaves behind: one that was answered "no device" closes nothing. Everything
-// else passes unchanged.
+// releases what a driver leaves behind: one that received "no device" closes nothing. Everything else passes
+// unchanged.
 //
 // Inner stack, watch and transfer belong to the caller and outlive it; objects that it handed out end with
 // it. One thread.

@@ -64,7 +64,7 @@ void scan(const ScanRequest& request, platform::OwnedDescriptor paper, const Ses
   report(session.run());
 }
 
-// Scans with the watchdog at its side, which knows the connection.
+// Scans while the watchdog monitors the scan and the connection.
 void serve(const ScanRequest& request, platform::OwnedDescriptor paper, int control,
            platform::OwnedDescriptor image, ReportChannel& reports) {
   Cancellation cancel;

@@ -26,16 +26,16 @@ bool isControlConnection(int descriptor) {
   return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_SEQPACKET;
 }
 
-// Where an allocation fails in a thread of its own or in a function that must not throw, the front end learns
-// that instead of a signal.
+// If an allocation fails in a separate thread or in a function that must not throw, this status reports it to
+// the front end; otherwise it would see only a signal.
 [[noreturn]] void endWithoutMemory() {
   const std::exception_ptr failure = std::current_exception();
-  if (!failure) _exit(frontend::workerNoMemoryStatus);  // it found no memory for itself
+  if (!failure) _exit(frontend::workerNoMemoryStatus);  // not even the exception could be allocated
   try {
     std::rethrow_exception(failure);
   } catch (const std::bad_alloc&) {
     _exit(frontend::workerNoMemoryStatus);
-  } catch (...) {  // a defect, which a signal shows best
+  } catch (...) {  // a defect, best reported by a signal
   }
   std::abort();
 }
@@ -62,8 +62,9 @@ int main() {
   }
   fcntl(frontend::workerControlDescriptor, F_SETFD, FD_CLOEXEC);
   fcntl(frontend::workerImageDescriptor, F_SETFD, FD_CLOEXEC);
-  // The log goes to the terminal of a front end in the foreground, which this process is not. A limit of file
-  // sizes makes a write fail, as a full disk does: the copies that the library keeps are not worth the scan.
+  // The log is written to the terminal of a front end in the foreground, but this process is in the
+  // background. A file size limit makes a write fail, as a full disk does: losing the library's copies is no
+  // reason to end the scan.
   for (const int signal : {SIGPIPE, SIGTTOU, SIGXFSZ}) std::signal(signal, SIG_IGN);
   platform::setThreadStackSize(threadStackBytes);
   try {
