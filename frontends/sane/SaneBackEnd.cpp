@@ -7,6 +7,7 @@
 #include "QuenvarConfig.h"
 #include "SaneStatus.h"
 #include "ScannerName.h"
+#include "SettingText.h"
 
 namespace frontend {
 namespace {
@@ -15,6 +16,12 @@ namespace {
 SANE_Status statusWithout(const ScanOutcome& listing) {
   const bool complete = listing.good() || listing.status == ScanStatus::noDevice;
   return complete ? SANE_STATUS_INVAL : saneStatusOf(listing.status);
+}
+
+// The name is the application's.
+std::string missing(std::string_view name) {
+  if (name.empty()) return "No Quenvar Q750 is connected. Check its cable and its power.";
+  return "There is no scanner \"" + printable(name) + "\". Run scanimage -L for the available ones.";
 }
 
 }  // namespace
@@ -62,11 +69,17 @@ SANE_Status SaneBackEnd::open(std::string_view name, SaneHandle** handle) {
   const auto found = std::find_if(all.begin(), all.end(), [name](const ScannerEntry& scanner) {
     return name.empty() || scanner.name == name;
   });
-  if (found == all.end()) return statusWithout(present.outcome);
+  if (found == all.end()) {
+    if (present.outcome.good()) debug_.line(DebugOutput::failures, missing(name));
+    return statusWithout(present.outcome);
+  }
   const std::lock_guard lock(mutex_);
   const bool open = std::any_of(handles_.begin(), handles_.end(),
                                 [&](const auto& one) { return one->scanner() == found->name; });
-  if (open) return SANE_STATUS_DEVICE_BUSY;
+  if (open) {
+    debug_.line(DebugOutput::failures, "This program has the scanner open already. Close it there first.");
+    return SANE_STATUS_DEVICE_BUSY;
+  }
   if (!found->accessible) return SANE_STATUS_ACCESS_DENIED;
   handles_.push_back(std::make_unique<SaneHandle>(found->name, debug_));
   *handle = handles_.back().get();

@@ -72,6 +72,20 @@ TEST_F(SaneLife, OpensNothingUnderAWrongName) {
   EXPECT_EQ(library.open("virtual", nullptr), SANE_STATUS_INVAL);
 }
 
+TEST_F(SaneLife, LogsWhyAScannerIsNotOpenedWhereTheEnvironmentAsks) {
+  setenv("SANE_DEBUG_QUENVAR", "1", 1);
+  testing::internal::CaptureStderr();
+  begin("virtual off");
+  EXPECT_EQ(library.open("virtual", &handle), SANE_STATUS_INVAL);
+  begin();
+  SANE_Handle second = nullptr;
+  EXPECT_EQ(library.open("virtual", &handle), SANE_STATUS_GOOD);
+  EXPECT_EQ(library.open("virtual", &second), SANE_STATUS_DEVICE_BUSY);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "[quenvar] There is no scanner \"virtual\". Run scanimage -L for the available ones.\n"
+            "[quenvar] This program has the scanner open already. Close it there first.\n");
+}
+
 TEST_F(SaneLife, AnswersWithoutHandleOrBeforeItsBeginning) {
   SANE_Parameters parameters;
   SANE_Word word = 0;
