@@ -42,6 +42,8 @@ std::string contentOf(const std::string& path) {
   platform::FileContent content = platform::readRegularFile(path, largestPemFile);
   if (content.state != platform::FileContent::State::read)
     throw HttpServerError(path + " cannot be read. Check its name and who may read it.");
+  // Without a certificate the server would not encrypt.
+  if (content.bytes.empty()) throw HttpServerError(path + " is empty: expected a certificate or key in PEM.");
   return std::move(content.bytes);
 }
 

@@ -520,3 +520,8 @@ class Service(ShareHost):
 
 if __name__ == "__main__":
     unittest.main()
+    def test_does_not_serve_without_encryption_where_the_certificate_is_empty(self):
+        empty = self.folder / "empty.pem"
+        empty.touch()
+        self.expect_failure(7, "empty", "--virtual", "--port", "0", "--certificate", str(empty), "--key", str(empty))
+
