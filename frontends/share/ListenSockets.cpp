@@ -63,6 +63,18 @@ void add(ListenSockets& sockets, platform::OwnedDescriptor socket) {
   sockets.sockets.push_back(std::move(socket));
 }
 
+// Anything else would be ready at all times without a client to serve.
+void requireListening(int descriptor) {
+  int type = 0;
+  int listens = 0;
+  socklen_t size = sizeof type;
+  const bool isStream = getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_STREAM;
+  size = sizeof listens;
+  if (!isStream || getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) != 0 || listens == 0)
+    throw HttpServerError("The service manager passed descriptor " + std::to_string(descriptor) +
+                          ", which is not a listening stream socket. Use ListenStream= and Accept=no.");
+}
+
 std::uint16_t portOf(int socket) {
   const std::string text = textOf(socket);
   return static_cast<std::uint16_t>(std::atoi(text.substr(text.rfind(':') + 1).c_str()));
@@ -144,6 +156,7 @@ ListenSockets inheritedSockets() {
        ++descriptor) {
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     add(result, platform::OwnedDescriptor(descriptor));
+    requireListening(descriptor);
   }
   return result;
 }

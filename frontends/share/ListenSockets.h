@@ -21,7 +21,8 @@ struct ListenSockets {
 ListenSockets listenOn(const std::vector<std::string>& addresses, std::uint16_t port);
 
 // The sockets that the service manager listens on for this process and hands over (sd_listen_fds(3)); none if
-// it was started otherwise. Called once: the environment variables are removed.
+// it was started otherwise. Called once: the environment variables are removed. Throws HttpServerError if one
+// of them does not listen.
 ListenSockets inheritedSockets();
 
 // Tells the service manager that clients are served, if it wants to know (sd_notify(3)).

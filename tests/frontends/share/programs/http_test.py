@@ -480,6 +480,15 @@ class Service(ShareHost):
         connection.request("GET", posted.headers["Location"] + "/NextDocument")
         self.assertTrue(connection.getresponse().read().endswith(b"IEND\xaeB`\x82"))
 
+    def activated(self, passed, **streams):
+        """The server, started as by a socket unit that passes this socket."""
+        command = 'exec 3<&"$0"; LISTEN_FDS=1 LISTEN_PID=$$ exec "$@"'
+        process = subprocess.Popen(["bash", "-c", command, str(passed.fileno()), STAGE["share"], "--virtual"],
+                                   pass_fds=[passed.fileno()], **streams)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.send_signal, signal.SIGTERM)
+        return process
+
     def test_takes_its_sockets_from_the_service_manager(self):
         listening = socket.create_server(("127.0.0.1", 0))
         notifications = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
@@ -487,18 +496,26 @@ class Service(ShareHost):
             self.addCleanup(one.close)
         notifications.bind(str(self.folder / "notify"))
         notifications.settimeout(PATIENCE)
-        command = 'exec 3<&"$0"; LISTEN_FDS=1 LISTEN_PID=$$ exec "$@"'
-        process = subprocess.Popen(["bash", "-c", command, str(listening.fileno()), STAGE["share"], "--virtual"],
-                                   pass_fds=[listening.fileno()], stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.DEVNULL,
-                                   env={**os.environ, "NOTIFY_SOCKET": str(self.folder / "notify")})
-        self.addCleanup(process.wait)
-        self.addCleanup(process.send_signal, signal.SIGTERM)
+        self.activated(listening, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                       env={**os.environ, "NOTIFY_SOCKET": str(self.folder / "notify")})
         self.assertEqual(notifications.recv(100), b"READY=1")
         connection = http.client.HTTPConnection(*listening.getsockname(), timeout=PATIENCE)
         self.addCleanup(connection.close)
         connection.request("GET", "/eSCL/ScannerStatus")
         self.assertEqual(connection.getresponse().status, 200)
+
+    def test_takes_no_descriptor_that_does_not_listen(self):
+        bound = socket.socket()
+        datagrams = socket.socket(type=socket.SOCK_DGRAM)
+        connected, peer = socket.socketpair()
+        for one in (bound, datagrams, connected, peer):
+            self.addCleanup(one.close)
+        for passed in (bound, datagrams, connected, open(os.devnull)):
+            with self.subTest(passed), passed:
+                process = self.activated(passed, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                output, errors = process.communicate(timeout=PATIENCE)
+                self.assertEqual((process.returncode, output), (7, b""))
+                self.assertRegex(errors.decode(), "^q750-share: .*not a listening stream socket.*\n$")
 
     def expect_failure(self, status, words, *arguments):
         done = subprocess.run([STAGE["share"], *arguments], capture_output=True, timeout=PATIENCE)
