@@ -86,6 +86,8 @@ std::uint16_t portOf(int socket) {
     case EADDRNOTAVAIL:
     case EAFNOSUPPORT:
       throw HttpServerError(where + "this machine has no such address.");
+    case EINVAL:  // of an address that each of the machine's networks has
+      throw HttpServerError(where + "add the interface to the address, such as fe80::1%eth0.");
     case EADDRINUSE:
       throw HttpServerError(where + "in use by another program. Stop it, or choose another --port.");
     case EACCES:

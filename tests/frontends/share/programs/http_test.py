@@ -542,3 +542,4 @@ if __name__ == "__main__":
         empty.touch()
         self.expect_failure(7, "empty", "--virtual", "--port", "0", "--certificate", str(empty), "--key", str(empty))
 
+        self.expect_failure(7, "add the interface", "--virtual", "--bind", "fe80::1")
