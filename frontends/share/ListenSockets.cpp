@@ -59,7 +59,7 @@ void add(ListenSockets& sockets, platform::OwnedDescriptor socket) {
   const std::string address = textOf(socket.get());
   const bool local = address.empty() || address.starts_with("127.") || address.starts_with("[::1]");
   sockets.servesNetwork = sockets.servesNetwork || !local;
-  sockets.addresses.push_back(address);
+  if (!address.empty()) sockets.addresses.push_back(address);
   sockets.sockets.push_back(std::move(socket));
 }
 
@@ -156,9 +156,9 @@ ListenSockets inheritedSockets() {
   ListenSockets result;
   for (int descriptor = firstInheritedDescriptor; descriptor < firstInheritedDescriptor + count;
        ++descriptor) {
+    requireListening(descriptor);
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     add(result, platform::OwnedDescriptor(descriptor));
-    requireListening(descriptor);
   }
   return result;
 }

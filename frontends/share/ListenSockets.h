@@ -11,8 +11,9 @@ namespace frontend::share {
 // Sockets that listen, and where.
 struct ListenSockets {
   std::vector<platform::OwnedDescriptor> sockets;
-  std::vector<std::string> addresses;  // as in the address of a page: "127.0.0.1:8750", "[::1]:8750"
-  bool servesNetwork = false;          // whether any of them can be reached from other machines
+  // Of those of the Internet, as in the address of a page: "127.0.0.1:8750", "[::1]:8750".
+  std::vector<std::string> addresses;
+  bool servesNetwork = false;  // whether any of them can be reached from other machines
 };
 
 // Listens on these addresses, IPv4 or IPv6 without a name, at one port; 0 is any free one. Without addresses,

@@ -106,7 +106,7 @@ void print(const std::string& text) {
 
 void announce(const std::string& name, const ListenSockets& listening, bool tls) {
   for (const std::string& address : listening.addresses) {
-    if (!address.empty()) print(name + " is shared at " + (tls ? "https://" : "http://") + address + "/\n");
+    print(name + " is shared at " + (tls ? "https://" : "http://") + address + "/\n");
   }
 }
 

@@ -17,14 +17,16 @@ bool isOfThisMachineAlone(std::string_view address) {
 std::uint16_t announcedPort(const std::vector<std::string>& listening) {
   std::uint16_t port = 0;
   if (listening.empty()) return port;
-  const std::string& first = listening.front();
-  const char* digits = first.data() + first.rfind(':') + 1;
-  std::from_chars(digits, first.data() + first.size(), port);
+  const auto reachable = std::find_if_not(listening.begin(), listening.end(), isOfThisMachineAlone);
+  const std::string& address = reachable != listening.end() ? *reachable : listening.front();
+  const char* digits = address.data() + address.rfind(':') + 1;
+  std::from_chars(digits, address.data() + address.size(), port);
   return port;
 }
 
 AnnouncementReach reachOf(const std::vector<std::string>& listening, bool locally) {
-  return announcementReach(!std::all_of(listening.begin(), listening.end(), isOfThisMachineAlone), locally);
+  const bool network = !std::all_of(listening.begin(), listening.end(), isOfThisMachineAlone);
+  return announcementReach(network, locally && !listening.empty());
 }
 
 std::vector<AnnouncedService> announcedServices(const SharingSetup& setup) {

@@ -23,7 +23,7 @@ struct SharingSetup {
   bool locally = false;                // whether to announce it if it serves this machine alone
 };
 
-// The port of the first of these addresses; 0 if there is none.
+// The port of the first of these addresses that other machines reach, else of the first; 0 if there is none.
 std::uint16_t announcedPort(const std::vector<std::string>& listening);
 // Who finds a server by itself that listens there.
 AnnouncementReach reachOf(const std::vector<std::string>& listening, bool locally);

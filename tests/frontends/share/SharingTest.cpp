@@ -41,6 +41,10 @@ TEST(AnnouncedServices, NameNoAddressThatNobodyResolves) {
   EXPECT_THAT(announcedServices(setup)[0].text, Not(Contains(StartsWith("adminurl="))));
 }
 
+TEST(AnnouncedPort, IsThatOfTheFirstAddressThatTheNetworkReaches) {
+  EXPECT_EQ(announcedPort({"127.0.0.1:8750", "[::1]:8751", "192.168.1.5:8752", "[::]:8753"}), 8752);
+}
+
 TEST(AnnouncedPort, IsThatOfTheFirstAddress) {
   EXPECT_EQ(announcedPort({"127.0.0.1:8750", "[::1]:8751"}), 8750);
   EXPECT_EQ(announcedPort({"[2001:db8::5]:65535"}), 65535);
@@ -57,6 +61,11 @@ TEST(AnnouncementReaches, NoFurtherThanThisMachineOtherwise) {
   const std::vector<std::string> local{"127.0.0.1:8750", "[::1]:8750", "127.1.2.3:1"};
   EXPECT_EQ(reachOf(local, false), AnnouncementReach::nobody);
   EXPECT_EQ(reachOf(local, true), AnnouncementReach::thisMachine);
+}
+
+TEST(AnnouncementReaches, NobodyWithoutAnAddress) {
+  EXPECT_EQ(reachOf({}, false), AnnouncementReach::nobody);
+  EXPECT_EQ(reachOf({}, true), AnnouncementReach::nobody);
 }
 
 }  // namespace

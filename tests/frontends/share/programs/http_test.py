@@ -504,6 +504,18 @@ class Service(ShareHost):
         connection.request("GET", "/eSCL/ScannerStatus")
         self.assertEqual(connection.getresponse().status, 200)
 
+    def test_announces_no_socket_of_this_machine_alone(self):
+        listening = socket.socket(socket.AF_UNIX)
+        self.addCleanup(listening.close)
+        listening.bind(str(self.folder / "socket"))
+        listening.listen()
+        process = self.activated(listening, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
+                                 env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/none"})
+        first = process.stderr.readline()  # the signals are awaited by then
+        process.send_signal(signal.SIGTERM)
+        rest = process.communicate(timeout=PATIENCE)[1]
+        self.assertEqual((process.returncode, first + rest), (0, b"The scanner is plugged in: virtual.\n"))
+
     def test_takes_no_descriptor_that_does_not_listen(self):
         bound = socket.socket()
         datagrams = socket.socket(type=socket.SOCK_DGRAM)
@@ -522,6 +534,11 @@ class Service(ShareHost):
         self.assertEqual((done.returncode, done.stdout), (status, b""))
         self.assertRegex(done.stderr.decode(), f"^q750-share: .*{words}.*\n$")
 
+    def test_does_not_serve_without_encryption_where_the_certificate_is_empty(self):
+        empty = self.folder / "empty.pem"
+        empty.touch()
+        self.expect_failure(7, "empty", "--virtual", "--port", "0", "--certificate", str(empty), "--key", str(empty))
+
     def test_explains_why_it_cannot_start(self):
         taken = socket.create_server(("127.0.0.1", 0))
         self.addCleanup(taken.close)
@@ -529,6 +546,7 @@ class Service(ShareHost):
         self.expect_failure(7, "in use by another program", "--virtual", "--port", port)
         self.expect_failure(7, "no such address", "--virtual", "--bind", "192.0.2.1")
         self.expect_failure(7, "not an address", "--virtual", "--bind", "localhost")
+        self.expect_failure(7, "add the interface", "--virtual", "--bind", "fe80::1")
         self.expect_failure(7, "cannot be read", "--virtual", "--certificate", "/none", "--key", "/none")
         self.expect_failure(1, "belong together", "--virtual", "--key", "/none")
         self.expect_failure(1, "--help", "--virtual", "--port", "65536")
@@ -537,9 +555,3 @@ class Service(ShareHost):
 
 if __name__ == "__main__":
     unittest.main()
-    def test_does_not_serve_without_encryption_where_the_certificate_is_empty(self):
-        empty = self.folder / "empty.pem"
-        empty.touch()
-        self.expect_failure(7, "empty", "--virtual", "--port", "0", "--certificate", str(empty), "--key", str(empty))
-
-        self.expect_failure(7, "add the interface", "--virtual", "--bind", "fe80::1")
