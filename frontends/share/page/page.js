@@ -65,11 +65,22 @@ async function receive(job, type, signal) {
   return new Blob(parts, {type});
 }
 
+// While the scanner warms up, the server holds a request for a minute, then asks the client to come back.
+async function receiveWarm(job, type, signal) {
+  for (;;) {
+    try {
+      return await receive(job, type, signal);
+    } catch (error) {
+      if (error.message !== "busy") throw error;
+    }
+  }
+}
+
 // A transfer that breaks off may be repeated without another scan. If it broke off because the scan failed, the
 // second request is refused with the reason.
 async function receiveAgain(job, type, signal) {
   try {
-    return await receive(job, type, signal);
+    return await receiveWarm(job, type, signal);
   } catch (error) {
     if (signal.aborted || error instanceof Refusal) throw error;
     return receive(job, type, signal);

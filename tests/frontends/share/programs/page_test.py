@@ -174,6 +174,16 @@ class StartPage(ShareHost):
         self.await_text("message", "The scanner is in use")
         server.request("DELETE", job)
 
+    def test_asks_again_after_a_minute_of_warming_up(self):
+        self.open()
+        self.browser.driver.execute_script("""
+            const real = fetch;
+            let asked = 0;
+            fetch = (path, options) => path.endsWith("/NextDocument") && ++asked < 3
+                ? Promise.resolve(new Response("", {status: 503})) : real(path, options);""")
+        self.browser.element("start").click()
+        self.await_text("message", "Done")
+
     def test_shows_state_and_hints_without_script(self):
         self.open(width=390, script=False)
         self.browser.screenshot("page-without-script")
