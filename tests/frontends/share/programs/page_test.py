@@ -5,6 +5,7 @@ import http.server
 import os
 import pathlib
 import shutil
+import signal
 import tempfile
 import threading
 import unittest
@@ -183,6 +184,14 @@ class StartPage(ShareHost):
                 ? Promise.resolve(new Response("", {status: 503})) : real(path, options);""")
         self.browser.element("start").click()
         self.await_text("message", "Done")
+
+    def test_notices_a_server_that_is_silent(self):
+        server = self.open()
+        server.process.send_signal(signal.SIGSTOP)
+        self.addCleanup(server.process.send_signal, signal.SIGCONT)
+        self.await_text("state", "The server cannot be reached")
+        server.process.send_signal(signal.SIGCONT)
+        self.await_text("state", "Ready")
 
     def test_shows_state_and_hints_without_script(self):
         self.open(width=390, script=False)
