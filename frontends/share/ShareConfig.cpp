@@ -12,6 +12,7 @@
 #include "ScanLimits.h"
 #include "ScannerName.h"
 #include "SettingText.h"
+#include "ShareIdentity.h"
 
 namespace frontend::share {
 namespace {
@@ -57,12 +58,6 @@ bool isAddress(std::string_view text) {
   in6_addr ipv6;
   return address.find('\0') == std::string::npos && (inet_pton(AF_INET, address.c_str(), &ipv4) == 1 ||
                                                      inet_pton(AF_INET6, address.c_str(), &ipv6) == 1);
-}
-
-bool isName(std::string_view text) {
-  const auto hasControlCharacter = std::any_of(
-      text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; });
-  return !text.empty() && !hasControlCharacter;
 }
 
 bool isPath(std::string_view text) {
@@ -113,9 +108,9 @@ constexpr Setting settings[] = {
      false, "a number from 1 to 65535"},
     {"name",
      [](ShareConfig& config, std::string_view value) {
-       return assign(config.name, checked(value, isName(value)));
+       return assign(config.name, checked(value, isShareName(value)));
      },
-     false, "a text"},
+     false, "a text in UTF-8 without control characters"},
     {"bind",
      [](ShareConfig& config, std::string_view value) { return append(config.bind, value, isAddress); }, true,
      "addresses of this machine, such as 192.168.1.7, or :: for all of them"},

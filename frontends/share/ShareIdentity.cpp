@@ -6,6 +6,7 @@
 #include <array>
 
 #include "EsclNames.h"
+#include "Utf8.h"
 
 namespace frontend::share {
 namespace {
@@ -47,9 +48,21 @@ std::string uuidOf(const Machine& machine, std::string_view scanner) {
 
 }  // namespace
 
+// The library of the message bus aborts the process for a text that is not UTF-8.
+bool isShareName(std::string_view text) {
+  if (text.empty()) return false;
+  while (!text.empty()) {
+    const auto [length, code] = firstCharacter(text);
+    if (length == 0 || code < ' ' || code == 0x7F) return false;
+    text.remove_prefix(length);
+  }
+  return true;
+}
+
 ShareIdentity identityOf(const Machine& machine, std::string_view scanner, std::string_view name) {
   std::string chosen(name);
-  if (chosen.empty()) chosen = std::string(escl::makeAndModel) + " @ " + machine.host;
+  if (chosen.empty()) chosen = escl::makeAndModel;
+  if (name.empty() && isShareName(machine.host)) chosen += " @ " + machine.host;
   return {uuidOf(machine, scanner), std::string(scanner), std::string(cut(chosen, longestShareName))};
 }
 

@@ -17,6 +17,9 @@ struct ShareIdentity {
 // A name of DNS-SD has no more bytes.
 inline constexpr std::size_t longestShareName = 63;
 
+// Whether people and the message bus can read it: UTF-8 without control characters, and not empty.
+bool isShareName(std::string_view text);
+
 // What identifies this computer.
 struct Machine {
   std::string id;    // of machine-id(5): 32 hexadecimal digits, with or without a line feed; or empty
@@ -24,9 +27,10 @@ struct Machine {
 };
 
 // The identity of a scanner, given by its stable name, on a machine. `name` is that which the administrator
-// chose, or empty. The UUID is of version 5 (RFC 4122), in the name space of the machine ID, which must not
-// be seen on a network and cannot be derived from it. Without a machine ID the name of the host stands in
-// for it. A name that is too long for DNS-SD is cut between two characters.
+// chose and isShareName() accepts, or empty. The UUID is of version 5 (RFC 4122), in the name space of the
+// machine ID, which must not be seen on a network and cannot be derived from it. Without a machine ID the
+// name of the host stands in for it. A name that is too long for DNS-SD is cut between two characters. A host
+// whose name is no text is left out of it.
 ShareIdentity identityOf(const Machine& machine, std::string_view scanner, std::string_view name);
 
 // The TXT record of DNS-SD: "key=value" each, at most 255 bytes. `address` is as for capabilitiesDocument();

@@ -4,6 +4,8 @@
 #include <limits>
 #include <sstream>
 
+#include "ShareIdentity.h"
+
 namespace frontend::share {
 namespace {
 
@@ -108,6 +110,8 @@ bool anyUsed(const VirtualScannerOptions& options) {
 void check(const ShareOptions& options) {
   if (options.certificate.empty() != options.key.empty())
     throw ShareUsageError("--certificate and --key belong together. Give both or neither.");
+  if (!options.name.empty() && !isShareName(options.name))
+    throw ShareUsageError("--name: expected a text in UTF-8 without control characters.");
   if (!options.isVirtual && anyUsed(options.virtualScanner))
     throw ShareUsageError("The options of the virtual scanner need --virtual.");
 }

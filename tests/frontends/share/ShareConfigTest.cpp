@@ -69,8 +69,8 @@ const InvalidRow invalidLines[] = {
     {"port = -1", "expected a number from 1 to 65535"},
     {"port = 80 81", "expected a number from 1 to 65535"},
     {"port = http", "expected a number from 1 to 65535"},
-    {"name =", "expected a text"},
-    {"name = a\tb", "expected a text"},
+    {"name =", "expected a text in UTF-8 without control characters"},
+    {"name = a\tb", "expected a text in UTF-8 without control characters"},
     {"bind =", "expected addresses of this machine, such as 192.168.1.7, or :: for all of them"},
     {"bind = 127.0.0.1 localhost",
      "expected addresses of this machine, such as 192.168.1.7, or :: for all of them"},
@@ -113,6 +113,12 @@ TEST(ShareConfig, WantsBothPartsOfACertificate) {
     EXPECT_THAT(parse(text).complaints,
                 ElementsAre("share.conf: certificate and key belong together; set both or neither."));
   }
+}
+
+TEST(ShareConfig, WantsANameInUtf8) {
+  EXPECT_EQ(parse("name = B\xC3\xBCro").name, "B\xC3\xBCro");
+  EXPECT_THAT(parse("name = B\xFCro").complaints,
+              ElementsAre("share.conf:1: name = B?ro: expected a text in UTF-8 without control characters."));
 }
 
 TEST(ShareConfig, ComplainsInPlainAscii) {

@@ -47,6 +47,19 @@ TEST(ShareIdentity, IsNamedAfterTheHostOrByTheAdministrator) {
   EXPECT_EQ(identityOf({machineId, "myhost"}, "usb:1", "").serialNumber, "usb:1");
 }
 
+TEST(ShareIdentity, LeavesOutAHostWhoseNameIsNoText) {
+  for (const char* host : {"", "B\xFCro", "my\nhost"}) {
+    EXPECT_EQ(identityOf({machineId, host}, "usb:1", "").name, "Quenvar Q750");
+  }
+}
+
+TEST(ShareName, IsUtf8WithoutControlCharacters) {
+  for (const char* name : {"x", "Scanner @ B\xC3\xBCro", "\xF0\x9F\x93\x84", " "})
+    EXPECT_TRUE(isShareName(name)) << name;
+  for (const char* name : {"", "B\xFCro", "a\tb", "a\x7F", "\xC0\x80", "\xED\xA0\x80", "\xE2\x82"})
+    EXPECT_FALSE(isShareName(name)) << name;
+}
+
 TEST(ShareIdentity, CutsANameBetweenTwoCharacters) {
   const std::string ascii(62, 'x');
   EXPECT_EQ(identityOf({}, "usb:1", ascii + "yz").name, ascii + "y");

@@ -129,6 +129,8 @@ TEST(ShareOptions, ThatMakeNoSenseAreRefused) {
       {{"--certificate", "c.pem"}, "--certificate and --key belong together."},
       {{"--virtual", "--device", "usb"}, "exclude each other"},
       {{"--virtual-warm-up", "5"}, "need --virtual"},
+      {{"--name", "B\xFCro"}, "--name: expected a text in UTF-8"},
+      {{"--name", "a\nb"}, "--name: expected a text in UTF-8"},
   };
   for (const auto& one : cases) EXPECT_THAT(errorOf(one.arguments), HasSubstr(one.words));
 }
