@@ -53,8 +53,8 @@ std::optional<HttpResponse> EsclService::refusalOf(const HttpRequest& head) {
   const auto found = findRoute(head.method, head.path);
   const NoRoute* none = std::get_if<NoRoute>(&found);
   if (none == nullptr) return std::nullopt;
-  HttpResponse response = plainResponse(
-      none->code, none->code == 405 ? "This cannot be done here." : "There is nothing of this name here.");
+  HttpResponse response = plainResponse(none->code, none->code == 405 ? "This method is not allowed here."
+                                                                      : "There is nothing at this address.");
   if (!none->allow.empty()) response.headers.emplace_back("Allow", none->allow);
   return response;
 }
@@ -127,7 +127,7 @@ HttpResponse EsclService::newJob(const HttpRequest& request) {
 
 HttpResponse EsclService::respondForJob(const Route& route, const HttpRequest& request) {
   std::shared_ptr<PageJob> job = jobs_.find(route.jobId);
-  if (job == nullptr) return sentence(404, "There is no such job, or it is forgotten.");
+  if (job == nullptr) return sentence(404, "There is no such job, or it has expired.");
   if (route.kind == RouteKind::nextDocument) return nextDocument(std::move(job), request);
   if (route.kind == RouteKind::endOfJob) {
     job->remove();

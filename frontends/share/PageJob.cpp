@@ -17,7 +17,7 @@ constexpr std::size_t bufferSize = 64 * 1024;
 constexpr char noDocumentYet[] = "The job has no document yet.";
 constexpr char noMoreDocuments[] = "The job has no more documents.";
 constexpr char cancelledByClient[] = "The scan was cancelled.";
-constexpr char clientWentAway[] = "The client went away; the scan was cancelled.";
+constexpr char clientWentAway[] = "The client disconnected; the scan was cancelled.";
 constexpr char neverFetched[] = "No client fetched the page; the scan was cancelled.";
 constexpr char stillWarmingUp[] = "The scanner is still warming up. Try again.";
 

@@ -37,7 +37,7 @@ constexpr Text texts[] = {
     {"save", "Save the file", "Datei speichern"},
 
     {"starting", "Starting the scanner …", "Der Scanner wird gestartet …"},
-    {"warming", "The lamp is warming up …", "Die Lampe wird warm …"},
+    {"warming", "The lamp is warming up …", "Die Lampe wärmt sich auf …"},
     {"scanning", "Scanning …", "Die Seite wird gescannt …"},
     {"receiving", "Receiving the page …", "Die Seite wird übertragen …"},
     {"done", "Done:", "Fertig:"},
@@ -49,14 +49,14 @@ constexpr Text texts[] = {
 
     {"programs-heading", "Scan with a program", "Mit einem Programm scannen"},
     {"programs-intro", "Programs that support eSCL (AirScan) use this scanner without a driver.",
-     "Programme, die eSCL (AirScan) beherrschen, nutzen diesen Scanner ohne Treiber."},
-    {"reach-network", "Computers, tablets and phones in this network find it by themselves.",
-     "Computer, Tablets und Telefone in diesem Netz finden ihn von selbst."},
+     "Programme, die eSCL (AirScan) unterstützen, nutzen diesen Scanner ohne Treiber."},
+    {"reach-network", "Computers, tablets and phones in this network find it automatically.",
+     "Computer, Tablets und Smartphones in diesem Netz finden ihn automatisch."},
     {"reach-machine",
-     "At present only programs on this computer reach it. An administrator can open it to the network in "
+     "At present only programs on this computer can use it. An administrator can open it to the network in "
      "/etc/quenvar/share.conf.",
-     "Zurzeit erreichen ihn nur Programme auf diesem Computer. Für das Netz wird er in "
-     "/etc/quenvar/share.conf geöffnet."},
+     "Zurzeit können ihn nur Programme auf diesem Computer nutzen. Ein Administrator kann ihn in "
+     "/etc/quenvar/share.conf für das Netz freigeben."},
     {"on-linux", "Document Scanner and every program that uses SANE, through the package sane-airscan",
      "Dokument-Scanner und alle Programme, die SANE benutzen, mit dem Paket sane-airscan"},
     {"on-macos", "Image Capture, Preview", "Digitale Bilder, Vorschau"},

@@ -16,7 +16,7 @@ namespace frontend::share {
 namespace {
 
 constexpr char busySentence[] = "The scanner is busy with another page. Try again.";
-constexpr char stoppedSentence[] = "The server is about to end.";
+constexpr char stoppedSentence[] = "The server is shutting down.";
 constexpr char noThreadSentence[] = "Too many programs are running. Close some, then scan again.";
 
 std::string describe(const ScanTicket& ticket) {

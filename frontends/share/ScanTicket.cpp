@@ -145,7 +145,7 @@ TicketRegion readRegion(const TicketElement& element, bool mustHonor) {
   region.width = numberOr(element, "Width", escl::advertisedWidth);
   region.height = numberOr(element, "Height", escl::advertisedHeight);
   if (region.width == 0 || region.height == 0) refuse(conflict, "The scan region is empty.");
-  if (!touchesBed(region)) refuse(conflict, "The scan region lies beside the scan bed.");
+  if (!touchesBed(region)) refuse(conflict, "The scan region lies outside the scan bed.");
   if (mustHonor && !fitsBed(region)) refuse(conflict, "The scan region extends beyond the scan bed.");
   return region;
 }

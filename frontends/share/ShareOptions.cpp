@@ -41,17 +41,17 @@ void addServerOptions(CLI::App& app, ShareOptions& options) {
       ->type_name("N")
       ->check(inRange(0, highestPort));
   app.add_option("--name", options.name,
-                 "The scanner's name for people (default: its model and this machine's name)")
+                 "The name under which people find the scanner (default: its model and this machine's name)")
       ->type_name("TEXT");
   app.add_option("--bind", options.bind,
                  "Where to listen; may be given several times (default: this machine only)")
       ->type_name("ADDRESS")
       ->allow_extra_args(false);
-  app.add_option("--config", options.config, "Take what is not given here from this file, see share.conf")
+  app.add_option("--config", options.config, "Read the settings that are not given here from this file")
       ->type_name("FILE");
   app.add_flag_function(
       "--announce", [&options](std::int64_t) { options.announce = ShareConfig::Announce::local; },
-      "Let programs find the scanner by themselves even if only this machine can use it");
+      "Let programs find the scanner automatically even if only this machine can use it");
   app.add_option("--certificate", options.certificate, "Serve over TLS with this certificate, in PEM")
       ->type_name("FILE");
   app.add_option("--key", options.key, "The private key of the certificate, in PEM")->type_name("FILE");
@@ -72,7 +72,7 @@ void addServerOptions(CLI::App& app, ShareOptions& options) {
 
 void addVirtualOptions(CLI::App& app, ShareOptions& options) {
   VirtualScannerOptions& given = options.virtualScanner;
-  app.add_flag("--virtual", options.isVirtual, "Share the virtual scanner, for trying things out");
+  app.add_flag("--virtual", options.isVirtual, "Share the virtual scanner, for testing");
   app.add_option("--virtual-paper", given.paper,
                  "The PNG, JPEG or PNM file to put on the glass (default: a test chart)")
       ->type_name("FILE")
@@ -125,7 +125,7 @@ void complete(Option& option, const Option& open, const Setting& setting) {
 
 ShareOptions parseShareOptions(int argc, const char* const* argv, const std::string& version) {
   ShareOptions options;
-  CLI::App app("Share the Quenvar Q750 with every device on the network.", "q750 share");
+  CLI::App app("Share the Quenvar Q750 with other programs and devices.", "q750 share");
   app.get_formatter()->column_width(helpColumn);
   app.set_version_flag("--version", version, "Show the version and exit");
   app.set_help_flag("-h,--help", "Show this help and exit");

@@ -162,7 +162,8 @@ EsclServiceSetup serviceFor(const ShareOptions& options, const Machine& machine,
 void serve(const ShareOptions& options, const std::string& version) {
   const EndSignals signals;
   const std::string scanner = scannerOf(options);
-  if (!parseScannerName(scanner)) throw ShareUsageError("--device " + scanner + ": not a name of q750 list.");
+  if (!parseScannerName(scanner))
+    throw ShareUsageError("--device " + scanner + ": not the name of a scanner. See q750 list.");
   ListenSockets listening = inheritedSockets();
   if (listening.sockets.empty()) listening = listenOn(options.bind, options.port.value_or(defaultPort));
   const Machine machine = thisMachine();

@@ -166,8 +166,8 @@ const TicketRow regions[] = {
     {"one of the largest numbers", regionElement("1", "1", "4294967295", "4294967295"),
      "color 300: 2549x3506+1+1, jpeg, 3x8 2549x3507 at 300"},
     {"one to the right of the bed", regionElement("2550", "0", "9", "9"),
-     "409 The scan region lies beside the scan bed."},
-    {"one below it", regionElement("0", "3507", "9", "9"), "409 The scan region lies beside the scan bed."},
+     "409 The scan region lies outside the scan bed."},
+    {"one below it", regionElement("0", "3507", "9", "9"), "409 The scan region lies outside the scan bed."},
 };
 INSTANTIATE_TEST_SUITE_P(Regions, ScanTicketTable, testing::ValuesIn(regions));
 

@@ -550,7 +550,7 @@ class Service(ShareHost):
         self.expect_failure(7, "cannot be read", "--virtual", "--certificate", "/none", "--key", "/none")
         self.expect_failure(1, "belong together", "--virtual", "--key", "/none")
         self.expect_failure(1, "--help", "--virtual", "--port", "65536")
-        self.expect_failure(1, "not a name", "--device", "printer")
+        self.expect_failure(1, "not the name of a scanner", "--device", "printer")
 
 
 if __name__ == "__main__":
