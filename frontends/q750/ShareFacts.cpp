@@ -1,6 +1,4 @@
 #include <arpa/inet.h>
-#include <ifaddrs.h>
-#include <net/if.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -12,6 +10,7 @@
 #include <chrono>
 #include <memory>
 
+#include "NetworkAddresses.h"
 #include "OwnedDescriptor.h"
 #include "RegularFile.h"
 #include "ShareCommand.h"
@@ -58,34 +57,6 @@ std::string answerAt(int connection, TimePoint deadline) {
   return answer;
 }
 
-std::string inNumbers(const sockaddr& address) {
-  char text[INET6_ADDRSTRLEN];
-  const void* number = address.sa_family == AF_INET
-                           ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in&>(address).sin_addr)
-                           : &reinterpret_cast<const sockaddr_in6&>(address).sin6_addr;
-  return inet_ntop(address.sa_family, number, text, sizeof text) != nullptr ? text : "";
-}
-
-// Link-local IPv6 addresses are left out: they work with the name of an interface alone, which differs on
-// every device.
-bool reachedByOthers(const ifaddrs& entry) {
-  if (entry.ifa_addr == nullptr || (entry.ifa_flags & IFF_LOOPBACK) != 0 || (entry.ifa_flags & IFF_UP) == 0)
-    return false;
-  if (entry.ifa_addr->sa_family == AF_INET) return true;
-  return entry.ifa_addr->sa_family == AF_INET6 &&
-         !IN6_IS_ADDR_LINKLOCAL(&reinterpret_cast<const sockaddr_in6*>(entry.ifa_addr)->sin6_addr);
-}
-
-std::vector<std::string> ownAddresses() {
-  ifaddrs* first = nullptr;
-  if (getifaddrs(&first) != 0) return {};
-  const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> all(first, freeifaddrs);
-  std::vector<std::string> addresses;
-  for (const ifaddrs* entry = first; entry != nullptr; entry = entry->ifa_next)
-    if (reachedByOthers(*entry)) addresses.push_back(inNumbers(*entry->ifa_addr));
-  return addresses;
-}
-
 }  // namespace
 
 SharePort whoServes(std::uint16_t port) {
@@ -112,7 +83,7 @@ ShareFacts takeShareFacts() {
   facts.port = whoServes(facts.settings.port);
   facts.avahi = exists(avahiSocket);
   facts.certificateThere = facts.settings.certificate.empty() || exists(facts.settings.certificate);
-  facts.addresses = ownAddresses();
+  facts.addresses = platform::networkAddresses();
   return facts;
 }
 

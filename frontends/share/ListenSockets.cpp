@@ -149,6 +149,29 @@ ListenSockets listenOn(const std::vector<std::string>& addresses, std::uint16_t 
   return result;
 }
 
+std::vector<std::string> addressesToOpen(const std::vector<std::string>& listening,
+                                         const std::vector<std::string>& ofMachine) {
+  const bool ipv6Only =
+      std::any_of(listening.begin(), listening.end(), [](const auto& one) { return one.front() != '['; });
+  std::vector<std::string> result;
+  for (const std::string& address : listening) {
+    const std::size_t colon = address.rfind(':');
+    const std::string host = address.substr(0, colon);
+    const std::string port = address.substr(colon);
+    if (host != "[::]" && host != "0.0.0.0") {
+      result.push_back(address);
+      continue;
+    }
+    const std::size_t before = result.size();
+    for (const std::string& one : ofMachine) {
+      if (isIpv6(one) && host == "[::]") result.push_back("[" + one + "]" + port);
+      if (!isIpv6(one) && (host == "0.0.0.0" || !ipv6Only)) result.push_back(one + port);
+    }
+    if (result.size() == before) result.push_back("localhost" + port);
+  }
+  return result;
+}
+
 ListenSockets inheritedSockets() {
   const bool forUs = numberIn("LISTEN_PID") == getpid();
   const long count = forUs ? std::clamp<long>(numberIn("LISTEN_FDS"), 0, mostInheritedDescriptors) : 0;

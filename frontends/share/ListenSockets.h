@@ -21,6 +21,11 @@ struct ListenSockets {
 // address is given too. Throws HttpServerError with a sentence about the address that failed.
 ListenSockets listenOn(const std::vector<std::string>& addresses, std::uint16_t port);
 
+// The addresses to open in a browser, for a server that listens at these, on a machine with these addresses
+// in its networks: "[::]:8750" stands for each of them, and for localhost where there is none.
+std::vector<std::string> addressesToOpen(const std::vector<std::string>& listening,
+                                         const std::vector<std::string>& ofMachine);
+
 // The sockets that the service manager listens on for this process and hands over (sd_listen_fds(3)); none if
 // it was started otherwise. Called once: the environment variables are removed. Throws HttpServerError if one
 // of them does not listen.

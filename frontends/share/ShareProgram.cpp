@@ -13,6 +13,7 @@
 #include "EsclService.h"
 #include "HttpServer.h"
 #include "ListenSockets.h"
+#include "NetworkAddresses.h"
 #include "RegularFile.h"
 #include "ScanJobs.h"
 #include "ScannerList.h"
@@ -105,7 +106,7 @@ void print(const std::string& text) {
 }
 
 void announce(const std::string& name, const ListenSockets& listening, bool tls) {
-  for (const std::string& address : listening.addresses) {
+  for (const std::string& address : addressesToOpen(listening.addresses, platform::networkAddresses())) {
     print(name + " is shared at " + (tls ? "https://" : "http://") + address + "/\n");
   }
 }
