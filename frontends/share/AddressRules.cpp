@@ -67,8 +67,8 @@ unsigned bitsOf(const Bytes& mask) {
   return bits;
 }
 
-// The network of an address and its mask; nothing for what is neither, and for a mask of nothing, which would
-// be every network.
+// The network of an address and its mask; nothing for other families, and for an empty mask, which would
+// match every address.
 std::optional<Subnet> networkOf(const sockaddr* address, const sockaddr* mask) {
   if (address == nullptr || mask == nullptr) return std::nullopt;
   const auto own = bytesOf(*address);

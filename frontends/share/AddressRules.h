@@ -10,7 +10,7 @@
 
 struct sockaddr;
 
-// Which clients are served at all, by their addresses.
+// Which clients are served, by address.
 namespace frontend::share {
 
 // A range of addresses. One of IPv4 is the range of IPv6 that maps it (::ffff:a.b.c.d), so that a client has
@@ -23,18 +23,18 @@ struct Subnet {
   friend bool operator==(const Subnet&, const Subnet&) = default;
 };
 
-// "192.168.1.0/24", "fd00::/8", or one address. Nothing for other texts, and where a bit beyond the prefix is
-// set: that is a slip, and of two readings the administrator meant one.
+// "192.168.1.0/24", "fd00::/8", or one address. Nothing for other texts, and if a bit beyond the prefix is
+// set: that is a mistake, and it is unclear whether the address or the prefix is wrong.
 std::optional<Subnet> parseSubnet(std::string_view text);
 
-// The networks that this machine's interfaces are in at this moment, other than loopback; none where they
-// cannot be read. Any thread.
+// The networks that this machine's interfaces are in at this moment, other than loopback; none if they cannot
+// be read. Any thread.
 std::vector<Subnet> interfaceSubnets();
 
 // The rules are words of share.conf:
 //
 //   private   the ranges for private networks and link-local addresses, of IPv4 and IPv6
-//   local     the networks that this machine's interfaces are in, read when a client asks
+//   local     the networks that this machine's interfaces are in, read when a client connects
 //   any       every address
 //   SUBNET    as parseSubnet() reads it
 //
@@ -43,8 +43,8 @@ class AddressRules {
  public:
   static bool isRule(std::string_view word);
 
-  // Words that are no rules are ignored. Without any, "private" and "local": a client from the Internet is
-  // not served unless somebody has decided so.
+  // Words that are not rules are ignored. Without words, the rules are "private" and "local": a client from
+  // the Internet is served only if the administrator allows it.
   explicit AddressRules(const std::vector<std::string>& words = {},
                         std::function<std::vector<Subnet>()> ownSubnets = interfaceSubnets);
 

@@ -27,8 +27,8 @@ struct FreeList {
 };
 using StringList = std::unique_ptr<AvahiStringList, FreeList>;
 
-// The daemon sends a list from its end, which is where the library adds to it: clients get the order of
-// `text`, whose first pair has to be first.
+// The daemon sends a list from its end, to which the library adds: clients receive the order of `text`, whose
+// first pair has to be first.
 StringList listOf(const std::vector<std::string>& text) {
   StringList list;
   for (const std::string& pair : text) {
@@ -95,8 +95,8 @@ struct Announcement::Impl {
   AnnouncementState state = AnnouncementState::absent;
   std::vector<AnnouncedService> services;
   int failure = AVAHI_OK;             // of the latest attempt to add the services
-  bool absenceReported = false;       // since the daemon was last there
-  AvahiThreadedPoll* poll = nullptr;  // null if there is nobody to announce to, or no memory
+  bool absenceReported = false;       // since the daemon last ran
+  AvahiThreadedPoll* poll = nullptr;  // null if the reach is `nobody`, or out of memory
   AvahiClient* client = nullptr;
   AvahiEntryGroup* group = nullptr;      // the client's
   AvahiTimeout* reconnection = nullptr;  // the poll's
@@ -150,8 +150,7 @@ void Announcement::Impl::onClientState(AvahiClient* sender, AvahiClientState now
   }
 }
 
-// A client that has lost its daemon is of no more use. It cannot be freed here, where it is still being
-// called.
+// A client that has lost its daemon cannot be used again. It cannot be freed here, inside its own callback.
 void Announcement::Impl::reconnectSoon() {
   if (reconnection != nullptr) return;
   const AvahiPoll* api = avahi_threaded_poll_get(poll);
@@ -205,8 +204,8 @@ void Announcement::Impl::raise(Event event) {
   }
 }
 
-// The daemon reports a name that another program of this machine has at once, one on the network later,
-// through onGroupState().
+// A name that another program on this machine has is reported at once, one that is in use on the network
+// later, through onGroupState().
 void Announcement::Impl::add() {
   if (group == nullptr) {
     group = avahi_entry_group_new(
@@ -234,7 +233,7 @@ int Announcement::Impl::addTo(AvahiEntryGroup* target) const {
 }
 
 void Announcement::Impl::remove() {
-  // Fails only where the daemon is gone, which has forgotten the records.
+  // Fails only if the daemon has exited, and the records with it.
   if (group != nullptr) avahi_entry_group_reset(group);
 }
 

@@ -10,17 +10,17 @@ namespace frontend::share {
 
 // One service of the scanner, as DNS-SD describes it.
 struct AnnouncedService {
-  std::string type;               // "_uscan._tcp"; "_uscans._tcp" where there is a certificate
+  std::string type;               // "_uscan._tcp"; "_uscans._tcp" if there is a certificate
   std::uint16_t port = 0;         // on which the server listens for it
   std::vector<std::string> text;  // of the TXT record, each "key=value", as they are sent
 
   bool operator==(const AnnouncedService&) const = default;
 };
 
-// Who is to find the scanner by itself.
+// Who can discover the scanner.
 enum class AnnouncementReach : std::uint8_t {
   nobody,
-  thisMachine,  // announced on the loopback interface alone, for programs in sandboxes
+  thisMachine,  // announced only on the loopback interface, for programs in sandboxes
   network,      // announced on every interface that the mDNS daemon uses
 };
 
@@ -32,24 +32,24 @@ constexpr AnnouncementReach announcementReach(bool servesNetwork, bool locally) 
 }
 
 // Announces the scanner by multicast DNS, through the system's Avahi daemon: while it is published, programs
-// on the network find it under a name for people. Answers no query itself and knows nothing of the scanner or
-// of eSCL.
+// on the network find it under a human-readable name. Answers no queries itself; independent of the scanner
+// and of eSCL.
 //
 //   Announcement announcement("Quenvar Q750 @ myhost", AnnouncementReach::network, log);
 //   announcement.publish({{"_uscan._tcp", 8750, {"txtvers=1", ...}}});   // the scanner is plugged in
 //   announcement.withdraw();                                             // it is unplugged
 //
-// A daemon that is not running, or stops, does no harm: that is reported once, and what is published is
-// announced as soon as there is one. A name that another device has is replaced by the next ("... #2"), which
-// is reported and kept for as long as the object exists, so that clients find the scanner again after a
-// replug. Nothing is thrown but std::bad_alloc; on the object's own thread it ends the process.
+// A daemon that is not running, or stops, is not an error: that is reported once, and published services are
+// announced as soon as a daemon runs. A name that another device has is replaced by the next ("... #2"),
+// which is reported and kept for as long as the object exists, so that clients find the scanner again after a
+// replug. Throws only std::bad_alloc, which ends the process on the object's own thread.
 //
-// Owns its connection to the daemon, whose end withdraws everything, and a thread that waits for it and
-// sleeps otherwise. Any thread may call the functions below; they wait for the daemon's answers, which takes
-// milliseconds. AnnouncementState.h has the table of what follows what.
+// Owns its connection to the daemon, which withdraws everything when it is closed, and a thread that sleeps
+// until the daemon reports something. Any thread may call the functions below; they wait for the daemon's
+// replies, which takes milliseconds. The state table is in AnnouncementState.h.
 class Announcement {
  public:
-  // A sentence for the log. Called from any thread, the object's own included, and never by two at a time;
+  // A sentence for the log. Called from any thread, including the object's own, but never from two at a time;
   // must not call the object.
   using Report = std::function<void(const std::string& sentence)>;
 
@@ -59,12 +59,12 @@ class Announcement {
   Announcement(const Announcement&) = delete;
   Announcement& operator=(const Announcement&) = delete;
 
-  // Announces these services, all under one name, in place of those before. No service is the same as
+  // Announces these services, all under one name, in place of the previous ones. An empty list is the same as
   // withdraw().
   void publish(std::vector<AnnouncedService> services);
   void withdraw();
 
-  // The name at this moment: another than it was given after a collision.
+  // The current name, which differs from the given one after a collision.
   std::string name() const;
 
  private:

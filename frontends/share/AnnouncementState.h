@@ -7,32 +7,32 @@
 
 namespace frontend::share {
 
-// Where an announcement stands between what is wanted and what the system's mDNS daemon does.
+// The state of an announcement: whether one is wanted, and what the system's mDNS daemon has done.
 enum class AnnouncementState : std::uint8_t {
   absent,       // nothing is to be announced, and no daemon is ready
   idle,         // nothing is to be announced; the daemon is ready
   waiting,      // something is to be announced as soon as the daemon is ready
-  registering,  // the daemon makes sure that nobody else on the network has the name
-  announced,    // the network sees it
-  refused,      // the daemon does not take it; another attempt would fail like this one
+  registering,  // the daemon checks that no one else on the network has the name
+  announced,    // visible on the network
+  refused,      // the daemon rejects it, and would reject another attempt
 };
 
 enum class AnnouncementEvent : std::uint8_t {
-  publish,      // the scanner is there, or is described anew
+  publish,      // the scanner is plugged in, or its description has changed
   withdraw,     // the scanner is unplugged
   ready,        // the daemon runs and has settled its host's name
   lost,         // the daemon has stopped, restarts or changes its host's name: it has forgotten every record
-  established,  // the name is ours
-  collision,    // the name is another's
-  failure,      // the daemon does not take the records
+  established,  // the name is registered
+  collision,    // the name is in use by another
+  failure,      // the daemon rejects the records
 };
 
 enum class AnnouncementAction : std::uint8_t {
   none,
-  add,            // hand the records to the daemon
-  remove,         // take them back
-  addRenamed,     // hand them to the daemon under the next name
-  reportName,     // the name under which the network sees the scanner
+  add,            // pass the records to the daemon
+  remove,         // withdraw them
+  addRenamed,     // pass them to the daemon under the next name
+  reportName,     // the name under which the scanner is visible
   reportRefusal,  // and its reason
 };
 
@@ -60,8 +60,7 @@ inline constexpr Step suspend = AnnouncementStep{State::waiting, Action::remove}
 inline constexpr Step succeed = AnnouncementStep{State::announced, Action::reportName};
 inline constexpr Step fail = AnnouncementStep{State::refused, Action::reportRefusal};
 
-// An event that cannot happen in a state, such as the late word of a daemon on records that were taken back,
-// changes nothing.
+// An event that cannot happen in a state, such as a daemon's late report on withdrawn records, is ignored.
 // clang-format off
 inline constexpr std::array<std::array<Step, 6>, 7> table = {{
   //                 absent  idle    waiting  registering  announced  refused

@@ -39,8 +39,8 @@ void writeContentTypes(XmlWriter& xml) {
   xml.close();
 }
 
-// Both elements: some clients read the one, some the other, and send the one that they have read. No
-// CompressionFactorSupport beside them: clients disagree about whether more of it is better.
+// Both elements: some clients read one, some the other, and send the one that they read.
+// CompressionFactorSupport is omitted: clients disagree about whether a higher value is better.
 void writeFormats(XmlWriter& xml) {
   xml.open("scan:DocumentFormats");
   for (const escl::NamedFormat& format : escl::formats) xml.leaf("pwg:DocumentFormat", format.mimeType);
@@ -48,7 +48,7 @@ void writeFormats(XmlWriter& xml) {
   xml.close();
 }
 
-// Discrete ones: some clients read no ranges.
+// Discrete values: some clients do not support ranges.
 void writeResolutions(XmlWriter& xml, std::string_view colorMode, ColorMode mode) {
   xml.open("scan:SupportedResolutions");
   xml.leaf("scan:ColorMode", colorMode);

@@ -8,10 +8,10 @@ namespace frontend::share {
 
 // The states of a job. A job begins as pending and ends in one of the last three.
 enum class JobState : std::uint8_t {
-  pending,     // made; the worker opens the scanner, which warms up
+  pending,     // created; the worker opens the scanner, which warms up
   processing,  // rows arrive
-  completed,   // the page is encoded; whether a client has fetched it is another matter
-  canceled,    // by the client, or because it went away
+  completed,   // the page is encoded, whether or not a client has fetched it
+  canceled,    // by the client, or because it disconnected
   aborted,     // the scan failed
 };
 

@@ -9,7 +9,7 @@
 #include "PictureFormat.h"
 
 // The words and numbers of eSCL that more than one part of the server needs: what the capabilities advertise
-// and what tickets may ask for are the same constants.
+// and what tickets may request are the same constants.
 namespace frontend::share::escl {
 
 // Written with exactly the prefixes "pwg:" and "scan:", which some programs match as text; read by URI.

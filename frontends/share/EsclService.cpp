@@ -46,7 +46,7 @@ RequestSource sourceOf(const HttpRequest& request) {
 EsclService::EsclService(ScanJobs& jobs, EsclServiceSetup setup)
     : jobs_(jobs), setup_(std::move(setup)), guard_(setup_.ownNames) {}
 
-// The guard first: whoever is not allowed here does not learn what there is.
+// The guard first: a client that is not allowed must not find out which paths exist.
 std::optional<HttpResponse> EsclService::refusalOf(const HttpRequest& head) {
   if (const auto refusal = guard_.refusalOf(sourceOf(head)))
     return plainResponse(refusal->code, refusal->sentence);
@@ -88,7 +88,7 @@ HttpResponse EsclService::respondTo(const Route& route, const HttpRequest& reque
   return {.contentType = std::string(resource.contentType), .body = std::string(resource.bytes)};
 }
 
-// Only browsers ask for it, and they send the name under which they have found the server.
+// Only browsers request it, and they send the name by which they reached the server.
 HttpResponse EsclService::page(const HttpRequest& request) {
   const PageLanguage language = languageOf(request.header("Accept-Language"));
   PageFacts facts{setup_.identity.name, scannerState(), "", setup_.servesNetwork};
@@ -115,12 +115,12 @@ HttpResponse EsclService::newJob(const HttpRequest& request) {
   const ScanJobs::Posted posted = jobs_.post(std::get<ScanTicket>(read));
   if (posted.code != 201) return sentence(posted.code, posted.sentence);
   if (request.client.gone()) {
-    // Nobody else knows the job.
+    // No other client knows the job.
     if (const auto job = jobs_.find(posted.id)) job->cancel();
     return {.abort = true};
   }
   HttpResponse response{.code = 201};
-  // A path alone: clients resolve it against the address that they know, whatever its scheme and name.
+  // A path alone: clients resolve it against the address that they use, whatever its scheme and name.
   response.headers.emplace_back("Location", jobPath(posted.id));
   return response;
 }

@@ -23,7 +23,7 @@ struct EsclServiceSetup {
 };
 
 // The response to each request: guards, routes, documents and jobs put together. Independent of sockets. Any
-// thread; blocks where a job does.
+// thread; blocks when a job does.
 class EsclService final : public HttpHandler {
  public:
   // `jobs` outlives the service.

@@ -31,13 +31,13 @@ bool isNameCharacter(char c) {
   return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == '_';
 }
 
-// "fe80::1%25eth0" too: the zone says through which interface the client reaches the address.
+// "fe80::1%25eth0" too: the zone is the interface through which the client reaches the address.
 bool isIpv6Address(std::string_view text) {
   const std::size_t percent = text.find('%');
   if (percent != std::string_view::npos && !isHostName(text.substr(percent + 1))) return false;
   const std::string_view number = text.substr(0, percent);
   in6_addr address;
-  // The C function would read no further than a NUL.
+  // The C function stops at a NUL.
   return number.find('\0') == std::string_view::npos &&
          inet_pton(AF_INET6, std::string(number).c_str(), &address) == 1;
 }
@@ -48,7 +48,7 @@ bool isIpv4Address(std::string_view text) {
   return inet_pton(AF_INET, std::string(text).c_str(), &address) == 1;
 }
 
-// The host and the port of a URL, as Host and Origin have them.
+// The host and the port of a URL, as in Host and Origin.
 struct Authority {
   std::string host;  // in lower case; an IPv6 address in its brackets
   std::uint16_t port;
@@ -67,7 +67,7 @@ std::optional<std::uint16_t> portIn(std::string_view text, std::uint16_t otherwi
   return port;
 }
 
-// Without regard to what the host is named; nothing if it can be no host.
+// Accepts every possible host, whatever its name; nothing if the text cannot be one.
 std::optional<Authority> authorityIn(std::string_view text, std::uint16_t defaultPort) {
   const bool bracketed = text.starts_with('[');
   const std::size_t hostEnd = bracketed ? text.find(']') : text.find(':');
@@ -110,7 +110,7 @@ bool isOwnOrigin(std::string_view origin, const std::optional<Authority>& host, 
   return authorityIn(origin.substr(scheme.size()), isTls ? httpsPort : httpPort) == host;
 }
 
-// Whether somebody followed a link, which shows them the page and no other site anything.
+// Whether a user followed a link, which shows the page to them and reveals nothing to another site.
 bool isVisit(const RequestSource& source) {
   return source.isPage && (source.method == "GET" || source.method == "HEAD") &&
          source.fetchMode == "navigate" && source.fetchDest == "document";

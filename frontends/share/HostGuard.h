@@ -7,10 +7,10 @@
 
 namespace frontend::share {
 
-// What the guard looks at. Views of a request's headers; nothing where a header is absent.
+// What the guard checks. Views of a request's headers; nothing if a header is absent.
 struct RequestSource {
   std::string_view method;
-  bool isPage = false;  // whether the start page itself is requested: what a link may lead to
+  bool isPage = false;  // whether the start page itself is requested, the only path that links may lead to
   bool isHttp10 = false;
   bool isTls = false;
   std::optional<std::string_view> host;
@@ -25,17 +25,17 @@ struct GuardRefusal {
   std::string sentence;  // for the client and the journal, in printable ASCII
 };
 
-// Keeps web pages of others from using the scanner through the browser of somebody on its network. Native
-// clients send no header but Host, and pass.
+// Prevents other web sites from using the scanner through a browser on its network. Native clients send only
+// Host of these headers, and pass.
 //
 // - DNS rebinding: a page loaded from evil.example, whose address its owner then changes to the server's, is
 //   of the same origin for the browser, but still sends Host: evil.example. So the host has to be an IP
 //   address, which no name can be changed to, "localhost", or a name of this server (421).
-// - Requests from other sites: a form may be posted anywhere, but the browser adds Origin or Sec-Fetch-Site,
-//   which no page can suppress (403). Following a link to the start page is allowed.
+// - Requests from other sites: any site may post a form to any address, but the browser adds Origin or
+//   Sec-Fetch-Site, which no page can suppress (403). Following a link to the start page is allowed.
 //
-// A request of HTTP/1.1 without a host, or with one that is malformed, is a bad request (400). It is for the
-// caller to refuse a second Host header. Immutable; any thread; nothing throws but std::bad_alloc.
+// A request of HTTP/1.1 without a host, or with one that is malformed, is a bad request (400). The caller has
+// to refuse a second Host header. Immutable; any thread; nothing throws but std::bad_alloc.
 class HostGuard {
  public:
   // Names are compared without regard to case, and to one dot at the end.

@@ -14,7 +14,7 @@ bool isSame(std::string_view one, std::string_view other) {
   return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
 }
 
-// More than any limit for what is no number: the library has refused it, or will.
+// More than any limit if it is not a number: the library has refused it, or will.
 std::uint64_t numberIn(std::string_view text) {
   std::uint64_t number = 0;
   const char* end = text.data() + text.size();

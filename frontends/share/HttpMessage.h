@@ -31,13 +31,13 @@ struct HttpRequest {
   ClientLink client;
 };
 
-// A body whose length is not known beforehand. One thread, which it may block.
+// A body whose length is not known in advance. One thread, which it may block.
 class HttpBody {
  public:
-  // Without finish(): the client was not sent all of it.
+  // Without finish() before: the client was not sent all of it.
   virtual ~HttpBody() = default;
   // Reads up to `capacity` bytes from `offset`, each byte once and in order. 0 is the end; nothing means that
-  // the end will never be there, and aborts the connection, so that the client notices.
+  // the rest will never be available, and aborts the connection, so that the client detects it.
   virtual std::optional<std::size_t> read(std::uint64_t offset, void* bytes, std::size_t capacity) = 0;
   // All of it was sent.
   virtual void finish() = 0;
@@ -49,22 +49,22 @@ struct HttpResponse {
   std::string body = {};
   std::unique_ptr<HttpBody> stream = {};  // in place of `body`
   std::vector<std::pair<std::string, std::string>> headers = {};
-  bool abort = false;  // close the connection without a response: nobody is there
+  bool abort = false;  // close the connection without a response: the client has left
 };
 
 // A sentence as text/plain.
 HttpResponse plainResponse(unsigned code, std::string_view sentence);
 
-// Who answers requests. Both functions are called by the threads of connections, several at a time, and may
+// Responds to requests. Both functions are called by the threads of connections, several at a time, and may
 // block. Neither throws but std::bad_alloc, which ends the connection.
 class HttpHandler {
  public:
   virtual ~HttpHandler() = default;
-  // Judges a request by its head, before its body is accepted. Nothing if it may go on.
+  // Checks a request by its head, before its body is accepted. Nothing if it may proceed.
   virtual std::optional<HttpResponse> refusalOf(const HttpRequest& head) = 0;
   virtual HttpResponse respond(const HttpRequest& request) = 0;
-  // Performs what is due, and returns when something will be; nothing if nothing will be before the next
-  // request. Called by one thread.
+  // Performs the tasks that are due, and returns the time until the next is; nothing if none will be due
+  // before the next request. Called by one thread.
   virtual std::optional<std::chrono::milliseconds> keepHouse() { return std::nullopt; }
 };
 

@@ -31,8 +31,8 @@ constexpr std::size_t connectionMemory = 32 * 1024;
 constexpr std::size_t blockSize = 64 * 1024;
 constexpr std::size_t longestLoggedPath = 200;
 
-// The start page loads, runs and asks nothing but what this server serves, has no script or style in its
-// text, and is shown in no other page. What was scanned stays in no cache.
+// The start page loads, runs and requests only what this server serves, has no inline script or style, and
+// cannot be embedded in another page. Scanned pages are never cached.
 constexpr std::array<std::pair<const char*, const char*>, 4> securityHeaders = {{
     {"Content-Security-Policy",
      "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; "
@@ -42,7 +42,7 @@ constexpr std::array<std::pair<const char*, const char*>, 4> securityHeaders = {
     {"Cache-Control", "no-store"},
 }};
 
-// One address has one text: an IPv4 client of a socket for both protocols has the same as of one for IPv4.
+// An address has one text: an IPv4 client has the same on a socket for both protocols as on one for IPv4.
 std::string textOf(const sockaddr* address) {
   char text[NI_MAXHOST];
   const auto size =
@@ -67,7 +67,7 @@ bool isClosed(int socket) {
   return poll(&state, 1, 0) > 0;
 }
 
-// Of TCP: no byte is on its way.
+// By TCP: no sent byte is unacknowledged.
 bool isAcknowledged(int socket) {
   int unacknowledged = 0;
   return ioctl(socket, SIOCOUTQ, &unacknowledged) != 0 || unacknowledged == 0;
@@ -118,7 +118,7 @@ void setSilence(MHD_Connection* connection, unsigned seconds) {
   MHD_set_connection_option(connection, MHD_CONNECTION_OPTION_TIMEOUT, seconds);
 }
 
-// While the body waits for its next bytes, it is not the client who is silent.
+// While the body waits for its next bytes, its silence must not count as the client's.
 ssize_t readStream(void* cls, std::uint64_t position, char* buffer, std::size_t capacity) {
   Exchange& exchange = *static_cast<Exchange*>(cls);
   setSilence(exchange.connection, 0);
@@ -133,7 +133,7 @@ ssize_t readStream(void* cls, std::uint64_t position, char* buffer, std::size_t 
   return *count == 0 ? MHD_CONTENT_READER_END_OF_STREAM : static_cast<ssize_t>(*count);
 }
 
-// The path stays as it was sent.
+// Leaves the path as it was sent.
 std::size_t unescapeNothing(void* /*cls*/, MHD_Connection* /*connection*/, char* text) {
   return std::strlen(text);
 }
@@ -193,7 +193,7 @@ struct HttpServer::Impl {
   std::vector<MHD_Daemon*> daemons;
   std::mutex mutex;
   std::condition_variable wake;
-  ConnectionTable connections;  // guarded by the mutex, as the next two
+  ConnectionTable connections;  // guarded by the mutex, like the next two
   bool houseIsDue = false;
   bool stopping = false;
   std::thread housekeeper;
@@ -237,7 +237,7 @@ std::vector<MHD_OptionItem> HttpServer::Impl::optionsFor(int socket) {
   return options;
 }
 
-// The library's calls, which no exception may leave.
+// The library's callbacks, which must not throw.
 
 MHD_Result HttpServer::Impl::onAccept(void* cls, const sockaddr* address, socklen_t /*size*/) {
   try {
@@ -270,7 +270,7 @@ void HttpServer::Impl::onConnection(void* cls, MHD_Connection* connection, void*
   try {
     static_cast<Impl*>(cls)->connectionChanged(connection, how);
   } catch (const std::exception&) {
-    // Not in the table: without limits of its own, but not without the library's.
+    // Not in the table: only the library's own limits apply to it.
   }
 }
 
@@ -313,7 +313,7 @@ MHD_Result HttpServer::Impl::begin(MHD_Connection* connection, const char* path,
   if (!isAmbiguous) made->refusal = handler.refusalOf(made->request);
   Exchange& exchange = *made;
   *context = made.release();
-  // Without a body the connection can be used on: then the response waits for the end of the request.
+  // Without a body the connection can be reused: then the response is sent at the end of the request.
   if (!exchange.refusal || (!isAmbiguous && !framing.hasBody())) return MHD_YES;
   exchange.refusal->headers.emplace_back(MHD_HTTP_HEADER_CONNECTION, "close");
   return queue(exchange, std::move(*exchange.refusal));
@@ -345,7 +345,7 @@ void HttpServer::Impl::complete(Exchange& exchange, bool sent) {
   try {
     log(exchange);
   } catch (const std::exception&) {
-    // There is no memory for the line.
+    // Out of memory: the line is lost.
   }
   const std::lock_guard lock(mutex);
   connections.responseSent(socketOf(exchange.connection), Clock::now());
@@ -361,7 +361,7 @@ void HttpServer::Impl::log(const Exchange& exchange) const {
             std::to_string(exchange.bytes) + " bytes, " + std::to_string(taken.count()) + " ms");
 }
 
-// Shutting a socket down leaves it to its thread to close it.
+// Only shuts overdue sockets down: the thread of the connection closes its socket.
 void HttpServer::Impl::keepHouse() {
   std::optional<Clock::time_point> chores;
   std::unique_lock lock(mutex);

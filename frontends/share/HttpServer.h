@@ -20,24 +20,24 @@ class HttpServerError : public std::runtime_error {
 };
 
 struct HttpServerSetup {
-  std::vector<platform::OwnedDescriptor> sockets;  // that listen
+  std::vector<platform::OwnedDescriptor> sockets;  // listening
   std::string certificate;                         // PEM; with `key`: TLS on every socket
   std::string key;
-  // Whether clients of this address are served at all.
+  // Whether clients at this address are served.
   std::function<bool(const sockaddr& address)> allows = [](const sockaddr&) { return true; };
   std::function<void(const std::string& line)> log = [](const std::string&) {};
 };
 
 // Carries requests to a handler and its responses back, over HTTP/1.0 and 1.1 by libmicrohttpd. Each
-// connection has a thread, which its handler may block; one more looks after those that are overdue. Idle,
-// none of them wakes up. Enforces what needs no understanding of a request: the limits in ConnectionTable.h,
-// and one meaning for each request (no second length, host or encoding). Logs a line per request: who, what,
-// code, bytes, milliseconds; nothing of its content.
+// connection has a thread, which the handler may block; one more thread ends overdue connections. While the
+// server is idle, none of them wakes up. Enforces the rules that do not depend on what is requested: the
+// limits in ConnectionTable.h, and unambiguous requests (no second length, host or encoding). Logs a line per
+// request: client, request, code, bytes, milliseconds; nothing of its content.
 class HttpServer {
  public:
   // Serves from now on. `handler` outlives the server. Throws HttpServerError.
   HttpServer(HttpHandler& handler, HttpServerSetup setup);
-  // Closes every connection and waits for its thread: the handler must not block it any longer.
+  // Closes every connection and waits for its thread: the handler must no longer block it.
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;

@@ -9,7 +9,7 @@
 // What a job does with every request, in every phase. A table and nothing else: PageJob.h acts on it.
 namespace frontend::share {
 
-// The states of a job, where what became of its page makes two of the completed one.
+// The states of a job; the completed state is divided in two by what happened to the page.
 enum class JobPhase : std::uint8_t {
   pending,     // the scanner warms up
   processing,  // rows arrive
@@ -20,7 +20,7 @@ enum class JobPhase : std::uint8_t {
 };
 inline constexpr std::size_t jobPhaseCount = 6;
 
-// What clients ask of a job, and what happens to them.
+// The requests of clients to a job, and other events.
 enum class JobRequest : std::uint8_t {
   nextDocument,  // GET ScanJobs/ID/NextDocument
   imageInfo,     // GET ScanJobs/ID/ScanImageInfo
@@ -28,7 +28,7 @@ enum class JobRequest : std::uint8_t {
   newJob,        // POST ScanJobs, for another page
   status,        // GET ScannerStatus, which lists the job
   clientLeft,    // the last connection that waited for the page, or received it, was closed
-  unclaimed,     // nobody has asked for the page for a minute
+  unclaimed,     // no client has requested the page for a minute
 };
 inline constexpr std::size_t jobRequestCount = 7;
 
@@ -39,12 +39,12 @@ enum class JobResponse : std::uint8_t {
   noDocument,  // 404: no page yet, or no more
   gone,        // 410
   failure,     // 500 and the sentence that explains it
-  cancel,      // end the scan and every open NextDocument at once; 200 if a client asked for it
-  cancelSoon,  // the same after a moment in which the client may ask for the page again
+  cancel,      // end the scan and every open NextDocument at once; 200 if a client requested it
+  cancelSoon,  // the same after a moment in which the client may request the page again
   discard,     // 200; throw the page away
   accept,      // 200; there is nothing left to do
   busy,        // 503: one scanner, one page at a time
-  start,       // 201: this job is in nobody's way
+  start,       // 201: this job does not prevent another
   report,      // list the job with its state
   nothing,
 };
@@ -53,8 +53,8 @@ namespace jobtable {
 
 using enum JobResponse;
 
-// A page that is complete survives the loss of its client: it is sent again without moving the lamp. While
-// rows arrive, a client that leaves has given the page up, unless it is back at once.
+// A complete page survives the loss of its client: it can be sent again without another scan. A client that
+// leaves while rows arrive has given the page up, unless it returns at once.
 // clang-format off
 inline constexpr std::array<std::array<JobResponse, jobPhaseCount>, jobRequestCount> responses = {{
     // pending     processing  ready    spent       canceled  aborted

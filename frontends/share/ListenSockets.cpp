@@ -39,7 +39,7 @@ bool isIpv6(const std::string& address) {
   return address.find(':') != std::string::npos;
 }
 
-// Empty for a socket that is not of the Internet.
+// Empty for a local socket.
 std::string textOf(int socket) {
   sockaddr_storage address{};
   socklen_t size = sizeof address;
@@ -63,7 +63,7 @@ void add(ListenSockets& sockets, platform::OwnedDescriptor socket) {
   sockets.sockets.push_back(std::move(socket));
 }
 
-// Anything else would be ready at all times without a client to serve.
+// Any other descriptor would always be ready without a client to serve.
 void requireListening(int descriptor) {
   int type = 0;
   int listens = 0;
@@ -86,7 +86,7 @@ std::uint16_t portOf(int socket) {
     case EADDRNOTAVAIL:
     case EAFNOSUPPORT:
       throw HttpServerError(where + "this machine has no such address.");
-    case EINVAL:  // of an address that each of the machine's networks has
+    case EINVAL:  // a link-local address, ambiguous without its interface
       throw HttpServerError(where + "add the interface to the address, such as fe80::1%eth0.");
     case EADDRINUSE:
       throw HttpServerError(where + "in use by another program. Stop it, or choose another --port.");
@@ -105,7 +105,7 @@ int listenAt(const addrinfo& where, bool ipv6Only, platform::OwnedDescriptor& so
   const int yes = 1;
   const int only = ipv6Only ? 1 : 0;
   if (socket.get() < 0) return errno;
-  // A server that is started again need not wait for the connections of the one before.
+  // A restarted server need not wait for the connections of the previous one.
   setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
   if (where.ai_family == AF_INET6) setsockopt(socket.get(), IPPROTO_IPV6, IPV6_V6ONLY, &only, sizeof only);
   if (bind(socket.get(), where.ai_addr, where.ai_addrlen) != 0) return errno;
@@ -118,7 +118,7 @@ std::string withoutBrackets(std::string address) {
   return address;
 }
 
-// What an environment variable holds, as a number of this range; 0 for anything else.
+// The value of an environment variable as a number; 0 for anything else.
 long numberIn(const char* variable) {
   const char* text = std::getenv(variable);
   return text != nullptr ? std::strtol(text, nullptr, 10) : 0;
@@ -195,7 +195,7 @@ void notifyReady() {
   if (address.sun_path[0] == '@') address.sun_path[0] = '\0';  // an abstract name
   const platform::OwnedDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + std::strlen(path));
-  // Without an answer the service manager gives the service up, and reports that itself.
+  // Without a notification, the service manager gives up on the service and reports that itself.
   [[maybe_unused]] const ssize_t sent =
       sendto(socket.get(), "READY=1", 7, MSG_NOSIGNAL, reinterpret_cast<sockaddr*>(&address), size);
 }

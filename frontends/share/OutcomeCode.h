@@ -7,16 +7,16 @@
 #include "EsclJobState.h"
 #include "ScanOutcome.h"
 
-// What clients learn of how a scan ended: one row for each outcome. The sentence of the outcome goes with it.
+// How the end of a scan is reported to clients: one row for each outcome, sent with its sentence.
 namespace frontend::share {
 
 struct OutcomeCode {
   ScanStatus status;
-  // Of POST, for an outcome that is known before the client got its answer. 503 is for what ends by itself or
-  // by the user's hand: clients try again. With 201 the job reports its end.
+  // Of POST, for an outcome that is known before the response is sent. 503 is for conditions that pass or
+  // that the user can end: clients retry. With 201 the job reports its end.
   unsigned whenPosted;
   // Of NextDocument, before the first byte of the page; later the connection is aborted. Never 503: this job
-  // has ended, and clients would ask for its page for ever.
+  // has ended, and clients would request its page for ever.
   unsigned whenFetched;
   JobState state;
   std::string_view reason;  // of the state, in the words of eSCL

@@ -13,9 +13,9 @@
 
 namespace frontend::share {
 
-// Makes the page that a ticket asks for from the bytes that the scanner delivers, in pieces of any size, and
-// writes it to a descriptor, which stays the caller's. Holds a few rows (of a PDF the compressed page). One
-// thread. Errors end it and are reported by failure(); nothing throws but std::bad_alloc.
+// Encodes the page that a ticket requests from the bytes that the scanner delivers, in pieces of any size,
+// and writes it to a descriptor, which stays the caller's. Holds a few rows (of a PDF the compressed page).
+// One thread. Errors end it and are reported by failure(); nothing throws but std::bad_alloc.
 class PageEncoder {
  public:
   // `delivered` is the layout of the scanner's rows.
@@ -23,14 +23,14 @@ class PageEncoder {
               int descriptor);
 
   void write(const std::uint8_t* bytes, std::size_t count);
-  // Passes on to the file what can be: a client waits for it.
+  // Writes to the file what can be written already: a client is waiting for it.
   void flush();
   // Completes the page after its last byte.
   void finish();
 
   // Bytes in the file.
   std::uint64_t size() const { return sink_.position(); }
-  // What went wrong, as a clause; empty if nothing did.
+  // The error, as a clause; empty if there was none.
   std::string failure() const { return sink_.good() ? "" : sink_.failure(); }
 
  private:

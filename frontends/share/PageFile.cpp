@@ -13,7 +13,7 @@
 namespace frontend::share {
 namespace {
 
-// For file systems that do not know files without names: the name exists for a moment.
+// For file systems that do not support files without names: the name exists for a moment.
 int openNameless(std::string folder) {
   const int file = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
   if (file >= 0 || (errno != EOPNOTSUPP && errno != EISDIR)) return file;

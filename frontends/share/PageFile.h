@@ -7,9 +7,9 @@
 
 namespace frontend::share {
 
-// An encoded page on the disk: it grows while clients read it, memory does not. The file has no name: nobody
-// else can open it, and it is gone with the object, whatever ends the process. Written through descriptor()
-// by one thread; read by any.
+// An encoded page, on disk instead of in memory, which grows while clients read it. The file has no name: no
+// one else can open it, and it is deleted with the object, however the process ends. Written through
+// descriptor() by one thread; read by any.
 class PageFile {
  public:
   // Creates the file in $TMPDIR, else /var/tmp, else /tmp. Throws OutputError if that is impossible.

@@ -65,7 +65,7 @@ void PageJob::run(const StartScan& start) noexcept {
   try {
     const std::unique_ptr<ScanSource> source = start(order_.request);
     const Aim aim(*this, *source);
-    // Clients learn the end before the worker's last calls to the scanner, which take a second or two.
+    // Clients get the end before the worker's last calls to the scanner, which take a second or two.
     settle(scanGuarded(*source));
   } catch (const std::exception&) {
     settle(outcome::noMemory());
@@ -122,7 +122,7 @@ void PageJob::publish(std::uint64_t bytes) {
   changed_.notify_all();
 }
 
-// A job that was cancelled meanwhile stays that.
+// A job that was cancelled meanwhile stays cancelled.
 void PageJob::settle(ScanOutcome outcome) {
   const std::lock_guard lock(mutex_);
   if (hasEnded(stateOf(phase_))) return;
@@ -194,7 +194,7 @@ void PageJob::readerLeaves(Farewell farewell) {
   if (farewell == Farewell::leftAtTheEnd && phase_ == JobPhase::spent && page_ != nullptr)
     changeLocked(JobPhase::ready);
   if (readers_ > 0) return;
-  // Nobody can ask for it again.
+  // It cannot be requested again.
   if (phase_ == JobPhase::spent) page_.reset();
   const bool left = farewell == Farewell::left;
   abandonAt_ = changedAt_ + (left ? times::secondThought : times::unclaimed);
@@ -289,7 +289,7 @@ PlainResponse PageReader::begin() {
   }
 }
 
-// Whether the client is still there.
+// Whether the client is still connected.
 bool PageReader::awaitChange(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds longest) const {
   job_->changed_.wait_for(lock, longest);
   lock.unlock();
@@ -301,7 +301,7 @@ bool PageReader::awaitChange(std::unique_lock<std::mutex>& lock, std::chrono::mi
 std::optional<std::size_t> PageReader::read(std::uint64_t offset, void* bytes, std::size_t capacity) {
   std::unique_lock lock(job_->mutex_);
   for (;;) {
-    // Thrown away, or never to be completed.
+    // Discarded, or never to be completed.
     if (job_->page_ == nullptr) return std::nullopt;
     if (job_->bytes_ > offset) break;
     if (stateOf(job_->phase_) == JobState::completed) return end(lock);
@@ -314,7 +314,7 @@ std::optional<std::size_t> PageReader::read(std::uint64_t offset, void* bytes, s
   return count > 0 ? std::optional(count) : std::nullopt;
 }
 
-// The job has no more documents before the client learns the end: the next request may be there in no time.
+// The job has no more documents before the end is reported: the client's next request may arrive at once.
 std::optional<std::size_t> PageReader::end(std::unique_lock<std::mutex>& lock) {
   if (!awaitAcknowledgement(lock)) return std::nullopt;
   ended_ = true;

@@ -32,7 +32,7 @@ struct PlainResponse {
 // In place of a code of HTTP: there is no client left to respond to.
 inline constexpr unsigned clientClosedRequest = 499;
 
-// What a job is made from.
+// What a job is created from.
 struct JobOrder {
   std::string id;
   ScanTicket ticket;
@@ -41,8 +41,8 @@ struct JobOrder {
 };
 
 // One scan and its page. One thread, the scan's, runs it: reads the rows, encodes them into a file without a
-// name, and looks at clients and clock. Any number of clients read the page with a PageReader each while it
-// grows, and again after a broken transfer. What it does with requests is the table in JobTable.h. All
+// name, and checks clients and clock. Any number of clients read the page with a PageReader each while it
+// grows, and again after a broken transfer. The table in JobTable.h defines what it does with requests. All
 // functions but run() may be called by any thread, and none of them waits for the scanner, unless its comment
 // states it.
 class PageJob {
@@ -54,7 +54,7 @@ class PageJob {
   // Scans, and returns once the scanner is free again. Called once. Never throws.
   void run(const StartScan& start) noexcept;
 
-  // Whether ScanImageInfo can report the picture that the ticket asks for: 200, or why not.
+  // Whether ScanImageInfo can report the picture that the ticket requests: 200, or why not.
   PlainResponse infoResponse() const;
   // Performs DELETE.
   void remove();
@@ -65,7 +65,7 @@ class PageJob {
   const ScanTicket& ticket() const { return order_.ticket; }
   JobPhase phase() const;
   JobReport report() const;
-  // How the scan ended; nothing while it has not.
+  // How the scan ended; nothing before that.
   std::optional<ScanOutcome> outcome() const;
   // When the phase, or a reader, changed last.
   Clock::time_point changedAt() const;
@@ -84,7 +84,7 @@ class PageJob {
     delivered,
     refused,
     left,
-    leftAtTheEnd,  // with the whole page, but without the word that this was all
+    leftAtTheEnd,  // with the whole page, but before its end was reported
   };
 
   PlainResponse refusalLocked(JobResponse response) const;
@@ -124,7 +124,7 @@ class PageReader final : public HttpBody {
   PageReader(const PageReader&) = delete;
   PageReader& operator=(const PageReader&) = delete;
 
-  // Blocks until there are bytes of the page, or there will be none: 200, and read() follows, or why not.
+  // Blocks until bytes of the page are available, or never will be: 200, then read() follows, or why not.
   PlainResponse begin();
 
   // Blocks until there are more bytes from `offset` on. The end is reported only once the client's system has

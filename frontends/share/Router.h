@@ -21,7 +21,7 @@
 //
 // One slash may follow each path, and one more may precede the last part of a job's: some clients append "/"
 // to the path of the job that they were given. Everything else is compared byte by byte; nothing is decoded,
-// so that a path has one spelling and a percent sign is in none.
+// so that each path has one spelling and none contains a percent sign.
 namespace frontend::share {
 
 enum class RouteKind : std::uint8_t {
@@ -39,13 +39,12 @@ enum class RouteKind : std::uint8_t {
 
 struct Route {
   RouteKind kind;
-  std::string_view
-      jobId;  // a part of the path, for the last three kinds; whether there is such a job is open
+  std::string_view jobId;  // a part of the path, for the last three kinds; the job need not exist
 
   friend bool operator==(const Route&, const Route&) = default;
 };
 
-// A request that no route takes.
+// A request that matches no route.
 struct NoRoute {
   unsigned code;           // of HTTP: 404, or 405 for a path that takes other methods
   std::string_view allow;  // those, for the header Allow; empty for 404
@@ -54,7 +53,7 @@ struct NoRoute {
 };
 
 // `path` is that of the request line, without its query. The methods of a route are exactly those above:
-// OPTIONS is not among them, because a browser would take its success for a permission to other sites. Any
+// OPTIONS is not among them, because a browser would take its success for permission to other sites. Any
 // thread; never fails.
 std::variant<Route, NoRoute> findRoute(std::string_view method, std::string_view path);
 

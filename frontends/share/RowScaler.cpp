@@ -6,7 +6,7 @@
 namespace frontend::share {
 namespace {
 
-constexpr std::uint32_t one = 256;  // a weight of all
+constexpr std::uint32_t one = 256;  // the full weight
 constexpr std::uint32_t half = one * one / 2;
 
 constexpr std::uint8_t white(std::uint32_t bitsPerChannel) {

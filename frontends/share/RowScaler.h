@@ -9,13 +9,13 @@
 
 namespace frontend::share {
 
-// Turns the rows that the scanner delivers into those of the picture that a client asked for: scaled up where
-// the picture has a higher resolution, the same otherwise, followed by white ones for what is below the bed.
+// Converts the rows that the scanner delivers to those of the picture that a client requested: scaled up
+// where the picture has a higher resolution, the same otherwise, followed by white ones below the bed.
 //
 // Scaling is bilinear between the centers of pixels, in integers: the same rows give the same picture
 // everywhere, a plain area stays plain, and no value leaves the range of its neighbours. Every row is written
-// as soon as the rows that it depends on are there. Keeps two rows of the scanner and one of the picture. One
-// thread; nothing fails but by std::bad_alloc.
+// as soon as the rows that it depends on have arrived. Keeps two rows of the scanner and one of the picture.
+// One thread; throws only std::bad_alloc.
 class RowScaler {
  public:
   // Takes a row of the picture, which is valid during the call.

@@ -58,7 +58,7 @@ ScanJobs::Posted ScanJobs::post(const ScanTicket& ticket) {
   job->awaitStart(setup_.earlyFailure);
   const auto outcome = job->outcome();
   if (!outcome || codeOf(outcome->status).whenPosted == 201) return {201, job->id(), ""};
-  // The client never learns the job's ID: it posts again.
+  // The client never receives the job's ID: it posts again.
   drop(job);
   return {codeOf(outcome->status).whenPosted, "", outcome->sentence};
 }
@@ -85,7 +85,7 @@ std::shared_ptr<PageJob> ScanJobs::begin(const ScanTicket& ticket, std::string& 
   return job;
 }
 
-// Whether no scan is in the way. Joins the thread of the one before.
+// Whether no other scan is running. Joins the thread of the previous one.
 bool ScanJobs::awaitTurn(std::unique_lock<std::mutex>& lock) {
   while (const std::shared_ptr<PageJob> before = current_) {
     if (responseOf(before->phase(), JobRequest::newJob) == JobResponse::busy) return false;
@@ -145,7 +145,7 @@ std::optional<std::chrono::milliseconds> ScanJobs::forgetOld() {
   return forgetLocked();
 }
 
-// The jobs are ordered by their begin, and change in another order.
+// The jobs are ordered by when they began, and change in a different order.
 std::optional<std::chrono::milliseconds> ScanJobs::forgetLocked() {
   const Clock::time_point now = setup_.now();
   std::size_t ended = 0;

@@ -21,7 +21,7 @@
 
 namespace frontend::share {
 
-// A random UUID (RFC 4122, version 4), in lower case: whoever does not know a job's cannot guess it.
+// A random UUID (RFC 4122, version 4), in lower case: a client that does not know a job's ID cannot guess it.
 std::string randomJobId();
 
 // What the list of jobs depends on.
@@ -36,7 +36,7 @@ struct ScanJobsSetup {
 };
 
 // The jobs of one scanner: one that scans, in a thread of its own, and those that have ended, until they are
-// forgotten. Idle, it has no thread and does nothing. Any thread; functions wait only where that is declared.
+// forgotten. When idle, it has no thread and does nothing. Any thread; functions wait only where stated.
 class ScanJobs {
  public:
   explicit ScanJobs(ScanJobsSetup setup);
@@ -50,7 +50,7 @@ class ScanJobs {
     std::string id;        // of the job, with 201
     std::string sentence;  // why there is none, otherwise
   };
-  // Starts a job, unless one scans already. Waits for the worker of the scan before, which ends within two
+  // Starts a job, unless one scans already. Waits for the worker of the previous scan, which ends within two
   // seconds, and for failures that are known at once.
   Posted post(const ScanTicket& ticket);
 
@@ -61,7 +61,7 @@ class ScanJobs {
   // Whether a job scans.
   bool scanning();
 
-  // Forgets what is old, and returns when there will be more to forget: nothing if no job is left.
+  // Forgets old jobs, and returns the time until there are more to forget; nothing if no job is left.
   std::optional<std::chrono::milliseconds> forgetOld();
   // Ends the running job and accepts no other. Waits until the scanner is free.
   void stop();

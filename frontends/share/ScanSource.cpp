@@ -16,7 +16,7 @@ class WorkerScan final : public ScanSource {
   }
   void wait(std::chrono::milliseconds longest) override {
     pollfd rows{scan_.descriptor(), POLLIN, 0};
-    // An interrupted wait is a short one.
+    // An interrupted wait merely returns early.
     [[maybe_unused]] const int ready = poll(&rows, 1, static_cast<int>(longest.count()));
   }
   ScanOutcome outcome() const override { return scan_.outcome(); }

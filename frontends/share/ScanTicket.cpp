@@ -16,8 +16,8 @@ using Vocabulary = TicketElement::Vocabulary;
 constexpr unsigned badRequest = 400;
 constexpr unsigned conflict = 409;
 
-// What a client that states its purpose, and no more, gets; explicit settings take precedence. An intent that
-// is not listed is treated as none.
+// The settings for a client that states only its purpose; explicit ones take precedence. An intent that is
+// not listed is treated as none.
 struct Intent {
   std::string_view name;
   PictureMode mode;
@@ -35,7 +35,7 @@ constexpr Intent intents[] = {
     {"BusinessCard", PictureMode::color, 300, PictureFormat::jpeg},
 };
 
-// A value for a sentence: part of it, since a client may send anything.
+// A value for a sentence, cut and made printable, since a client may send anything.
 std::string quoted(std::string_view text) {
   constexpr std::size_t longest = 40;
   return "\"" + printable(text.substr(0, longest)) + (text.size() > longest ? "...\"" : "\"");
@@ -60,7 +60,7 @@ std::uint32_t numberIn(const TicketElement& element) {
   return value;
 }
 
-// In one of the two vocabularies, where clients disagree about which.
+// In one of the two vocabularies, because clients disagree about which.
 const TicketElement* inEither(const TicketElement& parent, std::string_view name) {
   const TicketElement* element = parent.child(Vocabulary::pwg, name);
   return element != nullptr ? element : parent.child(Vocabulary::scan, name);

@@ -14,11 +14,11 @@ namespace frontend::share {
 
 // What a client wants scanned: a ScanSettings document of eSCL, read and completed.
 struct ScanTicket {
-  // For the scanner: a mode and a resolution that it truly has, an area on its bed.
+  // For the scanner: a mode and a resolution that it supports, and an area on its bed.
   ScanSettings settings;
   std::optional<std::uint8_t> threshold;  // lineart, as in ScanRequest
   PictureFormat format = PictureFormat::jpeg;
-  // Of the picture that the client gets: as it asked. Differs from what the scanner delivers only in color
+  // Of the picture that the client gets: as requested. Differs from what the scanner delivers only in color
   // above the highest color resolution, where the rows are scaled up, and in rows below the bed, which are
   // white.
   PictureLayout picture;
@@ -26,7 +26,7 @@ struct ScanTicket {
 
 // Why a ticket is not accepted.
 struct TicketRefusal {
-  unsigned code;  // of HTTP: 400 for what is no ScanSettings document, 409 for what is not possible here
+  unsigned code;         // of HTTP: 400 if it is no ScanSettings document, 409 if it is not possible here
   std::string sentence;  // for the client's developer and the journal, in printable ASCII
 };
 

@@ -46,7 +46,7 @@ std::string ScannerPresence::problem() const {
          "): whether one is there is found out when somebody scans.";
 }
 
-// The system's reports are subscribed to before the first look, so that no change falls between the two.
+// The system's reports are subscribed to before the list is first read, so that no change is missed.
 void ScannerPresence::follow() {
   std::optional<std::string> known;
   do {
@@ -57,7 +57,7 @@ void ScannerPresence::follow() {
   } while (awaitChange());
 }
 
-// False at the end of the object.
+// False when the object is being destroyed.
 bool ScannerPresence::awaitChange() {
   constexpr int forEver = -1;
   int timeout = forEver;
@@ -65,7 +65,7 @@ bool ScannerPresence::awaitChange() {
     std::array<pollfd, 2> sources{{{end_.get(), POLLIN, 0}, {events_.descriptor(), POLLIN, 0}}};
     const int ready = poll(sources.data(), sources.size(), timeout);
     if (sources[0].revents != 0) return false;
-    if (ready == 0) return true;  // all is quiet again
+    if (ready == 0) return true;  // no further messages
     if (events_.take()) timeout = static_cast<int>(settlingTime.count());
   }
 }

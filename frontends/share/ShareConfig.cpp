@@ -51,7 +51,7 @@ bool append(std::vector<std::string>& list, std::string_view text, bool (*isVali
   return !values.empty();
 }
 
-// A number, since a name may have another address whenever it is looked up.
+// Numeric, since a name may resolve to a different address each time.
 bool isAddress(std::string_view text) {
   const std::string address(text.substr(0, text.find('%')));  // a zone follows
   in_addr ipv4;
@@ -77,7 +77,7 @@ std::optional<std::uint16_t> portIn(std::string_view text) {
 
 std::optional<std::uint32_t> gammaIn(std::string_view text) {
   const double hundredths = numberIn<double>(text).value_or(0) * 100;
-  // Not a number, which from_chars() reads too, is in no range.
+  // NaN, which from_chars() accepts too, is in no range.
   if (!(hundredths >= limits::lowestGammaHundredths && hundredths <= limits::highestGammaHundredths))
     return std::nullopt;
   return static_cast<std::uint32_t>(std::lround(hundredths));
@@ -92,7 +92,7 @@ std::optional<ShareConfig::Announce> announceIn(std::string_view text) {
 
 struct Setting {
   std::string_view name;
-  // Takes a value. False, and nothing changed, if it is not one of the setting's.
+  // Applies a value. False, and nothing changed, if it is not one of the setting's.
   bool (*apply)(ShareConfig& config, std::string_view value);
   bool isList;
   const char* expected;  // for a complaint

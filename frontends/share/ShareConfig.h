@@ -13,7 +13,7 @@ namespace frontend::share {
 //
 //   name = Reception
 //
-// What is not set is empty; the command line takes precedence. Any thread; nothing throws but std::bad_alloc.
+// An absent setting is empty; the command line takes precedence. Any thread; throws only std::bad_alloc.
 struct ShareConfig {
   enum class Announce : std::uint8_t {
     on,     // in the networks that the server serves
@@ -21,7 +21,7 @@ struct ShareConfig {
     local,  // on this machine too, for programs that do not use SANE
   };
 
-  std::optional<std::string> device;  // as ScannerName.h has it
+  std::optional<std::string> device;  // as in ScannerName.h
   std::optional<std::uint16_t> port;
   std::optional<std::string> name;
   std::vector<std::string> bind;         // addresses of this machine, as numbers
@@ -33,9 +33,9 @@ struct ShareConfig {
   std::optional<std::chrono::milliseconds> timeout;
   std::optional<Announce> announce;
 
-  // One sentence for each line that is not understood, with the name of the file and the line's number, and
-  // for a file that cannot be read; plain ASCII. A server with a complaint must not start: it would serve
-  // more than its administrator meant to.
+  // One sentence for each line that is not valid, with the name of the file and the line's number, and for a
+  // file that cannot be read; plain ASCII. A server must not start with a complaint: it could serve more than
+  // its administrator intended.
   std::vector<std::string> complaints;
 
   // Reads the text of such a file; `path` is for complaints. A line that begins with # is a comment. A list
@@ -43,8 +43,8 @@ struct ShareConfig {
   // set once.
   static ShareConfig parse(std::string_view text, const std::string& path);
 
-  // Reads the file. A file that is missing is one without settings. What cannot be read, is larger than 64
-  // KiB or is no regular file, which may block or never end, leaves a complaint.
+  // Reads the file. A missing file counts as one without settings. A file that cannot be read, is larger than
+  // 64 KiB or is not a regular file, which could block or never end, leaves a complaint.
   static ShareConfig load(const std::string& path);
 
   // The names of all settings.

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t hexDigitsOfId = 32;
 constexpr std::size_t longestPair = 255;  // its length is one byte of the record
 
-// Not more than this many bytes, without cutting a character of UTF-8.
+// At most this many bytes, without cutting a character of UTF-8.
 std::string_view cut(std::string_view text, std::size_t longest) {
   if (text.size() <= longest) return text;
   const auto continues = [&](std::size_t at) {
@@ -24,7 +24,7 @@ std::string_view cut(std::string_view text, std::size_t longest) {
   return text.substr(0, longest);
 }
 
-// The name space of a machine's UUIDs: the ID itself, which is one without dashes. False if it is no ID.
+// The name space of a machine's UUIDs: the ID itself, which is a UUID without dashes. False if it is not one.
 bool readId(std::string_view id, uuid_t& space) {
   std::string dashed(id.substr(0, hexDigitsOfId));
   if (dashed.size() != hexDigitsOfId) return false;
@@ -48,7 +48,7 @@ std::string uuidOf(const Machine& machine, std::string_view scanner) {
 
 }  // namespace
 
-// The library of the message bus aborts the process for a text that is not UTF-8.
+// The library of the message bus aborts the process if a text is not UTF-8.
 bool isShareName(std::string_view text) {
   if (text.empty()) return false;
   while (!text.empty()) {

@@ -159,7 +159,7 @@ ShareOptions completed(ShareOptions options, const ShareConfig& config) {
   complete(options.name, {}, config.name);
   if (options.bind.empty()) options.bind = config.bind;
   complete(options.announce, {}, config.announce);
-  // The two belong together: one of the command line does not go with the other of the file.
+  // The two belong together: one from the command line is not combined with the other from the file.
   if (options.certificate.empty() && options.key.empty()) {
     complete(options.certificate, {}, config.certificate);
     complete(options.key, {}, config.key);

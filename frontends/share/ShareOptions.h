@@ -22,13 +22,13 @@ class ShareUsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// How the server is to be run: the command line, and the configuration where that leaves something open.
+// How to run the server: the command line, and the configuration for what that leaves unset.
 struct ShareOptions {
   std::string text;                   // not empty: help or version, to be printed instead of serving
   std::string config;                 // a file; empty: none
   std::string device;                 // empty: the first real one
   std::optional<std::uint16_t> port;  // 0: any free one; nothing: defaultPort
-  std::string name;                   // empty: by the model and the machine
+  std::string name;                   // empty: from the model and the machine
   std::vector<std::string> bind;      // empty: this machine only
   std::optional<ShareConfig::Announce> announce;  // nothing: on
   std::string certificate;                        // files; both or none
@@ -36,7 +36,7 @@ struct ShareOptions {
   bool isVirtual = false;
   VirtualScannerOptions virtualScanner;
   std::optional<std::chrono::milliseconds> timeout;  // nothing: limits::defaultTimeout
-  // Of the configuration alone.
+  // From the configuration only.
   std::vector<std::string> serverNames;
   std::vector<std::string> allow;
   Tone tone;
@@ -45,7 +45,7 @@ struct ShareOptions {
 // Parses the command line. Throws ShareUsageError.
 ShareOptions parseShareOptions(int argc, const char* const* argv, const std::string& version);
 
-// The options with what they leave open taken from the configuration. Throws ShareUsageError for a
+// The options, with those that are unset taken from the configuration. Throws ShareUsageError for a
 // configuration with complaints, and for options that contradict each other.
 ShareOptions completed(ShareOptions options, const ShareConfig& config);
 

@@ -34,7 +34,7 @@ constexpr std::size_t largestPemFile = 1 << 20;
 // Each line in one write: connections have a thread each.
 void log(const std::string& line) {
   const std::string whole = line + "\n";
-  // Where the journal is gone there is nowhere left to report that.
+  // If the line cannot be written, there is nowhere to report that.
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, whole.data(), whole.size());
 }
 
@@ -59,7 +59,7 @@ std::string scannerOf(const ShareOptions& options) {
   return options.device.empty() ? std::string(firstUsbScannerName) : options.device;
 }
 
-// The scanners among which the shared one is looked for. The virtual one needs no look at the USB.
+// The scanners among which the shared one is searched for. For the virtual one, USB need not be searched.
 ScannerPresence::List scannersBeside(const std::string& scanner) {
   if (scanner == virtualScannerName) return [] { return std::vector{virtualScanner()}; };
   return [] {
@@ -70,23 +70,23 @@ ScannerPresence::List scannersBeside(const std::string& scanner) {
   };
 }
 
-// Where clients on the network reach the server: by the name under which multicast DNS knows the machine.
-// Empty if it serves this machine alone.
+// Where clients on the network reach the server: by the machine's name in multicast DNS. Empty if it serves
+// only this machine.
 std::string addressOf(const Machine& machine, const std::vector<std::string>& listening, bool encrypted) {
   if (reachOf(listening, false) != AnnouncementReach::network) return "";
   return std::string(encrypted ? "https://" : "http://") + machine.host.substr(0, machine.host.find('.')) +
          ".local:" + std::to_string(announcedPort(listening));
 }
 
-// Ctrl-C, the service manager and a closed terminal end the server. They are awaited by the main thread;
-// blocked before there are others, they reach none of them.
+// Ctrl-C, the service manager and a closed terminal end the server. The main thread waits for them; they are
+// blocked before other threads start, so that they reach none of those.
 class EndSignals {
  public:
   EndSignals() {
     sigemptyset(&signals_);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals_, signal);
     pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
-    // Errors of the call that would raise them instead.
+    // Instead, the call that would raise them returns an error.
     for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
   }
   void await() const {
@@ -132,7 +132,7 @@ SharingSetup sharingFor(const ShareOptions& options, const std::string& scanner,
   setup.note = machine.host;
   const auto wanted = options.announce.value_or(ShareConfig::Announce::on);
   setup.locally = wanted == ShareConfig::Announce::local;
-  // What listens nowhere is announced nowhere.
+  // Without listening addresses, nothing is announced.
   if (wanted != ShareConfig::Announce::off) setup.listening = listening;
   return setup;
 }

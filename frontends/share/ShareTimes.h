@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <functional>
 
-// How long the network server waits for whom, and how much it remembers.
+// The time-outs of the network server, and how much it remembers.
 namespace frontend::share {
 
 using Clock = std::chrono::steady_clock;
-// Tests have one of their own.
+// Tests pass their own.
 using Now = std::function<Clock::time_point()>;
 
 namespace times {
@@ -19,16 +19,16 @@ using std::chrono::seconds;
 
 // POST waits this long for failures that are known at once: the scanner is in use, unplugged, or not ours.
 inline constexpr milliseconds earlyFailure = seconds(1);
-// A request for the page is held open while the scanner warms up; then the client is asked to come back.
+// A request for the page is held open while the scanner warms up; then the client is asked to retry.
 inline constexpr milliseconds longestHold = seconds(60);
-// A scan whose page nobody asks for is cancelled.
+// A scan whose page no client requests is cancelled.
 inline constexpr milliseconds unclaimed = seconds(60);
-// A client whose connection broke while rows arrived may ask again within this time.
+// A client whose connection broke while rows arrived may request the page again within this time.
 inline constexpr milliseconds secondThought(400);
 // For the network to carry the end of a page that has been sent.
 inline constexpr milliseconds acknowledgement = seconds(60);
 inline constexpr milliseconds acknowledgementTick(2);
-// Between two looks at clients and clock while a page is scanned. With nothing to scan, nobody looks.
+// Between two checks of clients and clock while a page is scanned. When idle, there are none.
 inline constexpr milliseconds tick(100);
 // The scanner is free this long after a scan at the latest: its worker is killed by then.
 inline constexpr milliseconds scannerFree(2500);

@@ -12,7 +12,7 @@
 namespace frontend::share {
 namespace {
 
-// How much a reader wants a language, in thousandths: "de;q=0.7" is 700.
+// The weight of a language, in thousandths: "de;q=0.7" is 700.
 int weightIn(std::string_view parameters) {
   const std::size_t begin = parameters.find("q=");
   if (begin == std::string_view::npos) return 1000;
@@ -36,7 +36,7 @@ std::string_view stateName(ScannerState state) {
   return stateNames.at(static_cast<std::size_t>(state));
 }
 
-// What a placeholder stands for, escaped.
+// The value of a placeholder, escaped.
 std::string valueOf(std::string_view placeholder, const PageFacts& facts, PageLanguage language) {
   if (placeholder == "lang") return std::string(tagOf(language));
   if (placeholder == "name") return xmlText(facts.name);

@@ -14,8 +14,8 @@ namespace frontend::share {
 
 enum class PageLanguage : std::uint8_t { english, german };
 
-// The one that the reader prefers, by the header Accept-Language; English if there is no header, or neither
-// language in it.
+// The reader's preferred language, from the header Accept-Language; English if the header is absent or lists
+// neither language.
 PageLanguage languageOf(std::optional<std::string_view> acceptLanguage);
 
 // Of the header Content-Language: "en", "de".
@@ -25,7 +25,7 @@ std::string_view tagOf(PageLanguage language);
 struct PageFacts {
   std::string name;  // of the scanner, for people
   ScannerState state = ScannerState::idle;
-  std::string address;         // where the reader has found the server: "http://myhost.local:8750"
+  std::string address;         // where the reader reached the server: "http://myhost.local:8750"
   bool servesNetwork = false;  // or this computer alone
 };
 

@@ -39,7 +39,7 @@ std::string statusDocument(ScannerState state, const std::vector<JobReport>& job
   XmlWriter xml("scan:ScannerStatus");
   xml.leaf("pwg:Version", escl::version);
   xml.leaf("pwg:State", scannerStateNames.at(static_cast<std::size_t>(state)));
-  xml.open("scan:Jobs");  // even if there is none: clients look into it without asking
+  xml.open("scan:Jobs");  // even if there are none: clients access it without checking
   for (const JobReport& job : jobs) writeJob(xml, job);
   return xml.finish();
 }

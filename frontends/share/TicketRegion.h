@@ -19,7 +19,7 @@ struct TicketRegion {
 // Whether a part of the region is on the bed.
 bool touchesBed(const TicketRegion& region);
 
-// Whether all of it is, or all but a strip of 1/300 inch at the right or at the bottom, which clients ask for
+// Whether all of it is, or all but a strip of 1/300 inch at the right or at the bottom, which clients request
 // because they round, and because A4 is that much longer than the bed.
 bool fitsBed(const TicketRegion& region);
 
@@ -29,8 +29,8 @@ struct PicturePlace {
   std::uint32_t rows = 0;  // of the picture: at least those of `onBed`; what follows them is below the bed
 };
 
-// Rounds offset and size to pixels, each for itself, and cuts off what is beside the bed, except for rows
-// below it up to the advertised height: a client that asks for A4 gets a picture of that size. The region
+// Rounds offset and size to pixels, each separately, and cuts off what is outside the bed, except for rows
+// below it up to the advertised height: a client that requests A4 gets a picture of that size. The region
 // touches the bed; without one, it is the whole bed. At least 1 x 1 pixel.
 PicturePlace placeOnBed(const std::optional<TicketRegion>& region, std::uint32_t resolution);
 

@@ -26,7 +26,7 @@ struct TicketElement {
   const TicketElement* child(Vocabulary itsVocabulary, std::string_view itsName) const;
 };
 
-// What makes a text no ScanSettings document, in printable ASCII.
+// Why a text is not a ScanSettings document, in printable ASCII.
 using XmlComplaint = std::string;
 
 // Reads a document, whose size has been limited, without judging any value. Refuses text that is not

@@ -11,17 +11,17 @@ namespace frontend::share {
 // USB device itself and not about one of its interfaces or about other hardware.
 bool concernsUsbDevice(std::string_view message);
 
-// The system's word that a USB device was plugged in or unplugged, or that users were given access to one.
-// Opens no device and asks for nothing: whoever waits for its descriptor sleeps until something happens. What
-// it is about is for the receiver to find out, because messages may be lost and anybody may list devices.
+// The system's notifications that a USB device was plugged in or unplugged, or that users were given access
+// to one. Opens no device and does not poll: a thread that waits for the descriptor sleeps until something
+// happens. Does not report which device: messages may be lost, and every process may list devices.
 //
-// One thread at a time. Nothing throws.
+// One thread at a time. Never throws.
 class UsbEvents {
  public:
-  // Listens from now on. Where the system does not let it, descriptor() is -1 and problem() the reason.
+  // Listens from now on. If the system refuses that, descriptor() is -1 and problem() the reason.
   UsbEvents();
 
-  // For poll(): readable when a message has arrived, on whatever hardware.
+  // For poll(): readable when a message has arrived, about any hardware.
   int descriptor() const { return socket_.get(); }
   const std::string& problem() const { return problem_; }
 

@@ -5,8 +5,8 @@
 
 namespace frontend::share {
 
-// The length of the UTF-8 character at the beginning of a text, and its code point; 0 for what is none, which
-// includes longer forms than needed and halves of surrogate pairs.
+// The length of the UTF-8 character at the beginning of a text, and its code point; 0 if there is none, as
+// for overlong forms and halves of surrogate pairs.
 struct Utf8Character {
   std::size_t length;
   char32_t code;

@@ -7,9 +7,8 @@
 
 namespace frontend::share {
 
-// The text as the content of an element: markup is escaped, and what XML
-// cannot hold (most control characters, bytes that are not UTF-8) becomes a question mark. Never fails but by
-// std::bad_alloc.
+// The text as the content of an element: markup is escaped, and what XML cannot hold (most control
+// characters, bytes that are not UTF-8) becomes a question mark. Throws only std::bad_alloc.
 std::string xmlText(std::string_view text);
 
 // Writes an XML document, element by element, indented. Names are constants of the program and are not
@@ -21,13 +20,13 @@ class XmlWriter {
 
   // Begins an element that has only elements in it. The name is borrowed until the element is closed.
   void open(std::string_view name);
-  // Ends the one that was begun last.
+  // Ends the innermost open element.
   void close();
   // An element with a text, which may be empty.
   void leaf(std::string_view name, std::string_view text);
   void leaf(std::string_view name, std::uint64_t number) { leaf(name, std::to_string(number)); }
 
-  // Ends the elements that are open, and with them the document, and hands it over.
+  // Ends the elements that are open, and with them the document, and returns it.
   std::string finish();
 
  private:

@@ -1,4 +1,4 @@
-// Scans one page by the protocol that every other client uses. The page works without it but for the form.
+// Scans one page by the protocol that every other client uses. Without it, everything on the page works but the form.
 "use strict";
 
 const pwg = "http://www.pwg.org/schemas/2010/12/sm";
@@ -8,7 +8,7 @@ const byId = (id) => document.getElementById(id);
 const [form, settings, running, amount, message, result, state] =
   ["form", "settings", "running", "amount", "message", "result", "state"].map(byId);
 
-// The scan that runs: how to end its requests, where its job is once there is one, and whether it has sent nothing.
+// The running scan: how to abort its requests, the path of its job once known, and whether nothing has arrived yet.
 let current = null;
 let offered = null;  // the address of the file that is offered
 
@@ -65,7 +65,7 @@ async function receive(job, type, signal) {
   return new Blob(parts, {type});
 }
 
-// While the scanner warms up, the server holds a request for a minute, then asks the client to come back.
+// While the scanner warms up, the server holds a request for a minute, then asks the client to retry.
 async function receiveWarm(job, type, signal) {
   for (;;) {
     try {
@@ -124,7 +124,7 @@ function explain(error) {
 async function scanPage() {
   const ended = new AbortController();
   const format = form.elements.format.selectedOptions[0];
-  const ticket = ticketOf(Object.fromEntries(new FormData(form)));  // without those that are disabled
+  const ticket = ticketOf(Object.fromEntries(new FormData(form)));  // without the disabled fields
   current = {ended, job: null, waiting: false};
   setRunning(true);
   showMessage("starting");
@@ -147,7 +147,7 @@ async function scanPage() {
   showStatus();
 }
 
-// A server that is silent is asked every second, too: this leaves two of the browser's six connections to the scan.
+// A silent server is polled every second, too: this leaves two of the browser's six connections to the scan.
 async function readStatus() {
   const signal = AbortSignal.timeout(4000);
   const response = await expectSuccess(await fetch("/eSCL/ScannerStatus", {cache: "no-store", signal}));
