@@ -34,7 +34,7 @@ void limitTo(int resource, rlim_t bound) {
 }
 
 bool giveUpPrivileges() {
-  limitTo(RLIMIT_CORE, 0);  // a page is nobody's business
+  limitTo(RLIMIT_CORE, 0);  // a core dump may contain a page
   return prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
 }
 

@@ -19,7 +19,7 @@ constexpr std::uint64_t reading = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS
 constexpr std::uint64_t writing = reading | LANDLOCK_ACCESS_FS_WRITE_FILE;
 constexpr std::uint64_t makingSockets =
     writing | LANDLOCK_ACCESS_FS_MAKE_SOCK | LANDLOCK_ACCESS_FS_REMOVE_FILE;
-// Everything that the first version of Landlock knows.
+// Everything that the first version of Landlock supports.
 constexpr std::uint64_t restricted = writing | LANDLOCK_ACCESS_FS_EXECUTE | LANDLOCK_ACCESS_FS_REMOVE_DIR |
                                      LANDLOCK_ACCESS_FS_REMOVE_FILE | LANDLOCK_ACCESS_FS_MAKE_CHAR |
                                      LANDLOCK_ACCESS_FS_MAKE_DIR | LANDLOCK_ACCESS_FS_MAKE_REG |
@@ -37,12 +37,12 @@ bool allow(int rules, int place, std::uint64_t access) {
   return syscall(SYS_landlock_add_rule, rules, LANDLOCK_RULE_PATH_BENEATH, &rule, 0) == 0;
 }
 
-// A folder is opened as one: emulations of /dev and /sys take open() for that of a device.
+// A folder is opened by opendir(): emulations of /dev and /sys treat a plain open() as that of a device.
 bool allowBelow(int rules, const std::string& path, std::uint64_t access) {
   const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
   if (folder != nullptr) return allow(rules, dirfd(folder.get()), access);
   const OwnedDescriptor file(open(path.c_str(), O_PATH | O_CLOEXEC));
-  // The kernel refuses a rule about the entries of what has none.
+  // The kernel refuses a rule about folder entries for any other file.
   return file.get() < 0 || allow(rules, file.get(), access & ~std::uint64_t{LANDLOCK_ACCESS_FS_READ_DIR});
 }
 

@@ -69,7 +69,7 @@ constexpr const char* allowedCalls[] = {
     "epoll_ctl",
     "epoll_wait",
     "epoll_pwait",
-    // files, to look at
+    // files, to inspect
     "access",
     "faccessat",
     "faccessat2",
@@ -91,7 +91,7 @@ constexpr const char* allowedCalls[] = {
     "getdents",
     "getdents64",
     "getcwd",
-    // connections that exist, and notices of the kernel
+    // existing connections, and notifications from the kernel
     "bind",
     "accept",
     "accept4",
@@ -116,7 +116,7 @@ constexpr const char* allowedCalls[] = {
     "madvise",
     "mlock",
     "munlock",
-    // threads, signals of its own, the end
+    // threads, own signals, exit
     "futex",
     "futex_time64",
     "set_robust_list",
@@ -150,7 +150,7 @@ constexpr const char* allowedCalls[] = {
     "restart_syscall",
     "exit",
     "exit_group",
-    // time and chance
+    // time and random numbers
     "clock_gettime",
     "clock_gettime64",
     "clock_getres",
@@ -168,7 +168,7 @@ constexpr const char* allowedCalls[] = {
     "getrusage",
 };
 
-// What an argument has to be like for a call to be allowed.
+// The condition that an argument has to meet for a call to be allowed.
 struct ConditionalCall {
   const char* name;
   scmp_arg_cmp condition;
@@ -205,16 +205,16 @@ const ConditionalCall conditionalCalls[] = {
     {"prlimit64", equal(2, 0)},       // to read a limit
 };
 
-// Behind a local socket may be the user's message bus, which starts any program outside the confinement. A
-// pair counts too: its datagram sockets can be connected to another address.
+// A local socket may lead to the user's message bus, which starts any program outside the confinement. So may
+// a pair: its datagram sockets can be connected to another address.
 const ConditionalCall localSocketCalls[] = {
     {"socket", equal(0, AF_UNIX)},
     {"socketpair", equal(0, AF_UNIX)},
 };
 constexpr const char* localSocketNames[] = {"connect", "unlink"};
 
-// Requests of terminals have a type of their own, in the second byte. Two of them type commands on the
-// terminal of the user; these only ask, or are about any descriptor.
+// Requests of terminals have a type of their own, in the second byte. Two of them can type commands into the
+// user's terminal; these only query it, or apply to any descriptor.
 constexpr unsigned terminalType = TIOCSTI & 0xFF00;
 constexpr unsigned harmlessRequests[] = {TCGETS, TIOCGWINSZ, TIOCOUTQ, FIONREAD, FIONBIO};
 // The kernel takes a request as 32 bits and ignores the rest of the argument.
@@ -244,8 +244,8 @@ bool allowRequest(const Filter& filter, scmp_datum_t mask, scmp_datum_t value) {
   return allowAll(filter, std::span(&call, 1));
 }
 
-// A filter can compare a part of an argument for equality alone: a type differs from that of terminals where
-// one of its bits does.
+// A filter can compare part of an argument only for equality: a type differs from that of terminals if one of
+// its bits does.
 bool allowRequests(const Filter& filter) {
   for (unsigned bit = 0x100; bit <= 0x8000; bit <<= 1) {
     if (!allowRequest(filter, bit, ~terminalType & bit)) return false;
@@ -259,12 +259,11 @@ bool addRules(const Filter& filter, bool localSockets) {
     return false;
   if (localSockets && (!allowAll(filter, localSocketNames) || !allowAll(filter, localSocketCalls)))
     return false;
-  // Its flags are in memory, where the filter cannot see them: without it, threads are made by clone().
+  // Its flags are in memory, where the filter cannot see them: without it, threads are created by clone().
   return allow(filter, "clone3", {}, SCMP_ACT_ERRNO(ENOSYS));
 }
 
-// Where an allocation fails, the library may also report success for a program of which a part is missing:
-// errno has the truth.
+// If an allocation fails, the library may also report success for an incomplete program: errno is reliable.
 bool writeProgram(int pipe, bool localSockets) {
   errno = 0;
   const Filter filter(seccomp_init(SCMP_ACT_ERRNO(EPERM)), seccomp_release);
@@ -274,10 +273,10 @@ bool writeProgram(int pipe, bool localSockets) {
 
 // A second one costs little, and memory may have run out for a moment only.
 constexpr int attempts = 2;
-// Of the processor. It usually takes a hundredth of it.
+// In processor time. Compilation usually takes a hundredth of this.
 constexpr long longestCompilationNs = 250'000'000;
 
-// Lets the system kill this process, whichever signals it inherited as ignored or blocked.
+// Makes the system kill this process, whichever signals it inherited as ignored or blocked.
 bool boundProcessorTime(long nanoseconds) {
   sigevent killing{};
   killing.sigev_notify = SIGEV_SIGNAL;
@@ -291,8 +290,8 @@ bool boundProcessorTime(long nanoseconds) {
 // What the kernel runs for each system call.
 class Program {
  public:
-  // In a child process: where an allocation fails, the library crashes or loops for ever. A system that
-  // refuses the process refuses the threads of this one as well.
+  // In a child process: if an allocation fails, the library crashes or loops for ever. A system that refuses
+  // the process refuses the threads of this one as well.
   bool compile(bool localSockets) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) return false;

@@ -2,19 +2,18 @@
 
 namespace platform {
 
-// Lets the kernel refuse, from now on and in every thread, the system calls that reading a device and a
-// connection does not need, with EPERM, so that a library that only tries one goes on without it. Refused
-// are, among all others: sockets but those of the kernel's notices (AF_NETLINK), programs, other processes,
-// files that would be created, renamed or removed, namespaces, memory that could be executed, and keystrokes
-// for the terminal.
+// Makes the kernel refuse, from now on and in every thread, the system calls that reading a device and a
+// connection does not need. They fail with EPERM, so that a library that merely tries one continues without
+// it. Among those refused are calls for sockets other than those of kernel notifications (AF_NETLINK), for
+// starting programs, for access to other processes, for creating, renaming or removing files, for namespaces,
+// for executable memory, and for typing into the terminal.
 //
-// Where the C library makes sockets by socketcall(2), on 32-bit x86 and on s390x, sockets of every family can
-// be made, but none be connected: its arguments are in memory, which the kernel does not show to a filter.
+// Where the C library creates sockets by socketcall(2), on 32-bit x86 and on s390x, sockets of every family
+// can be created, but none connected: its arguments are in memory, which a filter cannot read.
 //
 // With `localSockets`, sockets of the machine itself (AF_UNIX) are allowed, and unlink(), which removes them.
 //
-// Starts and ends a process of its own, for a few milliseconds. Returns whether the filter is in force. Never
-// throws.
+// Runs a child process for a few milliseconds. Returns whether the filter is in force. Never throws.
 bool filterSystemCalls(bool localSockets) noexcept;
 
 }  // namespace platform

@@ -31,8 +31,8 @@ std::size_t wholePages(std::size_t size) {
   return (size + page - 1) / page * page;
 }
 
-// A mapping of whole huge pages that begins where one may: from any other place on its ends would be small
-// pages, and moving it would split all others.
+// A mapping of whole huge pages, aligned to them: otherwise its ends would be small pages, and moving it
+// would split all others.
 void* newMapping(std::size_t size) {
   void* const whole =
       mmap(nullptr, size + hugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);

@@ -5,7 +5,7 @@
 
 namespace platform {
 
-// A block of memory that grows at its end and costs no second copy of itself while it does. A large block is
+// A block of memory that grows at its end and needs no second copy of itself while it does. A large block is
 // a mapping of its own: growing moves page table entries instead of bytes, and huge pages that were never
 // written take no memory. The allocator alone is not enough: once it has seen large blocks freed, it keeps
 // such blocks on the heap, where growing copies them. Owns its memory. One thread at a time.
@@ -13,8 +13,8 @@ class ByteBlock {
  public:
   // From this size on a block is a mapping of its own.
   static constexpr std::size_t mappedFrom = std::size_t{256} << 10;
-  // Mappings consist of these, where the system has them: a fault for every small page would cost more than
-  // all that is done with its bytes. At most one huge page is room not yet used.
+  // Mappings consist of these if the system has them: a fault for every small page would cost more than all
+  // processing of its bytes. At most one huge page is room not yet used.
   static constexpr std::size_t hugePage = std::size_t{2} << 20;
 
   ByteBlock() = default;
@@ -30,8 +30,8 @@ class ByteBlock {
   // nothing changed, if not even `needed` bytes are available.
   void grow(std::size_t needed, std::size_t used);
 
-  // Gives back all room past the first `used` bytes, rounded up to a page for a mapping. The block may move.
-  // Where the system refuses, it stays as it is.
+  // Releases all room past the first `used` bytes, rounded up to a page for a mapping. The block may move. If
+  // the system refuses, it is unchanged.
   void trim(std::size_t used);
 
   // The memory and the copying of all blocks of the process together, for tests and benchmarks. Any thread.

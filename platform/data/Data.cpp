@@ -12,7 +12,7 @@
 namespace platform {
 namespace {
 
-// Bytes that several Data objects share. They are only appended to; each object knows its own part.
+// Bytes that several Data objects share. They are only appended to; each object records its own part.
 class Storage {
  public:
   void retain() { ++references_; }

@@ -3,36 +3,36 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What the library takes from its surroundings, as far as hosts meet it.
+/// What the library needs from its platform, as far as it is visible to hosts.
 namespace platform {
 
 /// A growable, reference-counted run of bytes: what the packet buffer, the image accumulator and the framed
-/// messages are made of. Bytes are only ever appended, never changed or taken away, so a shorter length of
-/// the same object is always a prefix of what it holds now. One thread at a time, for an object together with
-/// all that share its bytes.
+/// messages are made of. Bytes are only ever appended, never changed or removed, so a shorter length of the
+/// same object is always a prefix of what it holds now. One thread at a time, for an object together with all
+/// that share its bytes.
 ///
 /// The operations are virtual so that a host can use a buffer that the plug-in library hands it, and derive
 /// one of its own: the library exports none of them by name, so the three static ones are not for hosts.
 class Data {
  public:
   /// @{
-  /// Each makes an object with one reference, which the caller gives back with release(). A failed allocation
-  /// is std::bad_alloc, here and in append().
+  /// Each makes an object with one reference, which the caller drops with release(). A failed allocation is
+  /// std::bad_alloc, here and in append().
   static Data* create();
   static Data* withBytes(const void* bytes, std::size_t count);
   /// @}
 
-  /// The bytes of `whole` from offset on (all gone if offset is past its end). Shares them with `whole`
-  /// without copying, and lives on its own: appending to either leaves the other as it is. Shared bytes stay
-  /// allocated until the last object that shares them ends.
+  /// The bytes of `whole` from offset on (none if offset is past its end). Shares them with `whole` without
+  /// copying, and is independent of it: appending to either does not change the other. Shared bytes stay
+  /// allocated until the last object that shares them is destroyed.
   static Data* suffixOf(const Data& whole, std::size_t offset);
 
   Data(const Data&) = delete;
   Data& operator=(const Data&) = delete;
 
-  /// Adds a reference, to be given back with release().
+  /// Adds a reference, to be dropped with release().
   virtual void retain() = 0;
-  /// The last release ends the object.
+  /// The last release destroys the object.
   virtual void release() = 0;
 
   /// Valid until the last release() or the next append() or trim(), of this object or of one that shares its
@@ -43,22 +43,22 @@ class Data {
   /// The bytes appended may be the object's own.
   virtual void append(const void* bytes, std::size_t count) = 0;
 
-  /// Gives back the room that is held ready for further appending. Changes no byte and never fails.
+  /// Releases the room reserved for further appending. Changes no byte and never fails.
   virtual void trim() {}
 
  protected:
   /// @{
-  /// For create() and its kin, and for release().
+  /// For create() and the like, and for release().
   Data() = default;
   virtual ~Data() = default;
   /// @}
 
   /// Implements suffixOf(), with offset within the length. Returns a new object with one reference, or null
-  /// where the implementation cannot share its bytes: they are copied then.
+  /// if the implementation cannot share its bytes: they are copied then.
   virtual Data* suffix(std::size_t /*offset*/) const { return nullptr; }
 };
 
-/// Holds one reference to a Data (or none) and gives it back when it goes.
+/// Holds one reference to a Data (or none) and drops it when destroyed.
 class DataRef {
  public:
   /// Holds none.
@@ -66,7 +66,7 @@ class DataRef {
   /// Takes over the caller's reference.
   explicit DataRef(Data* data) : data_(data) {}
   /// @{
-  /// Leaves the other one with none; gives back what was held.
+  /// Leaves the other one with none; drops the reference held before.
   DataRef(DataRef&& other) noexcept : data_(other.letGo()) {}
   DataRef& operator=(DataRef&& other) noexcept {
     if (this != &other) reset(other.letGo());
@@ -75,7 +75,7 @@ class DataRef {
   /// @}
   DataRef(const DataRef&) = delete;
   DataRef& operator=(const DataRef&) = delete;
-  /// Gives the reference back.
+  /// Drops the reference.
   ~DataRef() { reset(); }
 
   /// @{
@@ -87,13 +87,13 @@ class DataRef {
   /// Whether one is held.
   explicit operator bool() const { return data_ != nullptr; }
 
-  /// Hands the reference over to the caller.
+  /// Transfers the reference to the caller.
   Data* letGo() {
     Data* data = data_;
     data_ = nullptr;
     return data;
   }
-  /// Gives back what is held and takes over the caller's reference to `data`, which may be null.
+  /// Drops the reference held and takes over the caller's reference to `data`, which may be null.
   void reset(Data* data = nullptr) {
     if (data_ != nullptr) data_->release();
     data_ = data;

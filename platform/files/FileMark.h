@@ -6,7 +6,7 @@
 
 namespace platform {
 
-// Recognises a file and its state. Equal marks mean that a name still names the same file and that nobody
+// Recognises a file and its state. Equal marks mean that a name still names the same file and that no process
 // wrote to it, truncated it or linked it elsewhere in between, as far as the file system's time stamps show.
 // A plain value.
 struct FileMark {
@@ -20,7 +20,7 @@ struct FileMark {
   bool operator==(const FileMark&) const = default;
   bool isSameFileAs(const FileMark& other) const { return device == other.device && inode == other.inode; }
 
-  // Nothing where there is no such file. A link is examined itself, not followed.
+  // Nothing if there is no such file. A link is examined itself, not followed.
   static std::optional<FileMark> of(int descriptor);
   static std::optional<FileMark> of(const std::string& path);
 };

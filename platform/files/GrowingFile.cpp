@@ -33,7 +33,7 @@ struct GrowingFile::Impl {
   Copy spare;              // the private one, which gets the next bytes
 };
 
-// Another buffer, or one that shrank, has nothing to do with what the files hold.
+// If the buffer is another one, or has shrunk, the contents of the files do not belong to it.
 void GrowingFile::Impl::follow(Data& data) {
   if (buffer.get() != &data || data.length() < length) {
     forget();
@@ -45,7 +45,7 @@ void GrowingFile::Impl::follow(Data& data) {
 
 bool GrowingFile::Impl::bringSpareUpToDate() {
   if (!spare.file.isAsLeft()) {
-    spare = Copy();  // gives its name back before the next one asks for it
+    spare = Copy();  // releases its name before the next one needs it
     spare.file = TemporaryFile(target);
   }
   std::size_t written = 0;

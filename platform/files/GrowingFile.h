@@ -24,7 +24,7 @@ class GrowingFile {
   // until finish(), and the next update continues from there.
   bool update(Data& data);
 
-  // Removes the private file of the two and gives the buffer back. The file under the name stays.
+  // Removes the private file of the two and releases the buffer. The file under the name stays.
   void finish();
 
  private:

@@ -52,8 +52,8 @@ std::string OpenedFile::problem() const {
 }
 
 OpenedFile openRegularFile(const std::string& path) noexcept {
-  // Opening a FIFO, or a device that waits for its line, would block. What kind of file it is must be asked
-  // of the open one: another could take its name between the two calls.
+  // Opening a FIFO, or a device that waits for its line, would block. The type of the file must be read from
+  // the open one: another could take its name between the two calls.
   OwnedDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   // The errors of opening a socket, or a device that has no driver.
   if (file.get() < 0 && (errno == ENXIO || errno == ENODEV)) return {};

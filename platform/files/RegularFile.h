@@ -8,7 +8,7 @@
 
 namespace platform {
 
-// What reading a small file brought.
+// The result of reading a small file.
 struct FileContent {
   enum class State : std::uint8_t {
     read,
@@ -19,17 +19,17 @@ struct FileContent {
   };
 
   State state;
-  std::string bytes;  // all of the file where it was read; empty otherwise
+  std::string bytes;  // all of the file if it was read; empty otherwise
   int error = 0;      // an errno
 
-  // Why it was not read, as a clause, where it exists; `largest` as it was given to readRegularFile().
+  // Why an existing file was not read, as a clause; `largest` as passed to readRegularFile().
   std::string problem(std::size_t largest) const;
 };
 
 // A file that was to be opened for reading.
 struct OpenedFile {
-  OwnedDescriptor descriptor;  // none where it could not be opened
-  int error = 0;               // an errno; 0 where it is open, and where it is no regular file
+  OwnedDescriptor descriptor;  // none if it could not be opened
+  int error = 0;               // an errno; 0 if it is open, and if it is no regular file
 
   // Why there is none, as a clause: "is not a regular file".
   std::string problem() const;
@@ -40,8 +40,8 @@ struct OpenedFile {
 OpenedFile openRegularFile(const std::string& path) noexcept;
 
 // Reads a file that somebody else may have put there, such as the settings of a user: opens it as
-// openRegularFile() does and keeps no more of it in memory than `largest` bytes and one, although a file may
-// grow while it is read. Any thread. Throws std::bad_alloc.
+// openRegularFile() does and keeps at most `largest` + 1 bytes of it in memory, although a file may grow
+// while it is read. Any thread. Throws std::bad_alloc.
 FileContent readRegularFile(const std::string& path, std::size_t largest);
 
 }  // namespace platform

@@ -30,7 +30,7 @@ std::string fixedName(const std::string& target) {
          std::to_string(geteuid());
 }
 
-// Empty where the system provides no random numbers.
+// Empty if the system provides no random numbers.
 std::string randomSuffix() {
   std::array<unsigned char, 8> random{};
   if (getentropy(random.data(), random.size()) != 0) return {};
@@ -46,7 +46,7 @@ int openNew(const char* path) {
   return open(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
 }
 
-// False only where another process holds the lock; on a file system without locks, nobody is kept out.
+// False only if another process holds the lock; true on a file system without locks.
 bool lockOrNoLocks(int descriptor) {
   return flock(descriptor, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
@@ -158,8 +158,8 @@ bool TemporaryFile::exchangeWith(TemporaryFile& inPlace) {
   inPlace.privatePath_ = std::exchange(privatePath_, std::string());
   inPlace.inPlace_ = false;
   inPlace_ = true;
-  // The exchange may have brought back another process's file; only this process knows its name now, so it
-  // is removed here.
+  // The exchange may have brought back another process's file; no other process knows its name now, so it is
+  // removed here.
   if (!names(inPlace.privatePath_, inPlace.descriptor_)) unlink(inPlace.privatePath_.c_str());
   return true;
 #else

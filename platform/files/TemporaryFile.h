@@ -10,9 +10,8 @@
 namespace platform {
 
 // A private file (mode 0600, opened anew, never through a link) in the folder of the file that it is to
-// replace, its target. Removed at the end of the object, unless it has taken the target's place by then.
-// Knows nothing of its content. Nothing is synced to the disk: a power cut may lose the bytes, a crash of
-// the process cannot.
+// replace, its target. Removed by the destructor, unless it has taken the target's place by then. Independent
+// of its content. Nothing is synced to the disk: a power cut may lose bytes, a crash of the process cannot.
 //
 // Its name depends on the target and the user alone, so that the next run finds and removes what a crash left
 // behind; a lock distinguishes such a file from one in use. Where that name is in use or belongs to another
@@ -21,8 +20,8 @@ class TemporaryFile {
  public:
   // Holds no file.
   TemporaryFile() = default;
-  // Creates the file for this target. isOpen() is false on failure, and always where the process keeps
-  // no files (FileKeeping.h).
+  // Creates the file for this target. isOpen() is false on failure, and if the process keeps no files
+  // (FileKeeping.h).
   explicit TemporaryFile(std::string target);
   TemporaryFile(TemporaryFile&& other) noexcept;
   TemporaryFile& operator=(TemporaryFile&& other) noexcept;
@@ -43,12 +42,12 @@ class TemporaryFile {
   // Exchanges places with `inPlace`, which took the same target's place before: afterwards this file has the
   // target's name and the other one the private name. If another process put a file of its own in the
   // target's place meanwhile, that file is removed, as it would be by replaceTarget(). False, with both
-  // unchanged, where the file system cannot do this or either name is gone.
+  // unchanged, if the file system cannot do this or either name no longer exists.
   bool exchangeWith(TemporaryFile& inPlace);
 
   // Remembers the file's current state, for isAsLeft().
   void leave();
-  // Whether path() still names this very file, and nobody wrote to it, truncated it or linked it
+  // Whether path() still names this very file, and no process wrote to it, truncated it or linked it
   // elsewhere since leave().
   bool isAsLeft() const;
 

@@ -45,7 +45,7 @@ bool writeTIFF(const Bitmap& bitmap, const std::string& path) try {
                             .samplesPerPixel = bitmap.samplesPerPixel,
                             .photometric = *photometric,
                             .resolution = std::nullopt};
-  // Not a byte is written of a file that could not be finished.
+  // A file that could not be completed is not begun.
   if (!tiffSizeBound(picture)) return false;
   TemporaryFile file(path);
   if (!file.isOpen()) return false;

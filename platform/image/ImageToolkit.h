@@ -7,7 +7,7 @@
 // The operations of an image toolkit that the bitmap export needs (off-screen images, relocatable memory, the
 // component that exports an image), under the names that they have on the platform that the library was
 // designed for (NewGWorld is newGWorld(), GraphicsExportSetDepth is GraphicsExport::setDepth()). Implemented
-// over the TIFF library and by the scripted fake of the tests. Knows nothing of colour space codes.
+// over the TIFF library and by the scripted fake of the tests. Independent of colour space codes.
 //
 // Nothing throws and nothing blocks. Operations that can fail return an OSErr, noErr being 0, or a null
 // pointer. Any thread, but each image, handle and component belongs to one thread at a time.
@@ -32,7 +32,7 @@ inline constexpr Fixed long2Fix(std::uint32_t value) {
   return value > largest ? 0x7FFFFFFF : static_cast<Fixed>(value << 16);
 }
 
-// Bottom and right lie outside.
+// Bottom and right are the first coordinates outside.
 struct Rect {
   std::int16_t top;
   std::int16_t left;
@@ -40,7 +40,7 @@ struct Rect {
   std::int16_t right;
 };
 
-// A block of memory that grows where it is written to.
+// A block of memory that grows as it is written to.
 struct RelocatableBlock {
   std::vector<std::uint8_t> bytes;
 };
@@ -53,13 +53,13 @@ struct ColorTable {
 // The standard table of 256 greys.
 inline constexpr std::int16_t greyTable8 = 40;
 
-// An off-screen image together with its pixel map: first row first; pixels of 32 bits are the four bytes
-// 0, R, G, B, those of 1 bit stand eight to a byte, the first in the highest bit.
+// An off-screen image together with its pixel map: first row first; pixels of 32 bits are the four bytes 0,
+// R, G, B, those of 1 bit are packed eight to a byte, the first in the highest bit.
 class GWorld {
  public:
-  // Keeps the pixels in place until unlockPixels(). False where the system has taken their memory.
+  // Keeps the pixels in place until unlockPixels(). False if the system has reclaimed their memory.
   virtual bool lockPixels() = 0;
-  // Ends what lockPixels() began.
+  // Undoes lockPixels().
   virtual void unlockPixels() = 0;
   // The first byte of the first row, valid until unlockPixels(). Only while locked.
   virtual std::uint8_t* getPixBaseAddr() = 0;
@@ -71,7 +71,7 @@ class GWorld {
   ~GWorld() = default;
 };
 
-// Where drawing goes. A null port is the screen.
+// The target of drawing. A null port is the screen.
 struct CurrentPort {
   GWorld* port;
   std::uint32_t device;
@@ -86,11 +86,11 @@ class GraphicsExport {
   // The kind of file: 24 is RGB, 40 is 8-bit grey with 0 as black, 33 is 1 bit with 1 as black. Any
   // other is paramErr.
   virtual OSErr setDepth(std::int32_t depth) = 0;
-  // The memory that gets the file. Null is paramErr.
+  // The memory that receives the file. Null is paramErr.
   virtual OSErr setOutputHandle(Handle handle) = 0;
   // Dots per inch, 0 for unknown. A negative number is paramErr.
   virtual OSErr setResolution(Fixed horizontal, Fixed vertical) = 0;
-  // Replaces the content of the handle by the exported image. paramErr where something is missing or does not
+  // Replaces the content of the handle with the exported image. paramErr if something is missing or does not
   // fit, memFullErr for lack of memory; on failure the content is undefined.
   virtual OSErr doExport() = 0;
 
@@ -123,15 +123,15 @@ class ImageToolkit {
   // Frees an image of newGWorld(), which must not be the current port.
   virtual void disposeGWorld(GWorld* image) = 0;
 
-  // A component of this kind, which the caller closes; null where there is none.
+  // A component of this kind, which the caller closes; null if there is none.
   virtual GraphicsExport* openADefaultComponent(OSType type, OSType subtype) = 0;
   // Frees a component of openADefaultComponent().
   virtual void closeComponent(GraphicsExport* component) = 0;
 };
 
 // The toolkit that exports use from now on. Never null: until someone calls useImageToolkit() it is the one
-// over the TIFF library. The toolkit given stays the caller's and must outlive its use. Null brings the
-// default back. Only tests choose another; one thread at a time.
+// over the TIFF library. The toolkit given stays the caller's and must outlive its use. Null restores the
+// default. Only tests choose another; one thread at a time.
 ImageToolkit& imageToolkit();
 void useImageToolkit(ImageToolkit* toolkit);
 

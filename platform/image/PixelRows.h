@@ -9,7 +9,7 @@ namespace platform {
 // nothing throws or blocks.
 class PixelRows {
  public:
-  // Adjacent bytes of the picture, valid until the next call of at(). `bytes` is null where the picture has
+  // Adjacent bytes of the picture, valid until the next call of at(). `bytes` is null if the picture has
   // none: they read as zero.
   struct Piece {
     const std::uint8_t* bytes;

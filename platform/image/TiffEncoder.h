@@ -27,9 +27,9 @@ struct TiffPicture {
   std::optional<TiffResolution> resolution;
 };
 
-// The one place that knows how this system writes TIFF 6.0: big-endian, one picture, uncompressed, contiguous
-// samples, strips of moderate size, tags for the description above and for the strips, no others. The same
-// picture gives the same bytes on every machine.
+// The one place that defines how this system writes TIFF 6.0: big-endian, one picture, uncompressed,
+// contiguous samples, strips of moderate size, tags for the description above and for the strips, no others.
+// The same picture gives the same bytes on every machine.
 
 // An upper bound of the file's length. Nothing for what a TIFF file cannot hold or this system does not
 // write: no pixels, samples of neither 1 nor 8 bits, more than 32-bit offsets can address. Any thread.

@@ -13,8 +13,8 @@ namespace {
 std::atomic<LogSink*> chosenSink{nullptr};
 
 LogSink& currentSink() {
-  // Neither allocated nor destroyed: lines may be logged for lack of memory, and until the very end
-  // of the process.
+  // Neither allocated nor destroyed: lines may be logged after memory has run out, and until the very end of
+  // the process.
   alignas(StandardErrorSink) static unsigned char memory[sizeof(StandardErrorSink)];
   static StandardErrorSink& standardError = *new (memory) StandardErrorSink;
   LogSink* sink = chosenSink.load(std::memory_order_acquire);

@@ -6,8 +6,8 @@
 namespace platform {
 
 // One line on its way to the log, not yet formatted: the sink pulls its text piece by piece and stops when it
-// has enough, so that a line that nobody reads costs nothing and a huge one is never in memory as a whole.
-// Valid only during LogSink::line().
+// has enough, so that an unread line costs nothing and a huge one is never in memory as a whole. Valid only
+// during LogSink::line().
 class LogLine {
  public:
   // Receives the next piece of the text, valid during the call; returns false when it wants no more.
@@ -31,8 +31,8 @@ class LogSink {
 };
 
 // Makes `sink` the receiver of all lines from now on. It stays the caller's and must outlive its use. Null
-// brings the default back: StandardErrorSink. A process-wide setting: LibraryEnvironment changes it for the
-// scan worker, and tests do. Any thread; lines of other threads may still reach the sink before.
+// restores the default: StandardErrorSink. A process-wide setting: LibraryEnvironment changes it for the scan
+// worker, and tests do. Any thread; lines of other threads may still reach the sink before.
 void useLogSink(LogSink* sink);
 // The sink of the last call; null while the default receives the lines.
 LogSink* chosenLogSink();
@@ -41,7 +41,7 @@ LogSink* chosenLogSink();
 void log(const LogLine& line);
 // The same for a text that exists already, which is read during the call only.
 void log(std::string_view text);
-// The same in the manner of printf, formatted only as far as the sink reads it.
+// The same with a format as for printf, formatted only as far as the sink reads it.
 void logFormat(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 }  // namespace platform

@@ -8,7 +8,7 @@
 namespace platform {
 namespace {
 
-// Room for one descriptor, aligned as the system wants it. The system closes those that do not fit.
+// Room for one descriptor, aligned as the system requires. The system closes those that do not fit.
 union Attachment {
   cmsghdr header;
   char bytes[CMSG_SPACE(sizeof(int))];

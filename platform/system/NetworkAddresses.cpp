@@ -19,7 +19,7 @@ std::string inNumbers(const sockaddr& address) {
   return inet_ntop(address.sa_family, number, text, sizeof text) != nullptr ? text : "";
 }
 
-// Link-local IPv6 addresses are left out: they work with the name of an interface alone, which differs on
+// Link-local IPv6 addresses are left out: they work only with the name of an interface, which differs on
 // every device.
 bool reachedByOthers(const ifaddrs& entry) {
   if (entry.ifa_addr == nullptr || (entry.ifa_flags & IFF_LOOPBACK) != 0 || (entry.ifa_flags & IFF_UP) == 0)

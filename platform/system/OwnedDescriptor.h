@@ -6,7 +6,7 @@
 
 namespace platform {
 
-// Owns a file descriptor, or none, and closes it at its end. One thread at a time. Never fails.
+// Owns a file descriptor, or none, and closes it when destroyed. One thread at a time. Never fails.
 class OwnedDescriptor {
  public:
   OwnedDescriptor() = default;
@@ -23,7 +23,7 @@ class OwnedDescriptor {
   OwnedDescriptor& operator=(const OwnedDescriptor&) = delete;
   ~OwnedDescriptor() { reset(); }
 
-  // Hands the descriptor over to the caller.
+  // Transfers the descriptor to the caller.
   int release() noexcept { return std::exchange(number_, -1); }
   void reset() noexcept {
     if (number_ >= 0) close(std::exchange(number_, -1));

@@ -6,7 +6,7 @@
 namespace platform {
 
 // The system's version as the platform that the library was designed for reports it: binary-coded decimal,
-// 0x1030 for 10.3.0. Nothing where it cannot be read. This system reports itself as 10.4, so that grey images
+// 0x1030 for 10.3.0. Nothing if it cannot be read. This system reports itself as 10.4, so that grey images
 // are stored with 0 as black.
 std::optional<std::int32_t> systemVersion();
 

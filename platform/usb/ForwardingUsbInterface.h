@@ -7,8 +7,8 @@ namespace platform {
 class ForwardingUsbStack;
 
 // One interface object of a ForwardingUsbStack: passes every operation on. Subclasses override what they want
-// to see or to change. Belongs to its stack, which frees it when its user releases it, and at the stack's own
-// end. Threads and blocking as for the inner object.
+// to see or to change. Belongs to its stack, which frees it when its user releases it, or when the stack
+// itself is destroyed. Threads and blocking as for the inner object.
 class ForwardingUsbInterface : public UsbInterface {
  public:
   // The inner object becomes this one's as soon as the stack keeps this one.
@@ -20,7 +20,7 @@ class ForwardingUsbInterface : public UsbInterface {
 
   IOReturn open() noexcept override { return inner_.open(); }
   IOReturn close() noexcept override { return inner_.close(); }
-  // Not for subclasses: it is not called where the stack ends first. Their destructors always are.
+  // Not for subclasses: it is not called if the stack is destroyed first. Their destructors always are.
   void release() noexcept final;
   IOReturn getNumEndpoints(std::uint8_t* count) noexcept override { return inner_.getNumEndpoints(count); }
   IOReturn setAlternateInterface(std::uint8_t alternateSetting) noexcept override {

@@ -11,9 +11,9 @@ namespace platform {
 // A stack over another one that passes everything on and lets a subclass put interfaces of its own between
 // user and device. Devices are handed out as they are.
 //
-// Owns what it wraps. What its user drops without a release is released at the stack's end, interfaces first.
-// Threads and blocking as for the inner stack, abortPipe() included. Where no memory is left for a wrapper,
-// what was to be wrapped is released and the call is kIOReturnNoMemory.
+// Owns what it wraps. What its user drops without a release is released when the stack is destroyed,
+// interfaces first. Threads and blocking as for the inner stack, abortPipe() included. If no memory is left
+// for a wrapper, the object to be wrapped is released and the call returns kIOReturnNoMemory.
 class ForwardingUsbStack : public UsbStack {
  public:
   ~ForwardingUsbStack() override;

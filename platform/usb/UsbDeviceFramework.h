@@ -84,7 +84,7 @@ constexpr SetupPacket readStatusOf(std::uint8_t endpointAddress) {
 constexpr SetupPacket selectSetting(std::uint8_t interface, std::uint8_t alternateSetting) {
   return {toInterface, setInterface, alternateSetting, interface, 0};
 }
-// `type` is one of those below; strings alone have an index other than 0.
+// `type` is one of those below; only strings have an index other than 0.
 constexpr SetupPacket readDescriptor(std::uint8_t type, std::uint8_t index, std::uint16_t length) {
   return {fromDevice, getDescriptor, static_cast<std::uint16_t>(type << 8 | index), 0, length};
 }

@@ -16,8 +16,7 @@ struct UsbPath {
   // From the root hub outwards, 0 after the last. No path is longer (USB 3.2, 10.16).
   std::array<std::uint8_t, 7> ports{};
 
-  // As the system writes it: "1-2.3" is port 3 of the hub on port 2 of bus 1. "1-0" where the
-  // ports are unknown.
+  // As the system writes it: "1-2.3" is port 3 of the hub on port 2 of bus 1. "1-0" if the ports are unknown.
   std::string text() const;
   // Accepts what text() writes and nothing else.
   static std::optional<UsbPath> parse(std::string_view text);

@@ -3,7 +3,7 @@
 namespace platform {
 namespace {
 
-// The stack where none was chosen: a registry that works and is empty.
+// The stack if none was chosen: a registry that works and is empty.
 class EmptyUsbStack final : public UsbStack {
  public:
   IOReturn masterPort(MachPort* port) noexcept override {

@@ -9,16 +9,16 @@
 // The operations of a USB stack that the driver needs, under the names that they have on the platform that it
 // was designed for (IOServiceGetMatchingServices is matchingServices(), ReadPipeTO is readPipeTO()).
 // Implemented by the real stack, by the virtual scanner, by stacks that forward to another one, and by the
-// scripted fake of the tests. Knows nothing of scanners.
+// scripted fake of the tests. Independent of scanners.
 //
 // Failure: every function that can fail returns an IOReturn, kIOReturnSuccess being 0; its out-parameters are
-// unchanged on failure unless it says otherwise. Nothing throws: an allocation that fails is
+// unchanged on failure unless stated otherwise. Nothing throws: an allocation that fails is
 // kIOReturnNoMemory, or the empty result of a function that returns no status.
 //
 // Threads: a stack and all its objects are used by one thread at a time, whichever that is. The one exception
 // is UsbInterface::abortPipe(), and only on stacks whose header allows it.
 //
-// Blocking: a function waits for the device only where it says so.
+// Blocking: a function waits for the device only where stated.
 namespace platform {
 
 using MachPort = std::uint32_t;  // 0: none
@@ -42,8 +42,7 @@ struct PipeProperties {
   std::uint8_t interval;        // as the endpoint descriptor gives it (USB 2.0, 9.6.6)
 };
 
-// One request on a control pipe. `data` holds `length` bytes, or is null where length is 0; the
-// caller owns it.
+// One request on a control pipe. `data` holds `length` bytes, or is null if length is 0; the caller owns it.
 struct ControlRequest : usb::SetupPacket {
   void* data;
 };
@@ -53,17 +52,17 @@ struct ControlRequest : usb::SetupPacket {
 // order of the endpoint descriptors of the current alternate setting; pipe 0 is the default control pipe.
 //
 // On an interface that is not open, everything but open() and release() returns kIOReturnNotOpen; on an open
-// one whose device is gone, kIOReturnNoDevice, also after the device was plugged in again.
+// one whose device was unplugged, kIOReturnNoDevice, also after the device was plugged in again.
 class UsbInterface {
  public:
   // Claims the interface for this object and selects alternate setting 0. kIOReturnExclusiveAccess if another
   // object or process holds the interface, or this object does already; kIOReturnNotPermitted if the process
   // may not use the device.
   virtual IOReturn open() noexcept = 0;
-  // Gives the claim back, on every status but kIOReturnNotOpen. The object stays valid until release(). No
+  // Releases the claim, on every status but kIOReturnNotOpen. The object stays valid until release(). No
   // transfer may be under way. May wait for the device, as setAlternateInterface() does.
   virtual IOReturn close() noexcept = 0;
-  // Ends the life of this object; closes it first if it is open.
+  // Destroys this object; closes it first if it is open.
   virtual void release() noexcept = 0;
 
   // The number of endpoints of the current alternate setting, which may be 0.
@@ -72,7 +71,7 @@ class UsbInterface {
   // the interface does not have. Waits for the device, seconds at most.
   virtual IOReturn setAlternateInterface(std::uint8_t alternateSetting) noexcept = 0;
   // kIOUSBUnknownPipeErr for a reference that the current setting does not have, as for all functions below;
-  // for transfers also where the pipe has the other direction.
+  // for transfers also if the pipe has the other direction.
   virtual IOReturn getPipeProperties(std::uint8_t pipe, PipeProperties* properties) noexcept = 0;
 
   // Ends the transfer under way on the pipe with kIOReturnAborted, and returns without waiting for that end;
@@ -84,15 +83,15 @@ class UsbInterface {
   virtual IOReturn resetPipe(std::uint8_t pipe) noexcept = 0;
   // As resetPipe(), and makes the device clear its side too. Waits for the device, seconds at most.
   virtual IOReturn clearPipeStallBothEnds(std::uint8_t pipe) noexcept = 0;
-  // Performs a request on a control pipe, whose data go the way that the request's type says.
-  // kIOUSBPipeStalled if the device does not understand it. Waits for the device, seconds at most.
+  // Performs a request on a control pipe, whose data are transferred in the direction that the request's type
+  // gives. kIOUSBPipeStalled if the device does not support it. Waits for the device, seconds at most.
   virtual IOReturn controlRequest(std::uint8_t pipe, const ControlRequest& request) noexcept = 0;
 
   // Reads up to *size bytes into buffer and blocks until the buffer is full, a short or zero-length packet
   // ends the transfer, or it fails. The no-data time-out counts from the last byte that moved, the completion
   // time-out from the start; both in milliseconds, 0 for no limit. *size is the number of bytes that moved,
-  // on every status. A read that moved bytes and then went quiet succeeds with these bytes; one that moved
-  // none is kIOUSBTransactionTimeout. A halted pipe is kIOUSBPipeStalled, a vanished device
+  // on every status. A read that moved bytes before the time-out succeeds with these bytes; one that moved
+  // none is kIOUSBTransactionTimeout. A halted pipe is kIOUSBPipeStalled, an unplugged device
   // kIOReturnNoDevice, an aborted transfer kIOReturnAborted.
   virtual IOReturn readPipeTO(std::uint8_t pipe, void* buffer, std::uint32_t* size,
                               std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs) noexcept = 0;
@@ -105,17 +104,17 @@ class UsbInterface {
   ~UsbInterface() = default;
 };
 
-// One USB device, for reading its identity, which needs no opening. Ownership as for UsbInterface. Once
-// the device is gone, its identity is kIOReturnNoDevice, also after it was plugged in again. Nothing waits
-// for the device.
+// One USB device, for reading its identity, which needs no opening. Ownership as for UsbInterface. Once the
+// device is unplugged, reading its identity returns kIOReturnNoDevice, also after it was plugged in again.
+// Nothing waits for the device.
 class UsbDevice {
  public:
   // kIOReturnExclusiveAccess if this object is open already, or if the stack admits one user only and has
   // one; kIOReturnNotPermitted as for UsbInterface::open().
   virtual IOReturn open() noexcept = 0;
-  // Gives the device back, on every status but kIOReturnNotOpen.
+  // Releases the device, on every status but kIOReturnNotOpen.
   virtual IOReturn close() noexcept = 0;
-  // Ends the life of this object; closes it first if it is open.
+  // Destroys this object; closes it first if it is open.
   virtual void release() noexcept = 0;
 
   virtual IOReturn getDeviceVendor(std::uint16_t* vendor) noexcept = 0;
@@ -128,31 +127,31 @@ class UsbDevice {
 };
 
 // The step between a service and its object. Its user owns it and calls release() once; the objects that it
-// handed out live on.
+// handed out remain valid.
 class PlugInInterface {
  public:
   // Hands out a new object, which the caller owns. kIOReturnUnsupported on a plug-in of the other kind. May
   // succeed with a null object; callers check both.
   virtual IOReturn queryInterface(UsbInterface** interface) noexcept = 0;
   virtual IOReturn queryInterface(UsbDevice** device) noexcept = 0;
-  // Ends the life of this object.
+  // Destroys this object.
   virtual void release() noexcept = 0;
 
  protected:
   ~PlugInInterface() = default;
 };
 
-// The registry of services. Whoever made the stack owns it and keeps it alive as long as any object of it.
+// The registry of services. The creator of the stack owns it and keeps it alive as long as any object of it.
 // Nothing here waits for a device.
 class UsbStack {
  public:
   virtual ~UsbStack() = default;
 
-  // IOMasterPort: the right to query the registry. The caller gives the port back with portDeallocate().
+  // IOMasterPort: the right to query the registry. The caller releases the port with portDeallocate().
   virtual IOReturn masterPort(MachPort* port) noexcept = 0;
   // mach_port_deallocate.
   virtual void portDeallocate(MachPort port) noexcept = 0;
-  // IOServiceMatching. Nothing where no dictionary could be made.
+  // IOServiceMatching. Nothing if no dictionary could be created.
   virtual std::optional<MatchingDictionary> serviceMatching(ServiceKind kind) noexcept = 0;
   // IOServiceGetMatchingServices: an iterator over the services of this moment, in a stable order. The caller
   // releases it with objectRelease(). kIOReturnBadArgument for a port that masterPort() did not hand out.
@@ -171,13 +170,13 @@ class UsbStack {
 
 // The stack that drivers created from now on use. Never null: until someone calls useUsbStack() it is the
 // default one. A process-wide setting: LibraryEnvironment changes it for the scan worker, and tests do. The
-// stack given stays the caller's and must outlive every driver that uses it. Null brings the default back.
-// One thread at a time, drivers included.
+// stack given stays the caller's and must outlive every driver that uses it. Null restores the default. One
+// thread at a time, drivers included.
 UsbStack& usbStack();
 void useUsbStack(UsbStack* stack) noexcept;
 
 // Returns the default stack, the same one at every call and for the life of the process. The plug-in library
-// sets it when it is loaded. Null brings back the default of this folder: a registry without services.
+// sets it when it is loaded. Null restores the default of this folder: a registry without services.
 using DefaultUsbStack = UsbStack& (*)();
 void useDefaultUsbStack(DefaultUsbStack stack) noexcept;
 

@@ -14,14 +14,14 @@ class Value;
 /// Values in their order. The first has index 0.
 using Array = std::vector<Value>;
 
-/// Values under names, each name at most once: what a host describes a capability of a scanner with.
+/// Values under names, each name at most once: what a host uses to describe a capability of a scanner.
 ///
 ///     platform::Dictionary capability;
 ///     capability.set("type", "TWON_ENUMERATION");
 ///     capability.set("current", 2);
 ///     capability.set("value", platform::Array{100, 200, 300});
 ///
-/// An ordinary value: a copy is a dictionary of its own. Made of nothing but this header, since the library
+/// An ordinary value: a copy is a dictionary of its own. Implemented in this header alone, since the library
 /// exports none of it by name. One thread at a time; a failed allocation is `std::bad_alloc`.
 class Dictionary {
  public:
@@ -29,16 +29,16 @@ class Dictionary {
   Dictionary();
   /// A copy of every value.
   Dictionary(const Dictionary& other);
-  /// Takes the values over; what is left in `other` may only be assigned to or ended.
+  /// Takes the values over; what is left in `other` may only be assigned to or destroyed.
   Dictionary(Dictionary&& other) noexcept;
   /// Copies as the constructor does.
   Dictionary& operator=(const Dictionary& other);
   /// Moves as the constructor does.
   Dictionary& operator=(Dictionary&& other) noexcept;
-  /// Ends the values too.
+  /// Destroys the values too.
   ~Dictionary();
 
-  /// Puts a value under a name, in place of the one that is there.
+  /// Puts a value under a name, in place of any that is there.
   void set(std::string name, Value value);
 
   /// The value under a name, or null. Valid until the next set() and as long as the dictionary.
@@ -78,11 +78,11 @@ class Value {
   /// A truth value is not a number.
   Value(bool) = delete;
 
-  /// The text, or null for a value of another kind. Valid as long as the value stays what it is.
+  /// The text, or null for a value of another kind. Valid as long as the value does not change.
   const std::string* text() const { return std::get_if<std::string>(&content_); }
   /// The whole number, or null, as text().
   const std::int64_t* wholeNumber() const { return std::get_if<std::int64_t>(&content_); }
-  /// The number with a fraction, or null, as text(). A whole number is none.
+  /// The number with a fraction, or null, as text(). Null for a whole number.
   const double* fraction() const { return std::get_if<double>(&content_); }
   /// The array, or null, as text().
   const Array* array() const { return std::get_if<Array>(&content_); }
@@ -95,7 +95,7 @@ class Value {
 
 /// A value and its name.
 struct Dictionary::Entry {
-  /// Once in a dictionary.
+  /// Unique in a dictionary.
   std::string name;
   /// The value under it.
   Value value;

@@ -79,8 +79,8 @@ void BulkTransfer::begin(std::uint8_t address) {
 
 int BulkTransfer::submit(std::uint8_t address, std::uint8_t* bytes, std::uint32_t count) {
   ended_ = 0;
-  // The library's own time-out stays off: it counts from the submission and so cannot tell
-  // silence from slowness.
+  // The library's own time-out stays off: it counts from the submission and so cannot distinguish a silent
+  // device from a slow one.
   libusb_fill_bulk_transfer(request_.get(), device_, address, bytes, static_cast<int>(count), &markEnded,
                             &ended_, 0);
   const std::lock_guard lock(mutex_);
@@ -91,7 +91,7 @@ int BulkTransfer::submit(std::uint8_t address, std::uint8_t* bytes, std::uint32_
 }
 
 // Handles events until the request has ended; cancels it at the deadline. The memory belongs to the system
-// until then, so an error of the event handling cancels the request too and goes on waiting.
+// until then, so after an error of the event handling, too, the request is cancelled and waiting continues.
 void BulkTransfer::awaitEnd(steady_clock::time_point deadline) {
   bool cancelled = false;
   while (ended_ == 0) {

@@ -12,8 +12,8 @@
 namespace platform {
 
 // Moves bytes through the bulk endpoints of one open device, one transfer at a time, with two time-outs.
-// Knows no pipes and no halts. Submits the whole rest of a transfer as one request, and never returns while
-// the system still holds a request of its own.
+// Independent of pipes and halts. Submits the whole rest of a transfer as one request, and never returns
+// while the system still holds one of its requests.
 //
 // The system reports how many bytes a request moved only when the request ends. So the request is cancelled
 // when the no-data time-out passes; one that moved nothing has timed out, one that moved something is
@@ -46,8 +46,8 @@ class BulkTransfer {
   Result run(const libusb_endpoint_descriptor& endpoint, std::uint8_t* bytes, std::uint32_t count,
              Limits limits) noexcept;
 
-  // Ends the transfer under way on this endpoint, if there is one, with kIOReturnAborted. Returns
-  // before that end.
+  // Ends the transfer under way on this endpoint, if there is one, with kIOReturnAborted. Returns without
+  // waiting for that end.
   void abort(std::uint8_t address) noexcept;
 
  private:

@@ -56,13 +56,14 @@ IOReturn LibusbDevice::getLocationID(std::uint32_t* location) noexcept {
   return kIOReturnSuccess;
 }
 
-// Asks whether the device is there first: the library keeps the descriptor of one that is gone.
+// First checks whether the device is present: the library keeps the descriptor of an unplugged one.
 IOReturn LibusbDevice::readDescriptor(libusb_device_descriptor& descriptor) const {
   if (!isPresent()) return kIOReturnNoDevice;
   return statusOfLibusbError(libusb_get_device_descriptor(device_.get(), &descriptor));
 }
 
-// Without a handle, only an attempt to open it asks the system; being refused proves that it is there.
+// Without a handle, only an attempt to open the device queries the system; a refusal proves that the device
+// is present.
 bool LibusbDevice::isPresent() const {
   if (handle_) return isConnected(handle_.get());
   libusb_device_handle* probe = nullptr;

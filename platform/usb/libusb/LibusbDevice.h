@@ -5,8 +5,8 @@
 
 namespace platform {
 
-// A device of the LibusbStack, for reading its identity. Opening it shows whether this process may use it and
-// keeps nobody else away. Belongs to its user, who releases it. One thread at a time.
+// A device of the LibusbStack, for reading its identity. Opening it proves that this process may use it and
+// does not lock others out. Belongs to its user, who releases it. One thread at a time.
 class LibusbDevice final : public UsbDevice {
  public:
   explicit LibusbDevice(DeviceReference device) : device_(std::move(device)) {}

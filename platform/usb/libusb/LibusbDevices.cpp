@@ -12,7 +12,7 @@ namespace {
 
 using Access = AttachedDevice::Access;
 
-// What opening it would result in, found out without opening it.
+// The result that opening the node would have, determined without opening it.
 Access accessTo(const std::string& node) {
   if (access(node.c_str(), R_OK | W_OK) == 0) return Access::granted;
   const bool absent = errno == ENOENT || errno == ENOTDIR;

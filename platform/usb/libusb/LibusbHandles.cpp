@@ -5,7 +5,7 @@
 
 namespace platform {
 
-// The cheapest question that the system can answer without the device, which may be hung.
+// The cheapest request that the system can serve without the device, which may be hung.
 bool isConnected(libusb_device_handle* handle) {
   return libusb_kernel_driver_active(handle, 0) != LIBUSB_ERROR_NO_DEVICE;
 }

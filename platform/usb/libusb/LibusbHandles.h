@@ -11,7 +11,7 @@
 
 namespace platform {
 
-// One counted reference to a device of the library's list, given back at the end.
+// One counted reference to a device of the library's list, released by the destructor.
 class DeviceReference {
  public:
   explicit DeviceReference(libusb_device* device) : device_(libusb_ref_device(device)) {}
@@ -33,7 +33,7 @@ struct CloseHandle {
 };
 using DeviceHandle = std::unique_ptr<libusb_device_handle, CloseHandle>;
 
-// Whether the system still knows the device of a handle.
+// Whether the device of a handle is still connected.
 bool isConnected(libusb_device_handle* handle);
 
 struct FreeConfiguration {
@@ -43,10 +43,10 @@ struct FreeConfiguration {
 };
 using Configuration = std::unique_ptr<libusb_config_descriptor, FreeConfiguration>;
 
-// The active configuration; null for a device that has none, or that is gone.
+// The active configuration; null for a device that has none, or that was unplugged.
 Configuration activeConfiguration(libusb_device* device);
 
-// An interface of a configuration as it is in one of its alternate settings; null where there is none.
+// An interface of a configuration as it is in one of its alternate settings; null if there is none.
 const libusb_interface_descriptor* interfaceDescriptor(const libusb_config_descriptor& configuration,
                                                        std::uint8_t interface, std::uint8_t alternateSetting);
 
@@ -59,8 +59,8 @@ struct UsbIdentity {
   std::uint16_t product;
 };
 
-// The devices of one identity that are plugged in now, by bus and then by port path. Asks the system, not the
-// devices, and opens none. Empty where the system cannot list them. Throws nothing but std::bad_alloc.
+// The devices of one identity that are plugged in now, by bus and then by port path. Queries the system, not
+// the devices, and opens none. Empty if the system cannot list them. Throws nothing but std::bad_alloc.
 std::vector<DeviceReference> devicesOf(libusb_context* context, UsbIdentity identity);
 
 }  // namespace platform

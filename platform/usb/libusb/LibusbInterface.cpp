@@ -15,9 +15,9 @@ namespace {
 // The limit that USB 2.0, 9.2.6.4 sets for a request with data.
 constexpr unsigned int controlTimeoutMs = 5000;
 
-// An unplugged device fails its transfers until the system has noticed: for so long, in so many probes. A hub
-// is asked only every 256 ms (USB 2.0, 11.12.4), so that behind several hubs, or on a busy machine, it takes
-// more than half a second.
+// Transfers to an unplugged device fail until the system detects its removal: the length and the number of
+// the probes that wait for that. A hub is polled only every 256 ms (USB 2.0, 11.12.4), so that behind several
+// hubs, or on a busy machine, it takes more than half a second.
 constexpr unsigned int goneProbeMs = 100;
 constexpr int goneProbes = 15;
 
@@ -159,7 +159,7 @@ const libusb_endpoint_descriptor* LibusbInterface::endpointOf(std::uint8_t pipe)
   return pipe == 0 || pipe > setting_->bNumEndpoints ? nullptr : &setting_->endpoint[pipe - 1];
 }
 
-// Asks the system, not the device: no call may wait for one that is gone.
+// Queries the system, not the device: no call may wait for an unplugged one.
 IOReturn LibusbInterface::checkOpen() {
   if (gone_) return kIOReturnNoDevice;
   if (!handle_) return kIOReturnNotOpen;
@@ -172,7 +172,7 @@ IOReturn LibusbInterface::checkPipe(std::uint8_t pipe) {
   return pipe == 0 || endpointOf(pipe) != nullptr ? kIOReturnSuccess : kIOUSBUnknownPipeErr;
 }
 
-// No question whether the device is there: the transfer itself fails if it is not.
+// Does not check whether the device is present: the transfer itself fails if it is not.
 IOReturn LibusbInterface::checkTransfer(std::uint8_t pipe, PipeDirection direction) const {
   if (gone_) return kIOReturnNoDevice;
   if (!handle_) return kIOReturnNotOpen;
@@ -190,8 +190,8 @@ BulkTransfer::Result LibusbInterface::transfer(std::uint8_t pipe, std::uint8_t* 
   return result;
 }
 
-// An unplugged device fails its transfers at once, but the system takes a moment to give it up. Until then
-// its default pipe fails as well; a device whose default pipe works is still there.
+// Transfers to an unplugged device fail at once, but the system takes a moment to detect its removal. Until
+// then its default pipe fails as well; a device whose default pipe works is still present.
 IOReturn LibusbInterface::unlessGone(IOReturn status) {
   const bool mayBeGone = status == kIOReturnIOError || status == kIOReturnError;
   if (status != kIOReturnNoDevice && !(mayBeGone && isGone())) return status;

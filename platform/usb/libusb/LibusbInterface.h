@@ -38,14 +38,14 @@ class LibusbInterface final : public UsbInterface {
 
  private:
   IOReturn claim();
-  // The endpoint behind a pipe reference; null where the current setting has none.
+  // The endpoint behind a pipe reference; null if the current setting has none.
   const libusb_endpoint_descriptor* endpointOf(std::uint8_t pipe) const;
   IOReturn checkOpen();
   IOReturn checkPipe(std::uint8_t pipe);
   IOReturn checkTransfer(std::uint8_t pipe, PipeDirection direction) const;
   BulkTransfer::Result transfer(std::uint8_t pipe, std::uint8_t* bytes, std::uint32_t count,
                                 std::uint32_t noDataTimeoutMs, std::uint32_t completionTimeoutMs);
-  // `status`, or kIOReturnNoDevice where it turns out that the device is gone; lets it go then.
+  // `status`, or kIOReturnNoDevice if the device turns out to be unplugged, which is then released.
   IOReturn unlessGone(IOReturn status);
   bool isGone();
   void letGo();
@@ -54,8 +54,8 @@ class LibusbInterface final : public UsbInterface {
   DeviceReference device_;
   std::uint8_t number_;
 
-  bool gone_ = false;  // open, but its device is gone: everything below was given back, though the user may
-                       // never close
+  bool gone_ = false;  // open, but its device is unplugged: everything below was released, though the user
+                       // may never close
   std::mutex mutex_;   // guards what abortPipe() on another thread uses of the following
 
   // While it is open:

@@ -83,7 +83,7 @@ IOObject LibusbStack::iteratorNext(IOObject iterator) noexcept try {
   auto* list = object == objects_.end() ? nullptr : std::get_if<Iterator>(&object->second);
   if (list == nullptr || list->next == list->services.size()) return 0;
   const IOObject service = keep(list->services[list->next]);
-  ++list->next;  // only now: where there was no memory, the same service is next again
+  ++list->next;  // only now: after a lack of memory, the same service is next again
   return service;
 } catch (const std::bad_alloc&) {
   return 0;

@@ -18,8 +18,8 @@ namespace platform {
 // driver that takes the first interface that opens can never seize another device. Their order is that of
 // bus, port path and interface number.
 //
-// Looks at the bus anew for every matchingServices(): what was plugged in since is listed then. The reason
-// why a device cannot be opened goes to the log, with what to do about it.
+// Lists the bus anew for every matchingServices(), including what was plugged in since. The reason why a
+// device cannot be opened is logged, with what to do about it.
 //
 // One thread at a time, but for UsbInterface::abortPipe(), which any thread may call. Objects that were not
 // released must not outlive the stack.
