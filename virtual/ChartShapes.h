@@ -73,7 +73,7 @@ class Gradient final : public Shape {
   Color to_;
 };
 
-// A disc, or a ring where the hole has a radius.
+// A disc, or a ring if the hole has a radius.
 class Ring final : public Shape {
  public:
   Ring(Point centre, std::int64_t radius, std::int64_t hole, Color color)
@@ -139,7 +139,7 @@ class Text final : public Shape {
   std::string text_;
 };
 
-// Ticks every tenth of an inch, longer at every half and longest at every inch, standing on the top or left
+// Ticks every tenth of an inch, longer at every half and longest at every inch, starting at the top or left
 // edge of the box and counted from the edge of the glass.
 class Ruler final : public Shape {
  public:

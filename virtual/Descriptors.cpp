@@ -20,7 +20,7 @@ constexpr Endpoint bulk(std::uint8_t direction, std::uint8_t number) {
 
 constexpr std::array plainEndpoints{bulk(out, 2), bulk(directionIn, 11), bulk(directionIn, 8)};
 
-// Among the others stand endpoints of the scanner's numbers in the other direction and of another type.
+// The others include endpoints with the scanner's numbers but the other direction or another type.
 constexpr std::array allEndpoints{bulk(out, 1),
                                   bulk(directionIn, 1),
                                   Endpoint{directionIn | 3, TransferType::interrupt, 64, 8},

@@ -10,7 +10,7 @@
 // happens when one is due is up to FaultPlan and VirtualScanner. Constants and pure functions.
 namespace virtualscanner {
 
-// What can go wrong on purpose. faultTable() says what the position of each counts and what happens there.
+// What can go wrong on purpose. faultTable() gives what the position of each counts and what happens there.
 enum class FaultKind : std::uint8_t {
   stall,
   timeOut,

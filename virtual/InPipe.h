@@ -11,9 +11,9 @@
 namespace virtualscanner {
 
 // One bulk-in endpoint: divides transfers into packets as USB 2.0, 5.8.3 specifies, as far as a host can
-// observe it. A transfer ends with a short packet, with a zero-length packet, or without a visible end. Knows
-// nothing of what the bytes mean. Never blocks. The source belongs to the caller and outlives the pipe. One
-// thread at a time.
+// observe it. A transfer ends with a short packet, with a zero-length packet, or without a visible end.
+// Independent of what the bytes mean. Never blocks. The source belongs to the caller and outlives the pipe.
+// One thread at a time.
 class InPipe {
  public:
   InPipe(TransferSource& source, ZeroLengthPackets zeroLengthPackets)

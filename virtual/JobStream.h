@@ -16,7 +16,7 @@ struct StreamFaults {
 };
 
 // The bytes of the data pipe for one job: begin job, begin page, the image in packets, end page, end job.
-// Read from front to back; packets are framed as they are read. Knows no transfers. One thread at a time.
+// Read from front to back; packets are framed when read. Independent of transfers. One thread at a time.
 class JobStream {
  public:
   // `payload` image bytes go into each image packet, see ScannerOptions::packetPayload.

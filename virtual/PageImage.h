@@ -33,7 +33,7 @@ class RowPainter {
 std::vector<std::uint8_t> paintPage(std::shared_ptr<const Paper> paper, const PageRequest& request);
 
 // The bytes of one image, header and rows, read from front to back. Rows are painted as they are read or
-// copied from a page painted in advance. Knows no packets. One thread at a time.
+// copied from a page painted in advance. Independent of packets. One thread at a time.
 class PageImage {
  public:
   PageImage(std::shared_ptr<const Paper> paper, const PageRequest& request, std::string header);

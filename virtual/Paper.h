@@ -17,9 +17,9 @@ class PaperError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// What lies on the glass. Knows no scan and no device: it only returns colours, of one point or one row at a
-// time, and never holds a page of pixels. Immutable, so that threads and scanners may share it. What is not
-// covered, and everything beyond the glass, is white. Painting never fails, blocks or throws.
+// What lies on the glass. Independent of scans and devices: it only returns colours, of one point or one row
+// at a time, and never holds a page of pixels. Immutable, so that threads and scanners may share it. What is
+// not covered, and everything beyond the glass, is white. Painting never fails, blocks or throws.
 class Paper {
  public:
   virtual ~Paper() = default;

@@ -6,7 +6,7 @@
 namespace virtualscanner {
 namespace {
 
-// Keeps libpng's buffers from leaking on every way out.
+// Frees libpng's buffers on every exit path.
 struct PngImage : png_image {
   PngImage() : png_image{} { version = PNG_IMAGE_VERSION; }
   ~PngImage() { png_image_free(this); }

@@ -19,10 +19,10 @@ int numberIn(const std::string& text) {
   return number;
 }
 
-// Whether the text can be handed to the library's reader without leaving memory behind. The reader takes
-// every tag that begins like "method", "response" or "exception" for a message of its own and frees none but
-// the last, by design. A host's call is a single message; entities would let its text hold more of them than
-// it shows, and a zero byte is only found in encodings in which these tags look different.
+// Whether the text can be passed to the library's reader without leaking memory. The reader takes every tag
+// that begins like "method", "response" or "exception" for a message of its own and frees none but the last,
+// by design. A host's call is a single message; entities would let its text hold more of them than it shows,
+// and a zero byte is only found in encodings in which these tags look different.
 bool holdsOneMessage(std::string_view text) {
   std::size_t messages = 0;
   for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {

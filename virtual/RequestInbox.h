@@ -13,7 +13,7 @@
 namespace virtualscanner {
 
 // Turns what the host writes into messages: the payloads of its control packets, however they are split over
-// writes. Packets of other types are skipped. Knows neither XML nor USB.
+// writes. Packets of other types are skipped. Independent of XML and USB.
 //
 // Unlike the library's parser it recovers from a broken write. A write that begins with a control packet's
 // header while a packet is unfinished drops the unfinished one (no message text holds these bytes), and a

@@ -26,7 +26,7 @@ struct ScannerOptions {
   // Alternate setting 0 has no endpoints, and setting 1 has 13, the scanner's three among them. Otherwise
   // there is one setting with just these three.
   bool alternateSettings = false;
-  // Paint the page when the job starts and keep it for the next job that asks for the same page: streaming
+  // Paint the page when the job starts and keep it for the next job that requests the same page: streaming
   // then costs one copy, at the price of the page's memory. Otherwise rows are painted as they are read.
   bool paintAhead = false;
   std::vector<Fault> faults;

@@ -45,7 +45,7 @@ class StandardRequests {
   bool alternateSettings_;
   std::vector<std::uint8_t> deviceDescriptor_;
   std::vector<std::uint8_t> configurationDescriptor_;
-  std::uint8_t configuration_ = 1;  // the host's stack has configured the device before anyone sees it
+  std::uint8_t configuration_ = 1;  // the host's stack has configured the device before any client sees it
   std::uint8_t setting_ = 0;
   std::set<std::uint8_t> halted_;  // endpoint addresses
 };

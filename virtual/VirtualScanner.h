@@ -25,9 +25,9 @@ namespace virtualscanner {
 // the job's parameters request streams from endpoint 8. Invalid calls get an exception reply. A call of
 // enterHostUSBSendMode always resets the protocol, whatever state an earlier job left; only halted endpoints
 // stay halted until the host clears them. A write that begins with a control packet while an earlier message
-// is incomplete drops the earlier one, as its host gave it up. Up to 64 replies wait to be read; while they
-// do, further calls are carried out and their replies are lost. Memory use does not grow with the number of
-// calls and jobs.
+// is incomplete drops the earlier one, which its host has abandoned. Up to 64 replies wait to be read; while
+// they do, further calls are carried out and their replies are lost. Memory use does not grow with the number
+// of calls and jobs.
 //
 // One thread at a time. Throws only std::bad_alloc. How a front splits transfers makes no difference to the
 // model, except that faults count transfers.
@@ -49,7 +49,7 @@ class VirtualScanner {
   void plugIn();
   void unplug();
   bool pluggedIn() const;
-  // The number of the current plugging-in, from 1. Objects that a host opened during an earlier one are dead.
+  // The number of the current plugging-in, from 1. Objects opened during an earlier one no longer work.
   std::uint32_t connection() const;
 
   const std::vector<std::uint8_t>& deviceDescriptor() const;

@@ -52,7 +52,7 @@ bool VirtualUsbDevice::isAlive() const {
   return stack_.scanner_.pluggedIn() && stack_.scanner_.connection() == connection_;
 }
 
-// The host keeps the descriptor from the plugging-in: reading it takes no opening.
+// The host keeps the descriptor from the plugging-in: reading it does not require opening.
 IOReturn VirtualUsbDevice::readDescriptor(std::size_t offset, std::uint16_t* number) {
   if (!isAlive()) return kIOReturnNoDevice;
   *number = usb::read16(&stack_.scanner_.deviceDescriptor()[offset]);

@@ -7,8 +7,8 @@
 
 namespace virtualscanner {
 
-// The interface of the one device, as an object of the stack, which owns it and frees it at release(). Turns
-// what the device does into statuses and waiting time.
+// The interface of the one device, as an object of the stack, which owns it and frees it at release().
+// Converts what the device does into statuses and waiting time.
 class VirtualUsbInterface final : public platform::UsbInterface {
  public:
   // Belongs to the plugging-in that was current when its service was found.
@@ -39,9 +39,9 @@ class VirtualUsbInterface final : public platform::UsbInterface {
 
  private:
   bool isAlive() const;
-  // Success where operations on the open interface make sense.
+  // Success if operations on the open interface make sense.
   platform::IOReturn checkOpen() const;
-  // Null where the reference names no endpoint of the current setting.
+  // Null if the reference names no endpoint of the current setting.
   const Endpoint* endpointOf(std::uint8_t pipe) const;
   platform::IOReturn checkPipe(std::uint8_t pipe) const;
   platform::IOReturn checkTransfer(std::uint8_t pipe, platform::PipeDirection direction) const;

@@ -17,7 +17,7 @@ class VirtualUsbInterface;
 class VirtualUsbDevice;
 class VirtualPlugIn;
 
-// What a user of the stack obtained and has not given back yet.
+// What a user of the stack obtained and has not released yet.
 struct Unreleased {
   std::size_t ports = 0;
   std::size_t ioObjects = 0;  // iterators and services
@@ -33,16 +33,16 @@ struct Unreleased {
 //
 //   VirtualScanner scanner;
 //   VirtualUsbStack stack(scanner);
-//   platform::useUsbStack(&stack);   // and back to null before the stack goes
+//   platform::useUsbStack(&stack);   // and back to null before the stack is destroyed
 //
 // The scanner belongs to the caller and outlives the stack. The stack owns every object that it hands out:
-// one that is released is freed at once, one that is dropped without release goes with the stack. An
-// interface released while open is closed. Transfers on an interface that is not open are
-// kIOReturnNotOpen; everything on an object that was obtained before an unplugging is kIOReturnNoDevice,
+// one that is released is freed at once, one that is dropped without release is freed with the stack. An
+// interface released while open is closed. Transfers on an interface that is not open return
+// kIOReturnNotOpen; everything on an object that was obtained before an unplugging returns kIOReturnNoDevice,
 // also after the next plugging in.
 //
 // Time is virtual: a time-out passes at once and moves nowMs() on by the shorter of the two limits (0 is
-// none); a transfer that may wait for ever is given up as kIOReturnAborted. One thread at a time.
+// none); a transfer that would wait for ever ends with kIOReturnAborted. One thread at a time.
 class VirtualUsbStack : public platform::UsbStack {
  public:
   explicit VirtualUsbStack(VirtualScanner& scanner);

@@ -2,13 +2,12 @@
 #include "VirtualScanner.h"
 #include "VirtualUsbStack.h"
 
-// A host that loads this library finds a virtual Q750, and nothing else, on its USB: everything between a
-// host and the device takes part but the cable. So that the host itself needs no change, there is nothing to
-// configure.
+// A host that loads this library finds a virtual Q750, and nothing else, on its USB: everything between host
+// and device is used except the cable. There is nothing to configure, so the host needs no change.
 namespace {
 
-// Made when a driver first looks around, since it needs static objects of other units. Never destroyed: a
-// host may leave its scanner open until the process has ended.
+// Created when a driver first uses USB, since it needs static objects of other units. Never destroyed: a host
+// may leave its scanner open until the process has ended.
 platform::UsbStack& virtualUsbStack() {
   static auto& scanner = *new virtualscanner::VirtualScanner;
   static auto& stack = *new virtualscanner::VirtualUsbStack(scanner);

@@ -30,7 +30,7 @@ class UsbipPort {
   const UsbipConnection* holder_ = nullptr;
 };
 
-// The server's side of one USB/IP connection: bytes in and bytes out, no sockets. UsbipFormat.h draws them.
+// The server's side of one USB/IP connection: bytes in and out, no sockets. The format is in UsbipFormat.h.
 //
 //   UsbipConnection connection(port);
 //   connection.receive(bytes);          // while wantsInput()
@@ -57,7 +57,7 @@ class UsbipConnection {
   UsbipConnection(const UsbipConnection&) = delete;
   UsbipConnection& operator=(const UsbipConnection&) = delete;
 
-  // Begins behind the import, for a client that is given a connection with the device already attached, such
+  // Begins after the import, for a client that is given a connection with the device already attached, such
   // as a kernel. Returns false if another client holds the device.
   bool attach();
 
@@ -89,7 +89,7 @@ class UsbipConnection {
   };
 
   void process();
-  // Each takes one request off the front of the input; false where it is not all there yet.
+  // Each takes one request off the front of the input; false if it has not arrived completely.
   bool takeOne();
   bool takeOperation();
   bool takeCommand();

@@ -117,7 +117,7 @@ void UsbipServer::accept() {
   platform::OwnedDescriptor accepted(
       accept4(listener_.get(), reinterpret_cast<sockaddr*>(&address), &length, SOCK_NONBLOCK | SOCK_CLOEXEC));
   if (accepted.get() < 0) {
-    // Paused until a client disconnects. Any other failure concerns this client alone.
+    // Paused until a client disconnects. Any other failure concerns only this client.
     const bool isFull = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
     acceptPaused_ = isFull && !clients_.empty();
     return;
@@ -146,7 +146,7 @@ void UsbipServer::serve(Client& client, short events) {
     client.gone = true;
 }
 
-// Reads what has arrived, up to a limit: behind it the client may have closed the connection.
+// Reads what has arrived, up to a limit, to detect a closed connection behind it.
 void UsbipServer::receive(Client& client) {
   std::vector<std::uint8_t> bytes(readSize);
   for (int turn = 0; turn < mostReads && client.connection.wantsInput(); ++turn) {
