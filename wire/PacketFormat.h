@@ -9,10 +9,10 @@
 //           | type  | reserved  | length, big-endian | payload ... |
 //   bytes     1       3           4                    length
 //
-// `reserved` is written as 0 and never read. `length` counts the payload alone. There is no trailer, no
+// `reserved` is written as 0 and never read. `length` counts only the payload. There is no trailer, no
 // checksum and nothing between one packet and the next. Control packets carry the messages of the remote
-// calls, in both directions; image packets carry bytes of the page; the payload of the four markers, if
-// any, is skipped.
+// calls, in both directions; image packets carry bytes of the page; the payload of the four markers, if any,
+// is skipped.
 //
 // Pure functions over the caller's memory; nothing here owns, fails or blocks.
 namespace wire {

@@ -11,8 +11,8 @@
 namespace wire {
 
 // Reads the packets of a byte stream that arrives in chunks of any size, as the library's own parser does,
-// but passes image bytes on as they arrive instead of collecting whole packets. Knows neither XML nor images
-// and does no I/O.
+// but passes image bytes on as they arrive instead of collecting whole packets. Independent of XML and
+// images; does no I/O.
 //
 // Owns nothing but the header of the current packet and the text of an unfinished message, whose memory grows
 // with the bytes that arrive, not with the length that its header announces. Fails in one way: a header that
@@ -50,8 +50,8 @@ class PacketReader {
   explicit PacketReader(Listener& listener, std::uint32_t largest = largestPayload)
       : listener_(listener), largest_(largest) {}
 
-  // Reads the next chunk. Returns false from the first header on that announces too much: the rest of the
-  // stream is ignored and should reach no other parser either. Packets before that header are delivered.
+  // Reads the next chunk. Returns false from the first header that announces too much: the rest of the stream
+  // is ignored and should reach no other parser either. Packets before that header are delivered.
   bool feed(const std::uint8_t* bytes, std::size_t count);
   // Whether a packet has begun and is not complete.
   bool insidePacket() const { return headerBytes_ > 0; }
