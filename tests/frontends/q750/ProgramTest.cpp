@@ -71,6 +71,9 @@ TEST_F(Program, NamesThePackageOfAProgramThatIsMissing) {
 // Its own path must not be guessed where the system does not report it: a file of the current folder is
 // anyone's.
 TEST_F(Program, SharesByTheProgramBesideItWithoutProcToo) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer finds the bounds of the stack in /proc";
+#endif
   const std::string withoutProc =
       "unshare --user --map-root-user --mount sh -c 'mount -t tmpfs -o ro none /proc && exec \"$@\"' sh ";
   if (std::system((withoutProc + "true 2>/dev/null").c_str()) != 0) GTEST_SKIP() << "needs mounts of its own";
