@@ -20,7 +20,7 @@ enum FailedStep : std::int32_t { opening = 1, input, depth, output, resolution, 
 struct Layout {
   std::uint32_t space;
   std::int16_t imageDepth;   // bits per pixel off screen
-  std::int16_t colorTable;   // 0 for none
+  std::int16_t colorTable;   // 0: none
   std::int32_t exportDepth;  // as the exporter counts
 };
 
@@ -46,7 +46,7 @@ bool isInRange(const CMBitmap& bitmap) {
          (bitmap.space != bitmapSpaceOneBit || bitmap.rowBytes >= packedOneBitRow(bitmap));
 }
 
-// The two bits above the lower 14 of a row length are flags, unless a row is too long for 14 bits.
+// The two bits above the lower 14 of a row length are flags, unless the row length needs more than 14 bits.
 std::size_t strideOf(std::uint32_t rowBytes, std::size_t needed) {
   const std::uint32_t withoutFlags = rowBytes & 0x3FFF;
   return withoutFlags >= needed ? withoutFlags : rowBytes;
@@ -81,7 +81,7 @@ void stage(const unsigned char* source, const CMBitmap& bitmap, std::uint8_t* ba
   }
 }
 
-// One conversion: releases on every path what it takes from the toolkit, except the export component.
+// One conversion: releases everything it obtains from the toolkit on every path, except the export component.
 class Conversion {
  public:
   explicit Conversion(platform::ImageToolkit& toolkit)
@@ -116,8 +116,8 @@ class Conversion {
     toolkit_.setPort(image_);
     component_ = toolkit_.openADefaultComponent(platform::kGraphicsExporterType, platform::kTIFFFileType);
     if (component_ == nullptr) return opening;
-    // From here on a failure leaves the component open for good, by design: only a conversion that
-    // succeeds closes it.
+    // From here on, a failure leaves the component open permanently, by design: only a successful conversion
+    // closes it.
     if (component_->setInputGWorld(image_) != noErr) return input;
     if (component_->setDepth(exportDepth) != noErr) return depth;
     if (component_->setOutputHandle(exported_) != noErr) return output;

@@ -21,7 +21,7 @@ extern "C" {
 typedef struct CapabilityDictionary CapabilityDictionary;
 #endif
 
-/// The colour spaces that `CMBitmap::space` can name, with the layout of the pixels.
+/// The values of `CMBitmap::space`: the colour spaces, with the layout of their pixels.
 enum {
   /// 24-bit RGB: 3 bytes per pixel, R G B. Rows are packed, width × 3 bytes each.
   bitmapSpaceRGB24 = 0x2101,
@@ -33,33 +33,33 @@ enum {
 
 /// Describes an uncompressed bitmap, first row first.
 typedef struct CMBitmap {
-  /// Not used: the pixels are passed on their own.
+  /// Not used: the pixels are passed separately.
   char* image;
   /// Pixels in a row, 1 to 32767.
   int32_t width;
   /// Rows, 1 to 32767.
   int32_t height;
-  /// Bytes from one row to the next. Counts for 1 bit per pixel only, where it is at least (width + 7) / 8.
+  /// Bytes from one row to the next. Used for 1 bit per pixel only, where it is at least (width + 7) / 8.
   int32_t rowBytes;
   /// The colour space: one of the three codes above.
   uint32_t space;
 } CMBitmap;
 
-/// Settings of a scan. Its content is not known here.
+/// Settings of a scan. Opaque here.
 typedef struct ScanningParamBlock ScanningParamBlock;
 
 /// Converts a bitmap to a TIFF file in memory: big-endian, uncompressed, with the two resolutions (dots per
-/// inch). A resolution above 32767 counts as 32768; the file has none if either is 0. Grey and 1-bit images
-/// keep their bytes, and the file records which value is black: 0 in grey and 1 in 1-bit images, as in the
-/// rasters of this library.
+/// inch). A resolution above 32767 is treated as 32768; the file has none if either is 0. Grey and 1-bit
+/// images keep their bytes, and the file records which value is black: 0 in grey and 1 in 1-bit images, as in
+/// the rasters of this library.
 ///
-/// `*tiff` is null or a block of malloc(). On success it is freed and replaced by a new block, which the
-/// caller frees with free(), and `*length` is the size of the new block in bytes. `parameters` is ignored.
+/// `*tiff` is null or a block allocated by malloc(). On success it is freed and replaced by a new block,
+/// which the caller frees with free(), and `*length` is its size in bytes. `parameters` is ignored.
 ///
-/// Results; `*tiff` and `*length` stay as they were on all but the first two:
+/// Results; `*tiff` and `*length` are unchanged on all but the first two:
 ///
 /// - 0: success
-/// - -108: no memory for the new block; `*tiff` is null, the old block being freed, `*length` unchanged
+/// - -108: no memory for the new block; the old block has been freed, `*tiff` is null, `*length` unchanged
 /// - -108 or another negative number: the off-screen image could not be created, with this error
 /// - -1: no image was created: width or height out of range, 1-bit rows too short, or no reason given
 /// - -50: another colour space code; or one of the four addresses is null, and nothing was done
@@ -68,10 +68,10 @@ typedef struct ScanningParamBlock ScanningParamBlock;
 /// - 3: it rejected the depth
 /// - 4: it rejected the memory for the file
 /// - 5: it rejected the resolution
-/// - 6: the export failed, for instance for lack of memory
+/// - 6: the export failed, for instance because memory ran out
 ///
 /// After the results 2 to 6, and where there was no memory for the new block, the export component stays open
-/// for good: a small block of memory each time.
+/// permanently: a small block of memory each time.
 int32_t ConvertCMBitmapToTIFF(const unsigned char* pixels, const CMBitmap* bitmap, unsigned char** tiff,
                               uint32_t* length, ScanningParamBlock* parameters, uint32_t horizontalResolution,
                               uint32_t verticalResolution);
@@ -81,7 +81,7 @@ int32_t ConvertCMBitmapToTIFF(const unsigned char* pixels, const CMBitmap* bitma
 /// index, from 0, is the number under "current". Returns 0, or -1 with `*number` untouched: another type or
 /// none, an index out of range, an entry that is missing or no number, a null address.
 ///
-/// A fraction is truncated, also that of an index; a number out of range becomes the nearest integer,
+/// Fractions are truncated, including that of an index; a number out of range becomes the nearest integer,
 /// NaN the smallest.
 int32_t GetIntFromDict(const CapabilityDictionary* dictionary, int32_t* number);
 

@@ -2,9 +2,9 @@
 
 #include <cstddef>
 
-// What the bitmap export takes from its surroundings, one for the process. Only tests change it.
+// The external functions that the bitmap export uses, one set per process. Only tests change it.
 struct ExportEnvironment {
-  // Gets the block that the host receives: zero-filled, or null, as calloc(). free() must be able to take it.
+  // Allocates the block that the host receives: zero-filled, or null, like calloc(). free() must accept it.
   void* (*allocateZeroed)(std::size_t count, std::size_t size);
 };
 

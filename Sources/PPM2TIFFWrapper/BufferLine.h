@@ -3,9 +3,9 @@
 #include "Data.h"
 #include "Log.h"
 
-// The log line that shows a whole data buffer the way the platform describes one: "Buffer: <01020304 0506>",
-// "Buffer: (null)" for none. Formatted piece by piece while it is read, so that it needs no memory of the
-// buffer's size, and costs nothing if nobody reads it. Borrows the buffer.
+// The log line that holds a whole data buffer in the format of the platform: "Buffer: <01020304 0506>",
+// "Buffer: (null)" for none. Formatted piece by piece while it is read, so that it needs no memory
+// proportional to the buffer, and costs nothing if it is not read. Borrows the buffer.
 class BufferLine final : public platform::LogLine {
  public:
   explicit BufferLine(const platform::Data* data) : data_(data) {}

@@ -3,12 +3,12 @@
 #include <cstddef>
 #include <string>
 
-// What the conversion takes from its surroundings, one for the process. LibraryEnvironment changes it for the
-// scan worker, and tests do.
+// The external resources that the conversion uses, one set per process. Changed by LibraryEnvironment, for
+// the scan worker, and by tests.
 struct ConversionEnvironment {
-  // Where the TIFF goes.
+  // Where the TIFF is written.
   std::string tiffPath = "/tmp/scan.tiff";
-  // Gets the raster's block: zero-filled, or null, as calloc(). free() must be able to take it.
+  // Allocates the raster's block: zero-filled, or null, like calloc(). free() must accept it.
   void* (*allocateZeroed)(std::size_t count, std::size_t size);
 };
 

@@ -28,9 +28,9 @@ std::string_view textOf(const platform::Data* data) {
   return {reinterpret_cast<const char*>(data->bytes()), data->length()};
 }
 
-// One line of a text and the position of its line feed: the end of the text if there is none.
+// One line of a text and the position of its line feed: the end of the text if it has none.
 struct Line {
-  std::string_view text;  // the line feed included
+  std::string_view text;  // including the line feed
   std::size_t lineFeed;
   std::size_t next;
 };
@@ -79,7 +79,7 @@ void writeScanFile(std::uint32_t width, std::uint32_t height, RasterView raster,
                                 .samplesPerPixel = static_cast<std::uint32_t>(sppFromFormat(format)),
                                 .bytesPerRow = bytesPerRowOf(width, format),
                                 .colorSpaceName = colorSpaceName};
-  // A failure is not reported: the host gets the raster, the file is for diagnosis.
+  // A failure is not reported: the host gets the raster; the file is only for diagnosis.
   static_cast<void>(platform::writeTIFF(bitmap, conversionEnvironment().tiffPath));
 }
 
@@ -108,8 +108,8 @@ void parsePPM(platform::Data* data, std::uint32_t* width, std::uint32_t* height,
               int* format, int* maxValue) {
   const std::string_view text = textOf(data);
   const Line line1 = lineFrom(text, 0);
-  // The second line is the device's comment. It is never read, but must be there: without it the sizes
-  // are skipped instead.
+  // The second line is the device's comment. It is never read, but must be present: without it, the sizes are
+  // skipped instead.
   const Line line2 = lineFrom(text, line1.next);
   const Line line3 = lineFrom(text, line2.next);
 
@@ -143,9 +143,9 @@ int createTIFF(std::uint32_t width, std::uint32_t height, RasterView raster, int
   // The earlier block is freed first, so that there are never two rasters in memory.
   std::free(*rasterCopy);
   *rasterCopy = nullptr;
-  // 1-bit rasters too have one byte per pixel here, eight times what they need: hosts count on the length.
+  // 1-bit rasters also get one byte per pixel here, eight times what they need: hosts rely on this length.
   const std::uint32_t length = bytesPerRowOf(width, format) * height;
-  // An empty raster gets a block too: a null one would read as a failure.
+  // An empty raster gets a block too: a null pointer would look like a failure.
   void* block = conversionEnvironment().allocateZeroed(std::max<std::size_t>(length, 1), 1);
   if (block == nullptr) return memFullErr;
   *rasterCopy = static_cast<unsigned char*>(block);
@@ -169,7 +169,6 @@ std::int32_t ConvertPPMToTIFF(platform::Data* data, unsigned char** rasterCopy, 
   *samplesPerPixel = static_cast<std::uint32_t>(sppFromFormat(format));
   platform::log("ConvertPPMToTIFF()");
   const int result = createTIFF(*width, *height, raster, format, maxValue, rasterCopy, rasterLength);
-  // Only the lower 16 bits count, as of the platform's error codes: a result that is a multiple of
-  // 65536 is success.
+  // Only the lower 16 bits count, as in the platform's error codes: any multiple of 65536 is success.
   return static_cast<std::uint16_t>(result) != 0 ? 1 : 0;
 }

@@ -12,10 +12,10 @@
 /// zero. One thread at a time; nothing throws.
 ///
 /// A format is the digit after "P" in the file's first line: 1 and 4 are 1-bit, 2 and 5 grey, 3 and 6 RGB.
-/// All others are empty: no samples, no bits, no colour space, no raster.
+/// All other formats are empty: no samples, no bits, no colour space, no raster.
 
 /// The raster inside the PPM data, up to the end of the data: longer or shorter than width and height
-/// require. Valid as long as the data that it points into.
+/// require. Valid for as long as the data that it points into.
 using RasterView = std::span<const std::uint8_t>;
 
 /// Samples per pixel: 1 or 3, or 0 for an empty format.
@@ -23,7 +23,7 @@ int sppFromFormat(int format);
 /// Bits per sample: 1 or 8, or 0 for an empty format.
 int bpsFromFormat(int format);
 /// "NSDeviceRGBColorSpace", "NSDeviceWhiteColorSpace" (0 is black) or "NSDeviceBlackColorSpace" (0 is white).
-/// Null for an empty format, and where the system version cannot be read.
+/// Null for an empty format, and if the system version cannot be read.
 const char* colorSpaceNameFromFormat(int format);
 
 /// Parses the header and logs the whole buffer and the numbers found. `data` may be null: no bytes. A missing

@@ -19,10 +19,10 @@ platform::Data* USBScanProtocol::prepControlDataToSend(const Data& payload) {
 }
 
 void USBScanProtocol::removePacket(const void* packet) {
-  // A callback that fed this parser has had its packet removed already.
+  // If a callback fed this parser, its packet has been removed already.
   if (_buffer == nullptr || packet != _buffer->bytes() || _buffer->length() < wire::packetHeaderSize) return;
   const std::uint32_t size = wire::packetSize(wire::payloadLengthOf(_buffer->bytes()));
-  // A length of 0xFFFFFFF8 leaves its packet at the front for ever; equal buffers must not pile up meanwhile.
+  // A length of 0xFFFFFFF8 leaves its packet at the front forever; identical buffers must not accumulate.
   if (size == 0) return;
   Data* rest = nullptr;
   try {
@@ -65,7 +65,7 @@ void USBScanProtocol::parseFullPackets([[maybe_unused]] std::int8_t convert) {
   while (_buffer != nullptr && _buffer->length() >= wire::packetHeaderSize) {
     const std::uint8_t* packet = _buffer->bytes();
     const std::uint32_t length = wire::payloadLengthOf(packet);
-    // No bound is applied: a length that wraps makes a packet that is complete with its header.
+    // Not bounded: a length that wraps makes a packet that is complete after its header.
     if (_buffer->length() < wire::packetSize(length)) return;
     // The header is complete, so the payload begins at the end of the buffer at the latest.
     void* payload = const_cast<std::uint8_t*>(packet + wire::packetHeaderSize);
@@ -127,8 +127,8 @@ USBScanProtocol* USBScanProtocol::initWithCallbacks(const USBScanProtocolCallbac
 
 namespace {
 
-// One for the process, like the file: dumpData() of a job begins a new file with its buffer, the release of
-// the job's parser ends it.
+// One per process, like the file: the first dumpData() for the buffer of a job begins a new file, and
+// releasing the job's parser ends it.
 platform::GrowingFile& dumpFile() {
   static platform::GrowingFile file("/tmp/vexo-data-dump");
   return file;
@@ -182,8 +182,8 @@ void releaseUSBScanProtocol(void* handle) {
   }
 }
 
-// Grows the file by what is new in `data`: rewriting it after each read would cost the square of
-// the image's size.
+// Appends only what is new in `data`: rewriting the file after each read would take time quadratic in the
+// image's size.
 void dumpData(Data* data) {
   if (data == nullptr) return;
   try {

@@ -13,10 +13,10 @@
 
 /// The functions that a parser calls for each packet, on the thread of receiveData(); any of them may be
 /// null. `bytes` is the payload inside the parser's buffer, valid only during the call. `length` is the
-/// packet's own 32-bit length taken as signed: at 0 or below there is nothing to read. `info` is passed on as
-/// it was given.
+/// packet's own 32-bit length interpreted as signed: if it is 0 or less, there is nothing to read. `info` is
+/// passed on as it was given.
 struct USBScanProtocolCallbacks {
-  /// The caller's own, passed to every function.
+  /// The caller's context, passed to every function.
   void* info;
   /// A job's image is about to begin: packet type 0xAA.
   void (*beginImageJob)(void* info);
@@ -33,9 +33,9 @@ struct USBScanProtocolCallbacks {
 };
 
 /// Cuts the device's byte stream, delivered in chunks of any size, into packets and passes each to its
-/// callback, in stream order; frames outgoing control data the same way. Does no I/O and knows neither XML
-/// nor images. It trusts that the first byte of the stream begins a packet, checks no order of packets and
-/// reports nothing: unknown types are dropped, an incomplete packet waits for its rest.
+/// callback, in stream order; frames outgoing control data the same way. Does no I/O and is independent of
+/// XML and images. It assumes that the first byte of the stream begins a packet, does not check the order of
+/// packets and reports nothing: unknown types are dropped, incomplete packets kept.
 ///
 /// One thread at a time; callbacks run inside receiveData() and should not feed the parser that calls them
 /// (one that does may see a packet again, but never bytes outside the buffer). An exception that a callback
@@ -51,8 +51,8 @@ class USBScanProtocol {
   USBScanProtocol(const USBScanProtocol&) = delete;
   USBScanProtocol& operator=(const USBScanProtocol&) = delete;
 
-  /// Thrown where the parser's own memory runs out: not std::bad_alloc, which a callback may throw and
-  /// which must pass.
+  /// Thrown if the parser's own memory runs out. It is not std::bad_alloc, which a callback may throw and
+  /// which must pass through.
   struct OutOfMemory {};
 
   /// A new buffer, owned by the caller, with the payload as one control packet. Throws std::bad_alloc.
@@ -61,7 +61,7 @@ class USBScanProtocol {
   /// there. Throws OutOfMemory, which leaves the buffer as it was.
   void removePacket(const void* packet);
   /// @{
-  /// Calls the function of the record, if it has one.
+  /// Calls this function of the record, if it is set.
   void doEndImageJobCallback();
   void doEndImagePageCallback();
   void doImageDataCallbackWithData(void* bytes, int length);
@@ -69,16 +69,15 @@ class USBScanProtocol {
   void doBeginImagePageCallback();
   void doBeginImageJobCallback();
   /// @}
-  /// Dispatches and removes every complete packet. The flag changes nothing.
+  /// Dispatches and removes every complete packet. The flag has no effect.
   void parseFullPackets(std::int8_t convert);
   /// Throws OutOfMemory, which leaves the buffer as it was. Without a buffer the chunk is dropped.
   void appendToBuffer(const platform::Data& chunk);
   /// appendToBuffer(), then parseFullPackets().
   void receiveData(const platform::Data& chunk, std::int8_t convert);
-  /// Releases the current buffer and nothing else. Later chunks are dropped.
+  /// Releases the current buffer only. Later chunks are dropped.
   void dealloc();
-  /// Returns this, or null if there is no memory for a buffer. Null callbacks count as a record
-  /// of null pointers.
+  /// Returns this, or null if there is no memory for a buffer. Null callbacks count as a record of nulls.
   USBScanProtocol* initWithCallbacks(const USBScanProtocolCallbacks* callbacks);
 
  private:
@@ -91,22 +90,20 @@ class USBScanProtocol {
 };
 
 /// @name USBScanProtocol as flat functions
-/// A handle is the address of a USBScanProtocol; with null as a handle they do nothing and return
-/// null. Counts are in bytes; a negative one, or null for bytes, is taken as 0. They throw only what
-/// a callback throws.
+/// A handle is the address of a USBScanProtocol; for a null handle they do nothing and return null. Counts
+/// are in bytes; a negative one, or null for bytes, is taken as 0. They throw only what a callback throws.
 /// @{
 extern "C" {
 
 /// A new parser with an empty buffer and a copy of the record. Null if there is no memory for it.
 void* initUSBScanProtocol(const USBScanProtocolCallbacks* callbacks);
 /// Appends a chunk, which may be empty, and dispatches every complete packet. A chunk that does not fit into
-/// memory is dropped. `convert` changes nothing.
+/// memory is dropped. `convert` has no effect.
 void receiveData(void* handle, const void* bytes, std::int32_t count, std::int8_t convert);
 /// A new buffer, owned by the caller, with the bytes as one control packet; null if there is no
 /// memory for it.
 platform::Data* prepControlDataToSend(void* handle, const void* bytes, std::int32_t count);
-/// Ends the parser's work and that of dumpData() on the buffer of its job. The handle must not
-/// be used afterwards.
+/// Ends the use of the parser, and of dumpData() for the buffer of its job. The handle is then invalid.
 void releaseUSBScanProtocol(void* handle);
 /// Makes the file "/tmp/vexo-data-dump" hold exactly the bytes of `data`, replacing it
 /// atomically; a failure is not reported. Null does nothing. Keeps a reference to `data` until

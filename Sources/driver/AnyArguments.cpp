@@ -1,5 +1,5 @@
-// The functions that ignore whatever the host passes. They have a file of their own, which needs nothing of
-// the driver or of the C++ runtime: a test compiles it alone for the calling convention of another machine.
+// The functions that ignore whatever the host passes. They are in a separate file, which depends on neither
+// the driver nor the C++ runtime: a test compiles it alone for the calling convention of another machine.
 #include "ScannerInterface.h"
 
 intptr_t EnableScannerEx(...) {

@@ -39,8 +39,8 @@ CScannerDriver::~CScannerDriver() {
   abortScan();
 }
 
-// No scan uses these buffers: they are part of what enabling a scanner costs and can fail with. Those
-// allocated before one that fails stay until the driver is disabled.
+// No scan uses these buffers: they are part of the cost of enabling a scanner, and a way in which it can
+// fail. If one cannot be allocated, the earlier ones stay until the driver is disabled.
 bool CScannerDriver::allocateTransferBuffers() {
   transferBuffers_.first.reset(new (std::nothrow) unsigned char[smallBufferSize]);
   if (!transferBuffers_.first) return false;
@@ -89,8 +89,8 @@ int CScannerDriver::InitializeScanner() {
 }
 
 int CScannerDriver::GetResolutions() {
-  // An earlier list is replaced without being released, since whoever has it may still read it; the last one
-  // is not released either. Each call costs one list.
+  // An earlier list is replaced without being released, since a caller that has it may still read it; the
+  // last one is not released either. Each call leaks one list.
   resolutions_ = new std::vector<std::int16_t>(std::begin(resolutionList), std::end(resolutionList));
   return 0;
 }
@@ -113,7 +113,7 @@ void CScannerDriver::AddScanData(const char* bytes, int length) noexcept {
 }
 
 int CScannerDriver::startScan() {
-  // Counted again once the conversion has set the bytes per pixel; a job that fails leaves this count.
+  // Computed again once the conversion has set the bytes per pixel; a job that fails keeps this value.
   imageByteCount_ = scanAreaBytes();
   imageDataLost_ = false;
   try {
@@ -122,8 +122,7 @@ int CScannerDriver::startScan() {
     imageAccumulator_.reset();
     return transferred;
   } catch (...) {
-    // No memory for the job, which hosts see as an image that could not be converted: they know
-    // no other result.
+    // No memory for the job, reported to hosts as an image that could not be converted, the closest result.
     imageAccumulator_.reset();
     releaseImage();
     return conversionFailed;
@@ -137,13 +136,13 @@ int CScannerDriver::convertImage() {
       image.get(), &convertedImage_.pixels, &convertedImage_.length,
       static_cast<std::uint32_t>(scanArea_.xResolution), static_cast<std::uint32_t>(scanArea_.yResolution),
       &convertedImage_.rowWidthPixels, &convertedImage_.rowCount, &convertedImage_.bytesPerPixel);
-  // A failed conversion has set dimensions, but there are no pixels.
+  // A failed conversion has set the dimensions, but there are no pixels.
   if (result != 0) releaseImage();
   reading_ = {0, convertedImage_.rowCount};
   return result;
 }
 
-// The bytes per pixel stay: they also belong to the scan area, and set the row length that is reported.
+// The bytes per pixel are kept: they also belong to the scan area, and determine the row length reported.
 void CScannerDriver::releaseImage() {
   std::free(convertedImage_.pixels);
   convertedImage_.pixels = nullptr;
@@ -160,7 +159,7 @@ std::uint32_t CScannerDriver::scanAreaBytes() const {
 
 int CScannerDriver::readImageData(unsigned char* buffer, unsigned long* length, int offset) {
   const std::uint32_t rowBytes = convertedImage_.bytesPerPixel * static_cast<std::uint32_t>(scanArea_.width);
-  if (rowBytes == 0) {  // Nothing to divide by: an area without width, or a stream that was not a picture.
+  if (rowBytes == 0) {  // Avoids a division by zero: an area without width, or a stream without a picture.
     *length = 0;
     return 0;
   }
@@ -180,8 +179,8 @@ int CScannerDriver::readImageData(unsigned char* buffer, unsigned long* length, 
 }
 
 void CScannerDriver::copyRow(unsigned char* destination, std::uint32_t length) const {
-  // Rows are read from one copy length past the cursor: hosts are built around this lead. Bytes past the
-  // image read as zero.
+  // Rows are read from one copy length past the cursor: hosts depend on this lead. Bytes past the image read
+  // as zero.
   const std::uint64_t start = reading_.cursor + length;
   const std::uint64_t present =
       start < convertedImage_.length ? std::min<std::uint64_t>(length, convertedImage_.length - start) : 0;

@@ -12,24 +12,22 @@
 #include "ScanArea.h"
 #include "UsbStack.h"
 
-// The driver of one scanner: finds and opens its USB interface, runs scan jobs over its three bulk
-// pipes, stores the scan area and delivers the image. Each handle of ScannerInterface.h is the
-// address of one. It knows neither the messages of a job (ScanJob) nor the formats of packets and
-// pictures (USBScanProtocol, PPM2TIFFWrapper).
+// The driver of one scanner: finds and opens its USB interface, runs scan jobs over its three bulk pipes,
+// stores the scan area and delivers the image. Each handle of ScannerInterface.h is the address of one.
+// ScanJob handles the messages of a job, USBScanProtocol the packets and PPM2TIFFWrapper the pictures.
 //
-// Takes its device from the platform::usbStack() that is set during its construction, which must outlive it.
-// One thread at a time, and one scan at a time per process. Failures are results: 1 or 0, or the status of
-// the USB stack unchanged. Only create() and GetResolutions() throw, std::bad_alloc.
+// Finds its device through the platform::usbStack() that is set when it is constructed and that must outlive
+// it. One thread at a time, and one scan at a time per process. Failures are return values: 1 or 0, or the
+// unchanged status of the USB stack. Only create() and GetResolutions() throw, std::bad_alloc.
 class CScannerDriver {
  public:
   // A new driver, which the caller deletes (the exported interface never does). Blocks while
   // the device opens.
   static CScannerDriver* create();
 
-  // Opens the device (OpenMyDevice) and allocates the transfer buffers; deviceOpen() reports
-  // whether that worked.
+  // Opens the device (OpenMyDevice) and allocates the transfer buffers; deviceOpen() reports the result.
   CScannerDriver();
-  // As abortScan(). The only virtual operation.
+  // Same as abortScan(). The only virtual operation.
   virtual ~CScannerDriver();
   CScannerDriver(const CScannerDriver&) = delete;
   CScannerDriver& operator=(const CScannerDriver&) = delete;
@@ -51,23 +49,23 @@ class CScannerDriver {
   int startScan();
 
   // Copies whole rows to `buffer`: at most *length bytes, and no more than the bytes of the scan area past
-  // `offset`. Sets *length to what counts as delivered: one row where no row could be copied, although
-  // nothing is written then. Never blocks. Returns 0.
+  // `offset`. Sets *length to the number of bytes that count as delivered: one row if no row could be copied,
+  // although nothing is written then. Never blocks. Returns 0.
   int readImageData(unsigned char* buffer, unsigned long* length, int offset);
 
   // Appends image bytes to those of the running job. A length of 0 or less still creates the accumulator,
   // which is what ends the wait for the first image byte. The job fails if the bytes do not fit into memory.
   void AddScanData(const char* bytes, int length) noexcept;
 
-  // Returns 0 if an interface is held, or if the search could not even begin (no master port, no matching
+  // Returns 0 if an interface is held, or if the search could not begin (no master port, no matching
   // dictionary); else -1. Sets or clears the device-open flag, except without a master port.
   int OpenMyDevice();
-  // Tries to open the interface of one service and to choose its pipes; keeps it if that worked.
+  // Tries to open the interface of one service and to choose its pipes; keeps it if that succeeds.
   void DealWithInterface(unsigned int service);
   // Chooses the three pipes of the interface held; closes and releases it if a pipe cannot be examined.
   void DealWithPipes();
 
-  // Transfers on the out, the reply and the data pipe, with time-outs of 15 s without data and 60 s in all;
+  // Transfers on the out, the reply and the data pipe, with time-outs of 15 s without data and 60 s in total;
   // kIOReturnNoDevice if no interface is held. A read takes the capacity in *length and sets it to the number
   // of bytes received, on every status, never more than the capacity.
   platform::IOReturn WritePipeWithBuffer(const char* buffer, unsigned long length);
@@ -77,14 +75,14 @@ class CScannerDriver {
   // Clears a halt on the device's and the host's end of a pipe. Returns the status of the first step that
   // fails, or kIOReturnNoDevice if no interface is held.
   platform::IOReturn ClearEndpointStall(unsigned char pipe);
-  // Clears the reply, the data and the out pipe, in this order, and ignores failures. Like the next two it
-  // does nothing if no interface is held.
+  // Clears the reply, the data and the out pipe, in this order, and ignores failures. Like the next two
+  // functions, does nothing if no interface is held.
   void ClearEndpoints();
   void AbortAndResetPipes();
   // Clears the endpoints, then closes and releases the interface.
   void ClosePipes();
 
-  // Back to 600 dpi, 24 bits and the whole page; the bytes per pixel stay. Returns 0.
+  // Restores 600 dpi, 24 bits and the whole page; the bytes per pixel are unchanged. Returns 0.
   int InitializeScanner();
   // Allocates the list of resolutions in dots per inch. Returns 0.
   int GetResolutions();
@@ -106,11 +104,11 @@ class CScannerDriver {
   std::uint16_t productId() const { return productId_; }
   std::string_view modelName() const { return modelName_.data(); }
   const platform::UsbInterface* interface() const { return interface_; }
-  // Null before GetResolutions().
+  // Null until GetResolutions() is called.
   const std::vector<std::int16_t>* resolutions() const { return resolutions_; }
   const ScanArea& scanArea() const { return scanArea_; }
   const ConvertedImage& convertedImage() const { return convertedImage_; }
-  // Bytes of the scan area when the last job began or ended, modulo 2^32.
+  // Bytes of the scan area, as computed when the last job began or ended, modulo 2^32.
   std::uint32_t imageByteCount() const { return imageByteCount_; }
   bool deviceOpen() const { return deviceOpen_ != 0; }
 

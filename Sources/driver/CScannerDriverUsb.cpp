@@ -11,7 +11,7 @@ using platform::kIOReturnSuccess;
 using platform::PipeDirection;
 using platform::ServiceKind;
 
-// Part of the behaviour: the silence of a data read is how the end of the image is recognised.
+// Part of the behaviour: a data read that times out is how the end of the image is detected.
 constexpr std::uint32_t noDataTimeoutMs = 15000;
 constexpr std::uint32_t completionTimeoutMs = 60000;
 
@@ -19,7 +19,7 @@ constexpr std::uint8_t requestEndpoint = 2;  // out
 constexpr std::uint8_t replyEndpoint = 11;   // in
 constexpr std::uint8_t dataEndpoint = 8;     // in
 
-// An interface without endpoints in its first setting is used with this one, and taken to have this many.
+// An interface without endpoints in its first setting is used with this one, and assumed to have this many.
 constexpr std::uint8_t alternateSetting = 1;
 constexpr std::uint8_t alternateEndpointCount = 13;
 
@@ -33,7 +33,7 @@ std::uint32_t asTransferSize(unsigned long length) {
 int CScannerDriver::OpenMyDevice() {
   platform::UsbStack& stack = platform::usbStack();
   platform::MachPort port = 0;
-  // No master port is success without an interface: the driver then counts as open and holds none.
+  // Without a master port this succeeds without an interface: the driver counts as open but holds none.
   if (stack.masterPort(&port) != kIOReturnSuccess) return 0;
   const auto matching = stack.serviceMatching(ServiceKind::usbInterface);
   if (!matching) {
@@ -43,9 +43,9 @@ int CScannerDriver::OpenMyDevice() {
   }
   platform::IOObject iterator = 0;
   if (stack.matchingServices(port, *matching, &iterator) == kIOReturnSuccess) {
-    // The first interface that opens is taken, whichever device it belongs to.
+    // The first interface that can be opened is used, whichever device it belongs to.
     while (const platform::IOObject service = stack.iteratorNext(iterator)) {
-      // The service after the one that opened is still fetched, and released, before the search stops.
+      // The service after the one that was opened is still fetched, and released, before the search stops.
       const bool enough = interface_ != nullptr;
       if (!enough) DealWithInterface(service);
       stack.objectRelease(service);
@@ -69,7 +69,7 @@ void CScannerDriver::DealWithInterface(unsigned int service) {
   const IOReturn queried = plugIn->queryInterface(&candidate);
   plugIn->release();
   if (queried != kIOReturnSuccess || candidate == nullptr) return;
-  // An interface that does not open is dropped without a release, by design: its object stays allocated.
+  // An interface that cannot be opened is dropped without a release, by design: its object stays allocated.
   if (candidate->open() != kIOReturnSuccess) return;
 
   interface_ = candidate;
@@ -83,8 +83,8 @@ void CScannerDriver::DealWithInterface(unsigned int service) {
       closeAndForgetInterface();
       return;
     }
-    // Whatever the call reported: every pipe up to this reference is examined, and the first that is missing
-    // gives the interface up.
+    // Whatever the call returned, every pipe up to this reference is examined; if one is missing, the
+    // interface is given up.
     endpointCount_ = alternateEndpointCount;
   }
   DealWithPipes();
@@ -134,7 +134,7 @@ IOReturn CScannerDriver::readPipe(std::uint8_t pipe, char* buffer, unsigned long
   if (interface_ == nullptr) return kIOReturnNoDevice;
   std::uint32_t size = capacity;
   const IOReturn status = interface_->readPipeTO(pipe, buffer, &size, noDataTimeoutMs, completionTimeoutMs);
-  // A stack that reports more than the buffer holds must not make the caller read past it.
+  // If a stack reports more bytes than the buffer holds, the caller must not read past it.
   *length = std::min(size, capacity);
   return status;
 }

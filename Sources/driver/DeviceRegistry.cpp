@@ -12,8 +12,8 @@ namespace {
 using platform::kIOReturnSuccess;
 using platform::ServiceKind;
 
-// Stores the location of a device of this model in *result, registered or not: a search that finds no other
-// returns the last of them. Returns whether it is not registered.
+// Stores the location of a device of this model in *result, registered or not: a search that finds no
+// unregistered one returns the last of them. Returns whether it is not registered.
 bool isUnregisteredModel(platform::UsbDevice& device, unsigned long* result) {
   std::uint16_t vendor = 0;
   if (device.getDeviceVendor(&vendor) != kIOReturnSuccess || vendor != platform::deviceVendorId) return false;
@@ -43,7 +43,7 @@ bool examineService(platform::UsbStack& stack, platform::IOObject service, unsig
   platform::UsbDevice* device = deviceOf(stack, service);
   if (device == nullptr) return false;
   const bool found = device->open() == kIOReturnSuccess && isUnregisteredModel(*device, result);
-  device->close();  // One that did not open too: it only returns kIOReturnNotOpen.
+  device->close();  // Also if it could not be opened: it then only returns kIOReturnNotOpen.
   device->release();
   return found;
 }

@@ -7,10 +7,9 @@
 
 namespace {
 
-constexpr std::int32_t maxColorResolution = 300;  // colour above it is sent as this
+constexpr std::int32_t maxColorResolution = 300;  // colour is requested at this one at most
 
-// The device takes the area for a photo if it ends inside 4 x 6 inches from the origin, measured
-// in 1/600 inch.
+// The area is sent as a photo if it ends within 4 x 6 inches from the origin, measured in 1/600 inch.
 constexpr double mediaUnitsPerInch = 600.0;
 constexpr double photoWidth = 2400.0;
 constexpr double photoHeight = 3600.0;
@@ -36,7 +35,7 @@ std::int32_t wrappedSum(std::int32_t a, std::int32_t b) {
 }
 
 std::int32_t mediaSize(const ScanArea& area) {
-  // The horizontal resolution scales both directions: the tree has only one resolution.
+  // The horizontal resolution scales both directions: the parameter tree has only one.
   const double scale = mediaUnitsPerInch / static_cast<double>(static_cast<float>(area.xResolution));
   const bool photo = scale * wrappedSum(area.left, area.width) < photoWidth &&
                      scale * wrappedSum(area.top, area.height) < photoHeight;
@@ -44,7 +43,7 @@ std::int32_t mediaSize(const ScanArea& area) {
 }
 
 std::int32_t scaled(float factor, std::int32_t value) {
-  // volatile: the product is rounded to single precision also where the processor computes wider.
+  // volatile: rounds the product to single precision even if the processor computes with higher precision.
   const volatile float product = factor * static_cast<float>(value);
   return saturatedToInt32(static_cast<float>(product));
 }

@@ -7,7 +7,7 @@
 #include "ScanArea.h"
 
 // The scan as a job describes it to the device, computed from the area that the host set; the fixed values of
-// the parameter tree are not part of it. The codes are the device's own. A plain value.
+// the parameter tree are not part of it. The codes are defined by the device. A plain value.
 struct JobParameters {
   std::int32_t originalMediaSize;
   std::int32_t contentType;
@@ -20,8 +20,8 @@ struct JobParameters {
   std::int32_t windowBottom;
 };
 
-// Defined for every area: values out of range saturate, and a horizontal resolution of 0 divides as
-// floating-point numbers do. Never fails.
+// Defined for every area: values out of range saturate, and a division by a horizontal resolution of 0
+// follows floating-point rules. Never fails.
 JobParameters jobParametersFor(const ScanArea& area);
 
 // The tree that is the parameter of the calls "enterHostUSBSendMode" and "create",

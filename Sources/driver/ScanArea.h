@@ -3,7 +3,7 @@
 #include <cstdint>
 
 // The area and pixel layout of the next scan, by default the whole page in colour. Lengths in pixels at the
-// resolution of their direction. A plain value: nothing is checked, the numbers are those that the host set.
+// resolution of their direction. A plain value: the numbers are those that the host set, unchecked.
 struct ScanArea {
   std::int32_t xResolution = 600;  // dots per inch
   std::int32_t yResolution = 600;

@@ -29,7 +29,7 @@ using platform::kIOReturnSuccess;
 
 constexpr unsigned long replySize = 512;         // bytes per read of the reply pipe
 constexpr unsigned long imageReadSize = 102400;  // bytes per read of the data pipe
-constexpr unsigned int convertedImageReads = 2;  // reads with the convert flag, which no parser looks at
+constexpr unsigned int convertedImageReads = 2;  // reads with the convert flag, which no parser uses
 constexpr int requestIdCount = 10000;
 constexpr int callMethod = 5;  // message type of a remote call
 
@@ -47,7 +47,7 @@ struct FreeBlock {
   void operator()(char* block) const { std::free(block); }
 };
 
-// Deletes the result of a parser, which the caller owns, also where reading it throws.
+// Deletes the result of a parser, which the caller owns, even if reading it throws.
 class ResultOwner {
  public:
   explicit ResultOwner(XMLSAXParser& parser) : parser_(parser) {}
@@ -65,7 +65,7 @@ void takeControlMessage(char* bytes, int length) {
   if (parser.parseMessage(bytes, length) != 0) return;
   Element* message = parser.getResult();
   if (message == nullptr) return;
-  // A fault changes nothing: the job goes on as if no reply had arrived.
+  // A fault changes nothing: the job continues as if no reply had arrived.
   if (message->getChild("messageType")->stringValue() != "response") return;
   glJobName = message->getChild("result")->stringValue();
 }
@@ -123,7 +123,7 @@ void ScanJob::announceAndStart() {
   static_cast<void>(tree.release());
   call(systemObject, enterMethod, parameters);
 
-  // A list reads a name as a position, and this one as 0: the kind of job is inserted in front of the tree.
+  // A list interprets a name as a position, and this one as 0: the kind of job is inserted before the tree.
   auto kind = std::make_unique<StringElem>(jobKind);
   parameters.addChild(jobKind, kind.get());
   static_cast<void>(kind.release());
@@ -136,13 +136,13 @@ void ScanJob::announceAndStart() {
 
 IOReturn ScanJob::receiveImage() {
   endJobPage = 0;
-  // The replies so far may have created one: only image bytes from now on count.
+  // The replies so far may have created one: only image bytes received from now on count.
   driver_.imageAccumulator_.reset();
   std::vector<char> buffer;
   bool convert = true;
   unsigned int reads = 0;
   do {
-    // Cleared for each read: bytes that a stack reports without delivering them read as zero.
+    // Cleared for each read: bytes that a stack reports but does not write read as zero.
     buffer.assign(imageReadSize, 0);
     unsigned long length = imageReadSize;
     const IOReturn status = driver_.ReadDataPipeToBuffer(buffer.data(), &length);
@@ -157,7 +157,7 @@ IOReturn ScanJob::receiveImage() {
       // The silence after the data is the only sign that the image is complete.
       endJobPage = 1;
     }
-    // Silence before the first image byte is waited out, however long it lasts.
+    // Waits for the first image byte without limit.
     ++reads;
   } while (endJobPage == 0);
   return kIOReturnSuccess;
@@ -192,6 +192,6 @@ void ScanJob::takeReply() {
 
 void ScanJob::feed(char* bytes, unsigned long length, bool convert) {
   receiveData(protocol_, bytes, static_cast<std::int32_t>(length), convert ? 1 : 0);
-  // The callback could only note the loss, since it must not throw.
+  // The callback could only record the loss, since it must not throw.
   if (driver_.imageDataLost_) throw std::bad_alloc();
 }

@@ -19,15 +19,15 @@ class ListElem;
 void _MY_ControlData(void* bytes, int length, void* info);
 // Appends to the image of the driver.
 void _MY_ImageData(void* bytes, int length, void* info);
-// These do nothing: the end of the image is recognised by the silence after it, not by its framing.
+// These do nothing: the end of the image is detected by the silence after it, not by its framing.
 void _MY_ImageBeginJob(void* info);
 void _MY_ImageBeginJobPage(void* info);
 void _MY_ImageEndJobPage(void* info);
 void _MY_ImageEndJob(void* info);
 
 // One dialogue with the device, from "enterHostUSBSendMode" to "exitHostUSBSendMode": remote calls over the
-// out and the reply pipe, and the image over the data pipe into the driver's accumulator. Converts nothing.
-// Lives for one run() on the driver's thread.
+// out and the reply pipe, and the image over the data pipe into the driver's accumulator. Does not convert
+// the image. Used for one run() on the driver's thread.
 class ScanJob {
  public:
   // The driver must outlive the job.

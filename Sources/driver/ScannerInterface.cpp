@@ -14,11 +14,11 @@ namespace {
 
 constexpr int32_t nullHandle = -1;
 constexpr double unitsPerInch = 1200.0;
-// Wider registers would occasionally move an edge by a pixel.
+// More precision in registers would occasionally move an edge by a pixel.
 static_assert(FLT_EVAL_METHOD == 0 || FLT_EVAL_METHOD == 1,
               "products of doubles have to be doubles: build with -msse2 -mfpmath=sse");
 
-// The functions of this file alone change a driver that a handle names.
+// Only the functions of this file change the driver behind a handle.
 CScannerDriver& driverOf(intptr_t handle) {
   return const_cast<CScannerDriver&>(driverBehind(handle));
 }
@@ -33,7 +33,7 @@ int32_t pixelsFromUnits(uint32_t units, double pixelsPerUnit) {
 
 }  // namespace
 
-// The handle is never 0: a scanner that could not be opened is reported by StartScan, the only call with
+// The handle is never 0: a scanner that could not be opened is reported by StartScan, the only function with
 // such a result.
 intptr_t EnableScanner() {
   CScannerDriver* driver = CScannerDriver::create();
@@ -88,8 +88,7 @@ int32_t ReadImage(intptr_t handle, unsigned char* buffer, uint32_t size, uint32_
   const int result = driverOf(handle).readImageData(buffer, &length, static_cast<int>(totalBytesRead));
   const auto deliveredNow = static_cast<uint32_t>(length);
   if (delivered != nullptr) *delivered = deliveredNow;
-  // Counts the row that was only reported, too: the host's own count of the bytes read stays the same
-  // as this one.
+  // Includes a row that was only reported, so that it stays equal to the host's own count of the bytes read.
   totalBytesRead += deliveredNow;
   return result;
 }

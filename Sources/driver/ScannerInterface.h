@@ -1,17 +1,17 @@
 /**
  * @file
  * The functions through which a host application drives one Quenvar Q750. Plain C (C99 and later) and C++.
- * They translate arguments and hold no device logic: that is CScannerDriver.
+ * They only convert arguments; the device logic is in CScannerDriver.
  *
  * Order of calls: EnableScanner or EnableScannerEx; SetScanParameter, SetScanParameterEx or
- * SetScanParameter2006 where the defaults (600 dpi, colour, 8.5 x 11.69 inches) do not fit; GetScanParameter
+ * SetScanParameter2006 if the defaults (600 dpi, colour, 8.5 x 11.69 inches) are not wanted; GetScanParameter
  * for the size in pixels; StartScan; ReadImage until width x height x bytes per pixel have been delivered;
  * DisableScanner.
  *
  * One thread at a time per handle, one scan at a time per process: the byte counter and the name of the job
- * are shared by all handles. A handle is the address of the driver object, 0 is none; the host only passes it
- * back. It is disabled once and not used afterwards, and its object is never freed. Failures are results; the
- * only exception is std::bad_alloc, from the two enable functions.
+ * are shared by all handles. A handle is the address of the driver object, 0 is no handle; the host only
+ * passes it back. It is disabled once and not used afterwards, and its object is never freed. Failures are
+ * reported as return values; the only exception is std::bad_alloc, from the two enable functions.
  */
 #pragma once
 
@@ -27,8 +27,8 @@ extern "C" {
  * Parameters of the functions that ignore whatever the host passes: "..." where the language accepts it
  * without a named parameter before it (C++, C23), nothing, which leaves them open, in C99 to C17. Such a
  * function reads no argument, and the caller removes what it passed (as on i386, x86-64, ARM and PowerPC), so
- * that a call through either form is the same call. Compilers before GCC 14 and Clang 18 report a draft of
- * C23; of these GCC 13 and Clang 16 accept "..." alone.
+ * that a call through either form is the same call. Compilers before GCC 14 and Clang 18 announce a draft of
+ * C23; of these, GCC 13 and Clang 16 accept "..." alone.
  */
 #if defined(__cplusplus)
 #define Q750_ANY_ARGUMENTS ...
@@ -42,7 +42,7 @@ extern "C" {
 
 /**
  * Image bytes that ReadImage has reported as delivered since the last EnableScanner, EnableScannerEx or
- * StartScan; the offset of the next ReadImage. Wraps at 32 bits. One for all handles.
+ * StartScan; the offset of the next ReadImage. Wraps at 32 bits. Shared by all handles.
  */
 extern uint32_t totalBytesRead;
 
@@ -69,9 +69,9 @@ int32_t AbortScan(intptr_t handle);
 int32_t SetScanParameter(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colorMode,
                          double left, double top, double right, double bottom);
 /**
- * The same with edges in 1/1200 inch. The left and the top edge, the width and the height are converted to
- * pixels at the resolution of their direction and truncated, each on its own. Values out of range saturate at
- * 32 bits; a right edge left of the left one makes a huge width.
+ * Same as SetScanParameter(), with edges in 1/1200 inch. The left and the top edge, the width and the height
+ * are converted to pixels at the resolution of their direction and truncated separately. Values out of range
+ * saturate at 32 bits; a right edge left of the left one gives a huge width.
  */
 int32_t SetScanParameterEx(intptr_t handle, int32_t xResolution, int32_t yResolution, int32_t colorMode,
                            uint32_t left, uint32_t top, uint32_t right, uint32_t bottom);
@@ -94,18 +94,18 @@ int32_t GetScanParameter(intptr_t handle, unsigned long* width, unsigned long* h
 int32_t StartScan(intptr_t handle);
 
 /**
- * Copies whole rows, as many as fit into `size` bytes, to `buffer`, stores what counts as delivered in
- * *delivered and adds it to totalBytesRead. A row is as wide as the area, with the bytes per pixel of the
- * picture received and no padding. Rows have a lead: of a picture as wide as the area, the first row
- * delivered is its second, and the last is zeros. If no row could be copied, one row's worth is reported
- * although nothing was written: there is no end-of-image result. Never blocks. Returns 0, or -1 for handle 0,
- * which leaves *delivered untouched.
+ * Copies whole rows, as many as fit into `size` bytes, to `buffer`, stores the number of bytes that count as
+ * delivered in *delivered and adds it to totalBytesRead. A row is as wide as the area, with the bytes per
+ * pixel of the picture received and no padding. Rows have a lead: for a picture as wide as the area, the
+ * first row delivered is its second, and the last is all zeros. If no row could be copied, one row's worth is
+ * reported although nothing was written: there is no end-of-image result. Never blocks. Returns 0, or -1 for
+ * handle 0, which leaves *delivered untouched.
  */
 int32_t ReadImage(intptr_t handle, unsigned char* buffer, uint32_t size, uint32_t* delivered);
 
 /**
  * @name Fixed results
- * They examine neither the device nor their arguments.
+ * They use neither the device nor their arguments.
  * @{
  */
 /** Returns 1. */

@@ -5,8 +5,8 @@
 #include "Element.h"
 
 /// Stands in for another element, which it does not own and which must outlive it. Forwards everything except
-/// attachment (added, removed), binary values, clone and accept, which are the alias's own: its full name is
-/// the target's, and a visitor skips it. Throws what the target throws.
+/// attachment (added, removed), binary values, clone and accept, which apply to the alias itself: its full
+/// name is the target's, and a visitor skips it. Throws what the target throws.
 class AliasElem : public Element {
  public:
   using Element::addChild;

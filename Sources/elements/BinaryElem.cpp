@@ -11,7 +11,7 @@ const std::string BinaryElem::_type = "BinaryElem";
 
 BinaryElem::BinaryElem(const unsigned char* bytes, unsigned int count) : data(nullptr), length(0) {
   if (bytes == nullptr) return;
-  // malloc, because an adopted block is one of malloc and both are freed alike.
+  // malloc, because an adopted block is allocated by malloc and both are freed the same way.
   data = static_cast<unsigned char*>(std::malloc(count));
   if (data == nullptr) return;
   std::memcpy(data, bytes, count);

@@ -4,16 +4,16 @@
 
 #include "DataElem.h"
 
-/// A run of bytes in a block of malloc, which the element owns and frees. It has no clone() of its own:
-/// clone() returns the element itself, so a container that is its parent cannot be cloned.
+/// Bytes in a block allocated by malloc, which the element owns and frees. It does not override clone(),
+/// which returns the element itself, so a container that is its parent cannot be cloned.
 class BinaryElem : public DataElem {
  public:
   /// "BinaryElem", for instanceOf().
   static const std::string _type;
 
-  /// Copies. Null data, or a failed allocation, gives a null buffer of length 0.
+  /// Copies the bytes. Null data, or a failed allocation, gives a null buffer of length 0.
   BinaryElem(const unsigned char* data, unsigned int length);
-  /// Adopts a block of malloc; null data gives length 0. The flag is ignored: it only selects this form.
+  /// Adopts a block allocated by malloc; null data gives length 0. The flag only selects this overload.
   BinaryElem(unsigned char* data, unsigned int length, bool adopt);
   /// Frees the block.
   ~BinaryElem() override;

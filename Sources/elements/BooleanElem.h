@@ -17,7 +17,7 @@ class BooleanElem : public DataElem {
   explicit BooleanElem(bool value);
   /// True for "true", "yes" and "y" in any case, false for any other text.
   explicit BooleanElem(std::string text);
-  /// Without this overload a literal would choose `bool` and always be true.
+  /// Without this overload, a literal would select `bool` and always be true.
   explicit BooleanElem(const char* text);
 
   /// The value itself.

@@ -5,7 +5,7 @@
 
 #include "Ascii.h"
 
-// The words that texts use for a boolean, in any case of the ASCII letters.
+// The words for a boolean in text, in any ASCII case.
 
 inline bool meansTrue(std::string text) {
   const std::string word = ascii::lowered(std::move(text));

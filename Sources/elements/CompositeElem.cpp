@@ -10,7 +10,7 @@ const std::string CompositeElem::_type = "CompositeElem";
 
 namespace {
 
-// Reads the message of any exception of the family: only ObjectStoreException has a getter.
+// Reads the message of any of these exceptions: only ObjectStoreException has a getter.
 struct Failure : Exception {
   explicit Failure(const Exception& failure) : Exception(failure) {}
   using Exception::message;
@@ -59,8 +59,8 @@ Element* CompositeElem::setChild(std::string childName, Element* child) {
   return setterAccepts(childName, child) ? MapElem::setChild(std::move(childName), child) : nullptr;
 }
 
-// True also if there is no setter. Only a failed look-up means that; an exception of the setter
-// itself passes through.
+// Also true if there is no setter, which only a failed look-up means; an exception of the setter itself
+// passes through.
 bool CompositeElem::setterAccepts(const std::string& childName, Element* child) {
   Element* setter = nullptr;
   try {
@@ -74,7 +74,7 @@ bool CompositeElem::setterAccepts(const std::string& childName, Element* child) 
   return setter->eval(this, args)->booleanValue();
 }
 
-// Stays allocated if a child refuses: by then it may hold children of the original, which it would delete.
+// Stays allocated if adding a child fails: it may hold children of the original, which it would delete.
 Element* CompositeElem::clone() {
   return clone(new CompositeElem(enclosure));
 }
@@ -114,7 +114,7 @@ unsigned int CompositeElem::ElementIteratorImpl::nextIndex() {
   return current->nextIndex();
 }
 
-// The last iterator stays when no enclosure is left, so that every later step fails as in that container.
+// The last iterator is kept when no enclosure is left, so that every later step fails as in that container.
 bool CompositeElem::ElementIteratorImpl::nextIterator() {
   if (enclosure == nullptr) return false;
   current.reset(enclosure->iterator());

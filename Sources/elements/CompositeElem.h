@@ -5,17 +5,17 @@
 
 #include "MapElem.h"
 
-/// A map with an enclosure, another element in which names are looked up that the map itself does not hold:
-/// an object and its class. Assignments to a member x go through the setter "_set_x", if one is found, which
-/// may refuse them. Counting, removal and deletion see the own entries only; the enclosure is neither owned
-/// nor copied. A chain of enclosures must not lead back to its beginning: a look-up would never end.
+/// A map with an enclosure: another element, in which names are looked up that the map itself does not hold,
+/// as with an object and its class. Assignments to a member x go through the setter "_set_x", if one is
+/// found, which may refuse them. Counting, removal and deletion apply to its own entries only; the enclosure
+/// is neither owned nor copied. A chain of enclosures must not be circular: a look-up would never end.
 class CompositeElem : public MapElem {
  public:
-  /// Walks the own entries, then the children of the enclosure. Only hasNext() moves on into the enclosure:
-  /// call it before each step.
+  /// Walks the map's own entries, then the children of the enclosure. Only hasNext() continues into the
+  /// enclosure: call it before each step.
   class ElementIteratorImpl final : public ElementIterator {
    public:
-    /// Before the first own entry. The owner and its enclosure must outlive the walk.
+    /// Positioned before the first own entry. The owner and its enclosure must outlive the walk.
     explicit ElementIteratorImpl(CompositeElem* owner);
     bool hasNext() override;
     Element* next() override;
@@ -44,7 +44,7 @@ class CompositeElem : public MapElem {
 
   /// Returns the previous enclosure, which may be null.
   Element* setEnclosure(Element* newEnclosure);
-  /// Null where there is none.
+  /// Null if there is none.
   Element* getEnclosure();
   /// Two blanks and the full name of the enclosure, or nothing, between "<" and ">".
   std::string toString() override;
@@ -52,11 +52,11 @@ class CompositeElem : public MapElem {
   /// The own entry, else what the enclosure finds. Any failure of the enclosure's look-up is thrown as
   /// NoSuchElementException with its message.
   Element* getChildRaw(const std::string& childName) override;
-  /// With `chain` the enclosure's children follow: a name held at several levels is yielded once for each.
+  /// With `chain`, the enclosure's children follow: a name held at several levels is returned once for each.
   ElementIterator* iterator(bool chain) override;
   /// @{
   /// As in a map, unless a setter refuses: then nothing is stored, null is returned and the caller keeps the
-  /// child. What the setter throws is passed on.
+  /// child. Exceptions of the setter pass through.
   Element* addChild(const std::string& childName, Element* child) override;
   Element* setChild(std::string childName, Element* child) override;
   /// @}

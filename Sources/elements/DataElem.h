@@ -12,7 +12,7 @@ class DataElem : public TerminalElem {
 
   /// Returns the element itself.
   Element* eval(Element* context, ListElem* args) override;
-  /// Returns the element itself, no copy: every concrete class overrides it.
+  /// Returns the element itself, not a copy: every concrete class overrides this.
   Element* externalize(Element* context) override;
   bool instanceOf(std::string typeName) override;
 };

@@ -15,7 +15,7 @@ class DoubleElem : public DataElem {
   /// Any value, NaN and the infinities included.
   explicit DoubleElem(double value);
 
-  /// What fToString() makes of the value rounded to single precision: "inf" or "-inf" beyond its range.
+  /// fToString() of the value rounded to single precision: "inf" or "-inf" beyond its range.
   std::string stringValue() override;
   /// ": " and the text.
   std::string toString() override;

@@ -124,8 +124,8 @@ bool Element::hasChild(const std::string& childName) {
   }
 }
 
-// Every ancestor counts, also a topmost one with an empty name: a child x of an unnamed map is ".x". The
-// virtual getName() and getParent() make the full name of an alias that of its target.
+// Every ancestor counts, even a topmost one with an empty name: a child x of an unnamed map is ".x". Because
+// getName() and getParent() are virtual, the full name of an alias is that of its target.
 std::string Element::getFullName() {
   std::string fullName = getName();
   for (Element* ancestor = getParent(); ancestor != nullptr; ancestor = ancestor->getParent()) {
@@ -150,7 +150,7 @@ void Element::print(std::string indent, std::string elementName, Element* elemen
   }
   // Aliases may lead back to an ancestor.
   if (dynamic_cast<AliasElem*>(element) != nullptr) return;
-  // A leaf refuses: its exception ends the dump.
+  // A leaf throws: its exception ends the dump.
   const std::unique_ptr<ElementIterator> children(element->iterator(true));
   while (children->hasNext()) {
     const std::string childName = children->nextName();

@@ -6,17 +6,17 @@ class ElementIterator;
 class ElementVisitor;
 class ListElem;
 
-/// A node of the trees that messages, parameter sets and stored objects are made of: a name, a link to the
+/// A node of the trees that represent messages, parameter sets and stored objects: a name, a link to the
 /// container that holds it, and one interface for leaves (TerminalElem), containers (NonterminalElem) and
-/// stand-ins (AliasElem). Not copyable; clone() and externalize() make copies where a class has them.
+/// aliases (AliasElem). Not copyable; clone() and externalize() make copies if a class supports them.
 ///
 /// One thread at a time per tree, no locks; nothing blocks. A container owns the children it holds; a
-/// detached element belongs to whoever has the pointer. Deleting a child that is still held leaves its
-/// container with a dangling pointer: remove it first. Failures are exceptions of Exceptions.h, thrown by
-/// value. Children and arguments are never null unless stated.
+/// detached element is owned by the code that has the pointer. Deleting a child that is still held leaves its
+/// container with a dangling pointer: remove it first. Failures are reported as the exceptions of
+/// Exceptions.h, thrown by value. Children and arguments are never null unless stated.
 class Element {
  public:
-  /// The name of the class, "Element": what instanceOf() compares with. Set by static initialisation.
+  /// The name of the class, "Element", with which instanceOf() compares. Set by static initialisation.
   static const std::string _type;
 
   Element(const Element&) = delete;
@@ -65,16 +65,16 @@ class Element {
   virtual unsigned int getNumChildren() = 0;
 
   /// @{
-  /// The scalar value in this form. Throws NotSupportedException where a class has none and
-  /// ValueConversionException where the value cannot be read in this form.
+  /// The scalar value in this form. Throws NotSupportedException if the class has none and
+  /// ValueConversionException if the value cannot be converted to this form.
   virtual std::string stringValue() = 0;
   virtual int intValue() = 0;
   virtual bool booleanValue() = 0;
   /// @}
 
   /// @{
-  /// An object, the bytes, and how many bytes there are. Throw NotSupportedException unless a class has such
-  /// a value; what they point to stays the element's.
+  /// An object, the bytes, and the number of bytes. Throw NotSupportedException unless the class has such a
+  /// value; what they point to is still owned by the element.
   virtual void* objectValue();
   virtual unsigned char* binaryValue();
   virtual unsigned int binaryLength();
@@ -84,9 +84,9 @@ class Element {
   virtual std::string toString();
 
   /// Called by the container that adds the element. Throws ObjectStoreException("Element already added") and
-  /// changes nothing when the element has a parent.
+  /// changes nothing if the element has a parent.
   virtual void added(std::string name, Element* parent);
-  /// Called by the container that removes the element. Ignored when `parent` is not the element's parent.
+  /// Called by the container that removes the element. Ignored if `parent` is not the element's parent.
   virtual void removed(Element* parent);
 
   /// The name under which the container holds the element; empty while it is detached.
@@ -94,14 +94,14 @@ class Element {
   /// The container that holds the element, or null while it is detached.
   virtual Element* getParent();
 
-  /// A detached copy, owned by the caller; classes that have none return the element itself.
+  /// A detached copy, owned by the caller; classes that cannot be copied return the element itself.
   virtual Element* clone();
   /// Makes `target` the detached copy of this element and returns it.
   virtual Element* clone(Element* target);
   /// A detached and fully evaluated copy, owned by the caller.
   virtual Element* externalize(Element* context) = 0;
 
-  /// Calls the visitor's operation for the concrete class; nothing for a class that has none.
+  /// Calls the visitor's operation for the concrete class, if it has one.
   virtual void accept(ElementVisitor* visitor);
   /// Whether typeName is the #_type of this class or of one of its bases.
   virtual bool instanceOf(std::string typeName);
@@ -134,7 +134,7 @@ class Element {
   bool hasChild(const std::string& name);
   /// @}
 
-  /// The names of all ancestors and of the element, joined by "."; of a detached element its own name.
+  /// The names of all ancestors and of the element, joined by "."; for a detached element, its own name.
   std::string getFullName();
   /// Overwrites the name only: a container still holds the element under the old one.
   void changeName(std::string newName);
@@ -142,7 +142,7 @@ class Element {
   /// @{
   /// Dumps the tree to standard output, at most 26 levels (or `levels` and one more), each indented by three
   /// blanks more. Ends with NotSupportedException at the first leaf above that limit, after the leaf's own
-  /// line. The longer form dumps `element`, under `name`, not the element that it is called on.
+  /// line. The longer form dumps `element`, under `name`, instead of the element that it is called on.
   void print(std::string title);
   void print(std::string indent, std::string name, Element* element, int levels);
   /// @}

@@ -16,7 +16,7 @@ class ListElem;
 /// at a time.
 ///
 /// There is no virtual destructor: the virtual table holds the five operations and nothing else. The
-/// destroying operator delete makes deletion through the interface well defined all the same. It runs no
+/// destroying operator delete makes deletion through the interface well defined nevertheless. It runs no
 /// destructor, except that it releases what a chained iterator of this library owns: other implementations
 /// must own nothing.
 class ElementIterator {
@@ -35,11 +35,11 @@ class ElementIterator {
   virtual unsigned int nextIndex() = 0;
   /// @}
 
-  /// Uses the library's allocator, in whichever unit the iterator is created.
+  /// Uses the library's allocator, whichever unit creates the iterator.
   static void* operator new(std::size_t size);
   /// Deletes any iterator through this interface.
   static void operator delete(ElementIterator* iterator, std::destroying_delete_t);
-  /// Only for a constructor that throws.
+  /// Used only if a constructor throws.
   static void operator delete(void* memory);
 
   ElementIterator(const ElementIterator&) = delete;

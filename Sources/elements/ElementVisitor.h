@@ -13,17 +13,17 @@ class PersistentElem;
 class StringElem;
 
 /// Receives an element as its concrete class (double dispatch through Element::accept()). Borrows its
-/// argument. Aliases, operations and lazily evaluated elements dispatch to nothing. No virtual destructor of
-/// its own: a visitor that is deleted through a base adds one after these operations, whose order is part of
-/// the binary interface.
+/// argument. Aliases, operations and lazily evaluated elements call nothing. No virtual destructor: a visitor
+/// that is deleted through a base adds one after these operations, whose order is part of the binary
+/// interface.
 class ElementVisitor {
  public:
-  /// Reserved: the class is declared only, and no element dispatches here.
+  /// Reserved: the class is declared only, and no element calls this.
   virtual void visitorAtPersistentElem(PersistentElem* element) = 0;
 
   /// @{
-  /// Called by accept() of an object of exactly this class. The visitor does not keep the object. What it
-  /// throws passes through accept().
+  /// Called by accept() of an object of exactly this class. The visitor does not keep the object. Its
+  /// exceptions pass through accept().
   virtual void visitorAtCompositeElem(CompositeElem* element) = 0;
   virtual void visitorAtMapElem(MapElem* element) = 0;
   virtual void visitorAtListElem(ListElem* element) = 0;

@@ -15,7 +15,7 @@ const std::string ListElem::_type = "ListElem";
 
 namespace {
 
-// As atoi() reads it. A negative number becomes a position past every end.
+// As atoi() reads it. A negative number becomes a position past the end of any list.
 unsigned int indexOf(const std::string& childName) {
   return static_cast<unsigned int>(readInteger(childName.c_str(), 10, nullptr));
 }
@@ -108,7 +108,7 @@ Element* ListElem::removeChild(const std::string& childName) {
   return removeChild(indexOf(childName));
 }
 
-// Through the iterator, so that an override of it applies.
+// Uses the iterator, so that an override of iterator() applies.
 void ListElem::removeChildren() {
   const std::unique_ptr<ElementIterator> walk(iterator(true));
   while (walk->hasNext()) walk->next()->removed(this);
@@ -123,13 +123,13 @@ ElementIterator* ListElem::iterator(bool /*chain*/) {
   return new ListIterator(this);
 }
 
-// Stays allocated if a child refuses: by then it may hold children of the original, which it would delete.
+// Stays allocated if adding a child fails: it may hold children of the original, which it would delete.
 Element* ListElem::clone() {
   return clone(new ListElem);
 }
 
-// A child without a clone of its own (binary, alias, operation) is added itself: the copy becomes its parent
-// if it had none, as children of ListElem::add(), and its addition throws if it had one.
+// A child that does not override clone() (binary, alias, operation) is added itself: the copy becomes its
+// parent if it had none, as children of ListElem::add(), and its addition throws if it had one.
 Element* ListElem::clone(Element* target) {
   auto* const list = dynamic_cast<ListElem*>(target);
   NonterminalElem::clone(target);

@@ -16,7 +16,7 @@ class ListElem : public NonterminalElem {
   /// NoSuchElementException("OutofRange").
   class ListIterator final : public ElementIterator {
    public:
-    /// Before the first child. The list must outlive the walk.
+    /// Positioned before the first child. The list must outlive the walk.
     explicit ListIterator(ListElem* list);
     bool hasNext() override;
     unsigned int nextIndex() override;
@@ -44,12 +44,12 @@ class ListElem : public NonterminalElem {
   ~ListElem() override;
 
   /// @{
-  /// Append and return the list, which owns the element, or the new one made of the value. The element gets
+  /// Append and return the list, which owns the element, or the one created from the value. The element gets
   /// neither name nor parent: it may be held elsewhere as well, and both would then delete it.
   ListElem* add(Element* element);
   ListElem* add(std::string text);
   ListElem* add(char* text);
-  /// The same. Without this overload a literal would choose `bool`.
+  /// The same. Without this overload, a literal would select `bool`.
   ListElem* add(const char* text);
   ListElem* add(int value);
   ListElem* add(bool value);
@@ -59,15 +59,14 @@ class ListElem : public NonterminalElem {
   /// Inserts at 0..n, renames the children that move up and returns null. Throws
   /// IndexOutOfBoundsException past n.
   Element* addChild(unsigned int index, Element* child) override;
-  /// Returns the child that it replaces, detached. A new child that has a parent is stored all the
-  /// same before ObjectStoreException("Element already added") is thrown; the replaced one is then
-  /// lost to the caller.
+  /// Returns the child that it replaces, detached. A new child that has a parent is nevertheless stored
+  /// before ObjectStoreException("Element already added") is thrown; the replaced one is then lost.
   Element* setChild(unsigned int index, Element* child) override;
   /// Renames the children that move down.
   Element* removeChild(unsigned int index) override;
 
   /// @{
-  /// Read the name as a decimal number, text that is none as 0, and call the form above.
+  /// Convert the name to a number (decimal; 0 if it is not a number) and call the form above.
   Element* getChildRaw(const std::string& childName) override;
   Element* addChild(const std::string& childName, Element* child) override;
   Element* setChild(std::string childName, Element* child) override;
@@ -85,7 +84,7 @@ class ListElem : public NonterminalElem {
   /// all of its own.
   Element* clone() override;
   /// Inserts clones of the children in front of those of the target and returns it; null for a target that is
-  /// no list, which is only detached. A failure leaves in the target what it got.
+  /// not a list, which is only detached. After a failure the target keeps what was inserted.
   Element* clone(Element* target) override;
   /// A list of the externalized children, evaluated in the context of this list.
   Element* externalize(Element* context) override;

@@ -38,8 +38,8 @@ Element* MapElem::addChild(const std::string& childName, Element* child) {
 }
 
 Element* MapElem::setChild(std::string childName, Element* child) {
-  // The virtual look-up: in a composite it may find a child of the enclosure, which ignores removed()
-  // of this map.
+  // This look-up is virtual: in a composite it may find a child of the enclosure, which ignores removed() of
+  // this map.
   Element* const previous = getChildRaw(childName);
   previous->removed(this);
   children[childName] = child;
@@ -94,13 +94,13 @@ bool MapElem::instanceOf(std::string typeName) {
   return typeName == _type || NonterminalElem::instanceOf(std::move(typeName));
 }
 
-// Stays allocated if a child refuses: by then it may hold children of the original, which it would delete.
+// Stays allocated if adding a child fails: it may hold children of the original, which it would delete.
 Element* MapElem::clone() {
   return clone(new MapElem);
 }
 
-// A child without a clone of its own (binary, alias, operation) is added itself: the copy becomes its parent
-// if it had none, as children of ListElem::add(), and its addition throws if it had one.
+// A child that does not override clone() (binary, alias, operation) is added itself: the copy becomes its
+// parent if it had none, as children of ListElem::add(), and its addition throws if it had one.
 Element* MapElem::clone(Element* target) {
   NonterminalElem::clone(target);
   if (auto* const map = dynamic_cast<MapElem*>(target)) {

@@ -15,11 +15,11 @@ class MapElem : public NonterminalElem {
   /// getChildRaw() applies. Past the end every operation but hasNext() throws NoSuchElementException.
   class ElementIteratorImpl final : public ElementIterator {
    public:
-    /// Before the first entry. The map must outlive the walk.
+    /// Positioned before the first entry. The map must outlive the walk.
     explicit ElementIteratorImpl(MapElem* map);
     bool hasNext() override;
     std::string nextName() override;
-    /// The name read by StringToi(): throws ValueConversionException for one that is not a number.
+    /// The name converted by StringToi(), which throws ValueConversionException if it is not a number.
     unsigned int nextIndex() override;
     Element* next() override;
     /// Does not advance if the evaluation throws.
@@ -43,10 +43,10 @@ class MapElem : public NonterminalElem {
   ~MapElem() override;
 
   Element* getChildRaw(const std::string& childName) override;
-  /// Returns the element that held the name before, or null. That one is neither detached nor deleted: it
-  /// keeps its name and its link to this map, and the caller owns it from then on.
+  /// Returns the element that held the name before, or null. It is neither detached nor deleted: it keeps its
+  /// name and its link to this map, and the caller owns it from then on.
   Element* addChild(const std::string& childName, Element* child) override;
-  /// Returns the child that it replaces, detached. A new child that has a parent is stored all the same
+  /// Returns the child that it replaces, detached. A new child that has a parent is nevertheless stored
   /// before ObjectStoreException("Element already added") is thrown.
   Element* setChild(std::string childName, Element* child) override;
   Element* removeChild(const std::string& childName) override;
@@ -71,8 +71,8 @@ class MapElem : public NonterminalElem {
   /// already: ObjectStoreException("Element already added") is thrown; the copy stays allocated, and this map
   /// still holds all of its children.
   Element* clone() override;
-  /// Adds clones of the children to the target if it is a map, and returns the target, detached. A failure
-  /// leaves in the target what it got.
+  /// Adds clones of the children to the target if it is a map, and returns the target, detached. After a
+  /// failure the target keeps what was added.
   Element* clone(Element* target) override;
   /// A map of the externalized children, evaluated in the context of this map, without the private names.
   Element* externalize(Element* context) override;

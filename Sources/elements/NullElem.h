@@ -12,7 +12,7 @@ class NullElem : public DataElem {
 
   using DataElem::clone;
 
-  /// All are alike.
+  /// All instances are equal.
   NullElem() = default;
 
   /// Empty.
@@ -29,6 +29,6 @@ class NullElem : public DataElem {
   /// Calls visitorAtNullElem().
   void accept(ElementVisitor* visitor) override;
   bool instanceOf(std::string typeName) override;
-  /// Throws NotSupportedException: no value is not zero.
+  /// Throws NotSupportedException: the absence of a value is not zero.
   int intValue() override;
 };

@@ -4,12 +4,12 @@
 
 #include "TerminalElem.h"
 
-/// A native function that runs when the element is evaluated: a method of an object. Has no value of its
-/// own and cannot be externalized (NotSupportedException). It has no class name either: instanceOf() is
-/// that of TerminalElem.
+/// A native function that runs when the element is evaluated: a method of an object. Has no value itself and
+/// cannot be externalized (NotSupportedException). It has no class name either: instanceOf() is inherited
+/// from TerminalElem.
 class OperationElem : public TerminalElem {
  public:
-  /// Called with the context and the arguments (which may be null) of eval(), not with the operation.
+  /// Called with the context and the arguments (which may be null) of eval(), but not with the operation.
   using Function = Element* (*)(Element* context, ListElem* args);
 
   /// @{
@@ -18,10 +18,10 @@ class OperationElem : public TerminalElem {
   OperationElem() = default;
   explicit OperationElem(ListElem* args);
   /// @}
-  /// Null is the same as no function.
+  /// Null means no function.
   explicit OperationElem(Function function);
 
-  /// Runs the function and returns its result, whose owner is a matter between the function and the caller.
+  /// Runs the function and returns its result; who owns it is agreed between the function and the caller.
   Element* eval(Element* context, ListElem* args) override;
   /// @{
   /// Throws NotSupportedException.

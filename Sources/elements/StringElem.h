@@ -14,17 +14,17 @@ class StringElem : public DataElem {
   using DataElem::clone;
 
   /// @{
-  /// Any bytes. The encoding is "" where it is left out.
+  /// Any bytes. The encoding is "" by default.
   explicit StringElem(std::string value);
   StringElem(std::string value, std::string encoding);
   /// @}
 
-  /// The text as it was given.
+  /// The unchanged text.
   std::string stringValue() override;
   /// ": " and the text.
   std::string toString() override;
-  /// What StringToi() reads; else 1 for "true", "y", "yes" and 0 for "false", "n", "no" in any case;
-  /// else throws ValueConversionException.
+  /// The result of StringToi(); otherwise 1 for "true", "y", "yes" and 0 for "false", "n", "no" in any case;
+  /// otherwise throws ValueConversionException.
   int intValue() override;
   /// True for "true", "y" and "yes" in any case; false for all other text, numbers included.
   bool booleanValue() override;
@@ -36,7 +36,7 @@ class StringElem : public DataElem {
   /// Calls visitorAtStringElem().
   void accept(ElementVisitor* visitor) override;
   bool instanceOf(std::string typeName) override;
-  /// The name of the encoding as it was given.
+  /// The unchanged name of the encoding.
   std::string encodingValue();
 
  private:

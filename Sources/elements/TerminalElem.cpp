@@ -9,7 +9,7 @@ const std::string TerminalElem::_type = "TerminalElem";
 
 namespace {
 
-// Signed, as iToString() writes it: an index of 2^32 - 1 reads -1 in the messages.
+// Signed, as iToString() writes it: an index of 2^32 - 1 is -1 in the messages.
 std::string decimal(unsigned int index) {
   return iToString(static_cast<int>(index));
 }

@@ -23,14 +23,14 @@ class TerminalElem : public Element {
   unsigned int getNumChildren() override;
 
   /// @{
-  /// The refused child is neither taken nor deleted.
+  /// The caller keeps the child.
   Element* addChild(const std::string& childName, Element* child) override;
   Element* addChild(unsigned int index, Element* child) override;
   Element* setChild(std::string childName, Element* child) override;
   Element* setChild(unsigned int index, Element* child) override;
   /// @}
 
-  /// The one refusal with the default message.
+  /// The only one of these exceptions with the default message.
   ElementIterator* iterator(bool chain) override;
   bool instanceOf(std::string typeName) override;
 

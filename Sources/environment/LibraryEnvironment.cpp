@@ -7,7 +7,7 @@
 
 namespace {
 
-// Reads no line: formatting them takes longer than the scan on a fast scanner.
+// Does not read the lines: formatting them takes longer than the scan on a fast scanner.
 class DroppingSink final : public platform::LogSink {
  public:
   void line(const platform::LogLine& /*line*/) override {}

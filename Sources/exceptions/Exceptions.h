@@ -6,12 +6,12 @@ class ElementVisitor;
 
 /// What the element model, the object store and the string helpers throw, by value. An exception is exactly
 /// its message: no virtual function, no other field. Not related to std::exception, so `catch
-/// (std::exception&)` does not see it. Without an argument the message is "General Exception".
+/// (std::exception&)` does not see it. The default message is "General Exception".
 class Exception {
  public:
   /// The message is "General Exception".
   Exception();
-  /// Any text, kept as it is.
+  /// Any text; stored unchanged.
   explicit Exception(std::string message);
 
  protected:
@@ -19,19 +19,18 @@ class Exception {
   std::string message;
 };
 
-/// The base of every failure of the element model; also the form in which a failed remote call travels
-/// in a reply.
+/// The base of every exception of the element model; also how a reply reports a failed remote call.
 class ObjectStoreException : public Exception {
  public:
   using Exception::Exception;
   /// A copy of the message.
   std::string getMessage() const;
-  /// Calls visitorAtObjectStoreException with this object. Not virtual: an exception is no element. Defined
-  /// in the elements room, beside the visitor that it calls.
+  /// Calls visitorAtObjectStoreException with this object. Not virtual: an exception is not an element.
+  /// Defined in the elements room, beside the visitor that it calls.
   void accept(ElementVisitor* visitor);
 };
 
-/// An object or element is not of the class that an operation of the object store needs.
+/// An object or element is not of the class that an operation of the object store requires.
 class ClassCastException : public ObjectStoreException {
  public:
   using ObjectStoreException::ObjectStoreException;
@@ -59,7 +58,7 @@ class NumberFormatException : public ObjectStoreException {
   using ObjectStoreException::ObjectStoreException;
 };
 
-/// A value that cannot be read as the type that was asked for, such as text as an integer.
+/// A value that cannot be converted to the requested type, such as text to an integer.
 class ValueConversionException : public ObjectStoreException {
  public:
   using ObjectStoreException::ObjectStoreException;

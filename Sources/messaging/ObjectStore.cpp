@@ -21,7 +21,7 @@ constexpr int defaultDepth = 25;
 
 // Constant-initialised: an initialiser that runs here after the first operation, called for a static object
 // of an earlier unit, would undo what that operation has initialised. Not every compiler initialises strings
-// so; at worst theirs repeats the texts of the constructor.
+// that way; at worst the initialisation repeats the texts of the constructor.
 constinit MapElem* ObjectStore::_root = nullptr;
 constinit MapElem* ObjectStore::_sys = nullptr;
 constinit MapElem* ObjectStore::_class = nullptr;
@@ -39,7 +39,7 @@ ObjectStore::ObjectStore() {
   _class = new MapElem;
   _globals = new MapElem;
   _rules = new MapElem;
-  // In place: before this unit's own initialisation the strings may not be objects yet.
+  // In place: before this unit has been initialised, the strings may not be objects yet.
   new (&_classLocation) std::string(classLocation);
   new (&_globalsLocation) std::string(globalsLocation);
 
@@ -56,14 +56,14 @@ ObjectStore::SetUp::SetUp() {
 
 namespace {
 
-// One of the maps. Every operation gets them through this function, because it may be called for a static
-// object of a unit that does not include the header and is initialised before all that do.
+// One of the maps. Every operation obtains them through this function, because it may be called for a static
+// object of a unit that does not include the header and is initialised before all units that do.
 MapElem* ready(MapElem*& map) {
   const ObjectStore::SetUp first;
   return map;
 }
 
-// A method without a result returns null, and a path may continue from there.
+// A method without a result returns null, and a path may continue after it.
 Element* rawChild(Element* container, const std::string& name) {
   if (container == nullptr) throw NoSuchElementException("getChildRaw:" + name + "not found");
   return container->getChildRaw(name);
@@ -87,14 +87,14 @@ Place walk(Element* base, const std::string& path) {
   }
 }
 
-// Null for no element, for one that has no enclosure, and for one that cannot have one.
+// Null for a null element, for one that has no enclosure, and for one that cannot have one.
 Element* enclosureOf(Element* element) {
   auto* const composite = dynamic_cast<CompositeElem*>(element);
   return composite == nullptr ? nullptr : composite->getEnclosure();
 }
 
-// From the class that holds the method, not from that of the object: else a method inherited over two levels
-// would find itself again.
+// From the class that holds the method, not from that of the object: otherwise a method inherited over two
+// levels would find itself again.
 Element* superMethod(Element* currentMethod, const std::string& method) {
   try {
     return rawChild(enclosureOf(currentMethod->getParent()), method);
@@ -174,7 +174,7 @@ Element* ObjectStore::instantiate(const std::string& className, ListElem* args) 
 }
 
 bool ObjectStore::instanceOf(Element* object, Element* cls) {
-  std::set<Element*> seen;  // ends the walk of a chain that leads back into itself
+  std::set<Element*> seen;  // ends the walk of a circular chain
   for (Element* met = object; met != nullptr && seen.insert(met).second; met = enclosureOf(met)) {
     if (met == cls) return true;
   }
@@ -188,7 +188,7 @@ bool ObjectStore::instanceOf(Element* object, const std::string& className) {
 void ObjectStore::changeClass(Element* object, std::string className) {
   auto* const composite = dynamic_cast<CompositeElem*>(object);
   CompositeElem* const cls = classNamed(className);
-  // In a class that encloses itself the look-up of a missing member would never end.
+  // In a class that encloses itself, the look-up of a missing member would never end.
   const bool canMove = composite != nullptr && cls != nullptr && instanceOf(cls, composite->getEnclosure()) &&
                        !instanceOf(cls, composite);
   if (!canMove) throw ClassCastException("Cannot change class to " + className);
@@ -247,7 +247,7 @@ void ObjectStore::print(std::string prefix, std::string name, Element* element) 
 void ObjectStore::print(std::string prefix, std::string name, Element* element, int depth) {
   std::printf("%s %s : %s\r\n", prefix.c_str(), name.c_str(), element->toString().c_str());
   if (depth < 1 || dynamic_cast<AliasElem*>(element) != nullptr) return;
-  // A leaf refuses: its exception ends the dump.
+  // A leaf throws: its exception ends the dump.
   const std::unique_ptr<ElementIterator> children(element->iterator(false));
   while (children->hasNext()) {
     const std::string childName = children->nextName();

@@ -8,7 +8,7 @@ class MapElem;
 
 /// The process-wide tree of named objects, their classes and their methods, and the operations that address
 /// it by dotted paths. There is one, the global instance of the same name:
-/// `ObjectStore.getElement("sys.class")`. Knows neither messages nor devices.
+/// `ObjectStore.getElement("sys.class")`. Independent of messages and devices.
 ///
 /// The root is named "root" and holds "globals" (objects and rules), "sys.class" (the classes) and, under
 /// "root", an alias of itself, so that a full name such as "root.globals.scanner" is a path from the root. An
@@ -18,22 +18,23 @@ class MapElem;
 /// A path is names joined by "."; it is split at every ".", so that an empty path is one empty name. Each
 /// element on the way but the last is evaluated, with its container as context and no arguments, before the
 /// walk continues from the result: aliases and operations may be in the middle. Objects and rules are named
-/// by paths; names of classes, methods and attributes are one segment. An argument list may be null and stays
-/// the caller's; other pointers are never null unless stated.
+/// by paths; names of classes, methods and attributes are one segment. An argument list may be null and is
+/// still owned by the caller; other pointers are never null unless stated.
 ///
-/// Ownership: a container owns its children. A result that is in the tree stays the tree's; the function of
-/// an operation element determines who owns its result.
+/// Ownership: a container owns its children. A result that is in the tree is still owned by the tree; the
+/// function of an operation element determines who owns its result.
 ///
-/// Failures are exceptions of Exceptions.h: those of the element operations, NoSuchElementException for a
-/// missing name and whatever a running method throws pass through unchanged unless stated. An evaluation that
-/// returns null has no children and no attributes: looking one up there throws NoSuchElementException too.
+/// Failures are reported as the exceptions of Exceptions.h: those of the element operations,
+/// NoSuchElementException for a missing name and any exception of a running method pass through unchanged
+/// unless stated. An evaluation that returns null has no children and no attributes: looking one up there
+/// throws NoSuchElementException too.
 ///
-/// No locks: whoever uses the store from several threads serialises the calls. It can be used from the
+/// No locks: callers that use the store from several threads serialise the calls. It can be used from the
 /// construction of the first static object to the destruction of the last one, and is never destroyed.
 class ObjectStore {
  public:
-  /// Initialises the members and builds the tree, unless that has happened already: every instance is
-  /// the same store.
+  /// Initialises the members and builds the tree, unless this has been done already: every instance is the
+  /// same store.
   ObjectStore();
   ObjectStore(const ObjectStore&) = delete;
   ObjectStore& operator=(const ObjectStore&) = delete;
@@ -52,7 +53,7 @@ class ObjectStore {
   static MapElem* _class;
   /// "globals" in the root; holds objects and rules.
   static MapElem* _globals;
-  /// Empty and in no container.
+  /// Empty; not in a container.
   static MapElem* _rules;
   /// "sys.class".
   static std::string _classLocation;
@@ -60,7 +61,7 @@ class ObjectStore {
   static std::string _globalsLocation;
   /// @}
 
-  /// The root, which stays the store's.
+  /// The root, owned by the store.
   static Element* getRoot();
 
   /// @name Looking up
@@ -75,7 +76,7 @@ class ObjectStore {
   /// @}
 
   /// The last element of the path from `base`, evaluated with its container as context and these arguments;
-  /// may be null where its function returns null.
+  /// null if its function returns null.
   static Element* evalElement(Element* base, const std::string& path, ListElem* args);
 
   /// The element of this path below "globals", evaluated without arguments.
@@ -114,20 +115,20 @@ class ObjectStore {
 
   /// @name Making objects
   /// A new CompositeElem with the class as enclosure, after its method "instantiate" has run with these
-  /// arguments. It is the caller's, unless that method has put it into a container. The result of the method
+  /// arguments. The caller owns it, unless that method has put it into a container. The result of the method
   /// is discarded, not deleted: it may be in the tree. If there is no such method or it throws, the new
   /// object is deleted, unless it is in a container by then.
   /// @{
 
   /// Of this class.
   static Element* instantiate(Element* cls, ListElem* args);
-  /// Of the class of this name, which is one segment. Throws NoSuchElementException when there is none.
+  /// Of the class of this name, which is one segment. Throws NoSuchElementException if there is none.
   static Element* instantiate(const std::string& className, ListElem* args);
   /// @}
 
   /// @name Classes of objects
   /// Whether a class is the object itself or one of its enclosures, their enclosures included. Compares
-  /// identities. A chain that leads back into itself is followed once.
+  /// identities. A circular chain is followed once.
   /// @{
 
   /// With this class.
@@ -155,10 +156,10 @@ class ObjectStore {
 
   /// @name Writing attributes
   /// Adds the value to the object, or to "globals", under this name; the object owns it from then on. The
-  /// element that held the name before is deleted: nobody may keep a pointer to it. A value that a setter of
-  /// the object refuses is not stored, nothing is deleted, and the value stays the caller's. A value that is
-  /// in a container already, even under this very name, throws ObjectStoreException("Element already added"),
-  /// and nothing changes.
+  /// element that held the name before is deleted: callers must not keep a pointer to it. If a setter of the
+  /// object refuses the value, it is not stored, nothing is deleted, and the caller keeps the value. A value
+  /// that is in a container already, even under this very name, throws ObjectStoreException("Element already
+  /// added"), and nothing changes.
   /// @{
 
   /// Of this object.
@@ -169,11 +170,11 @@ class ObjectStore {
   static void setAttribute(const std::string& objectPath, const std::string& name, Element* value);
   /// @}
 
-  /// The last element of the path from `base`, evaluated like the others on the way. Despite its name it
-  /// creates nothing: a missing name throws NoSuchElementException.
+  /// The last element of the path from `base`, evaluated like those before it. Despite its name it creates
+  /// nothing: a missing name throws NoSuchElementException.
   static Element* createElement(Element* base, const std::string& path);
 
-  /// The path of the object below "globals". Throws NotSupportedException for an element outside.
+  /// The path of the object below "globals". Throws NotSupportedException for any other element.
   static std::string getName(Element* element);
 
   /// @name Printing
@@ -194,7 +195,7 @@ class ObjectStore {
   /// Initialises the store for a unit that includes this header, before the static objects of that unit.
   class SetUp {
    public:
-    /// Constructs the global instance, unless that has happened already.
+    /// Constructs the global instance, unless this has been done already.
     SetUp();
   };
 };

@@ -22,7 +22,7 @@
 
 namespace {
 
-// No message nests deeper. Containers are decoded, and elements deleted, recursively: more levels could
+// No message is nested deeper. Containers are decoded, and elements deleted, recursively: more levels could
 // exhaust the stack.
 constexpr int deepestNesting = 1000;
 
@@ -30,7 +30,7 @@ bool isElement(const xmlNode* node) {
   return node != nullptr && node->type == XML_ELEMENT_NODE;
 }
 
-// Other nodes store something else in the place of children and attributes: a short text, for one.
+// Other nodes store something else in place of children and attributes, such as a short text.
 const xmlNode* childrenOf(const xmlNode* node) {
   return isElement(node) ? node->children : nullptr;
 }
@@ -55,7 +55,7 @@ std::string valueOf(const xmlAttr* attribute) {
   return orEmpty(attribute == nullptr ? nullptr : contentOf(attribute->children));
 }
 
-// No text equals a missing one.
+// An empty text is the same as a missing one.
 bool equals(const std::string& text, const char* other) {
   return other != nullptr && text == other;
 }
@@ -86,7 +86,7 @@ Value list(const xmlNode* tag, int level) {
   return made;
 }
 
-// Adds a value under a key and deletes the one that held the key before, which nobody owns any more.
+// Adds a value under a key and deletes the one that held the key before, which no longer has an owner.
 void put(Element& container, const std::string& key, Value value) {
   const Value previous(container.addChild(key, value.get()));
   static_cast<void>(value.release());
@@ -111,7 +111,7 @@ Value composite(const xmlNode* tag, int level) {
   refuseTooDeep(level);
   auto made = std::make_unique<CompositeElem>(ObjectStore.getElement(valueOf(firstAttributeOf(tag))));
   addEntries(tag, level, [&](const std::string& key, Value value) {
-    // Not freed when a setter refuses it or fails: the argument list that holds it stays allocated, too.
+    // Not freed if a setter refuses it or fails: the argument list that holds it stays allocated, too.
     if (made->hasChild("_set_" + key)) {
       const Value previous(made->addChild(key, value.release()));
     } else {
@@ -129,7 +129,7 @@ Value wholeInteger(const xmlNode* tag, int /*level*/) {
   return std::make_unique<IntegerElem>(StringToi(textOf(tag)));
 }
 
-// As atoi(), which takes leading digits and never fails, but saturating.
+// Like atoi(), which reads leading digits and never fails, but saturating.
 Value leadingInteger(const xmlNode* tag, int /*level*/) {
   return std::make_unique<IntegerElem>(readInteger(textOf(tag).c_str(), 10, nullptr));
 }

@@ -6,18 +6,17 @@ class ListElem;
 class MapElem;
 struct _xmlNode;
 
-/// Creates elements from message tags that libxml2 has parsed already, and fetches the arguments of a
-/// call. Parses no text: the caller owns the document and passes its nodes, which are only read.
-/// Stateless; any number of threads, one per document, except where composites are read, whose enclosures
-/// are in the one ObjectStore.
+/// Creates elements from message tags that libxml2 has parsed already, and looks up the arguments of a call.
+/// Does not parse text: the caller owns the document and passes its nodes, which are only read. Stateless;
+/// any number of threads, one per document, except when reading composites, whose enclosures are in
+/// ObjectStore.
 ///
 /// The document has to be parsed without blank text nodes (XML_PARSE_NOBLANKS): in a map, a composite or an
 /// argument the first node inside is the value, and a blank text is none.
 ///
 /// Tags are identified by their exact names, attributes by their position: the first one is the key, the
-/// enclosure or the argument's name, whatever it is called. The text of a tag is the content of its
-/// first node; where attribute, node or text is missing it is empty. Only nodes of type XML_ELEMENT_NODE
-/// count as tags.
+/// enclosure or the argument's name, whatever it is called. The text of a tag is the content of its first
+/// node; a missing attribute, node or text is empty. Only nodes of type XML_ELEMENT_NODE count as tags.
 ///
 /// The result is new and owned by the caller. The first column is for the tag passed to
 /// deSerializeElement(), the second for tags inside lists, maps and composites, the third for the tag inside
@@ -35,13 +34,13 @@ struct _xmlNode;
 ///     "NullElem"       NullElem             NullElem               NullElem
 ///     any other        null                 skipped                null
 ///
-/// "BinaryElem" is such an other tag, and the encoding of a string is not read: XMLSAXParser reads binary
+/// "BinaryElem" is such an "other" tag, and the encoding of a string is not read: XMLSAXParser reads binary
 /// data. Integers saturate at 32 bits; doubles have a decimal point in every locale.
 ///
 /// A failure deletes the incomplete tree. The exceptions: ValueConversionException for an integer that
 /// StringToi() refuses; what ObjectStore throws for an enclosure; what a setter of an enclosure throws;
 /// NotSupportedException for containers nested deeper than 1000 levels, which libxml2 accepts only on demand
-/// (XML_PARSE_HUGE); the standard exception for a failed allocation. A null node is a missing one.
+/// (XML_PARSE_HUGE); the standard exception for a failed allocation. A null node counts as missing.
 class XMLEncoding {
  public:
   /// The element of the tag, or null.
@@ -53,22 +52,22 @@ class XMLEncoding {
   /// One entry for each "child" wrapper inside, added with addChild, so that the last of equal keys stays.
   /// The names of the node and of the wrappers are ignored; never null.
   static MapElem* parseMapElem(_xmlNode* node);
-  /// The same as a composite. Its enclosure, which stays the store's, is what ObjectStore.getElement() finds
+  /// The same as a composite. Its enclosure, which the store owns, is what ObjectStore.getElement() finds
   /// under the node's first attribute; that look-up evaluates the elements on the path. A setter that the
   /// enclosure has for an entry runs, and decides, before the composite is complete, and must not put it into
-  /// a container. A value that a setter saw is not deleted when it is not stored.
+  /// a container. A value that was passed to a setter is not deleted if it is not stored.
   static CompositeElem* parseCompositeElem(_xmlNode* node);
 
   /// @name Arguments
-  /// Each walks from `firstArgument` along its siblings to the argument `name`, up to the first node without
+  /// Each searches `firstArgument` and its siblings for the argument `name`, up to the first node without
   /// attributes, such as a text. An argument that is not found has no value.
   /// @{
 
-  /// The text, in UTF-8, owned by the document and valid as long as it. Null if there is none.
+  /// The text, in UTF-8, owned by the document and valid for as long as the document. Null if there is none.
   static const char* parseStringArg(_xmlNode* firstArgument, const char* name);
   /// The value, or null.
   static Element* parseElemArg(_xmlNode* firstArgument, const char* name);
-  /// The list, whatever the name of the tag inside is: parseListElem() of the argument's first node. Empty if
+  /// The list, whatever the name of the inner tag: parseListElem() of the argument's first node. Empty if
   /// there is none, never null.
   static ListElem* parseListElemArg(_xmlNode* firstArgument, const char* name);
   /// @}

@@ -27,8 +27,7 @@
 
 namespace {
 
-// No message nests deeper. The elements of a tree are deleted recursively: more levels could
-// exhaust the stack.
+// No message is nested deeper. Elements are deleted recursively: more levels could exhaust the stack.
 constexpr std::size_t deepestNesting = 1000;
 
 enum TagType : int {
@@ -76,7 +75,7 @@ std::string attributeOf(const ElementData& record, const char* name) {
   return found == record.attributes.end() ? std::string() : found->second;
 }
 
-// Adds a value under a name and deletes the one that held the name before, which nobody owns any more.
+// Adds a value under a name and deletes the one that held the name before, which no longer has an owner.
 void put(Element& container, const std::string& name, std::unique_ptr<Element> value) {
   const std::unique_ptr<Element> previous(container.addChild(name, value.get()));
   static_cast<void>(value.release());
@@ -86,7 +85,7 @@ void putText(Element& container, const std::string& name, std::string text) {
   put(container, name, std::make_unique<StringElem>(std::move(text)));
 }
 
-// A function of its own, so that a leak checker can recognise these maps, which may stay allocated by design.
+// A separate function, so that a leak checker can recognise these maps, which may stay allocated by design.
 Element* newRootMap() {
   return new MapElem;
 }
@@ -117,7 +116,7 @@ std::unique_ptr<Element> binaryOf(const std::string& text) {
   return std::make_unique<BinaryElem>(scratch.data(), static_cast<unsigned int>(count));
 }
 
-// The value that the tag that ended delivers to the tag around it, or null. Takes the record's element.
+// The value that the tag just ended delivers to the tag around it, or null. Takes the record's element.
 std::unique_ptr<Element> valueOf(ElementData& record, int type) {
   std::unique_ptr<Element> held(std::exchange(record.element, nullptr));
   switch (type) {
@@ -140,7 +139,7 @@ std::unique_ptr<Element> valueOf(ElementData& record, int type) {
     case binaryTag:
       return binaryOf(record.text);
     default:
-      // Composites are not rebuilt: they are dropped with all that they hold, like unknown tags.
+      // Composites are not rebuilt: they are dropped with all their contents, like unknown tags.
       return nullptr;
   }
 }
@@ -161,7 +160,7 @@ void attach(ElementData& parent, const std::string& name, std::unique_ptr<Elemen
       delete std::exchange(parent.element, value.release());
       break;
     case listTag:
-      // The fast append, by design: an entry of a list that was read has neither name nor parent.
+      // The fast append, by design: the entries of a parsed list have neither name nor parent.
       static_cast<ListElem*>(parent.element)->add(value.get());
       static_cast<void>(value.release());
       break;
@@ -191,7 +190,7 @@ int XMLSAXParser::parseMessage(char* text, int length) {
 
   stopped = false;
   expat = owner.get();
-  // Never declared complete (XML_FALSE): a message that is cut short is no error.
+  // Never declared complete (XML_FALSE): a truncated message is not an error.
   const XML_Status status = XML_Parse(expat, text, length, XML_FALSE);
   expat = nullptr;
   if (failure != nullptr) std::rethrow_exception(std::exchange(failure, nullptr));
@@ -242,11 +241,11 @@ void XMLSAXParser::closeTag(const char* name) {
   stack.pop_back();
 
   if (isRoot(type)) {
-    // Never attached, wherever it was: a "message" inside an exception is read as a method and dropped.
+    // Never attached, wherever it is nested: a "message" inside an exception is read as a method and dropped.
     std::unique_ptr<Element> message(std::exchange(record->element, nullptr));
     if (message == nullptr) return;
     describeRoot(*message, *record, type);
-    // A result that an earlier root left is not freed: whoever read it may have taken it.
+    // A result that an earlier root left is not freed: the caller may own it by now.
     result = message.release();
     return;
   }

@@ -30,7 +30,7 @@ class XMLSAXParser {
   XMLSAXParser();
   XMLSAXParser(const XMLSAXParser&) = delete;
   XMLSAXParser& operator=(const XMLSAXParser&) = delete;
-  /// Deletes the elements of tags that never ended. The result stays: it is the caller's.
+  /// Deletes the elements of tags that never ended. The result is kept: the caller owns it.
   ~XMLSAXParser();
 
   /// Reads exactly `length` bytes, which are not changed. Returns 0 also for a message that is cut short,

@@ -73,8 +73,8 @@ std::string argumentTag(const char* name) {
   return std::string("<arg name=\"") + name + "\">";
 }
 
-// Six decimals, no exponent, always a point: what printf's "%f" writes in the "C" locale, whatever
-// the host's is.
+// Six decimals, no exponent, always a point: what printf's "%f" writes in the "C" locale, whatever the host's
+// locale is.
 std::string fixedText(double value) {
   // A sign, 309 digits, the point, six digits.
   std::array<char, 320> digits;
@@ -132,7 +132,7 @@ void XMLVisitor::visitorAtCompositeElem(CompositeElem* element) {
   // Without the enclosure's entries: the reader finds them through its name.
   const std::unique_ptr<ElementIterator> children(element->iterator(false));
   writeNamedChildren(*children);
-  // The depth is not lowered, by design: the closing tag and the rest of the message are one level deeper.
+  // The depth is not decreased, by design: the closing tag and the rest of the message are one level deeper.
   writeTag("</CompositeElem>", true);
 }
 
@@ -163,7 +163,7 @@ void XMLVisitor::visitorAtBooleanElem(BooleanElem* element) {
 }
 
 void XMLVisitor::visitorAtDoubleElem(DoubleElem* element) {
-  // Not stringValue(), which carries single precision only.
+  // Not stringValue(), which has single precision only.
   writeScalar("DoubleElem", fixedText(element->doubleValue()));
 }
 

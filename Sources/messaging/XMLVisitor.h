@@ -10,9 +10,9 @@ class ElementIterator;
 /// element that accepts the visitor the body, createMemoryDump() the end. One visitor writes one message.
 /// Frames and sends nothing. One thread at a time.
 ///
-/// Escapes nothing: a value or name that holds markup, or bytes that are not UTF-8, gives a message that no
-/// reader accepts. Throws only what an element throws when it is asked for its value, and the standard
-/// exceptions for allocations and lengths.
+/// Escapes nothing: a value or name that contains markup, or bytes that are not UTF-8, gives a message that
+/// no reader accepts. Throws only what an element throws when its value is read, and the standard exceptions
+/// for allocations and lengths.
 class XMLVisitor : public ElementVisitor {
  public:
   /// A call of the device. The codes, the method written and its arguments:
@@ -31,16 +31,16 @@ class XMLVisitor : public ElementVisitor {
   /// (for callRule arg2 is text in the open argument). An event has no request id. Any other code writes an
   /// unnamed method with two unnamed arguments.
   XMLVisitor(int type, int requestID, std::string arg1, std::string arg2, std::string arg3);
-  /// A reply: code 1 a response, code 2 an exception; any other code writes no head but the prologue.
+  /// A reply: code 1 is a response, code 2 an exception; any other code writes only the prologue as its head.
   XMLVisitor(int type, int requestID);
   /// The prologue and the opening tag of a root of that name. The root is never closed: createMemoryDump()
   /// ends such a text like a method.
   explicit XMLVisitor(std::string rootName);
 
-  /// Writes nothing: no element dispatches here.
+  /// Writes nothing: no element calls this.
   void visitorAtPersistentElem(PersistentElem* element) override;
-  /// Writes the full name of the enclosure and the own entries whose names do not begin with "_". The rest of
-  /// the message is indented one level deeper.
+  /// Writes the full name of the enclosure and the composite's own entries whose names do not begin with "_".
+  /// The rest of the message is indented one level deeper.
   void visitorAtCompositeElem(CompositeElem* element) override;
   /// Writes the entries whose names do not begin with "_".
   void visitorAtMapElem(MapElem* element) override;
@@ -60,16 +60,16 @@ class XMLVisitor : public ElementVisitor {
   void visitorAtNullElem(NullElem* element) override;
   /// Writes the message of the exception in a tag "message".
   void visitorAtObjectStoreException(ObjectStoreException* exception) override;
-  /// Deletes only the text: the blocks from createMemoryDump() are the caller's.
+  /// Deletes only the text: the caller owns the blocks from createMemoryDump().
   virtual ~XMLVisitor();
 
-  /// Appends a tag; with `newLine` a line break and two blanks for each level of depth before it.
+  /// Appends a tag, with `newLine` after a line break and two blanks for each level of depth.
   void writeElementTag(const char* tag, bool newLine);
-  /// Appends text as it is.
+  /// Appends text unchanged.
   void writeElementText(const char* text);
-  /// Closes the message and stores a copy of its bytes, without a NUL, in a block of malloc that the caller
-  /// frees, and their number. Returns 0. The text stays: a second dump has a second set of closing tags.
-  /// Throws std::length_error for a message of 4 GiB or more.
+  /// Closes the message and stores a copy of its bytes, without a NUL, in a block allocated by malloc that
+  /// the caller frees, and their number. Returns 0. The text is kept: a second dump has a second set of
+  /// closing tags. Throws std::length_error for a message of 4 GiB or more.
   int createMemoryDump(char** out, unsigned int* length);
 
  private:

@@ -3,7 +3,7 @@
 #include "LibusbStack.h"
 #include "UsbStack.h"
 
-// Hosts that load the library cannot choose its USB stack: it is that of the running system.
+// Hosts that load the library cannot choose its USB stack: it is always that of the running system.
 namespace {
 
 // Never destroyed: a host may leave its scanner open until the process has ended.

@@ -28,7 +28,7 @@ constexpr char toLower(char c) {
   return isUpper(c) ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-// Copies in which the letters have the other case; all other bytes stay.
+// Copies with the letters converted to the other case; all other bytes are unchanged.
 std::string lowered(std::string text);
 std::string uppered(std::string text);
 

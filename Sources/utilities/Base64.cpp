@@ -13,7 +13,7 @@ constexpr unsigned char notInAlphabet = 255;
 
 using Pair = std::array<char, 2>;
 
-// The two characters of every 12 bits, so that a group of three bytes takes two look-ups.
+// The two characters for each value of 12 bits, so that a group of three bytes takes two look-ups.
 constexpr std::array<Pair, 4096> makeEncodeTable() {
   std::array<Pair, 4096> table{};
   for (std::size_t bits = 0; bits < table.size(); ++bits)
@@ -27,7 +27,7 @@ constexpr std::array<unsigned char, 256> makeDecodeTable() {
   for (std::size_t value = 0; value < alphabet.size(); ++value) {
     table[static_cast<unsigned char>(alphabet[value])] = static_cast<unsigned char>(value);
   }
-  // "y" reads as "7" does: what the encoder writes with a "y" in it decodes to other bytes.
+  // "y" is read as "7": text that the encoder writes with a "y" in it decodes to other bytes.
   table['y'] = table['7'];
   return table;
 }
@@ -50,7 +50,7 @@ class Decoder {
 
  private:
   // The common case: groups of four characters of the alphabet, as long as three bytes fit. Reads no further
-  // than the first other character, which may be the end of the text.
+  // than the first character outside it, which may be the end of the text.
   const unsigned char* takeWholeGroups(const unsigned char* text) {
     unsigned char* out = output_ + written_;
     unsigned char* const end = output_ + capacity_;

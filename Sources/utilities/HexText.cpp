@@ -9,7 +9,7 @@
 namespace {
 
 // Two rules and no validation: a digit is its code - 48, anything else its upper-case code - 55. Hosts may
-// rely on what that makes of a foreign character, so it is kept, cut to a byte.
+// rely on the result for a foreign character, so it is kept, truncated to a byte.
 constexpr std::array<unsigned char, 256> makeNibbleTable() {
   std::array<unsigned char, 256> table{};
   for (int code = 0; code < 256; ++code) {

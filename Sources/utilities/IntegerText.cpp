@@ -14,7 +14,7 @@ int digitValue(char c) {
   return noDigit;
 }
 
-// "0x" alone is the number 0 followed by text, as for strtol.
+// "0x" alone is the number 0 followed by text, as in strtol.
 bool startsHexadecimal(const char* text) {
   return text[0] == '0' && ascii::toLower(text[1]) == 'x' && digitValue(text[2]) < 16;
 }

@@ -9,13 +9,13 @@
 std::int32_t saturatedToInt32(double value);
 std::int32_t saturatedToInt32(float value);
 
-// From 0 up the whole unsigned range, 0xFFFFFFFF from 2^32 on. A negative value is truncated as a
-// signed number and its bits taken as unsigned (-1.5 gives 0xFFFFFFFF); below the signed range, and
-// for NaN, 0x80000000.
+// From 0 up the whole unsigned range, 0xFFFFFFFF from 2^32 on. A negative value is truncated as a signed
+// number and its bits read as unsigned (-1.5 gives 0xFFFFFFFF); below the signed range, and for NaN,
+// 0x80000000.
 std::uint32_t truncatedToUInt32(double value);
 
 // The nearest float; a finite value beyond its range gives the largest finite float of its sign. Infinities
-// and NaN stay what they are.
+// and NaN are unchanged.
 float saturatedToFloat(double value);
 
 // Rounds to the nearest float, ties to even, as the hardware does: a finite value that rounds beyond the

@@ -15,7 +15,7 @@ std::int32_t Runnable::run() {
 }
 
 int Runnable::start() {
-  // Never destroyed: with glibc these attributes hold no memory of their own.
+  // Never destroyed: with glibc these attributes own no memory.
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);

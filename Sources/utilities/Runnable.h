@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-/// Work for a thread of its own, which owns the object from a successful start() on and deletes it when run()
-/// returns. So it has to be made with new, and whoever started it must not use it any more. There is no way
-/// to wait for the end of the work or to stop it.
+/// Work for a separate thread, which owns the object once start() has succeeded and deletes it when run()
+/// returns. So it must be allocated with new, and the code that started it must not use it any more. There is
+/// no way to wait for the end of the work or to stop it.
 class Runnable {
  public:
   /// Runs on the new thread once the work is done.

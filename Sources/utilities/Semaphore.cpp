@@ -1,4 +1,4 @@
-// In angle brackets: #include_next goes on from the folder where the search path found this header.
+// In angle brackets: #include_next continues after the folder where the search path found this header.
 #include <Semaphore.h>
 
 Semaphore::Semaphore(int value) : initialValue(value) {
@@ -9,8 +9,8 @@ Semaphore::~Semaphore() {
   sem_destroy(&semaphore);
 }
 
-// The two loops never give up, so that EINTR never looks like a signal() to the caller. The price: on a
-// semaphore that could not be made they spin for ever.
+// The two loops never give up, so that EINTR never looks like a signal() to the caller. The price: they spin
+// forever on a semaphore that could not be created.
 
 int Semaphore::wait() {
   while (sem_wait(&semaphore) != 0) {

@@ -12,8 +12,8 @@
 /// name, is not shared with other processes and has no time-out. Nothing throws.
 class Semaphore {
  public:
-  /// `value` is the initial count, 0 to SEM_VALUE_MAX. With any other the system's semaphore is not made, and
-  /// wait() never returns.
+  /// `value` is the initial count, 0 to SEM_VALUE_MAX. With any other, the system's semaphore is not created,
+  /// and wait() never returns.
   explicit Semaphore(int value);
   Semaphore(const Semaphore&) = delete;
   Semaphore& operator=(const Semaphore&) = delete;

@@ -23,14 +23,14 @@ void printHexBuffer(const unsigned char* bytes, std::int32_t count);
 
 /// Converts hex text to ceil(length / 2) bytes, without a terminator, and returns `output`. Works from the
 /// end, so a text of odd length gives a first byte of one digit. Foreign characters give meaningless bytes,
-/// never an error. The two areas must not overlap.
+/// never an error. The two buffers must not overlap.
 unsigned char* ahtom(const char* hexText, unsigned char* output);
 
-/// The reverse of StrToBase64(), except that "y" reads as "7" does: text with a "y" in it decodes to other
+/// The reverse of StrToBase64(), except that "y" is read as "7": text with a "y" in it decodes to other
 /// bytes. Decodes into at most `capacity` bytes and returns the number written. Foreign characters are
 /// skipped; the first padded group ends the text; a last group of fewer than four characters gives nothing.
 std::int32_t Base64ToStr(const char* base64Text, unsigned char* output, std::int32_t capacity);
-/// Base64 as of RFC 4648, section 4: with padding, without line breaks.
+/// Base64 as defined in RFC 4648, section 4: with padding, without line breaks.
 std::string StrToBase64(const unsigned char* bytes, std::int32_t count);
 
 /// The integer in a text. After a leading "#" it is hexadecimal; a leading "0" is dropped and the rest
@@ -39,12 +39,12 @@ std::string StrToBase64(const unsigned char* bytes, std::int32_t count);
 /// anything is left over.
 std::int32_t StringToi(std::string text);
 
-/// Converts the letters a to z to A to Z; all other bytes stay.
+/// Converts the letters a to z to A to Z; all other bytes are unchanged.
 std::string StringToUpperCase(std::string text);
 
 /// Encodes for a URL. Keeps ASCII letters, digits, "_" and ".", which is less than the unreserved set of RFC
 /// 3986; a blank becomes "+", anything else "%" and two upper-case hex digits.
 std::string URLEncodeString(std::string text);
-/// The reverse of URLEncodeString(). A "%" takes the next two characters unchecked; what is missing at the
-/// end reads as NUL.
+/// The reverse of URLEncodeString(). A "%" consumes the next two characters unchecked; those missing at the
+/// end are read as NUL.
 std::string URLDecodeString(std::string text);
