@@ -12,7 +12,7 @@ macro(q750_dependency package debianPackage)
   find_package(${package} ${ARGN} QUIET)
 endmacro()
 
-# The same for a library that pkg-config knows, as the target PkgConfig::<prefix>.
+# The same for a library found through pkg-config, as the target PkgConfig::<prefix>.
 macro(q750_pkg_dependency prefix module debianPackage)
   pkg_check_modules(${prefix} QUIET IMPORTED_TARGET ${module})
   if(NOT ${prefix}_FOUND)
@@ -53,7 +53,7 @@ if(Q750_TESTS)
   if(NOT SCANIMAGE OR NOT SANED)
     message(FATAL_ERROR "scanimage or saned was not found: install the Debian package sane-utils (tools/setup does it).")
   endif()
-  # A back end has no file that a compiler finds: its folder is SANE's own.
+  # The compiler cannot find a back end: it is in SANE's own folder.
   find_library(SANE_AIRSCAN NAMES libsane-airscan.so.1 PATH_SUFFIXES sane)
   find_program(OPENSSL openssl)
   if(NOT SANE_AIRSCAN OR NOT OPENSSL)

@@ -1,6 +1,6 @@
-# What an optimised build gets against memory errors, as distributions compile it: a checked stack, checked calls of
-# the C library, tables of addresses that are read-only before main(), and addresses that change at every start. Without
-# effect on Debug builds, and on those of the sanitizers and fuzzers, which find more. See tests/hardening.
+# Protects optimised builds against memory errors, as distributions do: stack protection, checked calls of the C
+# library, address tables that are read-only before main(), and randomised addresses. Has no effect on Debug builds and
+# on those for sanitizers and fuzzers, which find more. See tests/hardening.
 include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
 
@@ -10,7 +10,7 @@ if(Q750_SANITIZE OR Q750_FUZZ OR NOT Q750_HARDENING)
   return()
 endif()
 
-# Flags that not every machine or compiler has.
+# Flags that are not available on every machine or compiler.
 foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection -mbranch-protection=standard)
   string(MAKE_C_IDENTIFIER "Q750_HAS${flag}" known)
   check_cxx_compiler_flag(${flag} ${known})
@@ -19,8 +19,8 @@ foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-pro
   endif()
 endforeach()
 
-# A level that the environment chose (as dpkg-buildflags does) stays. One that the compiler predefines is undefined
-# first: defining it again with another value is a warning.
+# A level set by the environment (as by dpkg-buildflags) is kept. One that the compiler predefines is undefined first:
+# redefining it with another value causes a warning.
 if(NOT "${CMAKE_C_FLAGS} ${CMAKE_CXX_FLAGS}" MATCHES "_FORTIFY_SOURCE")
   add_compile_options($<${q750_hardened}:-U_FORTIFY_SOURCE> $<${q750_hardened}:-D_FORTIFY_SOURCE=2>)
 endif()

@@ -4,8 +4,8 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-# The headers that hosts may include. They are installed in one folder, found by their name alone, and include
-# no header that is not listed here.
+# The headers that hosts may include. They are installed in one folder, included by file name alone, and include no
+# header that is not listed here.
 set(q750_public_headers
   Sources/driver/ScannerInterface.h
   Sources/driver/DriverGlobals.h
@@ -77,7 +77,7 @@ install(FILES ${PROJECT_BINARY_DIR}/quenvar-q750.pc DESTINATION ${CMAKE_INSTALL_
   COMPONENT development)
 
 # The guide for programmers of hosts, and the examples. The guide's links to headers of the source tree become links to
-# the installed ones; those to the examples hold where it is installed.
+# the installed ones; those to the examples are also valid in the installed guide.
 set(q750_doc_folder ${CMAKE_INSTALL_DATADIR}/doc/quenvar-q750)
 file(RELATIVE_PATH q750_headers_from_doc
   ${CMAKE_INSTALL_FULL_DATADIR}/doc/quenvar-q750 ${CMAKE_INSTALL_FULL_INCLUDEDIR}/quenvar-q750)
@@ -93,22 +93,22 @@ foreach(example IN ITEMS messages scan-to-pnm)
   install(FILES ${q750_example_files} DESTINATION ${q750_doc_folder}/examples/${example} COMPONENT development)
 endforeach()
 
-# The same file name in a folder that is not searched: a host is run with it by LD_LIBRARY_PATH, and never by accident.
+# The same file name in a folder that is not searched: a host uses it only if LD_LIBRARY_PATH is set, never by accident.
 set(q750_virtual_folder ${CMAKE_INSTALL_LIBDIR}/quenvar-q750/virtual)
 install(TARGETS quenvar-q750-virtual LIBRARY DESTINATION ${q750_virtual_folder} COMPONENT virtual NAMELINK_SKIP)
 
 install(TARGETS q750 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 install(TARGETS q750-worker RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/quenvar-q750 COMPONENT tools)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/q750.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
-# The folders and names by which the shells find completions.
+# The folders and names under which the shells find completions.
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/completions/q750.bash RENAME q750
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/completions/_q750
   DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
 
 # udev reads them from here on Debian if the prefix is /usr; for other prefixes set /etc/udev/hwdb.d and
-# /etc/udev/rules.d. They take effect for devices that are plugged in from then on, the entry after
-# `systemd-hwdb update`, the rule if there is a group scanner.
+# /etc/udev/rules.d. They take effect for devices that are plugged in afterwards: the entry after `systemd-hwdb update`,
+# the rule if there is a group scanner.
 set(Q750_UDEV_HWDB_DIR lib/udev/hwdb.d CACHE STRING
   "Folder of the entry of udev's hardware database, from the prefix or absolute")
 set(Q750_UDEV_RULES_DIR lib/udev/rules.d CACHE STRING "Folder of the udev rule, from the prefix or absolute")
@@ -127,9 +127,9 @@ install(FILES ${PROJECT_SOURCE_DIR}/frontends/sane/dll.d/quenvar DESTINATION ${C
   COMPONENT sane)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/sane-quenvar.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT sane)
 
-# The network server, and what makes a service of it. systemd reads units from here on Debian if the prefix is /usr; for
-# other prefixes set /etc/systemd/system. AppArmor, ufw and the server find their files if CMAKE_INSTALL_SYSCONFDIR is
-# /etc, firewalld if the prefix is /usr.
+# The network server, and the files that make it a service. systemd reads units from here on Debian if the prefix is
+# /usr; for other prefixes set /etc/systemd/system. AppArmor, ufw and the server find their files if
+# CMAKE_INSTALL_SYSCONFDIR is /etc, firewalld if the prefix is /usr.
 set(Q750_FIREWALLD_DIR lib/firewalld/services CACHE STRING
   "Folder of the firewalld services, from the prefix or absolute")
 set(Q750_SYSTEMD_UNIT_DIR lib/systemd/system CACHE STRING "Folder of the systemd units, from the prefix or absolute")

@@ -1,4 +1,4 @@
-# One folder, one target: a room sees only the rooms that it names, so the layers hold by construction.
+# One folder, one target: a room can include only the rooms that it names, so the build enforces the layers.
 
 # Sets <result> to whether the source of this header includes it before anything else.
 function(q750_source_begins_with header result)
@@ -15,8 +15,8 @@ function(q750_source_begins_with header result)
   endif()
 endfunction()
 
-# Every header has to compile alone. A source that begins with its header proves that; every other header of
-# the folder is compiled in a generated source.
+# Every header has to compile alone. This is checked by a source that begins with its header; every other header of the
+# folder is compiled in a generated source.
 function(q750_compile_headers_alone target)
   # Once is enough: in the everyday build.
   if(Q750_SANITIZE OR CMAKE_UNITY_BUILD OR CMAKE_CROSSCOMPILING OR NOT Q750_TESTS)
@@ -40,13 +40,13 @@ function(q750_compile_headers_alone target)
   endif()
 endfunction()
 
-# q750_room(<target> [NOT_IN_LIBRARY] [PUBLIC <room>...] [PRIVATE <room>...] [LIBRARIES <library>...]
-# [SEPARATE <source>...]): a static library of all sources in this folder. PUBLIC names the rooms whose
-# headers its headers include, PRIVATE those that only its sources include: together they are all that it may
-# include, the one list of layers that tools/layer-check reads. LIBRARIES are third-party ones, which only its
-# sources see. SEPARATE names the sources that declare something which another source of the room declares as
-# well, or for which a test program has one of its own: no build compiles them together with others. A room of Sources/ or platform/ is also part of every
-# plug-in library, unless it is NOT_IN_LIBRARY.
+# q750_room(<target> [NOT_IN_LIBRARY] [PUBLIC <room>...] [PRIVATE <room>...] [LIBRARIES <library>...] [SEPARATE
+# <source>...]): a static library of all sources in this folder. PUBLIC names the rooms whose headers its headers
+# include, PRIVATE those that only its sources include: together they are all that it may include, the one list of
+# layers that tools/layer-check reads. LIBRARIES are third-party ones, which only its sources use. SEPARATE names the
+# sources that declare something which another source of the room declares as well, or which a test program replaces: no
+# build compiles them together with others. A room of Sources/ or platform/ is also part of every plug-in library,
+# unless it is NOT_IN_LIBRARY.
 function(q750_room target)
   cmake_parse_arguments(room "NOT_IN_LIBRARY" "" "PUBLIC;PRIVATE;LIBRARIES;SEPARATE" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
@@ -68,9 +68,9 @@ function(q750_room target)
   q750_compile_headers_alone(${target})
 endfunction()
 
-# The environment of every test: sanitizer findings print a stack, and the leaks that are part of the design
-# are listed, with their reasons, in lsan.supp. Races are reported into a folder, by workers too, which the test
-# thread-reports looks at in the end.
+# The environment of every test: sanitizer findings print a stack, and the leaks that are part of the design are listed,
+# with their reasons, in lsan.supp. Races are reported to files in a folder, also by workers; the test thread-reports
+# checks the folder at the end.
 set(q750_thread_reports ${PROJECT_BINARY_DIR}/thread-reports)
 function(q750_test_environment test)
   if(Q750_SANITIZE AND Q750_SANITIZERS STREQUAL thread)
@@ -82,20 +82,19 @@ function(q750_test_environment test)
     "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0;UBSAN_OPTIONS=print_stacktrace=1")
 endfunction()
 
-# Tests of what users get: the shared libraries, the command line, the installation. `release-tests` builds
-# everything that they run, and `ctest -L release` runs them.
+# Tests of what users get: the shared libraries, the command line, the installation. `release-tests` builds everything
+# they need, and `ctest -L release` runs them.
 if(Q750_TESTS)
   add_custom_target(release-tests)
 endif()
 
-# q750_release_test(<test> [<target>...]): adds a test and what it runs to them.
+# q750_release_test(<test> [<target>...]): adds a test and the targets that it runs.
 function(q750_release_test test)
   set_tests_properties(${test} PROPERTIES LABELS release)
   add_dependencies(release-tests ${ARGN} quenvar-q750 sane-quenvar q750 q750-worker)
 endfunction()
 
-# The library writes two files of fixed name below /tmp. These tests run it, and do not mind who else writes
-# there.
+# The library writes two files of fixed name below /tmp. These tests run it, and do not depend on their contents.
 set(q750_file_writers
   driver endtoend-usbfs endtoend-usbfs-2 install-examples install-host plugin-usbfs worker)
 
@@ -107,7 +106,7 @@ function(q750_writes_fixed_files test)
   set_tests_properties(${test} PROPERTIES RESOURCE_LOCK q750-files-of-${test})
 endfunction()
 
-# q750_reads_fixed_files(<test>): looks at the files, so it runs while no test writes them.
+# q750_reads_fixed_files(<test>): reads the files, so it runs while no test writes them.
 function(q750_reads_fixed_files test)
   list(TRANSFORM q750_file_writers PREPEND q750-files-of- OUTPUT_VARIABLE locks)
   set_tests_properties(${test} PROPERTIES RESOURCE_LOCK "${locks}")
@@ -116,8 +115,7 @@ endfunction()
 # Compiler options of everything that only tests need. The precompiled headers are compiled with the same
 # ones.
 function(q750_test_options target)
-  # In every kind of build: optimising a test takes longer than running it. -g1 is enough for stacks with line
-  # numbers.
+  # In all build types: optimising a test takes longer than running it. -g1 is enough for stacks with line numbers.
   # Checked calls of the C library need optimisation.
   target_compile_options(${target} PRIVATE -O0 -g1 -U_FORTIFY_SOURCE ${Q750_UNITY_OPTIONS})
   if(Q750_SANITIZE)  # these two cost a third of the compile time of tests; the tested code keeps them
@@ -136,10 +134,10 @@ function(q750_precompile_test_headers)
   set_target_properties(test-headers PROPERTIES POSITION_INDEPENDENT_CODE OFF UNITY_BUILD OFF)
 endfunction()
 
-# q750_compile_for_tests(<target> [<source>...]): a program of tests, or a library that only such programs
-# link. Its sources are compiled ten at a time (unless Q750_UNITY_TESTS is off), which takes a third of the
-# time. They share one scope then: two that declare the same name in an anonymous namespace do not compile
-# together ("redefinition of {anonymous}::..."). Rename one, or name one here to compile it separately.
+# q750_compile_for_tests(<target> [<source>...]): a program of tests, or a library that only such programs link. Its
+# sources are compiled ten at a time (unless Q750_UNITY_TESTS is off), which takes a third of the time. They then share
+# one scope: two that declare the same name in an anonymous namespace do not compile together ("redefinition of
+# {anonymous}::..."). Rename one, or name one here to compile it separately.
 function(q750_compile_for_tests target)
   q750_test_options(${target})
   set_target_properties(${target} PROPERTIES

@@ -17,9 +17,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()
 
-# Several sources compiled as one share a scope: a local variable may be named like a global one of another
-# source, and a class may have members of types that another source keeps to itself. The everyday build
-# compiles each source of the product alone, with these warnings.
+# Several sources compiled as one share a scope: a local variable may be named like a global one of another source, and
+# a class may have members of types that are local to another source. The everyday build compiles each source of the
+# product alone, with these warnings.
 set(Q750_UNITY_OPTIONS -Wno-shadow -Wshadow=local $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
 if(CMAKE_UNITY_BUILD)
   add_compile_options(${Q750_UNITY_OPTIONS})

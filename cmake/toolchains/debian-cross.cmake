@@ -1,5 +1,5 @@
 # Shared by the toolchain files. Debian installs the libraries of a foreign architecture in separate folders
-# beside the native ones: everything but tools has to be found there.
+# beside the native ones: everything except tools has to be found there.
 macro(q750_cross processor compiler libraries)
   set(CMAKE_SYSTEM_NAME Linux)
   set(CMAKE_SYSTEM_PROCESSOR ${processor})
