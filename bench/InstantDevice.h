@@ -8,8 +8,8 @@
 
 #include "UsbStack.h"
 
-// A scanner that costs nothing: one interface with the three bulk pipes, canned replies, and a job stream in
-// memory that is copied out as fast as it is read. For measuring what the library adds. One thread.
+// A scanner without cost of its own: one interface with the three bulk pipes, canned replies, and a job
+// stream in memory that is copied out as fast as it is read. For measuring what the library adds. One thread.
 class InstantDevice final : public platform::UsbStack, platform::PlugInInterface, platform::UsbInterface {
  public:
   // `stream` is the whole job stream, packets and all; it is sent once per rewind().

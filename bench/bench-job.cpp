@@ -1,6 +1,6 @@
-// The whole scan job on a device that costs nothing, compared with a floor that does the same unavoidable
-// work: copy the stream in blocks into one growing buffer, copy the raster once, write the dump once, write
-// the TIFF once.
+// The whole scan job on a device without cost of its own, compared with a floor that does the same
+// unavoidable work: copy the stream in blocks into one growing buffer, copy the raster once, write the dump
+// once, write the TIFF once.
 #include <benchmark/benchmark.h>
 #include <sys/wait.h>
 #include <tiffio.h>

@@ -1,6 +1,6 @@
 // The libusb stack on an emulated usbfs, compared with a bare loop of libusb_bulk_transfer() over the same
 // bytes: how fast a page is read, how many system calls that takes, and what it costs to wait for a silent
-// device. All share the emulation and its cost; it runs on a thread of its own.
+// device. All share the emulation and its cost; it runs on a separate thread.
 #include <benchmark/benchmark.h>
 #include <libusb.h>
 #include <sys/resource.h>
@@ -150,8 +150,8 @@ double median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
-// The contenders take turns, a page each, so that a busy moment of the machine meets all of them. The ratio
-// is the median of those of the rounds.
+// The contenders take turns, a page each, so that load on the machine affects all of them. The ratio is the
+// median of the rounds' ratios.
 void BM_Read(benchmark::State& state) {
   static constexpr std::array contenders = {&readPage<StackReader>, &readPage<BareReader<0>>,
                                             &readPage<BareReader<completionMs>>};

@@ -7,7 +7,7 @@
 #include "Target.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  // A packet of this length is dispatched for ever, by design; the worker ends the scan at its header.
+  // A packet of this length is dispatched forever, by design; the worker ends the scan at its header.
   if (textOf({bytes, size}).find("\xFF\xFF\xFF\xF8") != std::string_view::npos) return 0;
   const LeakSweep sweep;
   PacketTranscript whole, cut, watched;

@@ -11,8 +11,8 @@
 //
 //   | width:2 | height:2 | row bytes:2 | colour space:4 | resolution across:4 | resolution down:4 | pixels |
 //
-// The pixels are filled up with zeros, or cut, to exactly as many as the description promises: the reader has
-// no other way to know how many there are.
+// The pixels are padded with zeros, or cut, to exactly as many as the description promises: the reader has no
+// other way to determine their number.
 struct BitmapInput {
   explicit BitmapInput(Bytes bytes) : fields_(bytes) {
     if (isTooLarge()) return;

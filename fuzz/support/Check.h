@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-// Ends the program where a property does not hold, so that a wrong result counts like a crash: the fuzzer
-// keeps the input, and its stack names the line.
+// Ends the program if a property does not hold, so that a wrong result counts as a crash: the fuzzer keeps
+// the input, and the stack shows the line.
 inline void check(bool holds) {
   if (!holds) std::abort();
 }

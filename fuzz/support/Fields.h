@@ -6,8 +6,8 @@
 
 #include "Pieces.h"
 
-// Takes big-endian numbers off the front of an input, for readers whose input is no stream of bytes but a
-// record. What the input lacks reads as zero.
+// Takes big-endian numbers off the front of an input, for readers whose input is a record instead of a byte
+// stream. Missing input reads as zero.
 class Fields {
  public:
   explicit Fields(Bytes bytes) : rest_(bytes) {}
@@ -20,7 +20,7 @@ class Fields {
     return value;
   }
   std::uint8_t byte() { return static_cast<std::uint8_t>(number(1)); }
-  // Little-endian, as USB has it.
+  // Little-endian, as in USB.
   std::uint16_t word() {
     const std::uint32_t low = number(1);
     return static_cast<std::uint16_t>(number(1) << 8 | low);

@@ -10,7 +10,7 @@
 #include "Pieces.h"
 
 // A request in lines: the method, then the values of five headers. A line that is missing, or is "-", is a
-// header that is absent. Capital letters in front of the method stand for the rest: P for the page, O for
+// header that is absent. Capital letters in front of the method encode the rest: P for the page, O for
 // HTTP/1.0, T for TLS.
 inline frontend::share::RequestSource sourceIn(std::string_view text) {
   std::array<std::optional<std::string_view>, 6> lines;
@@ -34,7 +34,7 @@ inline frontend::share::RequestSource sourceIn(std::string_view text) {
           lines[5]};
 }
 
-// Every letter the other way.
+// Every letter in the other case.
 inline std::string inOtherCase(std::string_view text) {
   std::string result(text);
   for (char& c : result) {

@@ -19,8 +19,8 @@ std::unordered_set<const volatile void*>& blocks() {
   return set;
 }
 
-// Atomic although there is one thread: to a compiler, malloc() and free() see no variable of the program, so
-// that it would leave out a plain store that another one follows. The hooks see this one.
+// Atomic although there is one thread: a compiler assumes that malloc() and free() read no variable of the
+// program, so it would drop a plain store that is followed by another. The hooks read this one.
 std::atomic<bool> sweeping = false;
 
 // The set allocates too: what it does is not recorded.

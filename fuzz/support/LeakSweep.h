@@ -1,8 +1,8 @@
 #pragma once
 
-// Frees, at its end, every block that was allocated during its life and is still there: what the library
-// keeps for good by design (tests/lsan.supp lists it) would otherwise fill the memory within a few million
-// inputs. Nothing that was allocated meanwhile may be used afterwards. One at a time, one thread; without
+// Frees, when destroyed, every block that was allocated during its lifetime and not freed: what the library
+// leaks by design (listed in tests/lsan.supp) would otherwise fill the memory within a few million inputs.
+// Nothing that was allocated meanwhile may be used afterwards. One at a time, one thread; without
 // AddressSanitizer it does nothing.
 class LeakSweep {
  public:

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-// A regular file that has a path and is on no disk, for readers that open their input themselves.
+// A regular file that has a path but is not on a disk, for readers that open their input themselves.
 class MemoryFile {
  public:
   MemoryFile() : descriptor_(memfd_create("input", MFD_CLOEXEC)) {}

@@ -10,7 +10,7 @@
 #include "XMLSAXParser.h"
 #include "XMLVisitor.h"
 
-// What the library makes of a message; null where it reports a failure or finds no message root.
+// The library's result for a message; null if it reports a failure or finds no message root.
 inline std::unique_ptr<Element> readMessage(std::string_view message) {
   std::string text(message);
   XMLSAXParser parser;

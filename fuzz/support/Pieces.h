@@ -13,7 +13,7 @@ inline std::string_view textOf(Bytes bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-// Hands `bytes` to `feed` in order, cut into pieces of random lengths. The lengths follow from the bytes
+// Passes `bytes` to `feed` in order, cut into pieces of random lengths. The lengths follow from the bytes
 // themselves, so that a finding repeats and an input stays a plain file of its format.
 template <typename Feed>
 void inPieces(Bytes bytes, Feed feed) {

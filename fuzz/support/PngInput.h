@@ -37,8 +37,8 @@ inline bool isJpeg(const std::string& file) {
   return file.starts_with("\xFF\xD8\xFF");
 }
 
-// The most pixels that any frame header of a JPEG file announces, wherever it is: the decoder looks for the
-// next marker in whatever lies between two segments.
+// The most pixels that any frame header of a JPEG file announces, wherever it is: the decoder searches for
+// the next marker in whatever is between two segments.
 inline std::uint64_t announcedPixelsOfJpeg(const std::string& file) {
   std::uint64_t most = 0;
   // | 0xFF | 0xC0 to 0xCF | length:2 | bits per channel:1 | height:2 | width:2 |
@@ -58,7 +58,7 @@ inline std::uint64_t announcedPixels(const std::string& file) {
          pnginput::read32(file, pnginput::sizeOffset + 4);
 }
 
-// Sets the checksum of every chunk right: no random change would ever get past them.
+// Corrects the checksum of every chunk: no random change would ever get past them.
 inline void repairPng(std::string& file) {
   using namespace pnginput;
   if (!isPng(file)) return;

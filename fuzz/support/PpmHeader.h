@@ -11,7 +11,7 @@ struct PpmHeader {
   explicit PpmHeader(platform::Data* data) { parsePPM(data, &width, &height, &raster, &format, &maximum); }
 
   std::uint32_t samples() const { return static_cast<std::uint32_t>(sppFromFormat(format)); }
-  // Modulo 2^32, as the library has it.
+  // Modulo 2^32, as in the library.
   std::uint32_t rasterBytes() const { return width * samples() * height; }
   // What the picture holds of it, and zeros for the rest.
   std::vector<unsigned char> expectedRaster() const {

@@ -21,7 +21,7 @@ ReadingSink sink;
 // free it, and the stream go on writing into it.
 char buffer[4096];
 
-// Before main(), so that no target has to ask for it.
+// Runs before main(), so that no target has to call it.
 [[maybe_unused]] const bool quiet = [] {
   std::FILE* const nowhere = std::fopen("/dev/null", "w");
   if (nowhere == nullptr || std::setvbuf(nowhere, buffer, _IOFBF, sizeof buffer) != 0) return false;

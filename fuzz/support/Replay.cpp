@@ -1,6 +1,6 @@
-// Runs a target over every file of the folders given, without a fuzzer: its main() in every build but the
+// Runs a target over every file of the folders given, without a fuzzer: its main() in every build except the
 // fuzzer's. Prints the name of each file before it is read, so that the last one printed is the one that
-// failed. Exit status 1 for a folder that is missing or holds no file.
+// failed. Exit status 1 for a folder that is missing or contains no file.
 #include <unistd.h>
 
 #include <algorithm>

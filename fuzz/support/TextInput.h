@@ -7,7 +7,7 @@
 #include "Exceptions.h"
 #include "StringUtils.h"
 
-// The library's decoders of texts, each into a block of exactly the size that its contract asks for.
+// The library's decoders of texts, each into a block of exactly the size that its contract requires.
 
 inline std::string decodeBase64(const std::string& text, std::size_t capacity) {
   std::vector<unsigned char> output(capacity);

@@ -22,8 +22,8 @@ inline bool announcesTransferOver(std::size_t bytes, Bytes stream) {
   return false;
 }
 
-// What a client that sends this stream gets, and how the connection ends: in words, if the client broke the
-// protocol. Cut into pieces, as TCP may, or at once.
+// What a client that sends this stream receives, and how the connection ends: with a text, if the client
+// violated the protocol. Cut into pieces, as TCP may, or at once.
 inline std::string usbipSession(Bytes stream, bool cut, virtualscanner::UsbipPort& port) {
   virtualscanner::UsbipConnection connection(port);
   std::string answers;

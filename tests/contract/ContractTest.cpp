@@ -23,7 +23,7 @@ constexpr std::uint8_t outPipe = 1, replyPipe = 2, dataPipe = 3;
 constexpr usb::SetupPacket readConfiguration{usb::fromDevice, usb::getConfiguration, 0, 0, 1};
 constexpr usb::SetupPacket vendorRequest{/*to the device, of its vendor*/ 0x40, 1, 0, 0, 0};
 
-// What every USB stack has to do, whatever is behind it.
+// The behaviour required of every USB stack, whatever is behind it.
 class UsbContract : public testing::TestWithParam<WorldKind> {
  protected:
   UsbContract() { use({}); }

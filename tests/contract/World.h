@@ -12,13 +12,13 @@
 
 // A USB stack with one Q750 plugged in, and the control over the device that the tests of any stack need.
 // Pipe 1 takes requests, pipe 2 returns replies, pipe 3 the data of a page. Each owns its stack and device;
-// one thread. No function fails but by a failed expectation, and none blocks for longer than the stack
-// takes to notice.
+// one thread. Functions report failures only as failed expectations, and none blocks for longer than the
+// stack takes to detect the change.
 class World {
  public:
   virtual ~World() = default;
 
-  // The stack under test, which lives as long as the world.
+  // The stack under test, which exists for as long as the world.
   virtual platform::UsbStack& stack() = 0;
   // Makes the device stream a page on the data pipe, in transfers as the options say, and returns the bytes
   // of the stream.
@@ -30,7 +30,7 @@ class World {
   virtual void plugIn() = 0;
   // Whether this packet is the one call that the device received.
   virtual bool received(const std::vector<std::uint8_t>& packet) = 0;
-  // Whether the host gave everything back to the stack.
+  // Whether the host has released everything to the stack.
   virtual bool isTidy() = 0;
 };
 
@@ -43,8 +43,8 @@ inline void PrintTo(const WorldKind& kind, std::ostream* out) {
   *out << kind.name;
 }
 std::vector<WorldKind> allWorlds();
-// Those with a device model rather than a script behind the stack.
+// The kinds with a device model rather than a script behind the stack.
 std::vector<WorldKind> worldsWithADevice();
 
-// The one call that the tests write: the packet of system.exitHostUSBSendMode.
+// The only call that the tests write: the packet of system.exitHostUSBSendMode.
 std::vector<std::uint8_t> exitCall();

@@ -25,7 +25,7 @@ class EndToEndFaults : public ScanHost {
   const PageRequest request_{75, false, 0, 0, 637, 876};
   static constexpr std::uint32_t payload = 1000;
 
-  // For a page that never arrives the library would read for ever, so the device is unplugged at last.
+  // For a page that never arrives, the library would read forever, so the device is finally unplugged.
   void plugInWith(std::vector<Fault> faults) {
     faults.push_back({FaultKind::unplug, 300});
     ScannerOptions options;

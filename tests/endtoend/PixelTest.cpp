@@ -18,11 +18,11 @@ using namespace virtualscanner;
 
 class EndToEndPixels : public ScanHost {
  protected:
-  // A file of its own: the fixed one may be another program's a moment later.
+  // A separate file: the fixed one may be overwritten by another program.
   EndToEndPixels() { conversionEnvironment().tiffPath = folder_ / "scan.tiff"; }
   ~EndToEndPixels() override { conversionEnvironment().tiffPath = fixedPath_; }
 
-  // Checks the page painted at once against the colour of single points, in a grid that meets every column
+  // Checks the page painted at once against the colour of single points, in a grid that covers every column
   // and every row of small scans.
   void expectPointsOfPaper(const std::vector<std::uint8_t>& page, const PageRequest& request) const {
     const std::uint32_t stride = request.imageBytes() < 300000 ? 1 : 41;
@@ -38,8 +38,8 @@ class EndToEndPixels : public ScanHost {
     }
   }
 
-  // What ReadImage hands out: rows of the scan area's width, each with the raster's row after it, the last
-  // one with nothing that was ever received.
+  // What ReadImage returns: rows of the scan area's width, each with the raster's row after it, the last one
+  // with nothing that was ever received.
   std::vector<std::uint8_t> rowsWithLead(const std::vector<std::uint8_t>& page, const PageRequest& request,
                                          std::size_t rowBytes) const {
     std::vector<std::uint8_t> rows(request.height * rowBytes, 0x77);

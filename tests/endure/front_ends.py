@@ -1,4 +1,4 @@
-"""The command line and the SANE back end where users have them: in one folder, with their worker beside them."""
+"""The command line and the SANE back end as installed: in one folder, with their worker beside them."""
 import os
 import pathlib
 import shutil
@@ -12,7 +12,7 @@ LONGEST_LIFE_OF_A_WORKER = 5  # seconds, once its front end is gone; it allows i
 
 
 def link_or_copy(source, to):
-    """A linker writes a new file: what has two names stays as it is."""
+    """A linker writes a new file: a file with two names is not modified."""
     try:
         os.link(source, to)
     except OSError:

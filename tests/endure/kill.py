@@ -1,4 +1,5 @@
-"""SIGKILL at random moments: of the front end, of its worker, of both. Nothing may be left, and the next scan is good."""
+"""SIGKILL at random moments: of the front end, of its worker, of both. Nothing may be left, and the next scan
+succeeds."""
 import signal
 
 from front_ends import LONGEST_LIFE_OF_A_WORKER, NoGoodScan, good_page

@@ -1,4 +1,5 @@
-"""SIGKILL of `q750 virtual` while a host scans from it. The same port can be used at once, and the next scan is good."""
+"""SIGKILL of `q750 virtual` while a host scans from it. The same port can be used at once, and the next scan
+succeeds."""
 import re
 import signal
 import subprocess

@@ -131,7 +131,7 @@ ls -A "$PAGES" >"$LISTING"; exit $code
 
 
 def mounting_prefix():
-    """How this user gets mounts of its own, or None."""
+    """The command that gives this user private mounts, or None."""
     for prefix in (["unshare", "-m", "--propagation", "private"], ["unshare", "-Urm"]):
         if subprocess.run([*prefix, "mount", "-t", "tmpfs", "tmpfs", "/tmp"], capture_output=True).returncode == 0:
             return prefix

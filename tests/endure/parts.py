@@ -10,7 +10,7 @@ from soak import soak_command, soak_sane
 from stop import stop_often
 
 SUBJECTS = ("command", "sane", "virtual", "ranges", "surroundings")  # the last two of limits, the others of the rest
-SILENT_SCANNER = ("timeout 1",)  # seconds, for a worker that is stopped for ever
+SILENT_SCANNER = ("timeout 1",)  # seconds, for a worker that is stopped forever
 
 
 class Report:

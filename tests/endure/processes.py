@@ -1,4 +1,4 @@
-"""Processes that are started, killed, and looked for. What they leave running becomes a child of this process."""
+"""Processes that are started, killed, and searched for. What they leave running becomes a child of this process."""
 import ctypes
 import os
 import pathlib

@@ -1,5 +1,5 @@
-"""Thousands of scans: in one SANE process, and by `q750 scan`, each a process of its own. What they hold and leave stays
-the same after the first hundred."""
+"""Thousands of scans: in one SANE process, and by `q750 scan`, each a process of its own. What they hold and leave does
+not grow after the first hundred."""
 import os
 import pathlib
 import subprocess
@@ -10,7 +10,7 @@ from processes import LONGEST_RUN, children_of
 
 EVERY = 100
 MOST_GROWTH_KIB = 512
-MOST_GROWTH_SANITIZED_KIB = 16 * 1024  # the sanitizer keeps records of its own
+MOST_GROWTH_SANITIZED_KIB = 16 * 1024  # the sanitizer keeps its own records
 
 
 def shared_memory():

@@ -1,4 +1,4 @@
-"""SIGSTOP of the worker at random moments: for a while, after which the scan succeeds, and for ever, after which the
+"""SIGSTOP of the worker at random moments: for a while, after which the scan succeeds, and forever, after which the
 front end reports a worker that does not respond, and has killed it."""
 import signal
 import time
@@ -34,7 +34,7 @@ class Stops(Kills):
         return hit, None if self.front_end.page.read_bytes() == self.page else "the page differs"
 
     def stopped_run(self, dice):
-        """A run whose worker was stopped for ever, or None where there was no worker at that moment."""
+        """A run whose worker was stopped forever, or None if there was no worker at that moment."""
         run = self.front_end.start()
         run.sleep_until(dice.uniform(0, self.seconds))
         worker = run.running_worker()

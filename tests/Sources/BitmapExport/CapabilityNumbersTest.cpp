@@ -34,7 +34,7 @@ Dictionary threeChoices(Value current) {
   return enumeration(std::move(current), Array{100, 200, 300});
 }
 
-// What is read, in words: neither function finds a number, or both do.
+// The result as text: neither function finds a number, or both do.
 void expectNumber(const Dictionary& capability, std::int32_t integer, float real) {
   std::int32_t readInteger = 77;
   float readReal = 7.5F;

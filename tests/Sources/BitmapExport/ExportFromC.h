@@ -8,7 +8,7 @@ extern "C" {
 
 /* Exports one grey pixel the way a host written in C does. */
 int32_t exportFromC(unsigned char** tiff, uint32_t* length);
-/* Asks for the numbers of no dictionary; answers both results added up. */
+/* Reads the numbers of a null dictionary; returns the sum of both results. */
 int32_t readNoDictionaryFromC(void);
 
 #ifdef __cplusplus

@@ -14,7 +14,7 @@
 
 using Bytes = std::vector<std::uint8_t>;
 
-// Exports with the variables that a host would hold.
+// Exports with the variables that a host would have.
 class ExportTest : public testing::Test {
  protected:
   ~ExportTest() override {

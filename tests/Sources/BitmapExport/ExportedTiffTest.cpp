@@ -32,7 +32,7 @@ Bytes asBytes(const std::string& text) {
   return {text.begin(), text.end()};
 }
 
-// What is shown for the pixels, as 3 bytes each: in grey 0 is black, in 1-bit pictures 1 is.
+// The displayed pixels, as 3 bytes each: in grey 0 is black, in 1-bit pictures 1 is.
 Bytes shownAs(std::uint32_t space, std::size_t width, std::size_t height, const Bytes& pixels) {
   if (space == bitmapSpaceRGB24) return pixels;
   Bytes shown;
@@ -66,7 +66,7 @@ class ExportedTiff : public ExportTest {
     EXPECT_THAT(file.tags, StartsWith("  Image Width: " + std::to_string(width) +
                                       " Image Length: " + std::to_string(height) + "\n"));
   }
-  // As a viewer that asks the TIFF library for colours sees it, 3 bytes per pixel.
+  // The colours that the TIFF library returns to a viewer, 3 bytes per pixel.
   Bytes viewed() const {
     const std::unique_ptr<TIFF, void (*)(TIFF*)> file(TIFFOpen(path.c_str(), "r"), TIFFClose);
     std::uint32_t width = 0;

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <string>
 
-// The standard output of a program from outside this project about a file:
+// The standard output of a third-party program about a file:
 //
 //   EXPECT_THAT(outputOf("tiffinfo", "libtiff-tools", path), HasSubstr("Image Width: 4"));
 inline std::string outputOf(const std::string& program, const std::string& debianPackage,

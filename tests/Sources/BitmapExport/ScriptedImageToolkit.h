@@ -9,8 +9,8 @@
 #include "ImageToolkit.h"
 
 // An image toolkit that records every call as a line of text, keeps the pixels that were staged, lets any
-// call fail, and keeps account of what was obtained and not given back. Exports nothing: doExport() puts
-// `exported` into the handle. One image, handle and component at a time.
+// call fail, and tracks what was obtained and not released. Exports nothing: doExport() puts `exported` into
+// the handle. One image, handle and component at a time.
 //
 //   ScriptedImageToolkit toolkit;                        // is the toolkit in use during its lifetime
 //   toolkit.failOn("setDepth", platform::paramErr);
@@ -25,7 +25,8 @@ class ScriptedImageToolkit final : public platform::ImageToolkit {
   ScriptedImageToolkit(const ScriptedImageToolkit&) = delete;
   ScriptedImageToolkit& operator=(const ScriptedImageToolkit&) = delete;
 
-  // The operation of this name fails with `error`, or returns null (lockPixels: false) where it has none.
+  // The operation of this name fails with `error`, or returns null (lockPixels: false) if it has no error
+  // result.
   void failOn(const std::string& operation, platform::OSErr error = platform::paramErr) {
     failures_[operation] = error;
   }
@@ -42,7 +43,7 @@ class ScriptedImageToolkit final : public platform::ImageToolkit {
   // The whole memory of the image at unlockPixels(); a byte that was not written is 0xEE.
   std::vector<std::uint8_t> staged;
   std::string exported = "TIFF";
-  // What was not in the state that the call needs.
+  // Objects that were not in the state that the call requires.
   std::vector<std::string> misuse;
   // "handle", "image", "locked image", "component", "port"
   std::vector<std::string> leftovers() const;

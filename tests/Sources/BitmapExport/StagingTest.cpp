@@ -8,7 +8,7 @@ using testing::ElementsAre;
 
 namespace {
 
-// How pixels are copied into the off-screen image. 0xEE is a byte of it that nobody wrote.
+// How pixels are copied into the off-screen image. 0xEE is a byte of it that was not written.
 class Staging : public ExportTest {
  protected:
   ScriptedImageToolkit toolkit;

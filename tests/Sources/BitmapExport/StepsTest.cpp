@@ -11,7 +11,7 @@ using testing::StartsWith;
 
 namespace {
 
-// The steps of an export, as the toolkit sees them.
+// The steps of an export, as calls to the toolkit.
 class Steps : public ExportTest {
  protected:
   // The same picture in each layout: two pixels.

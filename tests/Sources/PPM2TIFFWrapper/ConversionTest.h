@@ -16,7 +16,7 @@
 #include "SystemVersion.h"
 #include "TemporaryFolder.h"
 
-// Converts in an environment of its own, with the variables that a host would hold.
+// Converts in a separate environment, with the variables that a host would have.
 class ConversionTest : public testing::Test {
  protected:
   ConversionTest() { conversionEnvironment().tiffPath = tiffPath; }

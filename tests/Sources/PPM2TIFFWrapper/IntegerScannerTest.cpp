@@ -13,7 +13,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// All integers up to the first text that is none.
+// All integers up to the first text that is not an integer.
 std::vector<std::int32_t> integersOf(std::string_view text) {
   IntegerScanner scanner(text);
   std::vector<std::int32_t> integers;

@@ -3,7 +3,7 @@
 #include <cstddef>
 
 // Replaces the global operators new and delete of this test program, to count objects and to run out of
-// memory at will. Memory that is had by other means (malloc, mmap) is not seen.
+// memory on demand. Memory allocated in other ways (malloc, mmap) is not counted.
 namespace allocations {
 
 struct Counts {
@@ -13,7 +13,7 @@ struct Counts {
 };
 Counts now();
 
-// Lets the n-th allocation from now on fail, once; 0 lets none fail.
+// Makes the n-th allocation from now on fail, once; with 0, none fails.
 void failNth(int n);
 
 // What changed since this object was made.

@@ -27,7 +27,7 @@ mode_t modeOf(const char* path) {
   return status.st_mode;
 }
 
-// How many files in /tmp carry the dump's name, private ones beside it included.
+// The number of files in /tmp with the dump's name, including private ones beside it.
 std::ptrdiff_t filesOfTheDump() {
   std::ptrdiff_t count = 0;
   for (const auto& entry : std::filesystem::directory_iterator("/tmp")) {

@@ -43,7 +43,7 @@ USBScanProtocolCallbacks PacketStream::callbacks() {
   return record;
 }
 
-// The chunk is in a block of exactly its size, so that the sanitizer sees any byte read beyond it.
+// The chunk is in a block of exactly its size, so that the sanitizer detects any read beyond it.
 void PacketStream::feed(const Bytes& bytes, std::int8_t convert) {
   const Bytes chunk(bytes);
   receiveData(parser, chunk.data(), static_cast<std::int32_t>(chunk.size()), convert);

@@ -20,7 +20,7 @@ Bytes operator+(Bytes first, const Bytes& second);
 // Thrown by a callback that has been called often enough.
 struct Enough {};
 
-// A parser with callbacks that write down what they get, as "beginImageJob", "control(ok)", "image(abc)", or
+// A parser with callbacks that record what they receive, as "beginImageJob", "control(ok)", "image(abc)", or
 // "image[-8]" for a length below 0:
 //
 //   feed(packet(0xCC, "ok"));
@@ -30,7 +30,7 @@ class PacketStream : public testing::Test {
   PacketStream() { start(callbacks()); }
   ~PacketStream() override { releaseUSBScanProtocol(parser); }
 
-  // Goes on with a new parser.
+  // Continues with a new parser.
   void start(const USBScanProtocolCallbacks& callbacks);
   USBScanProtocolCallbacks callbacks();
 

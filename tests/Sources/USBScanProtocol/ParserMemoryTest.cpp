@@ -36,7 +36,7 @@ Bytes imagePackets(std::size_t count, std::size_t payload) {
   return stream;
 }
 
-// What stays allocated once a parser has seen `stream` and been released.
+// What stays allocated after a parser has received `stream` and been released.
 struct Remains {
   std::ptrdiff_t objects;
   std::ptrdiff_t objectBytes;

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-// Lets allocations through operator new fail, in the whole test program. Those of malloc are not touched.
+// Makes allocations through operator new fail, in the whole test program. Those of malloc are not affected.
 //
 //   {
 //     const AllocationFaults faults = AllocationFaults::nth(3);
@@ -20,7 +20,7 @@ class AllocationFaults {
   AllocationFaults(const AllocationFaults&) = delete;
   AllocationFaults& operator=(const AllocationFaults&) = delete;
 
-  // Blocks of operator new that were not given back, in the whole program.
+  // Blocks of operator new that were not freed, in the whole program.
   static long blocksHeld();
 
   // Whether the allocation that is to fail has been requested.

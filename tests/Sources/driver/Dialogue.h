@@ -21,15 +21,14 @@ inline std::string imagePacket(const std::string& payload) {
 std::string response(const std::string& result);
 std::string faultReply(const std::string& message);
 
-// A picture as a device sends it; the raster is taken as given.
+// A picture as a device sends it; the raster is used as given.
 std::string pixmap(unsigned int width, unsigned int height, const std::string& raster);   // P6
 std::string greymap(unsigned int width, unsigned int height, const std::string& raster);  // P5
 
 // n different bytes, none of them zero (repeating after 255).
 std::string countingBytes(std::size_t n, unsigned int first = 1);
 
-// Every byte of every transfer. Printable bytes stand for themselves, "\n" also ends the line,
-// others are \xNN.
+// Every byte of every transfer. Printable bytes are unchanged, "\n" also ends the line, others are \xNN.
 std::string asText(const std::vector<fakes::ScriptedUsbStack::Transfer>& transfers);
 
 // What the host wrote, packet headers removed.

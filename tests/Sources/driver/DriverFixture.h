@@ -11,7 +11,8 @@
 #include "ScriptedUsbStack.h"
 
 // A scripted USB stack with one scanner that drivers will find: pipe 1 takes requests, pipe 2 gives replies,
-// pipe 3 gives the image. No line of the log is shown. What a test leaves held or misuses fails it.
+// pipe 3 gives the image. The log is not printed. A test fails if it leaves anything held or misuses an
+// object.
 class DriverFixture : public testing::Test {
  protected:
   static constexpr std::uint8_t outPipe = 1;
@@ -26,7 +27,7 @@ class DriverFixture : public testing::Test {
     usb.addInterface({fakes::bulkOut(2, 64), fakes::bulkIn(11, 128), fakes::bulkIn(8, 512)});
   }
 
-  // A driver with the scanner open, its calls so far forgotten.
+  // A driver with the scanner open; its calls so far are discarded.
   void openScanner() {
     plugScannerIn();
     driver.reset(CScannerDriver::create());

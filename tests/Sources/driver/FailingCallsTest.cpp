@@ -2,7 +2,7 @@
 #include "JobSpies.h"
 #include "ScannerInterface.h"
 
-// Lets the 1st, 2nd, ... n-th platform call of open, one scan and close fail, each with several statuses.
+// Makes the 1st, 2nd, ... n-th platform call of open, one scan and close fail, each with several statuses.
 namespace {
 
 using platform::IOReturn;

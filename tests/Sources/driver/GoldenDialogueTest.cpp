@@ -5,8 +5,8 @@
 #include "DriverFixture.h"
 #include "ScanJob.h"
 
-// Compares whole dialogues, every byte both ways, with golden/*.txt. After a wanted change, write
-// them anew with
+// Compares whole dialogues, every byte both ways, with golden/*.txt. After an intended change, rewrite them
+// with
 //   Q750_UPDATE_GOLDEN=1 driver-tests --gtest_filter='GoldenDialogue.*'
 namespace {
 

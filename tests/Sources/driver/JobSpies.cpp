@@ -62,7 +62,7 @@ std::int32_t __wrap_ConvertPPMToTIFF(platform::Data* data, unsigned char** raste
   const std::int32_t result = __real_ConvertPPMToTIFF(data, rasterCopy, rasterLength, xResolution,
                                                       yResolution, width, height, samplesPerPixel);
   if (spies == nullptr || !spies->conversionFails) return result;
-  // As where there is no memory for the raster: the block is gone, everything else was stored.
+  // As if there were no memory for the raster: the block is freed, everything else was stored.
   std::free(*rasterCopy);
   *rasterCopy = nullptr;
   return 1;

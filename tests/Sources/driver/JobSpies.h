@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-// Stands between the driver and the packet parser, the dump file and the conversion (the linker routes the
-// calls through it) and records what passes. Everything is passed on unless a failure is requested.
+// Intercepts the calls from the driver to the packet parser, the dump file and the conversion (the linker
+// routes them through it) and records them. Everything is passed on unless a failure is requested.
 //
 //   JobSpies spies;
 //   driver->startScan();

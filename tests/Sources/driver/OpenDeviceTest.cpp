@@ -114,7 +114,7 @@ TEST_F(OpenDevice, GoesOnToTheNextServiceWhereOneDoesNotOpen) {
   usb.failNext("interface 1.open", platform::kIOReturnExclusiveAccess);
   open();
   EXPECT_EQ(driver->endpointCount(), 3);
-  // The one that did not open is dropped without a release.
+  // The one that could not be opened is dropped without being released.
   EXPECT_THAT(usb.leftovers(), ElementsAre("interface 1", "interface 2", "open interface 2"));
 }
 

@@ -7,7 +7,7 @@
 #include "Element.h"
 #include "ElementIterator.h"
 
-// The names that a walk with this flag yields, in its order.
+// The names that a walk with this flag returns, in order.
 inline std::vector<std::string> namesOf(Element& container, bool chain = true) {
   std::vector<std::string> names;
   const std::unique_ptr<ElementIterator> walk(container.iterator(chain));
@@ -18,7 +18,7 @@ inline std::vector<std::string> namesOf(Element& container, bool chain = true) {
   return names;
 }
 
-// The elements that a walk yields, in its order.
+// The elements that a walk returns, in order.
 inline std::vector<Element*> childrenOf(Element& container, bool chain = true) {
   std::vector<Element*> children;
   const std::unique_ptr<ElementIterator> walk(container.iterator(chain));

@@ -314,7 +314,7 @@ TEST_F(ObjectOfAClass, YieldsANameOncePerLevel) {
   derived.addChild("x", new IntegerElem(3));
   EXPECT_THAT(namesOf(derived), ElementsAre("x", "x", "x"));
   EXPECT_THAT(namesOf(derived, false), ElementsAre("x"));
-  // Each level is asked for its own child.
+  // Its own child is looked up at each level.
   EXPECT_THAT(childrenOf(derived), ElementsAre(derived.getChildRaw("x"), object.getChildRaw("x"), inherited));
 }
 

@@ -48,7 +48,7 @@ TEST(InstanceOf, AcceptsTheClassAndItsBasesAndNothingElse) {
       {std::make_shared<ListElem>(), {"ListElem", "NonterminalElem", "Element"}},
       {std::make_shared<MapElem>(), {"MapElem", "NonterminalElem", "Element"}},
       {std::make_shared<CompositeElem>(nullptr), {"CompositeElem", "MapElem", "NonterminalElem", "Element"}},
-      // Operations have no class name of their own.
+      // Operations have no class name.
       {std::make_shared<OperationElem>(), {"TerminalElem", "Element"}},
       {std::make_shared<LazyEvalElem>(), {"TerminalElem", "Element"}},
   };

@@ -24,7 +24,7 @@
 #include "OperationElem.h"
 #include "StringElem.h"
 
-// What the compiler and the virtual tables show of the element interfaces.
+// The element interfaces as seen by the compiler and in the virtual tables.
 namespace {
 
 // Every overload can be called on every class: an override hides none of the others, and a literal 0

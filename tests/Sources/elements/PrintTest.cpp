@@ -91,7 +91,7 @@ TEST(Print, WorksOnItsArgumentsAlone) {
   map.addChild("x", new MapElem);
   EXPECT_EQ(capture([&] { caller.print(">", "name", &map, 1); }).text,
             "> name :  \r\n>    x :  \r\nMAX NUMBER OF LEVEL REACHED!\r\n");
-  // At the limit a leaf is not asked for its children.
+  // At the limit, the children of a leaf are not requested.
   const Dump atLimit = capture([&] { map.print("", "n", &caller, 0); });
   EXPECT_EQ(atLimit.text, " n : : 1 \r\nMAX NUMBER OF LEVEL REACHED!\r\n");
   EXPECT_EQ(atLimit.failure, "nothing");

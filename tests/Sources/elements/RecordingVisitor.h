@@ -5,7 +5,7 @@
 
 #include "ElementVisitor.h"
 
-// Records each operation that it is called with, as "class" and the address that it got:
+// Records each operation that it is called with, as "class" and the address that it received:
 //   RecordingVisitor visitor;  element.accept(&visitor);  EXPECT_EQ(visitor.calls, ...{{"MapElem", &map}});
 struct RecordingVisitor final : ElementVisitor {
   struct Call {

@@ -126,7 +126,7 @@ TEST(LibraryEnvironment, BringsTheDefaultsBack) {
   EXPECT_EQ(platform::chosenLogSink(), nullptr);
 }
 
-// A line whose text nobody may ask for.
+// A line whose text must not be read.
 class UnreadLine final : public platform::LogLine {
  public:
   void read(const PieceReader& /*reader*/) const override { ADD_FAILURE() << "the line was formatted"; }

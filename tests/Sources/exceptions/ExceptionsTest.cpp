@@ -45,7 +45,7 @@ TYPED_TEST(EveryObjectStoreException, KeepsItsMessageWhenCaughtAsTheBase) {
   }
 }
 
-// What a derived class sees of the root's message.
+// The root's message as accessible to a derived class.
 struct Opened : Exception {
   using Exception::Exception;
   using Exception::message;

@@ -18,8 +18,8 @@ std::string decodedInMap(const std::string& tag);
 std::string decodedInComposite(const std::string& tag);
 std::string decodedArgument(const std::string& tag);
 
-// An element under a name below "sys.class" or "globals" of the object store, taken out and deleted
-// when it goes:
+// An element under a name below "sys.class" or "globals" of the object store, removed and deleted by the
+// destructor:
 //
 //   const Stored camera("sys.class", "Camera", new CompositeElem(nullptr));
 //   camera->addChild("x", new NullElem);

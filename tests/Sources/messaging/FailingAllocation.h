@@ -1,7 +1,7 @@
 #pragma once
 
-// Lets the n-th allocation with `new` (counted from 1) fail with std::bad_alloc during its lifetime, and no
-// other. The program's operator new is replaced for it. One at a time, one thread:
+// Makes the n-th allocation with `new` (counted from 1), and no other, fail with std::bad_alloc during its
+// lifetime. Replaces the program's operator new. One at a time, one thread:
 //
 //   const FailingAllocation third(3);
 //   EXPECT_THROW(build(), std::bad_alloc);

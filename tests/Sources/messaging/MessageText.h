@@ -10,7 +10,7 @@
 #include "Element.h"
 #include "XMLVisitor.h"
 
-// Message texts as the tests write them down, and as the writer makes them.
+// Message texts as written in the tests, and as produced by the writer.
 
 // A raw string of lines as a message has them: without the first, empty line, each ended by CR LF.
 inline std::string lines(std::string_view raw) {

@@ -35,7 +35,7 @@ struct Method {
   }
 };
 
-// Says in `gone`, which outlives it, that it is deleted.
+// Sets `gone`, which outlives it, when it is deleted.
 struct Witness : MapElem {
   const std::shared_ptr<bool> gone = std::make_shared<bool>(false);
 

@@ -79,7 +79,7 @@ class Capture {
 
 Reading readUncaptured(const std::string& message) {
   Reading reading;
-  // Its own block, so that a sanitizer sees a read past the end; never null, also when empty.
+  // A separate block, so that a sanitizer detects a read past the end; never null, even if empty.
   const auto block = std::make_unique<char[]>(message.size());
   message.copy(block.get(), message.size());
   XMLSAXParser parser;

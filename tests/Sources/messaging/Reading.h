@@ -6,7 +6,7 @@
 #include "Element.h"
 #include "XMLSAXParser.h"
 
-// What one parseMessage left behind. Use it like this:
+// The results of one parseMessage. Use it like this:
 //
 //   const Reading reading = read("<response requestID=\"3\"><NullElem/></response>");
 //   EXPECT_EQ(reading.status, 0);
@@ -19,7 +19,7 @@ struct Reading {
   std::string standardError;
 };
 
-// Reads with a parser of its own, from a block of exactly the message's size. Exceptions pass through.
+// Reads with a separate parser, from a block of exactly the message's size. Exceptions pass through.
 Reading read(const std::string& message);
 
 // The same without collecting the two streams, for tests that read thousands of messages.

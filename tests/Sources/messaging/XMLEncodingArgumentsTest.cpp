@@ -12,7 +12,7 @@
 
 namespace {
 
-// A call with these arguments, as its three kinds of lookup see it; "nothing" for null.
+// A call with these arguments, as returned by its three kinds of lookup; "nothing" for null.
 class Call {
  public:
   explicit Call(const std::string& arguments, int options = XML_PARSE_NOBLANKS)
@@ -143,7 +143,7 @@ const Lookup lookups[] = {
 };
 INSTANTIATE_TEST_SUITE_P(XMLEncodingArguments, EveryArgument, testing::ValuesIn(lookups));
 
-// What a host asks for, in each call that the writer can write with "one", "two", "three" and the list [7].
+// What a host looks up, in each call that the writer can write with "one", "two", "three" and the list [7].
 struct Written {
   int code;
   const char* name;

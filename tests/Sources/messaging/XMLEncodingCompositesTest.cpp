@@ -111,7 +111,7 @@ TEST(XMLEncodingComposites, LookTheEnclosureUpBeforeTheEntries) {
             "NoSuchElementException: getChildRaw:nonenot found");
 }
 
-// Setters. Each sees the composite as context and the value as its one argument.
+// Setters. Each receives the composite as context and the value as its only argument.
 
 Element* kept = nullptr;
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-// What becomes of a tag in each of its places; null where it becomes nothing.
+// The result for a tag in each of its places; null if there is none.
 struct Row {
   const char* tag;
   const char* alone;

@@ -11,7 +11,7 @@
 
 namespace {
 
-// What the next pthread_create() does instead of its work, and what the latest was asked for.
+// What the next pthread_create() does instead of its work, and the request of the latest call.
 struct ThreadCreation {
   int failure = 0;
   int detachState = -1;
@@ -34,7 +34,7 @@ extern "C" int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* at
 
 namespace {
 
-// Tells on which thread it ran and when it was deleted.
+// Records on which thread it ran and when it was deleted.
 class Work : public Runnable {
  public:
   struct Record {

@@ -1,4 +1,4 @@
-// Makes every file system one without unnamed files, as NFS and FAT are: q750 then writes under a private
+// Makes every file system appear to lack unnamed files, as NFS and FAT do: q750 then writes under a private
 // name, which a kill leaves behind. Loaded into q750 by tools/endure (LD_PRELOAD).
 #include <dlfcn.h>
 #include <fcntl.h>

@@ -1,6 +1,6 @@
 /*
- * Calls the functions that ignore their arguments from assembly, as no compiler's habits can hide: whether
- * the stack pointer and the four registers that a call has to preserve on i386 are afterwards as they were.
+ * Calls the functions that ignore their arguments from assembly, independently of any compiler's code, and
+ * checks that the stack pointer and the four registers that a call has to preserve on i386 are unchanged.
  */
 #include <stdint.h>
 #include <stdio.h>

@@ -42,7 +42,7 @@ enum { shapeCount = 10, rounds = 125000 };
 
 static void idle(void) {}
 
-/* Tells where the stack stands: at one place of a function always the same, unless a call moved it. */
+/* Returns the position of the stack: always the same at one place of a function, unless a call moved it. */
 #if defined(__GNUC__)
 __attribute__((noinline))
 #endif

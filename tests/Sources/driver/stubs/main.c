@@ -12,7 +12,7 @@ int stubCallsCXX20(void);
 int registersChangedByStubs(void);
 #endif
 
-/* In place of the driver's: what EnableScannerEx hands on. */
+/* Replaces the driver's function, to which EnableScannerEx forwards. */
 intptr_t EnableScanner(void);
 intptr_t EnableScanner(void) {
   static char driver;

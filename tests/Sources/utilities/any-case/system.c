@@ -1,4 +1,4 @@
-/* Compiled where <semaphore.h> leads to the class's header first. */
+/* Compiled where <semaphore.h> finds the class's header first. */
 #include <semaphore.h>
 
 int countOf(sem_t* semaphore) {
