@@ -63,7 +63,7 @@ class ScanHost : public testing::Test {
     const std::size_t before = stack_->unreleased().total();
     EXPECT_EQ(DisableScanner(handle_), 1);
     handle_ = 0;
-    // A driver whose device vanished during a page closes nothing.
+    // A driver whose device vanished during a page does not close anything.
     EXPECT_EQ(stack_->unreleased().total(), before - (open ? 1 : 0));
   }
 

@@ -1,12 +1,12 @@
-// A library for LD_PRELOAD that lets calls of the C library fail, in one of the programs that load it:
+// A library for LD_PRELOAD that makes calls of the C library fail, in one of the programs that load it:
 //
 //   LD_FAILING="q750-worker malloc 17 once 12 /tmp/count"
 //
-// lets the 17th call of the group malloc in q750-worker fail with errno 12, "on" instead of "once" every one
-// from there on. The number 0 lets none fail. The file, of two numbers of 64 bits, receives the number of
-// calls and of lost messages, which are the failed writes to standard error; it is mapped at the start, since
-// a confined process can open no file. The name of the variable begins with LD_ because a worker inherits
-// only few names (WorkerEnvironment.h).
+// makes the 17th call of the group malloc in q750-worker fail with errno 12; with "on" instead of "once",
+// every call from there on. With the number 0, none fails. The file, of two numbers of 64 bits, receives the
+// number of calls and of lost messages, which are the failed writes to standard error; it is mapped at the
+// start, since a confined process can open no file. The name of the variable begins with LD_ because a worker
+// inherits only few names (WorkerEnvironment.h).
 //
 // Of the allocations, operator new is malloc too. Calls that the C library makes itself are not touched.
 // Allocates nothing, takes no lock.
@@ -112,7 +112,7 @@ OPEN(openat, (int folder, const char* path, int flags, ...), (folder, path, flag
 OPEN(openat64, (int folder, const char* path, int flags, ...), (folder, path, flags, mode), flags)
 
 // Event counters and timers, whose files are of no type, have no disk that could be full, and the USB library
-// waits for ever where its own fail. In a worker they fail all the same, as its supervisor ends it.
+// waits forever if its own fail. In a worker they fail nevertheless, since its supervisor ends it.
 static bool fileFails(const char* group, int file) {
   struct stat status;
   const bool counter = fstat(file, &status) == 0 && (status.st_mode & S_IFMT) == 0;

@@ -6,8 +6,8 @@
 
 #include "VirtualScanner.h"
 
-// The remote calls that a virtual scanner understands, as object.method, from the moment of recording on. The
-// log outlives the scanner. A scanner has one log at a time.
+// The remote calls that a virtual scanner understands, as object.method, from the start of the recording on.
+// The log outlives the scanner. A scanner has one log at a time.
 //
 //   const CallLog calls = recordCalls(scanner);
 //   EXPECT_THAT(*calls, ElementsAre("system.enterHostUSBSendMode", ...));

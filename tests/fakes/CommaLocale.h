@@ -7,19 +7,19 @@
 
 #include "TemporaryFolder.h"
 
-// Puts the process under a locale that writes a decimal comma, made on the spot with localedef (Debian
-// package locales), for as long as it lives:
+// Puts the process under a locale that writes a decimal comma, generated with localedef (Debian package
+// locales), for as long as the object exists:
 //
 //   const CommaLocale locale;
 //   ASSERT_TRUE(locale.holds());
 class CommaLocale {
  public:
   CommaLocale() : before_(std::setlocale(LC_ALL, nullptr)) {
-    // Of the emulated machine, where one is: the tool may be a native program of the host.
+    // Of the emulated machine, if there is one: the tool may be a native program of the host.
     const std::string order = std::endian::native == std::endian::big ? "--big-endian" : "--little-endian";
     const std::string make =
         "localedef --no-archive -c -i de_DE -f UTF-8 " + order + " " + folder_ / "de_DE.UTF-8";
-    // Not the tool's exit status, which reports mere warnings too: holds() reports whether it worked.
+    // Not the tool's exit status, which also reports mere warnings: holds() reports whether it succeeded.
     static_cast<void>(std::system((make + " >/dev/null 2>&1").c_str()));
     setenv("LOCPATH", (folder_ / "").c_str(), 1);
     holds_ = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr &&

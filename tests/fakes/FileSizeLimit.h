@@ -4,7 +4,7 @@
 
 #include <csignal>
 
-// Lets every write past this length of a file fail, as on a full disk.
+// Makes every write past this length of a file fail, as on a full disk.
 class FileSizeLimit {
  public:
   explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {

@@ -5,7 +5,7 @@
 
 #include "Log.h"
 
-// Receives the log while it lives and keeps every line whole. One thread:
+// Receives the log while it exists and keeps every line whole. One thread:
 //
 //   RecordingLogSink sink;
 //   convert();

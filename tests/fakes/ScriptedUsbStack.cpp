@@ -115,7 +115,7 @@ class ScriptedUsbStack::Object {
     open_ = true;
     return kIOReturnSuccess;
   }
-  // A close that fails has closed all the same, as it does for a device that is gone.
+  // A close that fails has closed nevertheless, as it does for a device that was unplugged.
   IOReturn closeObject() noexcept {
     const IOReturn status = unlessOutOfMemory([this] { return fallible("close()"); });
     stack_.hold(openName_, -1);
@@ -129,7 +129,7 @@ class ScriptedUsbStack::Object {
       return name_ + ".release()";
     });
     released_ = true;
-    // It stays among the leftovers as open: drivers close before they release.
+    // It is kept among the leftovers as open: drivers close before they release.
     giveBack();
     stack_.hold(name_, -1);
   }
@@ -504,7 +504,7 @@ IOReturn ScriptedUsbStack::read(std::uint8_t pipe, void* buffer, std::uint32_t c
   return status;
 }
 
-// What allocates comes first, so that an answer is taken off its queue only if it arrives.
+// Allocations are made first, so that a reply is removed from its queue only if it is delivered.
 IOReturn ScriptedUsbStack::answerRead(std::uint8_t pipe, std::uint32_t capacity, std::string* bytes,
                                       std::uint32_t* reported) {
   auto& queue = reads_[pipe];

@@ -17,9 +17,9 @@ namespace fakes {
 platform::PipeProperties bulkOut(std::uint8_t endpointNumber, std::uint16_t maxPacketSize = 512);
 platform::PipeProperties bulkIn(std::uint8_t endpointNumber, std::uint16_t maxPacketSize = 512);
 
-// A USB stack that records every call as a line of text, takes its answers from a script, lets any single
-// call fail, and keeps account of what was obtained and not given back. It knows nothing of scanners.
-// Time-outs pass at once, so that there is never a transfer to abort.
+// A USB stack that records every call as a line of text, takes its replies from a script, makes any single
+// call fail, and tracks what was obtained and not released. It is independent of scanners. Time-outs pass at
+// once, so that there is never a transfer to abort.
 //
 //   // Pipes 1, 2 and 3. A read of pipe 2 gets "reply", the next one stalls, and a write to pipe 1 fails.
 //   ScriptedUsbStack usb;
@@ -33,7 +33,7 @@ platform::PipeProperties bulkIn(std::uint8_t endpointNumber, std::uint16_t maxPa
 //   EXPECT_THAT(usb.leftovers(), IsEmpty());
 //   EXPECT_THAT(usb.misuse(), IsEmpty());
 //
-// Services and the objects made of them are numbered from 1 in the order in which they were added. The
+// Services and the objects created from them are numbered from 1 in the order in which they were added. The
 // objects belong to the stack, so that a use after release is reported by misuse() and touches no freed
 // memory. One thread.
 class ScriptedUsbStack final : public platform::UsbStack {
@@ -55,9 +55,8 @@ class ScriptedUsbStack final : public platform::UsbStack {
                     std::vector<platform::PipeProperties> alternateEndpoints = {});
   void addDevice(std::uint16_t vendor, std::uint16_t product, std::uint32_t location);
 
-  // What the reads of a pipe return, in order. Bytes that do not fit into one read stay for the next. A
-  // pipe with nothing queued times out; so that no test hangs, the device is gone from the 100th
-  // consecutive time-out on.
+  // What the reads of a pipe return, in order. Bytes that do not fit into one read are kept for the next. A
+  // pipe with nothing queued times out; so that no test hangs, the device disappears at the 100th in a row.
   void queueRead(std::uint8_t pipe, std::string bytes);
   void queueStatus(std::uint8_t pipe, platform::IOReturn status, int times = 1);
   // A read that succeeds with these bytes and reports `reported` of them, true or not.
@@ -66,14 +65,14 @@ class ScriptedUsbStack final : public platform::UsbStack {
   // Transfers on the pipe are kIOUSBPipeStalled until both of its ends are cleared.
   void haltPipe(std::uint8_t pipe) { halted_.insert(pipe); }
 
-  // Removes everything that was added, or brings it back. Objects obtained before the unplugging stay dead.
+  // Removes everything that was added, or restores it. Objects obtained before the unplugging stay invalid.
   void unplug();
   void plugIn() { pluggedIn_ = true; }
 
   // The next call whose line begins with `line` fails with `status`, or with the empty result of a call that
   // has no status.
   void failNext(std::string line, platform::IOReturn status);
-  // As failNext, but the call succeeds and hands out a null object.
+  // As failNext, but the call succeeds and returns a null object.
   void answerNull(std::string line);
   // The n-th (from 1) of all calls that can fail fails with `status`; 0 for none.
   void failCall(int n, platform::IOReturn status);
@@ -113,7 +112,7 @@ class ScriptedUsbStack final : public platform::UsbStack {
     std::string bytes;
     std::optional<std::uint32_t> reported;
   };
-  // What the script makes of a call.
+  // The scripted result of a call.
   struct Verdict {
     platform::IOReturn status = platform::kIOReturnSuccess;
     bool null = false;
@@ -155,7 +154,7 @@ class ScriptedUsbStack final : public platform::UsbStack {
   std::map<std::string, int> held_;
 };
 
-// Makes drivers use a stack while it lives, and the default one afterwards.
+// Makes drivers use a stack while the object exists, and the default one afterwards.
 class ChosenUsbStack {
  public:
   explicit ChosenUsbStack(platform::UsbStack& stack) { platform::useUsbStack(&stack); }

@@ -4,7 +4,7 @@
 
 #include "UsbStack.h"
 
-// Takes objects out of a USB stack step by step as a driver does, and gives every step back:
+// Obtains objects from a USB stack step by step as a driver does, and releases those of every step:
 //
 //   StackUser user(stack);
 //   auto interface = user.interface();   // null where the stack lists none; released with the pointer
@@ -23,8 +23,7 @@ class StackUser {
 
   explicit StackUser(platform::UsbStack& stack) : stack_(stack) {}
 
-  // The n-th service of a kind, from 0; 0 where there are fewer, or where the registry fails. The
-  // caller releases it.
+  // The n-th service of a kind, from 0; 0 if there are fewer or the registry fails. The caller releases it.
   platform::IOObject service(platform::ServiceKind kind, int n = 0) {
     platform::MachPort port = 0;
     status = stack_.masterPort(&port);
@@ -54,7 +53,7 @@ class StackUser {
   Interface interface(int n = 0) { return Interface(query<platform::UsbInterface>(n)); }
   Device device(int n = 0) { return Device(query<platform::UsbDevice>(n)); }
 
-  // Of the last step that was tried; kIOReturnNotFound where there was no service.
+  // Of the last step that was tried; kIOReturnNotFound if there was no service.
   platform::IOReturn status = platform::kIOReturnSuccess;
 
  private:

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-// A TIFF file as the TIFF library reads it back: every tag that is set, as text, and the pixels row by row.
+// A TIFF file as read back by the TIFF library: every tag that is set, as text, and the pixels row by row.
 // Pages count from 0.
 struct TiffFile {
   std::string tags;

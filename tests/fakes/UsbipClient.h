@@ -17,7 +17,7 @@ class UsbipClient {
  public:
   using Bytes = std::vector<std::uint8_t>;
 
-  // Connects to 127.0.0.1, or to ::1; fails the test where nobody listens.
+  // Connects to 127.0.0.1, or to ::1; fails the test if no server listens.
   explicit UsbipClient(std::uint16_t port, bool overIpv6 = false);
   ~UsbipClient();
   UsbipClient(const UsbipClient&) = delete;
@@ -26,7 +26,7 @@ class UsbipClient {
   void send(const Bytes& bytes);
   // Waits for this many bytes; returns fewer if the server closes the connection first.
   Bytes receive(std::size_t count);
-  // Waits for the next byte. Whether the server closed the connection instead.
+  // Waits for the next byte. Returns whether the server closed the connection instead.
   bool isAtEnd() { return receive(1).empty(); }
   void close();
 

@@ -1,4 +1,5 @@
-"""The ELF headers of what an optimised build makes for users: two programs and the shared libraries."""
+"""The ELF headers of the files that an optimised build makes for users: two programs and the shared
+libraries."""
 import os
 import pathlib
 import subprocess

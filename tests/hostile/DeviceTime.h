@@ -5,8 +5,8 @@
 
 namespace hostile {
 
-// The time that hostile devices have taken: it passes with their transfers and time-outs alone, so that a
-// scan takes minutes at once, and the same ones on a busy machine. One for the process; any thread.
+// The time that hostile devices have taken: it advances only with their transfers and time-outs, so that
+// minutes of a scan pass at once, and equally on a busy machine. One per process; any thread.
 class DeviceTime {
  public:
   static std::chrono::milliseconds elapsed() noexcept {

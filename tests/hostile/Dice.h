@@ -6,7 +6,7 @@
 
 namespace hostile {
 
-// Numbers that look random and follow from a seed alone, on every machine: the distributions of the standard
+// Pseudo-random numbers that depend on a seed alone, on every machine: the distributions of the standard
 // library differ between implementations, and a seed has to repeat a device anywhere. A plain value.
 class Dice {
  public:
@@ -19,7 +19,7 @@ class Dice {
     value = (value ^ value >> 27) * 0x94D049BB133111EBU;
     return value ^ value >> 31;
   }
-  // From 0 to `count` - 1; 0 where the count is 0.
+  // From 0 to `count` - 1; 0 if the count is 0.
   std::size_t below(std::size_t count) { return count == 0 ? 0 : static_cast<std::size_t>(next() % count); }
   bool oneIn(std::size_t count) { return below(count) == 0; }
   std::uint8_t byte() { return static_cast<std::uint8_t>(next() & 0xFF); }

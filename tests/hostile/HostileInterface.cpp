@@ -25,7 +25,7 @@ IOReturn passed(IOReturn status, std::uint32_t timeoutMs) {
 
 }  // namespace
 
-// Not among them: want of memory, which is the computer's.
+// Not among them: lack of memory, which is a condition of the computer.
 const std::array<IOReturn, 10> HostileInterface::statuses = {
     platform::kIOUSBPipeStalled,      platform::kIOUSBTransactionTimeout, platform::kIOReturnTimeout,
     platform::kIOReturnIOError,       platform::kIOReturnOverrun,         platform::kIOReturnAborted,

@@ -20,7 +20,7 @@ using frontend::ScanOutcome;
 using frontend::ScanStatus;
 
 // Nothing in a scan takes real time, but the machine may have many other tasks: a worker that is over the
-// limit of its processor time is killed (HostileClock.cpp), and only one that waits for ever ends here.
+// limit of its processor time is killed (HostileClock.cpp), and only one that hangs ends here.
 constexpr std::chrono::minutes longestPause(10);
 // A worker may use 256 MiB and ten times the picture; what it has in memory is far less.
 #ifdef __SANITIZE_ADDRESS__
@@ -52,7 +52,7 @@ constexpr Designed designed[] = {
     {ScanStatus::refused, "The scanner refused the scan. "},
 };
 
-// Leaves the worker all the time that the machine makes it wait. Reads as a front end with a loop of its own.
+// Gives the worker all the time that the machine needs. Reads as a front end with its own event loop.
 class PatientScan : public frontend::SupervisedScan {
  public:
   PatientScan(const frontend::ScanRequest& request, const std::string& worker)

@@ -12,13 +12,13 @@ namespace hostile {
 // worker finds it.
 frontend::ScanRequest requestFor(std::uint32_t seed);
 
-// Whether a broken device may end a scan so: with this status and a sentence that goes with it, in printable
-// ASCII. A dead worker, want of memory and a request that is not understood are not among them.
+// Whether a broken device may end a scan like this: with this status and a matching sentence, in printable
+// ASCII. A dead worker, lack of memory and a request that is not understood are not allowed.
 bool isDesigned(const frontend::ScanOutcome& outcome);
 
 // What is wrong with the scan of the device with this seed, which some seeds cancel; empty if nothing is.
-// `result` gets the outcome, which follows from the seed alone, whatever else the machine does. Blocks until
-// the worker has exited.
+// `result` is set to the outcome, which depends on the seed alone, whatever else the machine does. Blocks
+// until the worker has exited.
 std::string complaintAbout(std::uint32_t seed, const std::string& worker,
                            frontend::ScanOutcome* result = nullptr);
 

@@ -9,7 +9,7 @@
 
 namespace hostile {
 
-// Bytes that a device still has to send, of which some may be repeated for ever. One thread.
+// Bytes that a device still has to send, of which some may be repeated forever. One thread.
 class HostileStream {
  public:
   static constexpr std::uint64_t forEver = UINT64_MAX;
@@ -28,14 +28,14 @@ class HostileStream {
   std::size_t offset_ = 0;  // in the first piece
 };
 
-// What a hostile device sends in the place of these packets of an honest one: with wrong lengths and types,
+// What a hostile device sends instead of these packets of an honest one: with wrong lengths and types,
 // strange messages, missing, repeated, added and endless packets, another header of the picture, or cut off.
 HostileStream distorted(const std::string& honest, Dice& dice);
 
-// A whole packet with a strange message, in the place of a reply.
+// A whole packet with a strange message, instead of a reply.
 HostileStream strangeReply(Dice& dice);
 
-// What it sends although nobody asked: packets of any kind, or noise.
+// What it sends unrequested: packets of any kind, or noise.
 HostileStream babble(Dice& dice);
 
 }  // namespace hostile

@@ -21,15 +21,15 @@ namespace hostile {
 // thread may call and which does nothing.
 class HostileUsbStack final : public platform::ForwardingUsbStack {
  public:
-  // `scan` is the one that the device gets.
+  // `scan` is the one that the device receives.
   HostileUsbStack(platform::UsbStack& inner, std::uint64_t seed, const ProbedScan& scan);
   ~HostileUsbStack() override;
 
-  // The time since the first call that followed the job stream: the picture is in, or given up, and nobody
-  // needs the answers. Zero before.
+  // The time since the first call that followed the job stream: the picture is complete, or abandoned, and
+  // the replies are not needed. Zero before.
   std::chrono::milliseconds lastCallsTime() const;
 
-  // Now and then none, or as the honest stack's.
+  // Occasionally null, otherwise the honest stack's.
   platform::IOReturn createPlugInInterfaceForService(platform::IOObject service,
                                                      platform::ServiceKind userClientType,
                                                      platform::PlugInInterface** plugIn) noexcept override;

@@ -110,7 +110,7 @@ void announcePicture(ProbeEffects& effects, const ProbedScan& /*scan*/, bool bey
   begin(effects, packet(wire::imageData, "P6\n# \n" + side + " " + side + "\n255\n"));
 }
 
-// The picture is in. That the last calls did not take too long, the worker's exit status shows.
+// The picture is complete. The worker's exit status reports whether the last calls took too long.
 void fallSilent(ProbeEffects& effects, const ProbedScan& /*scan*/, bool beyond) {
   effects.silentAfterwards = beyond;
 }

@@ -11,13 +11,13 @@
 
 namespace hostile {
 
-// What a probe knows of the scan.
+// The properties of the scan that a probe uses.
 struct ProbedScan {
   std::uint64_t rasterBytes;
   std::uint32_t timeoutMs;  // for silence
 };
 
-// What a probing device does; an honest one does nothing of it.
+// The effects of a probing device; an honest one has none of them.
 struct ProbeEffects {
   Packets packets;               // of the job stream
   std::uint64_t firstReads = 0;  // of the job stream, which bring no byte but this status

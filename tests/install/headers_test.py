@@ -8,7 +8,7 @@ from stage import PREFIX, SOURCE, STAGE, STRICT, header_folder, run
 
 HEADERS = {path.name: path.read_text() for path in header_folder(PREFIX).iterdir()}
 IN_C = ("BitmapExport.h", "DebugBridge.h", "DriverGlobals.h", "ScannerInterface.h", "Semaphore.h")
-# It hands over to the system's header of the nearly same name by a directive that compilers call an extension.
+# It includes the system's header of nearly the same name by a directive that compilers report as an extension.
 USES_AN_EXTENSION = {"Semaphore.h"}
 
 HOST = SOURCE / "tests/install/host/everything.cpp"
@@ -19,7 +19,7 @@ def included(text):
 
 
 def compile_alone(header, *command):
-    """What the compiler says to a source that consists of this header, or nothing where it is content."""
+    """The compiler's messages for a source that consists of this header; empty if there are none."""
     strict = shlex.split(STRICT)
     if header in USES_AN_EXTENSION:
         strict.remove("-Wpedantic")

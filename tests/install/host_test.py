@@ -6,7 +6,7 @@ from stage import FLAGS, PREFIX, SCRATCH, SOURCE, STAGE, fresh, header_folder, l
 
 class Host(unittest.TestCase):
     """Every class and function that the headers offer, linked against the library and nothing else. What the compiler
-    inlines, and so does not ask the library for, depends on the optimisation."""
+    inlines, and so does not need from the library, depends on the optimisation."""
 
     def expect_good_host(self, optimisation):
         program = fresh(SCRATCH / f"everything{optimisation}") / "everything"

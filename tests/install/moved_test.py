@@ -5,7 +5,7 @@ from stage import SCRATCH, fresh, install
 
 
 class MovedTree(BuiltExamples, unittest.TestCase):
-    """The installed tree after it was moved to another folder, its first place being no more."""
+    """The installed tree after it was moved to another folder, so that the original path no longer exists."""
 
     name = "examples-moved"
     prefix = SCRATCH / "moved" / "some" / "where"

@@ -24,7 +24,7 @@ class Readme(unittest.TestCase):
 
 
 class ReadmeCheck(unittest.TestCase):
-    """The check itself, on files of its own."""
+    """The check itself, on its own files."""
 
     def check(self, readme, status):
         folder = fresh(SCRATCH / "readme")

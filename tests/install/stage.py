@@ -59,7 +59,7 @@ def examples_folder(prefix):
 
 
 def configure(project, build, prefix, *options):
-    """Configures a project of its own, with the compilers of this build."""
+    """Configures a separate project, with the compilers of this build."""
     if STAGE.toolchain:
         options = (f"-DCMAKE_TOOLCHAIN_FILE={STAGE.toolchain}", *options)
     return run(STAGE.cmake, "-S", project, "-B", fresh(build), "-G", STAGE.generator, f"-DCMAKE_PREFIX_PATH={prefix}",

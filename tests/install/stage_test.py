@@ -4,7 +4,7 @@ from stage import COMPONENTS, PREFIX, SCRATCH, install
 
 
 class Stage(unittest.TestCase):
-    """Sets the stage for the other tests: everything in one tree, and each component in a tree of its own."""
+    """Installs the trees for the other tests: everything in one tree, and each component in its own."""
 
     def test_everything_can_be_installed(self):
         install(PREFIX)

@@ -10,7 +10,7 @@ WORKER = "q750-worker"
 
 
 class InstalledTools(unittest.TestCase):
-    """The command line as it is installed: its worker stands in another folder of the same tree, wherever that is."""
+    """The installed command line: its worker is in another folder of the same tree, wherever the tree is."""
 
     def scan(self, prefix, status=0):
         self.picture = SCRATCH / "installed.pnm"

@@ -13,7 +13,7 @@
 #include "RandomTree.h"
 #include "Reading.h"
 
-// Messages of every kind around trees that a seed decides, with doubles, bytes, dates in texts and the
+// Messages of every kind around trees that a seed determines, with doubles, bytes, dates in texts and the
 // largest numbers among them, and the same messages read and written again.
 void writeMessages(const OutputFolder& folder) {
   const Stored camera("sys.class", "Camera", new CompositeElem(nullptr));

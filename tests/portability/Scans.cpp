@@ -87,7 +87,7 @@ void scan(const OutputFolder& folder, const Job& job, ScannerOptions options) {
   std::srand(7);
   VirtualScanner scanner(Paper::testChart(), std::move(options));
   VirtualUsbStack plugged(scanner);
-  // A host waits for ever for a page that was refused.
+  // A host waits forever for a page that was refused.
   HookedUsbStack stack(plugged, [&](int transfer) {
     if (transfer == job.unplugAt) scanner.unplug();
   });

@@ -1,4 +1,4 @@
-"""--help of every command for people: prints what it does, and does nothing."""
+"""--help of every user command prints a description and does nothing else."""
 import os
 import pathlib
 import signal

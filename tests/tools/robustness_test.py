@@ -1,4 +1,4 @@
-"""tools/robustness, with parts that are a line of shell each."""
+"""tools/robustness, with parts of one shell command each."""
 import contextlib
 import importlib.machinery
 import importlib.util

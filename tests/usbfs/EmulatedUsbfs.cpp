@@ -258,7 +258,7 @@ void EmulatedUsbfs::Impl::update() {
     claimant = nullptr;
   }
   while (auto reply = wired.nextReply()) done.push_back(std::move(*reply));
-  // A device that is gone stays ready, so that the host asks and learns that it is gone.
+  // An unplugged device is always ready, so that the host polls it and detects that it is unplugged.
   signal.set(!done.empty() || gone());
   changed.notify_all();
 }

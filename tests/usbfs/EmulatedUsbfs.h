@@ -9,7 +9,7 @@
 
 // An emulation of the files through which Linux gives programs access to one virtual Q750: a device below
 // /sys and a node below /dev/bus/usb whose requests a VirtualScanner performs, for this process and those
-// that it starts under umockdev-wrapper. While it exists, the process sees no other USB device.
+// that it starts under umockdev-wrapper. While it exists, the process can access no other USB device.
 //
 //   EmulatedUsbfs usbfs(scanner, {});
 //   platform::LibusbStack stack;   // must go first
@@ -31,7 +31,7 @@ class EmulatedUsbfs {
   EmulatedUsbfs(const EmulatedUsbfs&) = delete;
   EmulatedUsbfs& operator=(const EmulatedUsbfs&) = delete;
 
-  // Also while a request is under way, which then ends.
+  // Also while a request is in progress, which then ends.
   void unplug();
   // Plugs it in again, under another number on the bus, as a kernel does.
   void plugIn();
@@ -42,15 +42,15 @@ class EmulatedUsbfs {
   void awaitRequest(std::uint64_t nth = 1);
   // Adds a device to the system that can be listed and not used.
   void addNeighbour(int bus, const std::string& portPath, std::uint16_t vendor, std::uint16_t product);
-  // Removes the node of the device for good and leaves the device itself, as in some containers.
+  // Removes the node of the device permanently and leaves the device itself, as in some containers.
   void hideNode();
   // The next requests, control ones included, end with this status (a negative error number) and do not
   // reach the device.
   void failNext(int requests, int status);
-  // The next requests end as those of a device that was just pulled out; after them, the system has noticed.
+  // The next requests end as those of a device that was just unplugged; then the system has detected it.
   void fade(int requests);
-  // Runs `work` at the very moment at which the host cancels its next request: one that ends by it counts as
-  // cancelled all the same, which may happen with a kernel.
+  // Runs `work` at the very moment at which the host cancels its next request: one that ends because of it is
+  // nevertheless reported as cancelled, which may happen with a kernel.
   void beforeNextCancel(std::function<void(virtualscanner::VirtualScanner&)> work);
 
   // Requests for bulk transfers so far, and their largest.

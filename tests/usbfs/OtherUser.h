@@ -4,8 +4,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-// While this lives, the calling thread of a process of root is an unprivileged user; other threads stay root.
-// Does nothing in a process of any other user.
+// While this exists, the calling thread of a process of root is an unprivileged user; other threads remain
+// root. Does nothing in a process of any other user.
 class OtherUser {
  public:
   OtherUser() {

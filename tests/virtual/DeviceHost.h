@@ -72,7 +72,7 @@ std::vector<std::uint8_t> controlPacket(std::string_view text);
 // The parameter tree of a job as the driver builds it.
 std::unique_ptr<MapElem> parameterTree(const virtualscanner::PageRequest& request);
 
-// The image bytes of a stream of packets; fails the test where it is not a complete stream of one job.
+// The image bytes of a stream of packets; fails the test if it is not a complete stream of one job.
 std::vector<std::uint8_t> imageOf(const std::vector<std::uint8_t>& stream);
 // The type bytes of the packets of a stream.
 std::vector<std::uint8_t> packetTypesOf(const std::vector<std::uint8_t>& stream);

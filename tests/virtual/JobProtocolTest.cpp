@@ -18,8 +18,8 @@ using Parameter = DeviceHost::Parameter;
 
 class JobProtocol : public testing::Test {
  protected:
-  // Steps of the table below: n enter, c create, s start, d done, x exit. A small letter is expected to be
-  // answered with a response, a capital one with an exception.
+  // Steps of the table below: n enter, c create, s start, d done, x exit. For a small letter the expected
+  // reply is a response, for a capital one an exception.
   void play(const std::string& steps) {
     for (std::size_t i = 0; i < steps.size(); ++i) {
       const bool wrong = steps[i] < 'a';

@@ -18,7 +18,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Le;
 
-// Its time passes at once and is written down.
+// Its time passes at once and is recorded.
 class NotedStack final : public PacedUsbStack {
  public:
   using PacedUsbStack::PacedUsbStack;

@@ -25,7 +25,7 @@ void set(Element& container, const std::string& name, Element* value) {
   delete container.setChild(name, value);
 }
 
-// What the device says to a tree that was changed in one place; "none" where it takes it.
+// The device's complaint about a tree that was changed in one place; "none" if it accepts it.
 std::string complaintAfter(const std::function<void(Element& scanParameters)>& change) {
   const auto tree = parameterTree({300, true, 0, 0, 100, 50});
   change(*at(*tree, {"scanParameters"}));

@@ -142,7 +142,7 @@ TEST(TestChart, HasDifferentMarksInItsCorners) {
   EXPECT_EQ(atInch(*chart, 8.5 - 0.4, 11.69 - 0.4), white) << "between the arms of the cross";
 }
 
-// The page at 75 dots per inch, to be looked at in other ways.
+// The page at 75 dots per inch, for other checks.
 class ChartPicture : public testing::Test {
  protected:
   static constexpr std::int64_t width = 637, height = 876;

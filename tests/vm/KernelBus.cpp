@@ -22,7 +22,7 @@ constexpr char device[] = "/sys/bus/usb/devices/1-1";
 constexpr char interface[] = "/sys/bus/usb/devices/1-1:1.0";
 constexpr int highSpeed = 3;
 
-// The kernel does not announce that it is done, so this polls.
+// The kernel does not report completion, so this polls.
 bool await(const std::function<bool()>& condition) {
   for (int look = 0; look < 2000; ++look) {
     if (condition()) return true;

@@ -18,8 +18,8 @@
 //   platform::LibusbStack stack;
 //   bus.unplug();
 //
-// Requests are performed on a thread of the object's own, so the scanner, which stays the caller's, may be
-// used through withScanner() only while it is plugged in. One object at a time in a machine.
+// Requests are performed on the object's own thread, so the scanner, which stays the caller's, may be used
+// through withScanner() only while it is plugged in. One object at a time in a machine.
 class KernelBus {
  public:
   explicit KernelBus(virtualscanner::VirtualScanner& scanner) : scanner_(scanner) {}
@@ -29,7 +29,7 @@ class KernelBus {
 
   // Returns once the kernel has set the device up.
   void plugIn();
-  // Cuts the connection at once, whatever is under way, and returns once the kernel has given the device up.
+  // Closes the connection at once, even during a transfer; returns once the kernel has removed the device.
   void unplug();
   // As unplug(), without waiting for the kernel.
   void pull();
@@ -40,7 +40,7 @@ class KernelBus {
   int receptions() const { return receptions_; }
 
   void withScanner(const std::function<void(virtualscanner::VirtualScanner&)>& work);
-  // A file of the device below /sys, without its last newline; empty where there is none.
+  // A file of the device below /sys, without its last newline; empty if there is none.
   static std::string attribute(const std::string& name);
 
  private:

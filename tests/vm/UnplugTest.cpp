@@ -35,7 +35,7 @@ class Unplugging : public testing::Test {
     bus_.plugIn();
   }
 
-  // Scans, and loses the scanner at this moment, counted in what it receives.
+  // Scans, and unplugs the scanner at this moment, counted in receptions by the scanner.
   frontend::ScanOutcome scanAndPullAt(int reception) {
     bus_.pullAt(reception);
     frontend::SupervisedScan scan(request());

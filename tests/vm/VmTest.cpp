@@ -48,8 +48,7 @@ class Kernel : public testing::Test {
     platform::useLogSink(nullptr);
   }
 
-  // Without udev, libusb does not learn of devices that are plugged in later: every plugging-in gets
-  // a new stack.
+  // Without udev, libusb does not detect devices that are plugged in later: a new stack is used each time.
   void plugIn(ScannerOptions options = {}) {
     takeAway();
     scanner_ = std::make_unique<VirtualScanner>(paper_, std::move(options));
@@ -307,7 +306,7 @@ TEST_F(Kernel, MeetsSilenceBeforeThePage) {
   expectRaster(page_);
 }
 
-// The library then waits for a page that never arrives, until the device is gone.
+// The library then waits for a page that never arrives, until the device is unplugged.
 TEST_F(Kernel, MeetsWhatLosesTheNameOfTheJob) {
   for (const FaultKind kind : {FaultKind::exceptionReply, FaultKind::shortWrite, FaultKind::splitReply,
                                FaultKind::garbageReply, FaultKind::timeOut}) {

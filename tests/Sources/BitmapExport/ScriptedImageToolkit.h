@@ -25,8 +25,7 @@ class ScriptedImageToolkit final : public platform::ImageToolkit {
   ScriptedImageToolkit(const ScriptedImageToolkit&) = delete;
   ScriptedImageToolkit& operator=(const ScriptedImageToolkit&) = delete;
 
-  // The operation of this name fails with `error`, or returns null (lockPixels: false) if it has no error
-  // result.
+  // The operation of this name fails with `error`, or returns null (lockPixels: false) if it has none.
   void failOn(const std::string& operation, platform::OSErr error = platform::paramErr) {
     failures_[operation] = error;
   }

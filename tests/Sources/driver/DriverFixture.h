@@ -11,8 +11,7 @@
 #include "ScriptedUsbStack.h"
 
 // A scripted USB stack with one scanner that drivers will find: pipe 1 takes requests, pipe 2 gives replies,
-// pipe 3 gives the image. The log is not printed. A test fails if it leaves anything held or misuses an
-// object.
+// pipe 3 gives the image. The log is not printed. Leaving anything held, or misusing it, fails the test.
 class DriverFixture : public testing::Test {
  protected:
   static constexpr std::uint8_t outPipe = 1;

@@ -5,8 +5,7 @@
 #include "DriverFixture.h"
 #include "ScanJob.h"
 
-// Compares whole dialogues, every byte both ways, with golden/*.txt. After an intended change, rewrite them
-// with
+// Compares whole dialogues, every byte both ways, with golden/*.txt. After intended changes, update them:
 //   Q750_UPDATE_GOLDEN=1 driver-tests --gtest_filter='GoldenDialogue.*'
 namespace {
 

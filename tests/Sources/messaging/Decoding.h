@@ -18,8 +18,7 @@ std::string decodedInMap(const std::string& tag);
 std::string decodedInComposite(const std::string& tag);
 std::string decodedArgument(const std::string& tag);
 
-// An element under a name below "sys.class" or "globals" of the object store, removed and deleted by the
-// destructor:
+// An element under a name below "sys.class" or "globals" of the object store, which the destructor deletes:
 //
 //   const Stored camera("sys.class", "Camera", new CompositeElem(nullptr));
 //   camera->addChild("x", new NullElem);

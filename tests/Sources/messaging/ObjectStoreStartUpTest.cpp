@@ -9,8 +9,8 @@
 
 namespace {
 
-// Set in the environment of a program in which a static object uses the store before every other unit is
-// initialised.
+// Set in the environment of a program in which a static object uses the store before the other units are
+// ready.
 constexpr const char* veryFirst = "OBJECT_STORE_VERY_FIRST";
 
 // Constructed before and destroyed after everything else, as a static object may be whose unit does not

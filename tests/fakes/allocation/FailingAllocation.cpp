@@ -6,7 +6,7 @@
 
 namespace {
 
-// Per thread, so that allocations of an emulation's own thread do not count. 0 while none is to fail.
+// Per thread, so that allocations of an emulation's thread are not counted. 0 while none is to fail.
 thread_local int untilFailure = 0;
 
 void* allocate(std::size_t size) {

@@ -1,7 +1,7 @@
 #pragma once
 
-// Lets the n-th allocation with `new` (counted from 1) of this thread fail while it lives, and no other. The
-// program's operator new is replaced for it; malloc is not touched. One at a time on a thread:
+// Makes the n-th allocation with `new` (counted from 1) of this thread, and no other, fail while it exists.
+// Replaces the program's operator new; malloc is not affected. One at a time on a thread:
 //
 //   bool happened = false;
 //   {
@@ -16,6 +16,6 @@ class FailingAllocation {
   FailingAllocation(const FailingAllocation&) = delete;
   FailingAllocation& operator=(const FailingAllocation&) = delete;
 
-  // Whether there were so many allocations that one failed.
+  // Whether there were enough allocations for one to fail.
   bool happened() const;
 };

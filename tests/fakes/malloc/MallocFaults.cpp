@@ -8,7 +8,7 @@
 
 namespace {
 
-// Child processes count on.
+// Child processes continue the count.
 struct Shared {
   std::atomic<int> allocationsLeft;  // until the one that fails; 0 while none does
   std::atomic<bool> failsForEver;

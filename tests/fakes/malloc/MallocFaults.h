@@ -1,8 +1,8 @@
 #pragma once
 
-// Lets allocations fail in the whole test program, those of C libraries included: malloc(), calloc(),
-// realloc(), and operator new where it rests on them; those of child processes count as well. A program that
-// links this has these functions from here. Under a sanitizer, which has an allocator of its own, none fails:
+// Makes allocations fail in the whole test program, including those of C libraries: malloc(), calloc(),
+// realloc(), and operator new where it is based on them; those of child processes count as well. It defines
+// these functions for the programs that link it. Under a sanitizer, which has its own allocator, none fails:
 // arePossible() is false.
 //
 //   {

@@ -14,7 +14,7 @@ namespace {
 using frontend::ByteSink;
 using platform::OwnedDescriptor;
 
-// The writer's end does not block: whoever shares it may have changed that.
+// The writer's end does not block: another process that shares it may have set that.
 class PipeThatDoesNotBlock : public testing::Test {
  protected:
   PipeThatDoesNotBlock() {

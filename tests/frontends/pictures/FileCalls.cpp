@@ -53,7 +53,7 @@ bool FileCalls::pass(const std::string& call) {
   return error == 0;
 }
 
-// The names of the C library, which the program's own come before.
+// The names of the C library; the program's own definitions take precedence.
 extern "C" {
 
 int fsync(int descriptor) {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-// Records the system calls of this program that decide what survives a power cut, and lets them fail. While
-// no object exists, the calls are the system's own.
+// Records the system calls of this program that decide what survives a power cut, and makes them fail. While
+// no object exists, the calls are passed to the system.
 //
 //   FileCalls calls;
 //   calls.fail("fsync", EIO);
@@ -17,12 +17,12 @@ class FileCalls {
   FileCalls(const FileCalls&) = delete;
   FileCalls& operator=(const FileCalls&) = delete;
 
-  // Lets every call of the name fail from now on, or with 0 succeed again. For "fsync", "fsync folder",
+  // Makes every call of the name fail from now on, or with 0 succeed again. For "fsync", "fsync folder",
   // "linkat", "rename", "renameat2", "link", "O_TMPFILE".
   void fail(const std::string& call, int error);
-  // Lets the next call of the name fail, and those after it succeed.
+  // Makes the next call of the name fail, and those after it succeed.
   void failOnce(const std::string& call, int error);
-  // The calls so far, but O_TMPFILE.
+  // The calls so far, except O_TMPFILE.
   const std::vector<std::string>& names() const { return names_; }
 
   // Whether the call goes through: false with the errno set otherwise.

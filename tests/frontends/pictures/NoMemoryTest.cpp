@@ -116,7 +116,7 @@ TEST_F(NoMemory, IsReportedByTheEncoderOfLineart) {
   }
 }
 
-// In a program of its own: a profile is made once.
+// In a separate program: a profile is created once per process.
 TEST(NoMemoryDeathTest, LeavesTheColorProfileForLater) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto makeProfiles = [] {

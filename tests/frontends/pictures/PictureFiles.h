@@ -40,8 +40,8 @@ struct JpegFile {
 // the command does.
 std::string printedBy(const std::string& command);
 
-// The pixels of the only image of a page, as they are stored in the PDF with a compression that loses nothing
-// but is not that of faxes.
+// The pixels of the only image of a page, as they are stored in the PDF with a lossless compression other
+// than that of faxes.
 std::vector<std::uint8_t> storedPixels(const std::string& pdf, int page);
 
 // Writes the pages of a PDF to PNG files of its name and a number, "document.pdf-000.png", at

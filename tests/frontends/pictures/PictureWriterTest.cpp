@@ -96,7 +96,7 @@ TEST_F(WritingPictures, KeepsThePagesBeforeOneThatTheDiskHasNoRoomFor) {
   const std::string expected = contentOf(path);
   ASSERT_TRUE(write(PictureFormat::tiff, {&color, &lineart, &grey}, severalPages()));
   const auto whole = static_cast<rlim_t>(contentOf(path).size());
-  // Wherever the room ends: in the rows, in the directory, or in the link to it.
+  // Wherever the disk becomes full: in the rows, in the directory, or in the link to it.
   for (rlim_t room = expected.size(); room < whole; room += room + 400 < whole ? 9973 : 7) {
     const int descriptor = create();
     ByteSink sink(descriptor);

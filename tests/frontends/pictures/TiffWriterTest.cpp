@@ -55,7 +55,7 @@ TEST_F(WritingPictures, WritesBlackAndWhiteAsTiff) {
   }
 }
 
-// The library takes it for an empty one.
+// The library treats it as an empty one.
 TEST_F(WritingPictures, AppendsNothingToATiffThatItCannotRead) {
   ASSERT_TRUE(write(PictureFormat::tiff, {&color}, severalPages()));
   const platform::OwnedDescriptor existing(open(path.c_str(), O_RDONLY));

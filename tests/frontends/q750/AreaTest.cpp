@@ -20,7 +20,7 @@ std::string inWords(const Length& length) {
   return text;
 }
 
-// The area as it was understood, or the complaint about it.
+// The area as parsed, or the error message.
 std::string understood(const std::string& text) {
   try {
     const AreaRequest area = parseArea(text);

@@ -23,7 +23,7 @@ using testing::StartsWith;
 
 constexpr char prompt[] = "q to save and quit): ";
 
-// Lets no file grow beyond this length, as a full disk would.
+// Prevents files from growing beyond this length, as a full disk would.
 std::function<void()> roomFor(std::size_t bytes) {
   return [bytes] {
     const rlimit limit{bytes, bytes};
@@ -196,7 +196,7 @@ TEST_F(BatchTable, StaysUnderAnotherNameWhereItsOwnCannotBeTaken) {
 }
 
 TEST_F(Batch, EndsAtOnceForASecondSignalWhileItIsSaved) {
-  // Nobody reads the document, which is larger than the pipe.
+  // The document is larger than the pipe and is not read.
   area = "0x0+600x800px";
   start("-", {"--format", "pdf", "--quality", "lossless"}, [] { fcntl(STDOUT_FILENO, F_SETPIPE_SZ, 4096); });
   signalAtPrompt(SIGINT);

@@ -23,7 +23,7 @@ bool isReadable(int descriptor) {
   return poll(&one, 1, 0) == 1;
 }
 
-// Begins with the handlers that a program usually finds, whatever those of the test's own caller are.
+// Begins with the default handlers, whatever the test has inherited.
 class CancelSignalHandling : public testing::Test {
  protected:
   CancelSignalHandling() {

@@ -7,7 +7,7 @@
 
 #include "TemporaryFolder.h"
 
-// Compares a text with the file golden/<name>. After a wanted change, write all of them anew with
+// Compares a text with the file golden/<name>. After an intended change, rewrite all of them with
 //
 //   UPDATE_GOLDEN=1 build/dev/tests/frontends/q750/command-line-tests
 inline void expectGolden(const std::string& name, const std::string& text) {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-// A manual page in the man(7) language, as far as that of the command uses it, without fonts:
+// A manual page in the man(7) language, as far as the command's page uses it, without fonts:
 //
 //   const ManualPage page(Q750_MANUAL_PAGE);
 //   EXPECT_EQ(page.entries("EXIT STATUS").front().tag, "0");

@@ -34,7 +34,7 @@ class Answers : public testing::Test {
   PageAnswer answer() { return readPageAnswer(ends_[0], cancelled()); }
 
  private:
-  // Who runs the test may ignore the signal, which then would stay so.
+  // The process that runs the test may ignore the signal, which would be inherited.
   void (*before_)(int) = std::signal(SIGINT, SIG_DFL);
   Cancellation cancellation_;
   const CancelSignals signals_{cancellation_};

@@ -68,8 +68,8 @@ TEST_F(Program, NamesThePackageOfAProgramThatIsMissing) {
   EXPECT_THAT(result.errors, EndsWith("Install the package quenvar-q750-share.\n"));
 }
 
-// Its own path must not be guessed where the system does not report it: a file of the current folder is
-// anyone's.
+// Its own path must not be guessed if the system does not report it: anyone may have written a file in the
+// current folder.
 TEST_F(Program, SharesByTheProgramBesideItWithoutProcToo) {
 #ifdef __SANITIZE_ADDRESS__
   GTEST_SKIP() << "the sanitizer finds the bounds of the stack in /proc";
@@ -102,7 +102,7 @@ TEST_F(Program, ScansToEveryFormat) {
   EXPECT_THAT(folder.names(), ElementsAre("page.png", "page.pnm", "page.tiff"));
 }
 
-// A PDF is written, and a document that grows is examined, by a child whose exit status says how that went.
+// A PDF is written, and a document that grows is examined, by a child, whose exit status is the result.
 TEST_F(Program, SavesWhatItScansWhereItsParentIgnoresChildren) {
   const auto ignoring = [] { std::signal(SIGCHLD, SIG_IGN); };
   for (const char* name : {"page.pdf", "page.tiff"}) {

@@ -18,7 +18,7 @@ pid_t startProgram(const std::vector<std::string>& arguments, int output, int er
   argv.push_back(nullptr);
   const pid_t process = fork();
   if (process != 0) return process;
-  // Whoever runs the tests may ignore signals, as shells do for what they run in the background.
+  // The process that runs the tests may ignore signals, as shells do for background commands.
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_DFL);
   dup2(output, STDOUT_FILENO);
   dup2(errors, STDERR_FILENO);

@@ -157,7 +157,7 @@ TEST(ChoosingAScanner, ReportsAProblemOfTheUsb) {
   }
 }
 
-// A look at USB may take a while, and is nothing for whoever has no scanner there.
+// Examining USB may take a while, and is useless to users without a scanner there.
 TEST(ChoosingAScanner, DoesNotLookForOneWhereTheVirtualOneIsMeant) {
   const auto look = [] {
     ADD_FAILURE() << "it was looked for";

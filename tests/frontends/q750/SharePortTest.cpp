@@ -37,7 +37,8 @@ class AServer : public testing::Test {
     address.sin_port = htons(port);
     return address;
   }
-  // Sends the pieces, a tenth of a second apart, to a client that stays so long. Returns how many it took.
+  // Sends the pieces, a tenth of a second apart, to a client that stays connected for that long. Returns how
+  // many it accepted.
   std::size_t serve(const std::vector<std::string>& pieces) const {
     const OwnedDescriptor client(accept4(server.get(), nullptr, nullptr, SOCK_CLOEXEC));
     std::size_t sent = 0;

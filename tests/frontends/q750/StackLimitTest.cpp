@@ -16,7 +16,7 @@ using testing::HasSubstr;
 
 constexpr std::size_t KiB = 1024;
 
-// The command line with a limit of stacks, as ulimit -s sets it.
+// The command line with a stack limit, as set by ulimit -s.
 class StackLimit : public ProgramFixture {
  protected:
   static std::function<void()> limited(std::size_t bytes) {

@@ -192,7 +192,7 @@ TEST(VirtualProgramFailing, ReportsAClosedStandardOutput) {
   EXPECT_EQ(result.exitCode, 9);
 }
 
-// Of root, which is whom that right makes no difference to: nobody else has it.
+// Only root has that right by default.
 void giveUpRightToAnyPort() {
   if (geteuid() == 0 && prctl(PR_CAPBSET_DROP, CAP_NET_BIND_SERVICE) != 0) _exit(77);
 }

@@ -6,8 +6,8 @@
 
 #include <string>
 
-// The back end as SANE's loader has it: loaded from its file, its thirteen functions found by their names.
-// Unloaded at the end.
+// The back end as loaded by SANE: from its file, with its thirteen functions looked up by name. Unloaded at
+// the end.
 class BackEndLibrary {
  public:
   static constexpr const char* path = Q750_SANE_LIBRARY;

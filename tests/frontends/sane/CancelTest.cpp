@@ -14,7 +14,7 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-// What one handle and one library at a time need, for the signal handler.
+// The current handle and library, for the signal handler.
 std::atomic<SANE_Handle> signalledHandle;
 std::atomic<decltype(sane_cancel)*> signalledCancel;
 
@@ -34,7 +34,7 @@ class SaneCancel : public FrontEnd {
     askForSmallScan("Color");
     ASSERT_EQ(start(), SANE_STATUS_GOOD);
   }
-  // Reads on until a cancel, which comes from elsewhere after `delay`, and tells how long it took to answer.
+  // Reads on until a cancel, which another thread requests after `delay`, and returns the time to respond.
   template <typename Cancel>
   std::chrono::milliseconds answerTo(Cancel cancel) {
     std::atomic<Clock::rep> asked{0};

@@ -11,7 +11,7 @@
 #include "BackEndLibrary.h"
 #include "TemporaryFolder.h"
 
-// A front end with the back end loaded and, unless told otherwise, the virtual scanner as its only one:
+// A front end with the back end loaded and, by default, the virtual scanner as its only one:
 //
 //   begin("virtual-warm-up 200");        // more lines for quenvar.conf
 //   open();
@@ -26,7 +26,7 @@ class FrontEnd : public testing::Test {
   FrontEnd();
   ~FrontEnd() override;
 
-  // sane_init with this configuration; a scanner before it is given up.
+  // sane_init with this configuration; an earlier scanner is dropped.
   void begin(const std::string& config = "");
   void end();
   // "virtual" and its handle.
@@ -40,12 +40,12 @@ class FrontEnd : public testing::Test {
   }
   // A part of the test chart at 75 dots per inch: 118 x 89 pixels from (20, 30) on.
   void askForSmallScan(const char* mode);
-  // What that must deliver, and the whole bed at 75 dots per inch.
+  // The expected picture of that part, and of the whole bed at 75 dots per inch.
   static std::vector<std::uint8_t> smallPage(const std::string& mode, int threshold = 128);
   static std::vector<std::uint8_t> wholePage(const std::string& mode, std::uint32_t resolution = 75);
 
   SANE_Status start() { return library.start(handle); }
-  // One read; what arrived is put behind `received`.
+  // One read; the bytes are appended to `received`.
   SANE_Status read(SANE_Int capacity = 32768);
   // Reads to the end, whose status is left in `status`.
   std::vector<std::uint8_t> readAll(SANE_Int capacity = 32768);

@@ -166,7 +166,7 @@ TEST(SaneLibrary, IsUnloadedAndLoadedAHundredTimes) {
   EXPECT_EQ(descriptors(), before);
 }
 
-// A unique symbol would bind the process to the library for good.
+// A unique symbol would keep the library loaded until the process ends.
 TEST(SaneLibrary, HasNoUniqueSymbol) {
   const std::string command = std::string("readelf -W --syms ") + BackEndLibrary::path;
   FILE* output = popen(command.c_str(), "r");

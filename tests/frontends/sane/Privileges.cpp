@@ -6,7 +6,7 @@ namespace {
 bool privileged = false;
 }
 
-// Takes the place of the C library's: no test is started as another user.
+// Replaces the C library's function: no test is started as another user.
 extern "C" char* secure_getenv(const char* name) noexcept {
   return privileged ? nullptr : std::getenv(name);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-// While it lives, the C library takes this process for one with more privileges than its user, such as a
-// set-user-ID program, and hides the environment from secure_getenv(). One thread.
+// While it exists, secure_getenv() hides the environment, as in a process with more privileges than its user,
+// such as a set-user-ID program. One thread.
 //
 //   const MorePrivileges setUserId;
 //   EXPECT_EQ(secure_getenv("HOME"), nullptr);

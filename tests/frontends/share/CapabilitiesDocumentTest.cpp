@@ -20,7 +20,7 @@ std::string capabilities() {
   return capabilitiesDocument(identity, "http://myhost.local:8750");
 }
 
-// The texts of all elements of this name, without those that came before.
+// The texts of all elements of this name, without those that occurred before.
 std::vector<std::string> textsOf(const std::string& document, const std::string& name) {
   std::vector<std::string> texts;
   const std::string begin = "<" + name + ">";

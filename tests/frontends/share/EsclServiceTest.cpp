@@ -40,7 +40,7 @@ class Service : public testing::Test {
     };
     return request;
   }
-  // As the server asks: the head first.
+  // In the order of the server's calls: the head first.
   HttpResponse respond(const HttpRequest& request) {
     if (auto refusal = service.refusalOf(request)) return std::move(*refusal);
     return service.respond(request);

@@ -24,7 +24,7 @@
 //   scanner.sendRows(1);               // the job is processing
 //   scanner.advance(60s);              // nobody asked for the page: the job is canceled
 //
-// A page has `rows` rows of 8 gray pixels. Every scan gets the same script from its begin.
+// A page has `rows` rows of 8 gray pixels. Every scan follows the same script from its beginning.
 class FakeScanner {
  public:
   static constexpr std::uint32_t rows = 64;
@@ -70,7 +70,7 @@ class FakeScanner {
       script.outcome.reset();
     });
   }
-  // The worker stays after the end of its scan.
+  // The worker keeps running after the end of its scan.
   void keepBusy(bool busy) {
     change([&](Script& script) { script.stays = busy; });
   }
@@ -123,7 +123,7 @@ class FakeScanner {
       if (count > 0) return count;
       return script_->outcome ? std::optional<std::size_t>(0) : std::nullopt;
     }
-    // A clock that the test moves wakes nobody.
+    // A clock that the test moves wakes no waiting thread.
     void wait(std::chrono::milliseconds) override {
       std::unique_lock lock(script_->mutex);
       script_->changed.wait_for(lock, std::chrono::milliseconds(1));
@@ -166,7 +166,7 @@ class FakeScanner {
 // A client that stays connected.
 inline const frontend::share::ClientLink stays = {[] { return false; }, [] { return true; }};
 
-// Waits for what another thread is about to do. False after ten seconds.
+// Waits for a change made by another thread. Returns false after ten seconds.
 template <typename Condition>
 bool eventually(const Condition& condition) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);

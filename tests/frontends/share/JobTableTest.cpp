@@ -22,8 +22,7 @@ std::string nameOf(JobPhase phase) {
   return phaseNames[static_cast<std::size_t>(phase)];
 }
 
-// What is seen of each cell from outside: codes of HTTP, states in the words of eSCL, or the phase that
-// follows.
+// The visible result of each cell: HTTP status codes, states in the words of eSCL, or the next phase.
 // clang-format off
 const std::array<std::array<std::string, jobPhaseCount>, jobRequestCount> observed = {{
     // pending      processing     ready        spent        canceled    aborted
@@ -96,7 +95,7 @@ class EveryCell : public testing::TestWithParam<std::tuple<std::size_t, std::siz
     scanner.advance(times::secondThought);
     return settled() == "canceled" ? "in a moment" : settled();
   }
-  // Once the thread of the scan has looked at the clock, if there is one.
+  // After the thread of the scan, if there is one, has read the clock.
   std::string settled() {
     if (!hasEnded(stateOf(phase()))) job->awaitFreeScanner(10s);
     return nameOf(job->phase());

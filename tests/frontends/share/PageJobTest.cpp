@@ -29,7 +29,7 @@ std::string readAll(PageReader& reader, std::size_t offset = 0) {
   return "broken";
 }
 
-// A client that stays, with something that happens whenever it is looked at.
+// A client that stays connected, with an action whenever it is checked.
 ClientLink asked(const std::function<void()>& happens) {
   return {[happens] { return happens(), false; }, [] { return true; }};
 }

@@ -19,7 +19,7 @@ std::string longNameOf(const std::string& tag) {
   return std::regex_search(tag, match, std::regex("--[a-z-]+")) ? match.str() : "";
 }
 
-// The ranges and defaults that a text gives: "0 to 65535", "(default: 8750)".
+// The ranges and defaults in a text: "0 to 65535", "(default: 8750)".
 std::set<std::string> factsIn(const std::string& text) {
   const std::regex fact(R"([0-9]+ to [0-9]+|\(default: [^)]*\))");
   return {std::sregex_token_iterator(text.begin(), text.end(), fact), std::sregex_token_iterator()};

@@ -10,8 +10,7 @@
 #include <csignal>
 #include <cstddef>
 
-// The heap below, under the names by which the C library keeps it reachable for a program with one of its
-// own.
+// The underlying heap, under the names that the C library provides for programs that replace it.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);

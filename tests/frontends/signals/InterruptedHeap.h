@@ -1,8 +1,8 @@
 #pragma once
 
-// The heap of the whole program, with a lock that does not forgive: at one call of malloc() or free() it
-// raises a signal while it holds the lock. A handler that allocates or frees would deadlock there, in some
-// heap and at some time; here it is counted, and so is one that locks a mutex.
+// The heap of the whole program, with a lock that detects reentry: at one call of malloc() or free() it
+// raises a signal while it holds the lock. A handler that allocates or frees could deadlock there with
+// another heap; here it is counted, and so is one that locks a mutex.
 //
 //   {
 //     const InterruptedHeap heap(SIGUSR1, 7);   // inside the seventh call of this thread from here on

@@ -17,7 +17,7 @@ using testing::AnyOf;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-// What a program prints. No shell of tests has names that need quoting.
+// The output of a program. None of the names needs quoting for the shell.
 std::string printedBy(const std::string& command) {
   std::string text;
   FILE* output = popen(command.c_str(), "r");
@@ -28,7 +28,7 @@ std::string printedBy(const std::string& command) {
   return text;
 }
 
-// A front end installed below a folder of its own.
+// A front end installed below a separate folder.
 class InstalledFrontEnd : public testing::Test {
  protected:
   InstalledFrontEnd() : prefix(files::canonical(folder / ".")) {}

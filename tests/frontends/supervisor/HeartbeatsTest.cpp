@@ -33,7 +33,7 @@ ScanRequest deed(const char* what, std::chrono::milliseconds timeout) {
   return request;
 }
 
-// Reads as a program with a loop of its own does.
+// Reads as a program with its own event loop does.
 std::size_t readByDescriptor(SupervisedScan& scan) {
   std::size_t got = 0;
   std::vector<std::uint8_t> buffer(65536);
@@ -90,7 +90,7 @@ TEST(Heartbeats, AreNotMissedOfAWorkerThatWaitsForItsFrontEnd) {
   EXPECT_TRUE(scan.workerEndedWell());
 }
 
-// A clock on which a second passes with every look at it.
+// A clock that advances by a second whenever it is read.
 class HastyScan : public SupervisedScan {
  public:
   HastyScan(const ScanRequest& request, const std::string& worker)

@@ -16,7 +16,7 @@ using namespace frontend;
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-// A search by the worker that does what it must not: its file is named after that.
+// A search by the misbehaving worker, whose file name selects the misbehaviour.
 class WrongSearch : public Supervised {
  protected:
   std::string worker(const std::string& deed) {

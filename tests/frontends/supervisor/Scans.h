@@ -28,7 +28,7 @@ inline frontend::ScanRequest with(const char* fault) {
   return request;
 }
 
-// One that lasts: about two seconds, in real time.
+// A longer one: about two seconds, in real time.
 inline frontend::ScanRequest slow() {
   frontend::ScanRequest request = small();
   request.virtualScanner.realTime = true;
@@ -45,7 +45,7 @@ inline std::vector<std::uint8_t> readAll(frontend::SupervisedScan& scan, std::si
   return all;
 }
 
-// What lies on the glass, as the layout wants it.
+// The page on the glass, in this layout.
 inline std::vector<std::uint8_t> page(const frontend::ScanRequest& request) {
   const frontend::ScanSettings& settings = request.settings;
   const auto& area = settings.area;

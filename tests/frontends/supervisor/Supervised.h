@@ -10,7 +10,7 @@
 
 #include "ScanOutcome.h"
 
-// No child is left, not even a dead one.
+// No child process is left, not even a zombie.
 inline void expectNoChild() {
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
   EXPECT_EQ(errno, ECHILD);
@@ -21,7 +21,7 @@ class Supervised : public testing::Test {
   ~Supervised() override { expectNoChild(); }
 };
 
-// A scan that goes wrong, and how its outcome must tell it.
+// A scan that fails, and the outcome that must report it.
 struct WrongScan {
   const char* cause;
   frontend::ScanStatus status;

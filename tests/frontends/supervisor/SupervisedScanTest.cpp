@@ -138,7 +138,7 @@ TEST_F(Supervised, WorkersThatCannotBeStartedAreTold) {
   }
 }
 
-// What a scan looks like when a cancel comes.
+// The state of a scan when a cancel arrives.
 struct Moment {
   const char* name;
   ScanRequest request;
@@ -359,14 +359,14 @@ TEST_F(Supervised, ACuriousUserSeesTheLog) {
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("log: width: 317 height: 211"));
 }
 
-// The front end is a process of its own here, which dies without saying goodbye.
+// The front end is a separate process here, which dies without notice.
 TEST_F(Supervised, AWorkerWhoseFrontEndDiedGoesToo) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   const pid_t frontEnd = fork();
   if (frontEnd == 0) {
     auto* scan = new SupervisedScan(warmingUp(), worker);
-    // The worker inherits nothing of this pipe; its parent's other end tells its number.
+    // The worker inherits nothing of this pipe; its parent's other end gives its number.
     std::string children;
     const std::string path = "/proc/self/task/" + std::to_string(getpid()) + "/children";
     FILE* file = std::fopen(path.c_str(), "r");

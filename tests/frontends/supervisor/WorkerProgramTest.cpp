@@ -12,7 +12,7 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 
-// The libraries that the system loads because the program itself asks for them.
+// The libraries that the system loads because the program itself links them.
 std::vector<std::string> librariesOf(const std::string& program) {
   FILE* output = popen(("readelf -W --dynamic " + program).c_str(), "r");
   EXPECT_NE(output, nullptr);

@@ -57,7 +57,7 @@ class Blocked {
   sigset_t before_{};
 };
 
-// Does something again and again in a thread of its own.
+// Repeats an action in a separate thread.
 class Storm {
  public:
   explicit Storm(std::function<void()> blow)

@@ -1,4 +1,4 @@
-// One scanner on USB, and every kind of program that wants it at the same time.
+// One scanner on USB, and every kind of program that uses it at the same time.
 
 #include <arpa/inet.h>
 #include <gmock/gmock.h>

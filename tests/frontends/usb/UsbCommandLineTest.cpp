@@ -31,7 +31,7 @@ TEST_F(UsbCommandLine, ListsTheScannerBeforeTheVirtualOne) {
   EXPECT_EQ(result.errors, "");
 }
 
-// libusb then waits for its own thread for ever.
+// libusb then waits for its own thread forever.
 TEST_F(UsbCommandLine, ListsTheScannerWhereUsbCannotBeReleased) {
   plugIn();
   setenv("LD_PRELOAD", "libumockdev-preload.so.0 " Q750_BROKEN_EVENTS, 1);

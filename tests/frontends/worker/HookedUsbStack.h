@@ -12,7 +12,7 @@
 //
 //   HookedUsbStack stack(virtualStack, [&](int transfer) { if (transfer == 5) cancel.request(); });
 //
-// and, where one is set, another function with what came of it:
+// and, if one is set, another function with its result:
 //
 //   stack.afterTransfer = [&](const HookedUsbStack::Done& done) { bytes.append(done.bytes, done.moved); };
 //

@@ -21,7 +21,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr std::nullopt_t repeated = std::nullopt;  // a read, without a word to the library
+constexpr std::nullopt_t repeated = std::nullopt;  // a read, without notifying the library
 
 class WatchedJob : public testing::Test, protected WatchedJobDriver {};
 

@@ -5,7 +5,7 @@
 
 namespace {
 
-// The system ends the process then, whatever hangs: nobody is left to do it once the front end is gone.
+// The system then ends the process, whatever hangs: no other process does so once the front end has exited.
 TEST(ListTask, EndsByItselfAfterFifteenSeconds) {
   frontend::endByItself();
   EXPECT_EQ(alarm(0), 15U);

@@ -101,7 +101,7 @@ TEST_F(Forwarding, AppliesTheToneToEverySample) {
   EXPECT_EQ(passed(), std::string("GFEGF\0", 6));
 }
 
-// Front ends have told their users its size and its colours already.
+// Front ends have already reported its size and its colours to their users.
 TEST_F(Forwarding, RefusesAnotherPictureThanWasAskedFor) {
   for (const char* header : {"P5\n# \n4 2\n255\n", "P5\n# \n3 1\n255\n", "P6\n# \n3 2\n255\n"}) {
     const auto refusal = begin(header);

@@ -248,7 +248,7 @@ TEST_F(Scanning, CanBeCancelledBeforeAnyTransfer) {
     ScanSession cancelled(hooked, smallScan(), hooks);
     const ScanOutcome outcome = cancelled.run();
     EXPECT_EQ(outcome.status, ScanStatus::cancelled) << "at transfer " << at;
-    // The transfer under way is the last, except where the scanner is only told that all is well.
+    // The transfer in progress is the last, except those that only report success to the scanner.
     EXPECT_EQ(hooked.transfers(), at < all - 4 ? at : all) << "at transfer " << at;
   }
   EXPECT_EQ(stack.unreleased().total(), 0U);
@@ -265,7 +265,7 @@ TEST_F(Scanning, TellsThatTheLibraryRanOutOfMemory) {
 
 // A scan for each allocation that it makes, each from a scanner of its own: after some the next one would be
 // refused. Most failures are reported as such. The driver mistakes those of its search for a missing scanner,
-// and goes on without an answer that it could not keep. Returns the number of scans.
+// and continues without a reply that it could not store. Returns the number of scans.
 int failEachAllocation(const virtualscanner::ScannerOptions& options, const ScanSettings& settings) {
   int n = 1;
   int outOfMemory = 0;

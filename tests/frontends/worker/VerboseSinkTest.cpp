@@ -8,7 +8,7 @@ namespace {
 
 using frontend::VerboseSink;
 
-// A line without end that counts how much of it was read.
+// An endless line that counts how much of it was read.
 class EndlessLine final : public platform::LogLine {
  public:
   void read(const PieceReader& reader) const override {

@@ -48,7 +48,7 @@ class SupervisedWorker : public testing::Test {
   void sayCancel() const {
     ASSERT_GT(send(frontEnd.get(), cancelMessage, sizeof cancelMessage - 1, MSG_NOSIGNAL), 0);
   }
-  // The next report, if one comes in time.
+  // The next report, if one arrives in time.
   std::optional<WorkerReport> hear(int withinMs = 10000) const {
     pollfd awaited{frontEnd.get(), POLLIN, 0};
     if (poll(&awaited, 1, withinMs) != 1) return std::nullopt;
@@ -120,7 +120,7 @@ TEST_F(SupervisedWorker, EndsWhereACancelIsNotHeeded) {
   EXPECT_EQ(heardOutcome().status, ScanStatus::cancelled);
 }
 
-// Each heartbeat is one look at the worker.
+// Each heartbeat is one check of the worker.
 TEST_F(SupervisedWorker, StaysWhileItsFrontEndDoesNotRead) {
   int ends[2] = {-1, -1};
   ASSERT_EQ(pipe(ends), 0);

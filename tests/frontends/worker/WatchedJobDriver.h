@@ -31,7 +31,7 @@ class RecordingListener final : public frontend::PictureListener {
   std::vector<std::string> shown;
 };
 
-// A job that is watched, without a device: what the library would do and the device would answer.
+// A job that is watched, without a device: the calls of the library and the replies of the device.
 //
 //   WatchedJobDriver job;
 //   job.startJob();
@@ -44,7 +44,7 @@ struct WatchedJobDriver {
   WatchedJobDriver(const WatchedJobDriver&) = delete;
   WatchedJobDriver& operator=(const WatchedJobDriver&) = delete;
 
-  // Whether the call goes to the device.
+  // Whether the call is passed to the device.
   bool ask(const std::string& method) {
     const std::string bytes = call(method);
     return !watch.beforeWrite(pipes.out, bytes.data(), static_cast<std::uint32_t>(bytes.size()));

@@ -1,4 +1,4 @@
-// A target that fails on every input of more than three bytes, to see what the replay makes of a failure.
+// A target that fails on every input of more than three bytes, to test how the replay handles a failure.
 #include "Check.h"
 #include "Target.h"
 

@@ -10,7 +10,7 @@ namespace {
 
 using TimePoint = std::chrono::steady_clock::time_point;
 
-// A scan takes a fraction of a second; one that never ends is killed, with a signal that says why.
+// A scan takes a fraction of a second; one that never ends is killed, with a distinctive signal.
 #ifdef __SANITIZE_ADDRESS__
 constexpr rlim_t processorSeconds = 60;
 #else

@@ -27,7 +27,7 @@ class HostileConnection final : public ScannerConnection {
       : longest_(longestJob(request)),
         hostile_(stack_, seed,
                  {request.settings.rasterBytes(), static_cast<std::uint32_t>(request.timeout.count())}) {}
-  // The exit status is how tools/hostile learns that the scan, or its end, took longer than any may.
+  // The exit status reports to tools/hostile that the scan, or its end, took longer than allowed.
   ~HostileConnection() override {
     constexpr int tookTooLong = 5;
     const bool slow =

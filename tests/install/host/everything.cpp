@@ -1,5 +1,5 @@
-// A host that uses every class and every function that the installed headers offer. Says on its last line
-// whether all of it works; what each of them does in detail is tested elsewhere.
+// A host that uses every class and every function that the installed headers offer. Prints on its last line
+// whether all of it works; the details are tested elsewhere.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

@@ -36,7 +36,7 @@ def options_of(command):
 
 
 def description_of(option):
-    """What the help of a scan says about an option."""
+    """The text about an option in the help of a scan."""
     text = run(PROGRAM, "scan", "--help")
     return re.search(rf"^  (?:-\w,)?{option} .*?(?=^  -|^$)", text, re.MULTILINE | re.DOTALL)[0]
 

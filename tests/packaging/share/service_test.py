@@ -1,4 +1,4 @@
-"""The files that make a service of the network server, as far as they can be judged without starting it: by the tools of
+"""The files that make the network server a service, as far as they can be checked without starting it: by the tools of
 systemd and AppArmor, and by comparing what has to agree. tools/package-check has udev apply the rule.
 """
 import configparser

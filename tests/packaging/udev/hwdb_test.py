@@ -15,7 +15,7 @@ def hwdb(root, *words):
 
 
 def modalias(vendor, product):
-    """As the kernel tells it of a scanner with one interface."""
+    """As reported by the kernel for a scanner with one interface."""
     return f"usb:v{vendor:04X}p{product:04X}d0100dcFFdscFFdpFFicFFiscFFipFFin00"
 
 

@@ -44,7 +44,7 @@ int inAChild(const std::function<int()>& work) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : crashed;
 }
 
-// What the system said to a call that returned this: 0 for success, otherwise its errno.
+// The system's result of a call that returned this: 0 for success, otherwise its errno.
 int said(long result) {
   return result >= 0 ? 0 : errno;
 }

@@ -29,7 +29,7 @@ std::string textOf(const DataRef& data) {
   return {reinterpret_cast<const char*>(data->bytes()), data->length()};
 }
 
-// Copies what it is asked to share, as a host's own implementation may.
+// Copies the bytes instead of sharing them, as a host's own implementation may.
 class FixedData final : public Data {
  public:
   ~FixedData() override = default;

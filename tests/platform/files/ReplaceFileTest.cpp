@@ -104,7 +104,7 @@ TEST_F(ReplaceFile, TakesANameAsLongAsTheSystemAllows) {
   EXPECT_EQ(contentOf(longName), "x");
 }
 
-// While it lives, the file system sees another user. For root only.
+// While it exists, the file system is accessed as another user. For root only.
 class OtherUser {
  public:
   OtherUser() : isOther(seteuid(65534) == 0) {}

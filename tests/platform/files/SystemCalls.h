@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 
-// Sits between the code under test and the system: counts what is written, shortens writes, makes them
-// fail. While one lives, the program's own pwrite() and renameat2() obey it; without one they only forward.
-// One at a time:
+// Intercepts the system calls of the code under test: counts what is written, shortens writes, makes them
+// fail. While one exists, the program's pwrite() and renameat2() follow it; otherwise they only forward. One
+// at a time:
 //
 //   SystemCalls calls;
 //   calls.room = 100;  // a disk with room for 100 more bytes

@@ -20,7 +20,7 @@ TiffPicture grey(std::uint32_t width, std::uint32_t height) {
   return {width, height, 8, 1, Photometric::blackIsZero, std::nullopt};
 }
 
-// Rows that have no pixels at all.
+// Rows without pixels.
 class EmptyRows final : public PixelRows {
  public:
   explicit EmptyRows(std::uint64_t bytesPerRow) : bytesPerRow_(bytesPerRow) {}

@@ -38,7 +38,7 @@ class RecordingSink final : public LogSink {
   std::size_t wanted_;
 };
 
-// Delivers as many pieces as the reader wants and counts them.
+// Delivers as many pieces as the reader accepts and counts them.
 class EndlessLine final : public LogLine {
  public:
   void read(const PieceReader& reader) const override {

@@ -21,7 +21,7 @@ std::string stampPattern() {
          std::to_string(getpid()) + "\\] ";
 }
 
-// Makes standard error a stream of packets while it lives, so that writes can be distinguished.
+// Makes standard error a stream of packets while it exists, so that writes can be distinguished.
 class PacketStandardError {
  public:
   PacketStandardError() : saved_(dup(STDERR_FILENO)) {

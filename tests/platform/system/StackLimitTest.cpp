@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t KiB = 1024;
 
-// Runs it in a process of its own, since limits stay. Returns whether it returned true.
+// Runs it in a separate process, since limits are permanent. Returns whether it returned true.
 bool holdsInChild(const std::function<bool()>& condition) {
   const pid_t process = fork();
   if (process == 0) _exit(condition() ? 0 : 1);

@@ -61,7 +61,7 @@ class MockStack : public UsbStack {
               (noexcept, override));
 };
 
-// Where no memory is left for a wrapper.
+// If there is no memory for a wrapper.
 class ExhaustedStack final : public ForwardingUsbStack {
  public:
   explicit ExhaustedStack(UsbStack& inner) : ForwardingUsbStack(inner) {}
@@ -88,7 +88,7 @@ class PlainStack final : public ForwardingUsbStack {
 // One interface of an inner stack behind a forwarding one.
 class Forwarding : public testing::Test {
  protected:
-  // The plug-in of an outer stack over the inner one, which hands out the inner interface.
+  // The plug-in of an outer stack over the inner one, which returns the inner interface.
   PlugInInterface* plugInOf(UsbStack& outer) {
     EXPECT_CALL(stack, createPlugInInterfaceForService(7, ServiceKind::usbInterface, _))
         .WillOnce([this](IOObject, ServiceKind, PlugInInterface** result) {

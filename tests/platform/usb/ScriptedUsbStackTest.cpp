@@ -24,7 +24,7 @@ class ScriptedStack : public testing::Test {
     plugIn->release();
     return interface;
   }
-  // Walks the registry to the n-th service of the kind, which stays held.
+  // Iterates to the n-th service of the kind in the registry and keeps holding it.
   platform::IOObject service(unsigned int number, ServiceKind kind = ServiceKind::usbInterface) {
     platform::MachPort port = 0;
     usb.masterPort(&port);

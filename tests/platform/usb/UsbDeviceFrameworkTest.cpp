@@ -2,8 +2,8 @@
 
 #include "UsbDeviceFramework.h"
 
-// Repeats the numbers as the standard prints them: a wrong one would be wrong on both sides of every emulated
-// wire and pass all other tests.
+// Repeats the numbers from the standard: a wrong one would be wrong on both sides of every emulated wire and
+// pass all other tests.
 namespace platform::usb {
 namespace {
 

@@ -60,7 +60,7 @@ Outcome scanOnce(const VirtualScanner& scanner, const CallLog& calls, intptr_t h
   return outcome;
 }
 
-// Two scans, the second one after closing, plugging the device in again if it is gone, and opening.
+// Two scans, the second one after closing, plugging the device in again if it was unplugged, and opening.
 using Outcomes = std::pair<Outcome, Outcome>;
 
 template <typename PlugIn>

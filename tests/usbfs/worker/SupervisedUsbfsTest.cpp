@@ -24,7 +24,7 @@ ScanRequest usbScan() {
   return request;
 }
 
-// A scanner on USB, as far as the worker can tell.
+// A scanner that is on USB from the worker's point of view.
 class SupervisedOverUsb : public testing::Test {
  protected:
   SupervisedOverUsb() { setenv("LD_PRELOAD", Q750_PRELOAD, 1); }

@@ -82,7 +82,7 @@ class UsbipConnection : public testing::Test {
     ASSERT_THAT(takeOutput(), SizeIs(320));
   }
   void feed(const Bytes& bytes) { connection_->receive(bytes); }
-  // All that waits.
+  // Everything that is pending.
   Bytes takeOutput() {
     Bytes all;
     while (!connection_->output().empty()) {

@@ -20,8 +20,8 @@ using testing::ElementsAre;
 
 const PageRequest page{75, true, 40, 90, 161, 137};
 
-// The host's side of a scan over a USB/IP client. A read takes at once what the device has: the request is
-// taken back right behind.
+// The host's side of a scan over a USB/IP client. A read returns at once what the device has: the request is
+// cancelled immediately afterwards.
 class WireHost {
  public:
   explicit WireHost(UsbipClient& client) : client_(client) {}
@@ -58,7 +58,7 @@ class WireHost {
   std::uint32_t number_ = 0;
 };
 
-// A server on a thread of its own while the object lives.
+// A server on a separate thread while the object exists.
 class RunningServer {
  public:
   explicit RunningServer(VirtualScanner& scanner, const ListenAddress& address = {"127.0.0.1", 0})

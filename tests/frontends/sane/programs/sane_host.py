@@ -1,5 +1,5 @@
-"""Programs that scan with SANE, run against the back end where it was built: nothing is installed, and no other back
-end is seen but the ones that a test names."""
+"""Programs that scan with SANE, run against the back end where it was built: nothing is installed, and only the back
+ends that a test names are available."""
 import json
 import os
 import pathlib
@@ -19,7 +19,8 @@ PATIENCE = 30  # seconds, for what should take none
 
 
 class SaneHost(unittest.TestCase):
-    """A folder, a configuration of SANE in it, and programs that see no other. What they leave running is an error."""
+    """A folder with a configuration of SANE, and programs that use no other. A process that they leave running is an
+    error."""
 
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="q750-sane-"))
@@ -54,7 +55,7 @@ class SaneHost(unittest.TestCase):
         return self.run_program([STAGE["scanimage"], "-d", device, *arguments], **more)
 
     def start(self, *arguments, device="quenvar:virtual", configuration=None):
-        """scanimage, to be talked to while it runs; shows progress and what the back end does."""
+        """scanimage, for interaction while it runs; prints progress and what the back end does."""
         return RunningScan(self, [STAGE["scanimage"], "-d", device, "-p", *arguments], configuration)
 
     def page(self, mode, resolution=75):
@@ -131,7 +132,7 @@ class RunningScan:
         return float(told[-1]) if told else -1
 
     def interrupt(self):
-        """Ctrl-C; answers the exit status and the seconds that it took."""
+        """Sends Ctrl-C; returns the exit status and the seconds until it exited."""
         begin = time.monotonic()
         self.process.send_signal(signal.SIGINT)
         status = self.process.wait(PATIENCE)

@@ -1,4 +1,5 @@
-"""The scanner shared by saned, on the loopback interface. saned has one port; whoever else has it, we leave it alone."""
+"""The scanner shared by saned, on the loopback interface. saned has a fixed port; if another process uses it, the test
+is skipped."""
 import fcntl
 import os
 import pathlib
@@ -63,7 +64,7 @@ class Saned(SaneHost):
         self.saned.wait(PATIENCE)
 
     def reconfigure(self, lines):
-        """For whoever connects from now on."""
+        """Applies to clients that connect from now on."""
         self.configure("server", lines=lines)
 
     def expect_page(self):

@@ -19,12 +19,12 @@ using namespace virtualscanner;
 using testing::HasSubstr;
 using testing::Not;
 
-// scanimage with the back end, which sees the emulated device and no other. The device is at port 1 of bus 1.
+// scanimage with the back end and the emulated device only, which is at port 1 of bus 1.
 class ScanimageOverUsb : public testing::Test {
  protected:
   ScanimageOverUsb() { writeContent(folder / "dll.conf", "quenvar\n"); }
 
-  // Answers the exit status; what it writes is left in `output` and `errors`.
+  // Returns the exit status; its output is stored in `output` and `errors`.
   int scanimage(const std::string& arguments, const std::string& moreEnvironment = "") {
     const std::string environment = moreEnvironment +
                                     "LD_PRELOAD=libumockdev-preload.so.0 LD_LIBRARY_PATH=" + libraries +

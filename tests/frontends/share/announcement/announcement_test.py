@@ -230,7 +230,7 @@ class OnTwoMachines(unittest.TestCase):
 
 
 class Another(http.server.BaseHTTPRequestHandler):
-    """What a server that is not ours answers."""
+    """The response of another server."""
 
     def do_GET(self):
         self.send_error(404)
@@ -254,7 +254,7 @@ class Server(Announced):
         return server
 
     def scanimage(self, back_end, *words):
-        """With this back end alone, which has nothing but what it discovers."""
+        """With this back end alone, which uses only scanners that it discovers."""
         configuration = self.network.folder / back_end
         configuration.mkdir(exist_ok=True)
         (configuration / "dll.conf").write_text(back_end + "\n")

@@ -84,7 +84,7 @@ def unescaped(name):
 
 
 class Network:
-    """A machine of its own on a network: a message bus and, between start_daemon() and stop_daemon(), the mDNS daemon.
+    """A separate machine on a network: a message bus and, between start_daemon() and stop_daemon(), the mDNS daemon.
     `within` is a command that runs others on another machine."""
 
     def __init__(self, folder, interface="lo", host="myhost", within=()):

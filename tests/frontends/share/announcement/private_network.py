@@ -1,5 +1,5 @@
-"""Runs a command in a network, a mount and a user namespace of its own, with a loopback interface that multicasts and
-an empty /run: nothing that it announces leaves it. Skips (exit status 77) where the system refuses namespaces.
+"""Runs a command in a private network, mount and user namespace, with a loopback interface that multicasts and an
+empty /run: its announcements stay inside. Skips (exit status 77) if the system refuses namespaces.
 """
 import os
 import shutil

@@ -1,4 +1,4 @@
-"""The programs that people have: sane-airscan and SANE's own escl back end, by scanimage, against q750-share."""
+"""Common clients, sane-airscan and SANE's own escl back end, used by scanimage, against q750-share."""
 import io
 import os
 import signal
@@ -57,8 +57,8 @@ class SaneClient(ShareHost):
                 requests = len(self.server.logged_requests())
 
     def hangs_after_its_end(self, requests):
-        """sane-airscan can miss that its own job is over and wait for that in sane_close() for ever, on a machine that is
-        busy. Its picture is written by then, and all its requests are answered."""
+        """sane-airscan can miss that its own job is over and wait for that in sane_close() forever, on a busy machine.
+        By then its picture is written, and all its requests have received a response."""
         latest = self.server.logged_requests()[-1]
         return (" DELETE " in latest and " 200, " in latest and len(self.server.logged_requests()) == requests
                 and self.server.is_free())

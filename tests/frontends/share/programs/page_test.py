@@ -1,5 +1,6 @@
-"""The start page in a browser: Chromium, without a window. Skipped where it, its driver or selenium is not installed
-(Debian packages chromium chromium-driver python3-selenium). Screenshots are in the folder that the environment names."""
+"""The start page in a browser: Chromium, without a window. Skipped if it, its driver or selenium is not installed
+(Debian packages chromium chromium-driver python3-selenium). Screenshots are in the folder that the environment
+names."""
 import base64
 import http.server
 import os

@@ -19,8 +19,7 @@
 #include "WorkerMessages.h"
 #include "WorkerProcess.h"
 
-// A worker that does what it must not. The scanner's name says what, or that of the program where it is to
-// list scanners.
+// A worker that misbehaves. The scanner's name selects how, or the program's if it is to list scanners.
 namespace {
 
 using namespace frontend;

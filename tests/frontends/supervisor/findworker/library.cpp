@@ -2,7 +2,7 @@
 
 #include "SupervisedScan.h"
 
-// A library that tells where it would find its worker.
+// A library that reports where it would find its worker.
 extern "C" const char* whereIsTheWorker() {
   static std::string place;
   place = frontend::findWorker();

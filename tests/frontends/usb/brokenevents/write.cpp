@@ -1,5 +1,5 @@
 // Preloaded: event counters cannot be written, as on a system that is out of order. libusb wakes its own
-// thread by one when it is released, and then waits for that thread for ever.
+// thread by one when it is released, and then waits for that thread forever.
 #include <sys/syscall.h>
 #include <unistd.h>
 

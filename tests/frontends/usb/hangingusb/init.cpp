@@ -1,4 +1,4 @@
-// Preloaded: libusb cannot be initialised, for ever, as where the kernel waits for a device.
+// Preloaded: initialising libusb never returns, as when the kernel waits for a device.
 #include <libusb.h>
 #include <unistd.h>
 
