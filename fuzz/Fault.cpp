@@ -1,5 +1,5 @@
-// Reads: one fault of --virtual-fault. Checks: a fault that was read, written with its position, reads back
-// the same.
+// Reads: one fault of --virtual-fault.
+// Checks: a fault that was read, written with its position, reads back the same.
 #include "Fault.h"
 
 #include "Check.h"

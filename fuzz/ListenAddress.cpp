@@ -1,5 +1,5 @@
-// Reads: the address of `q750 virtual --listen`. Checks: an address that was read, when written, reads back
-// the same.
+// Reads: the address of `q750 virtual --listen`.
+// Checks: an address that was read, when written, reads back the same.
 #include "ListenAddress.h"
 
 #include "Check.h"

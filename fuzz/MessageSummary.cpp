@@ -1,5 +1,5 @@
-// Reads: a message that passes through the worker. Checks: texts keep their limits; every message that the
-// library accepts is of the same kind for both.
+// Reads: a message that passes through the worker.
+// Checks: texts keep their limits; every message that the library accepts is of the same kind for both.
 #include "MessageSummary.h"
 
 #include "Check.h"

@@ -1,5 +1,5 @@
-// Reads: the header of a picture that passes through the worker. Checks: cutting changes nothing, sizes keep
-// their limits, the library finds the same header.
+// Reads: the header of a picture that passes through the worker.
+// Checks: cutting changes nothing, sizes keep their limits, the library finds the same header.
 #include "PictureHeader.h"
 
 #include "Check.h"

@@ -1,5 +1,5 @@
-// Reads: method and path of a request, separated by a blank. Checks: an extra slash changes nothing; a method
-// reported as allowed is allowed; routes have one spelling.
+// Reads: method and path of a request, separated by a blank.
+// Checks: an extra slash changes nothing; a method reported as allowed is allowed; routes have one spelling.
 #include "Router.h"
 
 #include "Check.h"

@@ -1,5 +1,5 @@
-// Reads: the values of a request and of the configuration that the start page displays: language, address,
-// name. Checks: nothing of it becomes markup.
+// Reads: values of a request and of the configuration that the start page shows: language, address, name.
+// Checks: nothing of it becomes markup.
 #include "StartPage.h"
 
 #include <algorithm>

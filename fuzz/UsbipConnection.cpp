@@ -1,5 +1,5 @@
-// Reads: the stream of a USB/IP client, down to the virtual scanner behind the server. Checks: the same
-// replies however the stream is cut; the scanner is free afterwards.
+// Reads: the stream of a USB/IP client, down to the virtual scanner behind the server.
+// Checks: the same replies however the stream is cut; the scanner is free afterwards.
 #include "UsbipConnection.h"
 
 #include "Check.h"

@@ -1,5 +1,5 @@
-// Reads: the file of a user's defaults. Checks: at most one setting of each name, which reads back the same;
-// or an error that names file and line.
+// Reads: the file of a user's defaults.
+// Checks: at most one setting of each name, which reads back the same; or an error that names file and line.
 #include "UserDefaults.h"
 
 #include "Check.h"
