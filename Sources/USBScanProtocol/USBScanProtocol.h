@@ -77,7 +77,8 @@ class USBScanProtocol {
   void receiveData(const platform::Data& chunk, std::int8_t convert);
   /// Releases the current buffer only. Later chunks are dropped.
   void dealloc();
-  /// Returns this, or null if there is no memory for a buffer. Null callbacks count as a record of nulls.
+  /// Returns this, or null if there is no memory for a buffer. Null callbacks are treated as a record of
+  /// nulls.
   USBScanProtocol* initWithCallbacks(const USBScanProtocolCallbacks* callbacks);
 
  private:

@@ -9,7 +9,7 @@
  * DisableScanner.
  *
  * One thread at a time per handle, one scan at a time per process: the byte counter and the name of the job
- * are shared by all handles. A handle is the address of the driver object, 0 is no handle; the host only
+ * are shared by all handles. A handle is the address of the driver object, 0 is invalid; the host only
  * passes it back. It is disabled once and not used afterwards, and its object is never freed. Failures are
  * reported as return values; the only exception is std::bad_alloc, from the two enable functions.
  */

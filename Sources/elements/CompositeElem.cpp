@@ -59,7 +59,7 @@ Element* CompositeElem::setChild(std::string childName, Element* child) {
   return setterAccepts(childName, child) ? MapElem::setChild(std::move(childName), child) : nullptr;
 }
 
-// Also true if there is no setter, which only a failed look-up means; an exception of the setter itself
+// Also true without a setter, which is the case only if the look-up fails; an exception of the setter itself
 // passes through.
 bool CompositeElem::setterAccepts(const std::string& childName, Element* child) {
   Element* setter = nullptr;

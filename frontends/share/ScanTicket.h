@@ -26,7 +26,7 @@ struct ScanTicket {
 
 // Why a ticket is not accepted.
 struct TicketRefusal {
-  unsigned code;         // of HTTP: 400 if it is no ScanSettings document, 409 if it is not possible here
+  unsigned code;         // of HTTP: 400 for anything but a ScanSettings document, 409 for an impossible scan
   std::string sentence;  // for the client's developer and the journal, in printable ASCII
 };
 

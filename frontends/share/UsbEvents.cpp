@@ -14,7 +14,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// The kernel's message arrives first, and also if there is no udev, as in containers. That of udev follows
+// The kernel's message arrives first, and also without udev, as in containers. That of udev follows
 // once its rules have been applied: a scanner that was listed without access is accessible from then on.
 constexpr unsigned kernelGroup = 1;
 constexpr unsigned udevGroup = 2;
