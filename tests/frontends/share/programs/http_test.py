@@ -446,14 +446,10 @@ class Service(ShareHost):
         server = self.serve()
         server.status()
 
-        def switches():
-            return sum(int(re.search(r"^voluntary_ctxt_switches:\s+(\d+)", (task / "status").read_text(), re.M)[1])
-                       for task in pathlib.Path(f"/proc/{server.process.pid}/task").iterdir())
-
         def sleeps():
-            before = switches()
+            before = server.wakeups()
             time.sleep(1)
-            return switches() == before
+            return server.wakeups() == before
         self.assertTrue(eventually(sleeps))
         memory = pathlib.Path(f"/proc/{server.process.pid}/smaps_rollup").read_text()
         self.assertLess(int(re.search(r"^Rss:\s+(\d+)", memory, re.M)[1]), 10 * 1024)

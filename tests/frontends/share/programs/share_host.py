@@ -127,15 +127,24 @@ class Server:
     def is_free(self):
         return not self.workers() and "<pwg:State>Idle<" in self.status()
 
+    def of_each_thread(self, name):
+        """A file of /proc for each thread, empty for one that has just ended."""
+        folder = pathlib.Path(f"/proc/{self.process.pid}/task")
+        return {thread: read_if_there(folder / thread / name) for thread in os.listdir(folder)}
+
+    def threads(self):
+        return len(self.of_each_thread("status"))
+
     def workers(self):
-        children = pathlib.Path(f"/proc/{self.process.pid}/task").glob("*/children")
-        return [child for task in children for child in read_if_there(task).split()]
+        return [child for children in self.of_each_thread("children").values() for child in children.split()]
+
+    def wakeups(self):
+        """How often each thread has slept, as text."""
+        return {thread: re.findall(r"^voluntary_ctxt_switches:.*", status, re.MULTILINE)
+                for thread, status in self.of_each_thread("status").items()}
 
     def descriptors(self):
         return len(os.listdir(f"/proc/{self.process.pid}/fd"))
-
-    def threads(self):
-        return len(os.listdir(f"/proc/{self.process.pid}/task"))
 
 
 def read_if_there(path):
