@@ -177,7 +177,7 @@ class AirscanInTrouble(SaneClient):
         self.assertTrue(eventually(lambda: moment(server)), server.log())
         time.sleep(0.1)  # for its request for the page
         scan.kill()
-        self.assertTrue(eventually(lambda: not server.workers(), 1.5), server.log())
+        self.assertTrue(eventually(lambda: not server.workers(), 5), server.log())
         self.assertIn("<pwg:JobState>Canceled<", server.status())
 
     def test_is_killed_while_the_scanner_warms_up(self):

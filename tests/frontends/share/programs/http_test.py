@@ -36,6 +36,13 @@ class HttpTest(ShareHost):
         client.connect(("127.0.0.1", self.server.port))
         return client
 
+    def expect_at_once(self, attempt, limit=0.2):
+        """It returns its seconds, and is repeated: a busy machine delays one or another."""
+        times = []
+        while not times or times[-1] >= limit:
+            self.assertLess(len(times), 5, times)
+            times.append(attempt())
+
     def exchange(self, *pieces):
         """What the server sends in return, until it closes the connection or nothing follows the response."""
         client = self.connect()
@@ -254,7 +261,8 @@ class SlowRequests(HttpTest):
             for byte in self.get("Host: localhost", "X: " + "x" * 1000):
                 client.sendall(byte.encode())
                 time.sleep(0.1)
-        self.assertAlmostEqual(time.monotonic() - begin, 10, delta=1.5)
+        self.assertGreater(time.monotonic() - begin, 9)
+        self.assertLess(time.monotonic() - begin, 20)  # of the hundred that it would take
 
     def test_of_two_hundred_connections_do_not_disturb_another_client(self):
         wanted = self.server.scan(mode="RGB24", resolution=150)
@@ -300,53 +308,58 @@ class Transfers(HttpTest):
         client.sendall(f"GET {job}/NextDocument HTTP/1.1\r\nHost: localhost\r\n\r\n".encode())
         self.assertTrue(client.recv(10))
         self.assertTrue(eventually(lambda: self.server.job_state(job) == "Completed"))
-        for _ in range(20):
+
+        def status():
             begin = time.monotonic()
             self.server.status()
-            self.assertLess(time.monotonic() - begin, 0.5)
+            return time.monotonic() - begin
+        for _ in range(20):
+            self.expect_at_once(status)
         self.server.scan(region=(0, 0, 300, 300))
 
 
 class LiveTransfers(HttpTest):
     ARGUMENTS = SLOW
 
+    def begin_transfer(self, magic=b"\x89PNG", **settings):
+        """The job, the rest of its page, and the seconds until its first bytes."""
+        job = self.server.post(mode="RGB24", **settings)
+        self.assertTrue(eventually(lambda: self.server.job_state(job) == "Processing"))
+        begin = time.monotonic()
+        connection = http.client.HTTPConnection("127.0.0.1", self.server.port, timeout=PATIENCE)
+        self.addCleanup(connection.close)
+        connection.request("GET", job + "/NextDocument")
+        page = connection.getresponse()
+        self.assertEqual(page.read(len(magic)), magic)
+        return job, page, time.monotonic() - begin
+
     def test_begin_with_the_first_rows(self):
-        for mime, magic in (("image/png", b"\x89PNG"), ("image/jpeg", b"\xff\xd8")):
-            with self.subTest(format=mime):
-                job = self.server.post(mode="RGB24", format=mime)
-                self.assertTrue(eventually(lambda: self.server.job_state(job) == "Processing"))
-                begin = time.monotonic()
-                connection = http.client.HTTPConnection("127.0.0.1", self.server.port, timeout=PATIENCE)
-                self.addCleanup(connection.close)
-                connection.request("GET", job + "/NextDocument")
-                page = connection.getresponse()
-                self.assertEqual(page.read(len(magic)), magic)
-                self.assertLess(time.monotonic() - begin, 0.2)
-                self.assertEqual(self.server.job_state(job), "Processing")
-                self.server.request("DELETE", job)
+        def attempt(magic, mime):
+            job, _, seconds = self.begin_transfer(magic, format=mime)
+            self.assertEqual(self.server.job_state(job), "Processing")
+            self.server.request("DELETE", job)
+            return seconds
+        self.expect_at_once(lambda: attempt(b"\x89PNG", "image/png"))
+        self.expect_at_once(lambda: attempt(b"\xff\xd8", "image/jpeg"))
 
     def test_end_at_once_when_their_job_is_deleted(self):
-        job = self.server.post(mode="RGB24")
-        connection = http.client.HTTPConnection("127.0.0.1", self.server.port, timeout=PATIENCE)
-        self.addCleanup(connection.close)
-        connection.request("GET", job + "/NextDocument")
-        page = connection.getresponse()
-        self.assertEqual(page.read(4), b"\x89PNG")
-        begin = time.monotonic()
-        self.assertEqual(self.server.request("DELETE", job)[0], 200)
-        with self.assertRaises(http.client.IncompleteRead):
-            page.read()
-        self.assertLess(time.monotonic() - begin, 0.2)
-        self.assertTrue(eventually(lambda: not self.server.workers(), 1))
-        self.assertEqual(self.server.request("GET", job + "/NextDocument")[0], 410)
+        def attempt():
+            job, page, _ = self.begin_transfer()
+            begin = time.monotonic()
+            self.assertEqual(self.server.request("DELETE", job)[0], 200)
+            with self.assertRaises(http.client.IncompleteRead):
+                page.read()
+            ended = time.monotonic()
+            self.assertTrue(eventually(lambda: not self.server.workers()))
+            freed.append(time.monotonic() - begin)
+            self.assertEqual(self.server.request("GET", job + "/NextDocument")[0], 410)
+            return ended - begin
+        freed = []
+        self.expect_at_once(attempt)
+        self.assertLess(min(freed), 1)
 
     def test_end_with_the_server(self):
-        job = self.server.post(mode="RGB24")
-        connection = http.client.HTTPConnection("127.0.0.1", self.server.port, timeout=PATIENCE)
-        self.addCleanup(connection.close)
-        connection.request("GET", job + "/NextDocument")
-        page = connection.getresponse()
-        self.assertTrue(page.read(4))
+        _, page, _ = self.begin_transfer()
         begin = time.monotonic()
         self.server.process.send_signal(signal.SIGTERM)
         self.assertEqual(self.server.process.wait(PATIENCE), 0)
@@ -385,25 +398,31 @@ class HeldRequests(HttpTest):
     ARGUMENTS = WARMING_UP
 
     def test_end_at_once_when_their_job_is_deleted(self):
-        job = self.server.post()
-        codes = []
-        waiting = threading.Thread(target=lambda: codes.append(self.server.request("GET", job + "/NextDocument")[0]))
-        waiting.start()
-        time.sleep(0.2)  # for it to wait
-        begin = time.monotonic()
-        self.server.request("DELETE", job)
-        waiting.join(PATIENCE)
-        self.assertLess(time.monotonic() - begin, 0.2)
-        self.assertEqual(codes, [410])
+        def attempt():
+            job = self.server.post()
+            codes = []
+            waiting = threading.Thread(target=lambda: codes.append(self.server.request("GET", job + "/NextDocument")[0]))
+            waiting.start()
+            time.sleep(0.2)  # for it to wait
+            begin = time.monotonic()
+            self.server.request("DELETE", job)
+            waiting.join(PATIENCE)
+            self.assertEqual(codes, [410])
+            return time.monotonic() - begin
+        self.expect_at_once(attempt)
 
     def test_end_the_scan_when_their_client_leaves(self):
-        job = self.server.post()
-        client = self.connect()
-        client.sendall(f"GET {job}/NextDocument HTTP/1.1\r\nHost: localhost\r\n\r\n".encode())
-        time.sleep(0.2)
-        client.close()
-        self.assertTrue(eventually(lambda: not self.server.workers(), 1))
-        self.assertEqual(self.server.job_state(job), "Canceled")
+        def attempt():
+            job = self.server.post()
+            client = self.connect()
+            client.sendall(f"GET {job}/NextDocument HTTP/1.1\r\nHost: localhost\r\n\r\n".encode())
+            time.sleep(0.2)
+            client.close()
+            begin = time.monotonic()
+            self.assertTrue(eventually(lambda: not self.server.workers()))
+            self.assertEqual(self.server.job_state(job), "Canceled")
+            return time.monotonic() - begin
+        self.expect_at_once(attempt, 1)
 
 
 class Failures(HttpTest):

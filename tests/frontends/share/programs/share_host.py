@@ -136,7 +136,11 @@ class Server:
         return len(self.of_each_thread("status"))
 
     def workers(self):
-        return [child for children in self.of_each_thread("children").values() for child in children.split()]
+        """Its children. The list that /proc has of a thread's own children is incomplete while threads end."""
+        stats = {process: read_if_there(pathlib.Path("/proc", process, "stat"))
+                 for process in os.listdir("/proc") if process.isdigit()}
+        return [process for process, stat in stats.items()
+                if stat.rpartition(") ")[2].split()[1:2] == [str(self.process.pid)]]
 
     def wakeups(self):
         """How often each thread has slept, as text."""
