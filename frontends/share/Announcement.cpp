@@ -7,6 +7,7 @@
 #include <avahi-common/malloc.h>
 #include <avahi-common/strlst.h>
 #include <avahi-common/thread-watch.h>
+#include <avahi-common/timeval.h>
 #include <net/if.h>
 
 #include <new>
@@ -21,6 +22,9 @@ using Event = AnnouncementEvent;
 
 constexpr const char* withoutDaemon =
     "programs do not find the scanner by themselves, but work with its address.";
+
+// Between attempts to reach a message bus, which does not announce its start as the daemon does on the bus.
+constexpr unsigned busIntervalMs = 5000;
 
 struct FreeList {
   void operator()(AvahiStringList* list) const { avahi_string_list_free(list); }
@@ -70,7 +74,7 @@ struct Announcement::Impl {
   void add();
   void remove();
   int addTo(AvahiEntryGroup* target) const;
-  void reconnectSoon();
+  void reconnectIn(unsigned milliseconds);
   void reportOnce(const std::string& sentence);
 
   // Holds the poll's lock.
@@ -116,8 +120,7 @@ void Announcement::Impl::start() {
   poll = avahi_threaded_poll_new();
   if (poll == nullptr) throw std::bad_alloc();
   connect();
-  // Without a client there is nothing to wait for.
-  if (client != nullptr) avahi_threaded_poll_start(poll);
+  avahi_threaded_poll_start(poll);
 }
 
 void Announcement::Impl::connect() {
@@ -128,9 +131,10 @@ void Announcement::Impl::connect() {
         static_cast<Impl*>(self)->onClientState(sender, now);
       },
       this, &error);
-  if (client == nullptr)
-    reportOnce(std::string("The system's message bus cannot be reached (") + avahi_strerror(error) +
-               "): " + withoutDaemon);
+  if (client != nullptr) return;
+  reportOnce(std::string("The system's message bus cannot be reached (") + avahi_strerror(error) +
+             "): " + withoutDaemon);
+  reconnectIn(busIntervalMs);
 }
 
 void Announcement::Impl::onClientState(AvahiClient* sender, AvahiClientState now) {
@@ -146,23 +150,24 @@ void Announcement::Impl::onClientState(AvahiClient* sender, AvahiClientState now
       return reportOnce(std::string("Avahi is not running. Until it is, ") + withoutDaemon);
     case AVAHI_CLIENT_FAILURE:
       raise(Event::lost);
-      return reconnectSoon();
+      return reconnectIn(0);
   }
 }
 
 // A client that has lost its daemon cannot be used again. It cannot be freed here, inside its own callback.
-void Announcement::Impl::reconnectSoon() {
+void Announcement::Impl::reconnectIn(unsigned milliseconds) {
   if (reconnection != nullptr) return;
   const AvahiPoll* api = avahi_threaded_poll_get(poll);
-  const timeval now = {};
+  timeval moment;
+  avahi_elapse_time(&moment, milliseconds, 0);
   reconnection = api->timeout_new(
-      api, &now,
+      api, &moment,
       [](AvahiTimeout* timeout, void* data) {
         Impl& self = *static_cast<Impl*>(data);
         avahi_threaded_poll_get(self.poll)->timeout_free(timeout);
         self.reconnection = nullptr;
         self.group = nullptr;
-        avahi_client_free(self.client);
+        if (self.client != nullptr) avahi_client_free(self.client);
         self.connect();
       },
       this);

@@ -39,14 +39,16 @@ constexpr AnnouncementReach announcementReach(bool servesNetwork, bool locally) 
 //   announcement.publish({{"_uscan._tcp", 8750, {"txtvers=1", ...}}});   // the scanner is plugged in
 //   announcement.withdraw();                                             // it is unplugged
 //
-// A daemon that is not running, or stops, is not an error: that is reported once, and published services are
-// announced as soon as a daemon runs. A name that another device has is replaced by the next ("... #2"),
-// which is reported and kept for as long as the object exists, so that clients find the scanner again after a
-// replug. Throws only std::bad_alloc, which ends the process on the object's own thread.
+// A daemon or message bus that is not running, or stops, is not an error: that is reported once, and
+// published services are announced as soon as a daemon runs. A name that another device has is replaced by
+// the next ("... #2"), which is reported and kept for as long as the object exists, so that clients find the
+// scanner again after a replug. Throws only std::bad_alloc, which ends the process on the object's own
+// thread.
 //
 // Owns its connection to the daemon, which withdraws everything when it is closed, and a thread that sleeps
-// until the daemon reports something. Any thread may call the functions below; they wait for the daemon's
-// replies, which takes milliseconds. The state table is in AnnouncementState.h.
+// until the daemon reports something; without a message bus, it looks for one every five seconds. Any thread
+// may call the functions below; they wait for the daemon's replies, which takes milliseconds. The state table
+// is in AnnouncementState.h.
 class Announcement {
  public:
   // A sentence for the log. Called from any thread, including the object's own, but never from two at a time;

@@ -280,6 +280,12 @@ class Server(Announced):
         self.announce(name="Another").tell("publish 8751 rs=eSCL")
         self.assertEqual(self.browse().await_arrival()[0], "Another")
 
+    def test_listens_once_where_an_address_includes_another(self):
+        self.serve("--bind", "127.0.0.1", "--bind", "0.0.0.0", "--bind", "::1")
+        for address in ("127.0.0.1", "[::1]"):
+            with urllib.request.urlopen(f"http://{address}:8750/eSCL/ScannerStatus") as answer:
+                self.assertEqual(answer.status, 200)
+
     def test_announces_what_its_documents_say(self):
         self.serve("--bind", "0.0.0.0")
         record = self.browse().await_arrival()[4]
@@ -347,7 +353,16 @@ class WithoutADaemon(Announced):
         self.assertIsNone(scanner.next_line())
         self.assertEqual(scanner.process.wait(), 0)
 
-    def test_survives_the_end_of_the_message_bus(self):
+    def test_is_announced_once_there_is_a_message_bus(self):
+        scanner = self.announce()
+        scanner.tell(f"publish 8750 {PAIRS}")
+        scanner.await_line("message bus cannot be reached")
+        self.network.start_bus()
+        self.network.start_daemon()
+        scanner.await_line("announced as")
+        self.assertEqual(self.browse().await_arrival()[0], NAME)
+
+    def test_survives_a_restart_of_the_message_bus(self):
         self.network.start_bus()
         self.network.start_daemon()
         scanner = self.announce()
@@ -355,9 +370,13 @@ class WithoutADaemon(Announced):
         scanner.await_line("announced as")
         self.network.bus.end()
         scanner.await_line("message bus cannot be reached")
+        self.network.stop_daemon()
         scanner.tell(f"publish 8750 {PAIRS}")
         scanner.tell("name")
         scanner.await_line(f"name: {NAME}")
+        self.network.start_bus()
+        self.network.start_daemon()
+        scanner.await_line("announced as")
         scanner.process.stdin.close()
         self.assertIsNone(scanner.next_line())
         self.assertEqual(scanner.process.wait(), 0)
