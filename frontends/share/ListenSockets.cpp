@@ -1,5 +1,6 @@
 #include "ListenSockets.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -40,19 +41,22 @@ bool isIpv6(const std::string& address) {
 }
 
 // Empty for a local socket.
+std::string textOf(const sockaddr* address, socklen_t size) {
+  char host[NI_MAXHOST];
+  char port[NI_MAXSERV];
+  constexpr int asNumbers = NI_NUMERICHOST | NI_NUMERICSERV;
+  if (address->sa_family == AF_UNIX ||
+      getnameinfo(address, size, host, sizeof host, port, sizeof port, asNumbers) != 0)
+    return "";
+  return address->sa_family == AF_INET6 ? "[" + std::string(host) + "]:" + port
+                                        : host + (":" + std::string(port));
+}
+
 std::string textOf(int socket) {
   sockaddr_storage address{};
   socklen_t size = sizeof address;
-  char host[NI_MAXHOST];
-  char port[NI_MAXSERV];
   auto* generic = reinterpret_cast<sockaddr*>(&address);
-  if (getsockname(socket, generic, &size) != 0 ||
-      getnameinfo(generic, size, host, sizeof host, port, sizeof port, NI_NUMERICHOST | NI_NUMERICSERV) !=
-          0 ||
-      address.ss_family == AF_UNIX)
-    return "";
-  return address.ss_family == AF_INET6 ? "[" + std::string(host) + "]:" + port
-                                       : host + (":" + std::string(port));
+  return getsockname(socket, generic, &size) == 0 ? textOf(generic, size) : "";
 }
 
 void add(ListenSockets& sockets, platform::OwnedDescriptor socket) {
@@ -112,10 +116,19 @@ int listenAt(const addrinfo& where, bool ipv6Only, platform::OwnedDescriptor& so
   return listen(socket.get(), backlog) == 0 ? 0 : errno;
 }
 
-std::string withoutBrackets(std::string address) {
-  if (address.size() > 2 && address.front() == '[' && address.back() == ']')
-    address = address.substr(1, address.size() - 2);
-  return address;
+std::string withoutBrackets(std::string_view address) {
+  const bool inBrackets = address.starts_with('[') && address.ends_with(']') && isIpv6(std::string(address));
+  return std::string(inBrackets ? address.substr(1, address.size() - 2) : address);
+}
+
+bool contains(const std::vector<std::string>& texts, const std::string& text) {
+  return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+// Whether another one of them serves it too.
+bool isCovered(const std::string& address, const std::vector<std::string>& all) {
+  const std::string every = isIpv6(address) ? "::" : "0.0.0.0";
+  return address != every && contains(all, every);
 }
 
 // The value of an environment variable as a number; 0 for anything else.
@@ -126,18 +139,31 @@ long numberIn(const char* variable) {
 
 }  // namespace
 
+// Numeric, since a name may resolve to a different address each time.
+bool isListenAddress(std::string_view text) {
+  const std::string given = withoutBrackets(text);
+  const std::string address = given.substr(0, given.find('%'));
+  in_addr ipv4;
+  in6_addr ipv6;
+  return given.find('\0') == std::string::npos && (inet_pton(AF_INET, address.c_str(), &ipv4) == 1 ||
+                                                   inet_pton(AF_INET6, address.c_str(), &ipv6) == 1);
+}
+
 ListenSockets listenOn(const std::vector<std::string>& addresses, std::uint16_t port) {
   const bool byDefault = addresses.empty();
-  const std::vector<std::string> wanted =
-      byDefault ? std::vector<std::string>{"127.0.0.1", "::1"} : addresses;
+  std::vector<std::string> wanted = {"127.0.0.1", "::1"};
+  if (!byDefault) {
+    wanted.resize(addresses.size());
+    std::transform(addresses.begin(), addresses.end(), wanted.begin(), withoutBrackets);
+  }
   const bool ipv6Only =
       std::any_of(wanted.begin(), wanted.end(), [](const auto& one) { return !isIpv6(one); });
   ListenSockets result;
-  for (const std::string& given : wanted) {
-    const std::string address = withoutBrackets(given);
+  for (const std::string& address : wanted) {
+    if (isCovered(address, wanted)) continue;
     const Addresses found = resolve(address, port);
-    if (!found)
-      throw HttpServerError("--bind " + given + ": not an address. Use one such as 192.168.1.5 or ::1.");
+    if (!found) throwListenError(address, port, EADDRNOTAVAIL);
+    if (contains(result.addresses, textOf(found->ai_addr, found->ai_addrlen))) continue;
     platform::OwnedDescriptor socket;
     const int error = listenAt(*found, ipv6Only, socket);
     const bool missing = error == EADDRNOTAVAIL || error == EAFNOSUPPORT;

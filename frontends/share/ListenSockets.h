@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "OwnedDescriptor.h"
@@ -16,9 +17,14 @@ struct ListenSockets {
   bool servesNetwork = false;  // whether any of them can be reached from other machines
 };
 
-// Listens on these addresses, IPv4 or IPv6 without a name, at one port; 0 is any free one. Without addresses,
-// only on this machine: 127.0.0.1, and ::1 if there is IPv6. "::" serves IPv4 as well, unless an IPv4 address
-// is given too. Throws HttpServerError with a sentence about the address that failed.
+// Whether it is an address of IPv4 or IPv6 as a number, which an interface may follow ("fe80::1%eth0"). One
+// of IPv6 may be in brackets.
+bool isListenAddress(std::string_view text);
+
+// Listens on these addresses at one port; 0 is any free one. An address that is repeated, or that
+// 0.0.0.0 or :: includes, counts once. Without addresses, only on this machine: 127.0.0.1, and ::1 if there
+// is IPv6. "::" serves IPv4 as well, unless an IPv4 address is given too. Throws HttpServerError with a
+// sentence about the address that failed.
 ListenSockets listenOn(const std::vector<std::string>& addresses, std::uint16_t port);
 
 // The addresses to open in a browser, for a server that listens at these, on a machine with these addresses

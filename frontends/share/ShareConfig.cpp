@@ -1,13 +1,12 @@
 #include "ShareConfig.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 
 #include "AddressRules.h"
 #include "HostGuard.h"
+#include "ListenSockets.h"
 #include "RegularFile.h"
 #include "ScanLimits.h"
 #include "ScannerName.h"
@@ -49,15 +48,6 @@ bool append(std::vector<std::string>& list, std::string_view text, bool (*isVali
   }
   list.insert(list.end(), values.begin(), values.end());
   return !values.empty();
-}
-
-// Numeric, since a name may resolve to a different address each time.
-bool isAddress(std::string_view text) {
-  const std::string address(text.substr(0, text.find('%')));  // a zone follows
-  in_addr ipv4;
-  in6_addr ipv6;
-  return address.find('\0') == std::string::npos && (inet_pton(AF_INET, address.c_str(), &ipv4) == 1 ||
-                                                     inet_pton(AF_INET6, address.c_str(), &ipv6) == 1);
 }
 
 bool isPath(std::string_view text) {
@@ -112,8 +102,8 @@ constexpr Setting settings[] = {
      },
      false, "a text in UTF-8 without control characters"},
     {"bind",
-     [](ShareConfig& config, std::string_view value) { return append(config.bind, value, isAddress); }, true,
-     "addresses of this machine, such as 192.168.1.7, or :: for all of them"},
+     [](ShareConfig& config, std::string_view value) { return append(config.bind, value, isListenAddress); },
+     true, "addresses of this machine, such as 192.168.1.7, or :: for all of them"},
     {"server_names",
      [](ShareConfig& config, std::string_view value) {
        return append(config.serverNames, value, isHostName);

@@ -4,6 +4,7 @@
 #include <limits>
 #include <sstream>
 
+#include "ListenSockets.h"
 #include "ShareIdentity.h"
 
 namespace frontend::share {
@@ -110,6 +111,10 @@ bool anyUsed(const VirtualScannerOptions& options) {
 void check(const ShareOptions& options) {
   if (options.certificate.empty() != options.key.empty())
     throw ShareUsageError("--certificate and --key belong together. Give both or neither.");
+  for (const std::string& address : options.bind) {
+    if (!isListenAddress(address))
+      throw ShareUsageError("--bind " + address + ": not an address. Use one such as 192.168.1.5 or ::1.");
+  }
   if (!options.name.empty() && !isShareName(options.name))
     throw ShareUsageError("--name: expected a text in UTF-8 without control characters.");
   if (!options.isVirtual && anyUsed(options.virtualScanner))

@@ -9,7 +9,26 @@
 namespace {
 
 using frontend::share::addressesToOpen;
+using frontend::share::isListenAddress;
+using frontend::share::listenOn;
+using frontend::share::ListenSockets;
 using testing::ElementsAre;
+
+TEST(ListenAddresses, AreNumbersThatAnInterfaceMayFollow) {
+  for (const char* address : {"127.0.0.1", "::", "[::1]", "fe80::1%eth0", "[fe80::1%eth0]"})
+    EXPECT_TRUE(isListenAddress(address)) << address;
+  for (const std::string address :
+       {"", "localhost", "127.1", "[127.0.0.1]", "[]", "[::1", "::1]", "127.0.0.1:80"})
+    EXPECT_FALSE(isListenAddress(address)) << address;
+  EXPECT_FALSE(isListenAddress({"::1\0", 4}));
+}
+
+TEST(ListenSockets, ServeAnAddressThatIsRepeatedOnce) {
+  const ListenSockets once = listenOn({"127.0.0.1", "127.0.0.1"}, 0);
+  EXPECT_EQ(once.sockets.size(), 1U);
+  EXPECT_EQ(once.addresses.size(), 1U);
+  EXPECT_FALSE(once.servesNetwork);
+}
 
 const std::vector<std::string> machine = {"192.168.1.5", "10.0.0.7", "2001:db8::5"};
 

@@ -74,7 +74,7 @@ const InvalidRow invalidLines[] = {
     {"bind =", "expected addresses of this machine, such as 192.168.1.7, or :: for all of them"},
     {"bind = 127.0.0.1 localhost",
      "expected addresses of this machine, such as 192.168.1.7, or :: for all of them"},
-    {"bind = [::1]", "expected addresses of this machine, such as 192.168.1.7, or :: for all of them"},
+    {"bind = [127.0.0.1]", "expected addresses of this machine, such as 192.168.1.7, or :: for all of them"},
     {"server_names = ,", "expected names under which clients reach this machine"},
     {"server_names = http://x", "expected names under which clients reach this machine"},
     {"allow =", "expected private, local, any, or subnets such as 192.168.1.0/24"},

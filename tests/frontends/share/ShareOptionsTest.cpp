@@ -131,6 +131,7 @@ TEST(ShareOptions, ThatMakeNoSenseAreRefused) {
       {{"--virtual-warm-up", "5"}, "need --virtual"},
       {{"--name", "B\xFCro"}, "--name: expected a text in UTF-8"},
       {{"--name", "a\nb"}, "--name: expected a text in UTF-8"},
+      {{"--bind", "::1", "--bind", "localhost"}, "--bind localhost: not an address."},
   };
   for (const auto& one : cases) EXPECT_THAT(errorOf(one.arguments), HasSubstr(one.words));
 }
