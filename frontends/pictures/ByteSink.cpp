@@ -13,6 +13,7 @@ namespace frontend {
 namespace {
 
 constexpr std::size_t largestPiece = 1 << 20;  // a cancel is noticed between pieces
+constexpr int longestWaitMs = 200;             // and between waits
 
 }  // namespace
 
@@ -39,10 +40,10 @@ bool ByteSink::write(const void* bytes, std::size_t count) noexcept {
 }
 
 // Of a descriptor that does not block, as others may have left a standard output that they share. A signal
-// ends the wait.
+// ends the wait, unless it arrives just before it.
 void ByteSink::awaitRoom() const noexcept {
   pollfd awaited{descriptor_, POLLOUT, 0};
-  poll(&awaited, 1, -1);
+  poll(&awaited, 1, longestWaitMs);
 }
 
 bool ByteSink::seek(std::uint64_t position) noexcept {

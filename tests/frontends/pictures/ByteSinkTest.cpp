@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -42,6 +43,19 @@ TEST_F(PipeThatDoesNotBlock, GetsAllBytesAsItsReaderTakesThem) {
   writer.reset();
   reading.join();
   EXPECT_EQ(received, bytes.size());
+}
+
+TEST_F(PipeThatDoesNotBlock, IsNoLongerWaitedForAfterACancelThatInterruptsNothing) {
+  frontend::Cancellation cancellation;
+  std::thread cancelling([&] {
+    for (pollfd room{writer.get(), POLLOUT, 0}; poll(&room, 1, 0) > 0;) std::this_thread::yield();
+    cancellation.request();
+  });
+  const std::string bytes(std::size_t{1} << 20, 'x');
+  ByteSink sink(writer.get(), &cancellation);
+  EXPECT_FALSE(sink.write(bytes.data(), bytes.size()));
+  EXPECT_TRUE(sink.cancelled());
+  cancelling.join();
 }
 
 TEST_F(PipeThatDoesNotBlock, EndsTheSinkWhereItsReaderIsGone) {
