@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <linux/usbdevice_fs.h>
 #include <sched.h>
 #include <seccomp.h>
 #include <sys/ioctl.h>
@@ -44,8 +45,6 @@ constexpr const char* allowedCalls[] = {
     "dup",
     "dup2",
     "dup3",
-    "fcntl",
-    "fcntl64",
     "lseek",
     "_llseek",
     "pipe",
@@ -139,7 +138,6 @@ constexpr const char* allowedCalls[] = {
     "getgid32",
     "getegid",
     "getegid32",
-    "tgkill",
     "rt_sigaction",
     "rt_sigprocmask",
     "rt_sigreturn",
@@ -213,9 +211,14 @@ const ConditionalCall localSocketCalls[] = {
 };
 constexpr const char* localSocketNames[] = {"connect", "unlink"};
 
-// Requests of terminals have a type of their own, in the second byte. Two of them can type commands into the
-// user's terminal; these only query it, or apply to any descriptor.
-constexpr unsigned terminalType = TIOCSTI & 0xFF00;
+// Not those that name the owner of a descriptor, whom the kernel sends any signal when there is input.
+constexpr const char* descriptorCalls[] = {"fcntl", "fcntl64"};
+constexpr int descriptorCommands[] = {F_DUPFD, F_DUPFD_CLOEXEC, F_GETFD, F_SETFD, F_GETFL, F_SETFL};
+
+// Requests have a type, in the second byte. Two of those of terminals can type commands into the user's
+// terminal, and some of sockets send signals: all of USB devices are allowed, and these, which only query a
+// terminal, or apply to any descriptor.
+constexpr unsigned requestType = 0xFF00;
 constexpr unsigned harmlessRequests[] = {TCGETS, TIOCGWINSZ, TIOCOUTQ, FIONREAD, FIONBIO};
 // The kernel takes a request as 32 bits and ignores the rest of the argument.
 constexpr scmp_datum_t wholeRequest = 0xFFFFFFFF;
@@ -244,18 +247,30 @@ bool allowRequest(const Filter& filter, scmp_datum_t mask, scmp_datum_t value) {
   return allowAll(filter, std::span(&call, 1));
 }
 
-// A filter can compare part of an argument only for equality: a type differs from that of terminals if one of
-// its bits does.
 bool allowRequests(const Filter& filter) {
-  for (unsigned bit = 0x100; bit <= 0x8000; bit <<= 1) {
-    if (!allowRequest(filter, bit, ~terminalType & bit)) return false;
-  }
+  if (!allowRequest(filter, requestType, USBDEVFS_RESET & requestType)) return false;
   return std::ranges::all_of(
       harmlessRequests, [&filter](unsigned request) { return allowRequest(filter, wholeRequest, request); });
 }
 
-bool addRules(const Filter& filter, bool localSockets) {
-  if (!allowAll(filter, allowedCalls) || !allowAll(filter, conditionalCalls) || !allowRequests(filter))
+bool allowDescriptorCommands(const Filter& filter) {
+  return std::ranges::all_of(descriptorCommands, [&filter](int command) {
+    const scmp_arg_cmp condition = equal(1, static_cast<scmp_datum_t>(command));
+    return std::ranges::all_of(descriptorCalls, [&](const char* name) {
+      return allow(filter, name, {&condition, 1}, SCMP_ACT_ALLOW);
+    });
+  });
+}
+
+// For threads of its own alone: abort() is one.
+bool allowSignals(const Filter& filter, pid_t process) {
+  const ConditionalCall call{"tgkill", equal(0, static_cast<scmp_datum_t>(process))};
+  return allowAll(filter, std::span(&call, 1));
+}
+
+bool addRules(const Filter& filter, pid_t process, bool localSockets) {
+  if (!allowAll(filter, allowedCalls) || !allowAll(filter, conditionalCalls)) return false;
+  if (!allowRequests(filter) || !allowDescriptorCommands(filter) || !allowSignals(filter, process))
     return false;
   if (localSockets && (!allowAll(filter, localSocketNames) || !allowAll(filter, localSocketCalls)))
     return false;
@@ -264,10 +279,10 @@ bool addRules(const Filter& filter, bool localSockets) {
 }
 
 // If an allocation fails, the library may also report success for an incomplete program: errno is reliable.
-bool writeProgram(int pipe, bool localSockets) {
+bool writeProgram(int pipe, pid_t process, bool localSockets) {
   errno = 0;
   const Filter filter(seccomp_init(SCMP_ACT_ERRNO(EPERM)), seccomp_release);
-  if (filter == nullptr || !addRules(filter, localSockets)) return false;
+  if (filter == nullptr || !addRules(filter, process, localSockets)) return false;
   return seccomp_export_bpf(filter.get(), pipe) == 0 && errno != ENOMEM;
 }
 
@@ -297,10 +312,12 @@ class Program {
     if (pipe2(ends, O_CLOEXEC) != 0) return false;
     const OwnedDescriptor out(ends[0]);
     OwnedDescriptor in(ends[1]);
+    const pid_t confined = getpid();
     const pid_t child = fork();
     if (child == 0) {
       prctl(PR_SET_PDEATHSIG, SIGKILL);
-      const bool written = boundProcessorTime(longestCompilationNs) && writeProgram(in.get(), localSockets);
+      const bool written =
+          boundProcessorTime(longestCompilationNs) && writeProgram(in.get(), confined, localSockets);
       _exit(written ? EXIT_SUCCESS : EXIT_FAILURE);
     }
     in.reset();

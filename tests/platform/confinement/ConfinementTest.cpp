@@ -166,6 +166,15 @@ const Attempt refused[] = {
     {"Tracing", [] { return ptrace(PTRACE_TRACEME, 0, nullptr, nullptr); }},
     {"MemoryOfAnother", [] { return syscall(SYS_process_vm_readv, getppid(), nullptr, 0, nullptr, 0, 0); }},
     {"ASignal", [] { return kill(getppid(), 0); }},
+    {"ASignalToAThread", [] { return syscall(SYS_tgkill, getppid(), getppid(), 0); }},
+    // Whoever owns a descriptor gets a signal of one's choice once it is ready.
+    {"ASignalByADescriptor", [] { return fcntl(STDIN_FILENO, F_SETOWN, getppid()); }},
+    {"AnotherSignalByADescriptor", [] { return fcntl(STDIN_FILENO, F_SETSIG, SIGKILL); }},
+    {"ASignalByASocket",
+     [] {
+       const pid_t owner = getppid();
+       return ioctl(socket(AF_NETLINK, SOCK_RAW, 15), SIOCSPGRP, &owner);
+     }},
     {"ANamespace", [] { return unshare(CLONE_NEWUSER); }},
     {"AMount", [] { return syscall(SYS_mount, nullptr, nullptr, nullptr, 0, nullptr); }},
     {"ANewFile", [] { return open("/tmp/q750-confinement-new", O_WRONLY | O_CREAT, 0600); }},
