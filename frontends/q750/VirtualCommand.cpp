@@ -9,6 +9,7 @@
 #include "CommandError.h"
 #include "Confinement.h"
 #include "Console.h"
+#include "Inheritance.h"
 #include "UsbipFormat.h"
 #include "UsbipServer.h"
 #include "VirtualOptions.h"
@@ -71,11 +72,13 @@ std::string attachText(const ListenAddress& address) {
 }
 
 void runVirtual(const ServeOptions& options) {
+  platform::closeInheritedDescriptors();
   platform::OwnedDescriptor paper = openPaper(options.virtualScanner);
   Cancellation cancellation;
   const CancelSignals signals(cancellation);
   platform::OwnedDescriptor listener = listenAt(options.listen);
   // The paper and the socket are open: nothing else is needed to read the one and to serve whoever connects.
+  platform::forgetEnvironment();
   platform::confineProcess({.readable = {}, .devices = {}, .sockets = {}, .memoryBytes = memoryLimit});
   const auto scanner = makeVirtualScanner(options.virtualScanner, std::move(paper));
   UsbipServer server(*scanner, std::move(listener), console::log);

@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 
@@ -21,6 +22,7 @@
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 TEST(AttachText, NamesTheAddressAndTheTwoCommands) {
@@ -52,11 +54,11 @@ class VirtualProgram : public testing::Test {
     for (const int end : {output_[0], errors_[0]}) close(end);
   }
 
-  void start(std::vector<std::string> arguments = {}) {
+  void start(std::vector<std::string> arguments = {}, const std::function<void()>& inChild = {}) {
     ASSERT_EQ(pipe2(output_, O_CLOEXEC), 0);
     ASSERT_EQ(pipe2(errors_, O_CLOEXEC), 0);
     arguments.insert(arguments.begin(), {"virtual", "--listen", "127.0.0.1:0"});
-    process_ = startProgram(arguments, output_[1], errors_[1]);
+    process_ = startProgram(arguments, output_[1], errors_[1], inChild);
     close(output_[1]);
     close(errors_[1]);
     for (char character = 0; !printed_.ends_with("-b 1-1\n") && read(output_[0], &character, 1) == 1;)
@@ -76,9 +78,9 @@ class VirtualProgram : public testing::Test {
   std::string printed_;
   std::uint16_t port_ = 0;
 
-  // As proc(5) describes it.
-  std::string status() const {
-    std::ifstream file("/proc/" + std::to_string(process_) + "/status");
+  // A file of it that proc(5) describes.
+  std::string processFile(const std::string& name) const {
+    std::ifstream file("/proc/" + std::to_string(process_) + "/" + name);
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
@@ -122,7 +124,24 @@ TEST_F(VirtualProgram, LeavesItsClientsBehindWhenItIsKilled) {
 TEST_F(VirtualProgram, IsConfinedWhereTheSystemGrantsIt) {
   const bool filtered = platform::tryConfinement({}).systemCalls;
   start();
-  EXPECT_THAT(status(), HasSubstr(filtered ? "Seccomp:\t2" : "Seccomp:"));
+  EXPECT_THAT(processFile("status"), HasSubstr(filtered ? "Seccomp:\t2" : "Seccomp:"));
+}
+
+TEST_F(VirtualProgram, ClosesWhatItInherits) {
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC | O_NONBLOCK), 0);
+  start({}, [&ends] { fcntl(ends[1], F_SETFD, 0); });
+  close(ends[1]);
+  char byte = 0;
+  EXPECT_EQ(read(ends[0], &byte, 1), 0) << "the end: nobody could write any more";
+  close(ends[0]);
+}
+
+TEST_F(VirtualProgram, ForgetsItsEnvironment) {
+  start({}, [] { setenv("A_PASSWORD", "secret", 1); });
+  const std::string environment = processFile("environ");
+  if (environment.empty()) GTEST_SKIP() << "only root may read it, because the program is confined";
+  EXPECT_THAT(environment, Not(HasSubstr("secret")));
 }
 
 TEST_F(VirtualProgram, InjectsFaults) {

@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "Confinement.h"
+#include "Inheritance.h"
 #include "MallocFaults.h"
 
 namespace {
@@ -298,6 +299,20 @@ TEST_F(Confined, GainsNoRightsAndLeavesNoCore) {
     return filtered && core.rlim_cur == 0 && prctl(PR_GET_DUMPABLE, 0, 0, 0, 0) == 0 ? 0 : 1;
   };
   EXPECT_EQ(confined(work), 0);
+}
+
+TEST_F(Confined, ForgetsWhatItInherited) {
+  const int file = open(at("/secret"), O_RDWR | O_CLOEXEC);
+  const auto work = [file] {
+    setenv("A_PASSWORD", "secret", 1);
+    const char* password = getenv("A_PASSWORD");
+    closeInheritedDescriptors();
+    forgetEnvironment();
+    const bool closed = fcntl(file, F_GETFD) < 0 && fcntl(STDERR_FILENO, F_GETFD) >= 0;
+    return closed && getenv("A_PASSWORD") == nullptr && *password == '\0' ? 0 : 1;
+  };
+  EXPECT_EQ(inAChild(work), 0);
+  close(file);
 }
 
 // abort(), as an assertion of a library calls it, still ends the process by its signal.
