@@ -189,6 +189,20 @@ ScanOutcome workerDidNotRun(std::string_view path) {
                                    "software."};
 }
 
+// The path of a file in it may be in any language: of the characters beyond ASCII, only the control
+// characters are replaced, which in UTF-8 are 0xC2 and a byte below 0xA0.
+ScanOutcome reported(ScanOutcome outcome) noexcept {
+  unsigned char before = 0;
+  for (char& character : outcome.sentence) {
+    const auto byte = static_cast<unsigned char>(character);
+    const bool beyondAscii = before == 0xC2 && byte >= 0x80 && byte < 0xA0;
+    if (beyondAscii) *(&character - 1) = '?';
+    if (beyondAscii || byte < ' ' || byte == 0x7F) character = '?';
+    before = byte;
+  }
+  return outcome;
+}
+
 ScanOutcome workerDied(std::string_view how) {
   return {ScanStatus::ioError, "The scanning program ended unexpectedly: " + std::string(how) +
                                    ". Scan again; if the problem persists, please report it."};

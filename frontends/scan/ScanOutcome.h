@@ -75,6 +75,9 @@ ScanOutcome workerMissing(std::string_view path, std::string_view why);
 ScanOutcome workerNotStarted(std::string_view path, int error);
 // It was started, but ended before its first instruction.
 ScanOutcome workerDidNotRun(std::string_view path);
+// The outcome that a worker reported, without control characters in its sentence, on which a terminal would
+// act: a worker that a scanner has taken over sends what it likes. Takes no memory.
+ScanOutcome reported(ScanOutcome outcome) noexcept;
 // The worker ended without an outcome. `how` is a clause ("it was killed by signal 11").
 ScanOutcome workerDied(std::string_view how);
 // The worker was killed by SIGKILL, which the system does where memory runs out.

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <utility>
+#include <variant>
 
 #include "WorkerEnd.h"
 #include "WorkerTimes.h"
@@ -62,7 +63,9 @@ ListReply ScannerSearch::receive() {
   if (count <= 0) return examineWorker();
   message.resize(static_cast<std::size_t>(count));
   auto reply = readListReply(message);
-  return reply ? *std::move(reply) : outcome::workerGarbled();
+  if (!reply) return outcome::workerGarbled();
+  if (auto* outcome = std::get_if<ScanOutcome>(&*reply)) return outcome::reported(std::move(*outcome));
+  return *std::move(reply);
 }
 
 // It has closed its connection without a reply.

@@ -195,7 +195,8 @@ void SupervisedScan::Impl::understand(std::string_view message) {
   if (!report) return protocol_.garbage();
   noteHeartbeat();
   if (const auto* layout = std::get_if<PictureLayout>(&*report)) protocol_.layout(*layout);
-  if (const auto* outcome = std::get_if<ScanOutcome>(&*report)) protocol_.outcome(*outcome);
+  if (const auto* outcome = std::get_if<ScanOutcome>(&*report))
+    protocol_.outcome(outcome::reported(*outcome));
 }
 
 // Every message counts as a heartbeat, and so do bytes of the picture.

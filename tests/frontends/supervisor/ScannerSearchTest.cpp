@@ -56,6 +56,7 @@ INSTANTIATE_TEST_SUITE_P(
                     WrongScan{"babbles", ScanStatus::ioError, "do not match"},
                     WrongScan{"sends-a-layout", ScanStatus::ioError, "do not match"},
                     WrongScan{"sends-a-good-outcome", ScanStatus::ioError, "do not match"},
+                    WrongScan{"sends-control-characters", ScanStatus::refused, "?[2J???? \xC3\xBC"},
                     WrongScan{"has-no-usb", ScanStatus::noDevice, "USB cannot be used: Other error"}),
     deedOf);
 

@@ -39,6 +39,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongScan{"never runs", ScanStatus::ioError,
                   "fake-worker: the system could not run it). If memory is short, close other programs"},
         WrongScan{"babbles", ScanStatus::ioError, "do not match"},
+        WrongScan{"sends control characters", ScanStatus::refused, "?[2J???? \xC3\xBC"},
         WrongScan{"babbles without end", ScanStatus::ioError, "do not match"},
         WrongScan{"tells the layout without end", ScanStatus::ioError, ""},
         WrongScan{"tells another layout", ScanStatus::badData, "318 x 211 pixels, color) than requested"},

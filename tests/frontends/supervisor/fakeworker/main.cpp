@@ -38,6 +38,11 @@ bool sendBytes(std::size_t count) {
   for (;;) pause();
 }
 
+// For a terminal, which would act on them, in front of a letter that is not ASCII.
+void sayControlCharacters() {
+  say(outcomeMessage({ScanStatus::refused, "\x1B[2J\n\x7F\xC2\x9B \xC3\xBC"}));
+}
+
 void sayForEver(const std::string& message) {
   while (send(workerControlDescriptor, message.data(), message.size(), MSG_NOSIGNAL) >= 0) {
   }
@@ -85,6 +90,7 @@ int list(const std::string& deed) {
          say(layoutMessage({1, 1, 1, 8, 75}));
        }},
       {"sends-a-good-outcome", [] { say(outcomeMessage(outcome::good())); }},
+      {"sends-control-characters", [] { sayControlCharacters(); }},
       {"has-no-usb", [] { say(outcomeMessage(outcome::noUsb("USB cannot be used: Other error"))); }},
       {"lists-one", [&] { say(hasTheRightDescriptors() ? scanners : ""); }},
   };
@@ -130,6 +136,7 @@ int main(int /*count*/, char** arguments) {
       {"finds no memory", [] { _exit(workerNoMemoryStatus); }},
       {"never runs", [] { _exit(127); }},
       {"babbles", [] { say("hello"); }},
+      {"sends control characters", [] { sayControlCharacters(); }},
       {"babbles without end", [] { sayForEver("hello"); }},
       {"tells the layout without end", [&] { sayForEver(layoutMessage(layout)); }},
       {"tells another layout",
