@@ -23,7 +23,9 @@ constexpr int lowestDescriptor = workerImageDescriptor + 1;
 platform::OwnedDescriptor kept(int descriptor) {
   platform::OwnedDescriptor given(descriptor);
   if (descriptor < 0 || descriptor >= lowestDescriptor) return given;
-  return platform::OwnedDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, lowestDescriptor));
+  platform::OwnedDescriptor renumbered(fcntl(descriptor, F_DUPFD_CLOEXEC, lowestDescriptor));
+  if (renumbered.get() < 0 && errno == EINVAL) errno = EMFILE;  // the limit allows none with such a number
+  return renumbered;
 }
 
 bool watch(int epoll, int descriptor) {

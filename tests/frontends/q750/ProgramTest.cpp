@@ -264,6 +264,18 @@ TEST_F(Program, WorksWithoutStandardDescriptors) {
   EXPECT_EQ(contentOf(folder / "page.pnm").size(), header.size() + 12);
 }
 
+// With five, there is one, but none with the numbers that it uses for the connections to its worker.
+TEST_F(Program, ReportsThatItMayNotOpenEnoughFiles) {
+  for (rlim_t most = 4; most < 10; ++most) {
+    const ProgramResult result = runProgram({"list"}, [most] {
+      const rlimit limit{most, most};
+      setrlimit(RLIMIT_NOFILE, &limit);
+    });
+    EXPECT_EQ(result.exitCode, 7);
+    EXPECT_THAT(result.errors, HasSubstr("Too many open files). Close other files and programs")) << most;
+  }
+}
+
 TEST_F(Program, ReportsAClosedStandardOutput) {
   EXPECT_EQ(runProgram({"list"}, [] { close(STDOUT_FILENO); }).exitCode, 9);
 }
