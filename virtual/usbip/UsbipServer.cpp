@@ -17,6 +17,7 @@ constexpr std::size_t mostClients = 8;
 constexpr int backlog = 64;
 constexpr std::size_t readSize = std::size_t{64} * 1024;
 constexpr int mostReads = 16;
+constexpr int pauseMs = 100;  // of accepting
 
 [[noreturn]] void fail(int error) {
   throw std::system_error(error, std::generic_category());
@@ -82,14 +83,14 @@ ListenAddress UsbipServer::address() const {
 void UsbipServer::run(int stop) {
   for (;;) {
     std::vector<pollfd> awaited = whatToAwait(stop);
-    if (poll(awaited.data(), awaited.size(), -1) < 0) {
-      if (errno == EINTR) continue;
-      fail(errno);
-    }
+    const int ready = poll(awaited.data(), awaited.size(), acceptPaused_ ? pauseMs : -1);
+    if (ready < 0 && errno != EINTR) fail(errno);
+    if (ready == 0) acceptPaused_ = false;
+    if (ready <= 0) continue;
     if (awaited[0].revents != 0) break;
-    auto ready = awaited.begin() + 2;
-    for (auto client = clients_.begin(); client != clients_.end(); ++ready) {
-      serve(*client, ready->revents);
+    auto events = awaited.begin() + 2;
+    for (auto client = clients_.begin(); client != clients_.end(); ++events) {
+      serve(*client, events->revents);
       // Immediately, so that the device is free for the next client.
       client = client->gone ? drop(client) : std::next(client);
     }
@@ -117,9 +118,8 @@ void UsbipServer::accept() {
   platform::OwnedDescriptor accepted(
       accept4(listener_.get(), reinterpret_cast<sockaddr*>(&address), &length, SOCK_NONBLOCK | SOCK_CLOEXEC));
   if (accepted.get() < 0) {
-    // Paused until a client disconnects. Any other failure concerns only this client.
-    const bool isFull = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
-    acceptPaused_ = isFull && !clients_.empty();
+    // Paused, for the connection stays ready. Any other failure concerns only this client.
+    acceptPaused_ = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
     return;
   }
   setOption(accepted.get(), IPPROTO_TCP, TCP_NODELAY);

@@ -70,7 +70,7 @@ class UsbipServer {
   UsbipPort port_;
   Log log_;
   platform::OwnedDescriptor listener_;
-  bool acceptPaused_ = false;  // no descriptor is left for one more client
+  bool acceptPaused_ = false;  // for a moment: no descriptor is left for one more client
   std::list<Client> clients_;  // oldest first
 };
 

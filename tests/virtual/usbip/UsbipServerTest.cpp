@@ -1,10 +1,14 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <ctime>
 #include <memory>
 #include <system_error>
 #include <thread>
@@ -80,6 +84,14 @@ class RunningServer {
   }
   std::uint16_t port() const { return server_.address().port; }
   ListenAddress address() const { return server_.address(); }
+  // That it has used until now.
+  std::chrono::nanoseconds processorTime() {
+    clockid_t clock{};
+    timespec time{};
+    pthread_getcpuclockid(thread_.native_handle(), &clock);
+    clock_gettime(clock, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+  }
   // What was noted, without the clients' addresses. Of a stopped server.
   std::vector<std::string> notes() const {
     std::vector<std::string> shortened;
@@ -231,6 +243,35 @@ TEST_F(UsbipServer, WaitsForAClientThatDoesNotRead) {
   DeviceHost direct(other);
   ASSERT_TRUE(direct.startJob(large));
   EXPECT_TRUE(stream == direct.readStream());
+}
+
+// As many descriptors as this process has now, and one more, while the object exists.
+class OneMoreDescriptor {
+ public:
+  OneMoreDescriptor() {
+    const int next = dup(STDERR_FILENO);
+    close(next);
+    getrlimit(RLIMIT_NOFILE, &before_);
+    const rlimit limit{static_cast<rlim_t>(next) + 1, before_.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &limit);
+  }
+  ~OneMoreDescriptor() { setrlimit(RLIMIT_NOFILE, &before_); }
+  OneMoreDescriptor(const OneMoreDescriptor&) = delete;
+  OneMoreDescriptor& operator=(const OneMoreDescriptor&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+// A connection that cannot be accepted stays ready: waiting for it would never wait.
+TEST_F(UsbipServer, TriesAgainLaterWhereItHasNoDescriptorForAClient) {
+  RunningServer server(scanner);
+  auto limit = std::make_unique<OneMoreDescriptor>();
+  UsbipClient client(server.port());
+  usleep(200'000);  // of which it uses the processor for next to nothing
+  EXPECT_LT(server.processorTime(), std::chrono::milliseconds(20));
+  limit.reset();
+  EXPECT_EQ(client.import("1-1"), 0U);
 }
 
 TEST_F(UsbipServer, ListensAtAnIpv6Address) {
