@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <string>
 
@@ -36,6 +37,18 @@ TEST_F(ConfinedWorker, IsConfinedBeforeTheFirstRowAndScansAllTheSame) {
   EXPECT_THAT(status, HasSubstr(possible.privileges ? "NoNewPrivs:\t1" : "NoNewPrivs:"));
   EXPECT_THAT(status, HasSubstr(possible.systemCalls ? "Seccomp:\t2" : "Seccomp:"));
   EXPECT_EQ(scans::readAll(scan), scans::page(scans::slow()));
+}
+
+// misbehaving/library.cpp is preloaded, and reports what each attempt of it got.
+TEST_F(ConfinedWorker, IsRefusedWhateverCodeInItTriesBeforeTheScannerIsOpened) {
+  const platform::Confinement possible = platform::tryConfinement({});
+  if (!possible.systemCalls || !possible.files) GTEST_SKIP() << "this system does not confine it wholly";
+  setenv("LD_PRELOAD", Q750_MISBEHAVING, 1);
+  frontend::SupervisedScan scan(scans::small(), Q750_WORKER);
+  unsetenv("LD_PRELOAD");
+  EXPECT_EQ(scans::readAll(scan).size(), 0U);
+  EXPECT_EQ(scan.outcome().sentence, "open 13, create 1, socket 1, signal 1, program 1")
+      << "EPERM is 1, EACCES 13";
 }
 
 // No rule of its confinement names the file: it arrives open, so that its name may even be gone.
