@@ -145,6 +145,7 @@ FAILING("spawn", failure, int, posix_spawn,
         (pid_t * process, const char* path, const posix_spawn_file_actions_t* actions,
          const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment),
         (process, path, actions, attributes, arguments, environment))
+FAILING("spawn", -1, pid_t, fork, (void), ())
 FAILING("thread", failure, int, pthread_create,
         (pthread_t * thread, const pthread_attr_t* attributes, void* (*work)(void*), void* argument),
         (thread, attributes, work, argument))
