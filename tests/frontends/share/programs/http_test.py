@@ -121,6 +121,7 @@ class Requests(HttpTest):
             "chunks and a length": (post + "Transfer-Encoding: chunked\r\nContent-Length: 1\r\n\r\n0\r\n\r\n", 400),
             "two encodings": (post + "Transfer-Encoding: chunked\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 400),
             "a compressed body": (post + "Transfer-Encoding: gzip, chunked\r\n\r\n0\r\n\r\n", 501),
+            "a blank before the colon": (self.get(host, "Content-Length : 1"), 400),
             "a negative length": (post + "Content-Length: -1\r\n\r\n", 400),
             "a length that is none": (post + "Content-Length: x\r\n\r\n", 400),
             "a length of 2^64": (post + "Content-Length: 18446744073709551616\r\n\r\n", {400, 413}),
