@@ -227,7 +227,6 @@ std::vector<MHD_OptionItem> HttpServer::Impl::optionsFor(int socket) {
       {MHD_OPTION_CONNECTION_LIMIT, static_cast<std::intptr_t>(httplimits::connections), nullptr},
       {MHD_OPTION_CONNECTION_TIMEOUT, silenceSeconds, nullptr},
       {MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<std::intptr_t>(connectionMemory), nullptr},
-      {MHD_OPTION_STRICT_FOR_CLIENT, 1, nullptr},
   };
   if (!setup.certificate.empty()) {
     options.push_back({MHD_OPTION_HTTPS_MEM_CERT, 0, setup.certificate.data()});

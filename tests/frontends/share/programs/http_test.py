@@ -141,6 +141,14 @@ class Requests(HttpTest):
         self.assert_usable()
         self.assertNotIn("scan ", self.server.log())
 
+    def test_without_a_host_learn_that(self):
+        client = self.connect()
+        client.sendall(self.get().encode())
+        response = http.client.HTTPResponse(client)
+        response.begin()
+        self.assertEqual((response.status, response.read()), (400, b"The Host header is missing.\n"))
+        self.assertTrue(eventually(self.server.logged_requests))
+
     def test_may_ask_before_they_send_their_body(self):
         body = ticket(region=(0, 0, 300, 300))
         client = self.connect()
