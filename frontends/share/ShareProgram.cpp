@@ -78,13 +78,21 @@ std::string addressOf(const Machine& machine, const std::vector<std::string>& li
          ".local:" + std::to_string(announcedPort(listening));
 }
 
+// As nohup(1) starts a program that is to outlive its terminal.
+bool isHangupIgnored() {
+  struct sigaction action {};
+  return sigaction(SIGHUP, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 // Ctrl-C, the service manager and a closed terminal end the server. The main thread waits for them; they are
 // blocked before other threads start, so that they reach none of those.
 class EndSignals {
  public:
   EndSignals() {
     sigemptyset(&signals_);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals_, signal);
+    for (const int signal : {SIGINT, SIGTERM}) sigaddset(&signals_, signal);
+    // sigwait() takes ignored signals, too.
+    if (!isHangupIgnored()) sigaddset(&signals_, SIGHUP);
     pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
     // Instead, the call that would raise them returns an error.
     for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);

@@ -487,6 +487,13 @@ class Service(ShareHost):
         memory = pathlib.Path(f"/proc/{server.process.pid}/smaps_rollup").read_text()
         self.assertLess(int(re.search(r"^Rss:\s+(\d+)", memory, re.M)[1]), 10 * 1024)
 
+    def test_outlives_its_terminal_under_nohup(self):
+        before = signal.signal(signal.SIGHUP, signal.SIG_IGN)  # inherited
+        self.addCleanup(signal.signal, signal.SIGHUP, before)
+        server = self.serve()
+        server.process.send_signal(signal.SIGHUP)
+        self.assertTrue(server.scan())
+
     def test_listens_on_both_protocols_at_one_port(self):
         server = self.serve()
         with socket.create_connection(("::1", server.port), timeout=PATIENCE) as client:
