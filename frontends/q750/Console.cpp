@@ -1,6 +1,5 @@
 #include "Console.h"
 
-#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -15,14 +14,6 @@ namespace {
 constexpr std::size_t defaultColumns = 80;
 
 }  // namespace
-
-void reserveDescriptors() {
-  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    // open() returns the lowest free number, which is the closed descriptor's. Read-only, so
-    // that writing fails.
-    if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDONLY) < 0) return;
-  }
-}
 
 bool isTerminal() {
   const char* kind = std::getenv("TERM");

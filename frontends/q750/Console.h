@@ -7,11 +7,6 @@
 // The standard streams of the program: results go to standard output, everything else to standard error.
 namespace frontend::console {
 
-// Opens those of the three standard descriptors that the caller of the program has closed, so that no file of
-// ours gets one of their numbers and with it whatever is printed there. Writing to one that was closed fails
-// as it would have. Before anything else is opened.
-void reserveDescriptors();
-
 // Whether standard error is a terminal on which a line can be redrawn.
 bool isTerminal();
 // The width of that terminal, or 80 if it is unknown.

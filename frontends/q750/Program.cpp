@@ -19,6 +19,7 @@
 #include "ScanCommand.h"
 #include "ScanReport.h"
 #include "ShareCommand.h"
+#include "StandardDescriptors.h"
 #include "UserDefaults.h"
 #include "VirtualCommand.h"
 
@@ -114,7 +115,7 @@ void endWithoutMemory() {
 }
 
 int runProgram(int argc, const char* const* argv) try {
-  console::reserveDescriptors();
+  platform::reserveStandardDescriptors();
   awaitOwnChildren();
   CommandLine commandLine;
   ExitCode code = run([&] { commandLine = parseCommandLine(argc, argv, readUserDefaults); }, logError);

@@ -21,6 +21,7 @@
 #include "ScannerSearch.h"
 #include "ShareOptions.h"
 #include "Sharing.h"
+#include "StandardDescriptors.h"
 #include "StartPages.h"
 
 namespace frontend::share {
@@ -200,6 +201,7 @@ int fail(int code, const std::string& message) {
 }  // namespace
 
 int runShareProgram(int argc, const char* const* argv, const std::string& version) try {
+  platform::reserveStandardDescriptors();
   const std::string program = "q750-share " + version;
   const ShareOptions options = parseShareOptions(argc, argv, program);
   if (!options.text.empty()) return print(options.text), good;

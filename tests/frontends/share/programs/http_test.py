@@ -1,4 +1,5 @@
 """What clients of every kind send over plain sockets: proper requests, odd ones, and none that any client would send."""
+import contextlib
 import http.client
 import os
 import pathlib
@@ -486,6 +487,16 @@ class Service(ShareHost):
         self.assertTrue(eventually(sleeps))
         memory = pathlib.Path(f"/proc/{server.process.pid}/smaps_rollup").read_text()
         self.assertLess(int(re.search(r"^Rss:\s+(\d+)", memory, re.M)[1]), 10 * 1024)
+
+    def test_uses_no_number_of_a_closed_standard_stream(self):
+        process = subprocess.Popen(["sh", "-c", 'exec "$0" --virtual --port 0 <&- 2>&-', STAGE["share"]],
+                                   stdout=subprocess.PIPE)
+        self.addCleanup(process.communicate)
+        self.addCleanup(process.terminate)
+        self.assertIn(b"is shared at", process.stdout.readline())
+        for stream in (0, 2):
+            with contextlib.suppress(OSError):  # where there is no /proc
+                self.assertEqual(os.readlink(f"/proc/{process.pid}/fd/{stream}"), "/dev/null")
 
     def test_outlives_its_terminal_under_nohup(self):
         before = signal.signal(signal.SIGHUP, signal.SIG_IGN)  # inherited
