@@ -110,6 +110,12 @@ class AppArmorProfile(unittest.TestCase):
         self.assertEqual(settings(SERVICE)["Service", "AppArmorProfile"], [f"-{name}"])
         self.assertEqual(PROFILE.name, name)
 
+    # Where AppArmor mediates the message bus, what no rule allows is refused.
+    def test_lets_the_server_announce_the_scanner(self):
+        rules = re.findall(r"^  dbus .*,$", PROFILE.read_text(), re.MULTILINE)
+        self.assertTrue(any("send" in rule and "org.freedesktop.Avahi" in rule for rule in rules), rules)
+        self.assertTrue(any("receive" in rule and "org.freedesktop.Avahi" in rule for rule in rules), rules)
+
     def test_names_the_installed_programs(self):
         text = PROFILE.read_text()
         self.assertIn(f"  {os.environ['Q750_PROGRAM']} mr,\n", text)
