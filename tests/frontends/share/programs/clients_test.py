@@ -1,7 +1,9 @@
 """Common clients, sane-airscan and SANE's own escl back end, used by scanimage, against q750-share."""
+import contextlib
 import io
 import os
 import signal
+import socket
 import subprocess
 import sys
 import time
@@ -21,14 +23,14 @@ SLOW = ("--virtual-real-time", "--virtual-speed", "100000")
 
 
 class SaneClient(ShareHost):
-    def configure(self, server):
+    def configure(self, server, address=None, options=""):
         self.server = server
+        address = address or server.address
         self.configuration = self.folder / "sane"
         self.configuration.mkdir(exist_ok=True)
         (self.configuration / "airscan.conf").write_text(
-            f'[devices]\n"Q750" = {server.address}/eSCL, eSCL\n'
-            "[options]\ndiscovery = disable\nws-discovery = off\n")
-        (self.configuration / "escl.conf").write_text(f'device {server.address} "Q750"\n')
+            f'[devices]\n"Q750" = {address}/eSCL, eSCL\n[options]\ndiscovery = disable\nws-discovery = off\n{options}')
+        (self.configuration / "escl.conf").write_text(f'device {address} "Q750"\n')
 
     def command(self, device, *arguments):
         (self.configuration / "dll.conf").write_text(device.split(":")[0] + "\n")
@@ -134,6 +136,34 @@ class Airscan(SaneClient):
         self.assertTrue(eventually(lambda: self.server.threads() <= threads + 1), self.server.threads())
         self.assertTrue(eventually(lambda: self.server.descriptors() <= descriptors), self.server.descriptors())
         self.assertEqual(self.server.status().count("<scan:JobInfo>"), 10)
+
+
+class AirscanElsewhere(SaneClient):
+    DEVICE = "airscan:e0:Q750"
+    ARGUMENTS = ("--mode", "Gray", "--resolution", "75")
+
+    def test_scans_over_ipv6(self):
+        server = self.serve()
+        self.configure(server, f"http://[::1]:{server.port}")
+        self.assert_page_with_white_below(self.scan(self.DEVICE, *self.ARGUMENTS), self.page())
+        self.assertIn("::1 POST", server.log())
+
+    def test_scans_over_tls(self):
+        self.configure(self.serve_encrypted())
+        self.assert_page_with_white_below(self.scan(self.DEVICE, *self.ARGUMENTS), self.page())
+
+    def test_scans_through_a_local_socket(self):
+        listening = socket.socket(socket.AF_UNIX)
+        self.addCleanup(listening.close)
+        listening.bind(str(self.folder / "q750.sock"))
+        listening.listen()
+        self.activated(listening, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.configure(None, "unix://q750.sock", f"socket_dir = {self.folder}\n")
+        path = self.folder / "local.pnm"
+        scan = self.start(self.DEVICE, *self.ARGUMENTS, "--format=pnm", "-o", path)
+        with contextlib.suppress(subprocess.TimeoutExpired):  # in its own sane_close()
+            scan.wait(PATIENCE)
+        self.assert_page_with_white_below(Image.open(path), self.page())
 
 
 class AirscanInTrouble(SaneClient):

@@ -512,10 +512,7 @@ class Service(ShareHost):
             self.assertTrue(client.recv(1000).startswith(b"HTTP/1.1 200"))
 
     def test_serves_over_tls(self):
-        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=localhost",
-                        "-keyout", "key.pem", "-out", "certificate.pem"], cwd=self.folder, check=True,
-                       capture_output=True)
-        server = self.serve("--certificate", "certificate.pem", "--key", "key.pem")
+        server = self.serve_encrypted()
         self.assertTrue(server.address.startswith("https:"))
         context = ssl.create_default_context(cafile=self.folder / "certificate.pem")
         context.check_hostname = False
@@ -526,15 +523,6 @@ class Service(ShareHost):
         self.assertEqual((posted.status, posted.read()), (201, b""))
         connection.request("GET", posted.headers["Location"] + "/NextDocument")
         self.assertTrue(connection.getresponse().read().endswith(b"IEND\xaeB`\x82"))
-
-    def activated(self, passed, **streams):
-        """The server, started as by a socket unit that passes this socket."""
-        command = 'exec 3<&"$0"; LISTEN_FDS=1 LISTEN_PID=$$ exec "$@"'
-        process = subprocess.Popen(["bash", "-c", command, str(passed.fileno()), STAGE["share"], "--virtual"],
-                                   pass_fds=[passed.fileno()], **streams)
-        self.addCleanup(process.wait)
-        self.addCleanup(process.send_signal, signal.SIGTERM)
-        return process
 
     def test_takes_its_sockets_from_the_service_manager(self):
         listening = socket.create_server(("127.0.0.1", 0))

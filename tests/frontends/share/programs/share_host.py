@@ -75,7 +75,7 @@ class Server:
         return self.log_path.read_text()
 
     def logged_requests(self):
-        return [line for line in self.log().splitlines() if line.startswith("127.0.0.1 ")]
+        return [line for line in self.log().splitlines() if line.startswith(("127.0.0.1 ", "::1 "))]
 
     def end(self, test):
         """Ctrl-C, which ends it with success, whatever it was doing."""
@@ -165,6 +165,21 @@ class ShareHost(unittest.TestCase):
 
     def serve(self, *arguments):
         return Server(self, *arguments)
+
+    def serve_encrypted(self):
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=localhost",
+                        "-keyout", "key.pem", "-out", "certificate.pem"], cwd=self.folder, check=True,
+                       capture_output=True)
+        return self.serve("--certificate", "certificate.pem", "--key", "key.pem")
+
+    def activated(self, passed, **streams):
+        """The server, started as by a socket unit that passes this socket."""
+        command = 'exec 3<&"$0"; LISTEN_FDS=1 LISTEN_PID=$$ exec "$@"'
+        process = subprocess.Popen(["bash", "-c", command, str(passed.fileno()), STAGE["share"], "--virtual"],
+                                   pass_fds=[passed.fileno()], **streams)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.send_signal, signal.SIGTERM)
+        return process
 
     def page(self, mode="gray", resolution=75, area=None, kind="pnm", **options):
         """What q750 scan delivers, as a picture; `area` is left, top, width and height in pixels."""
