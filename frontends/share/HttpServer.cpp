@@ -30,6 +30,7 @@ constexpr unsigned silenceSeconds =
 constexpr std::size_t connectionMemory = 32 * 1024;
 constexpr std::size_t blockSize = 64 * 1024;
 constexpr std::size_t longestLoggedPath = 200;
+constexpr unsigned leastCodeOfRefusals = 400;
 
 // The start page loads, runs and requests only what this server serves, has no inline script or style, and
 // cannot be embedded in another page. Scanned pages are never cached.
@@ -97,6 +98,7 @@ struct Exchange {
   std::unique_ptr<HttpBody> stream;
   unsigned code = 0;
   std::uint64_t bytes = 0;
+  std::string reason;  // of a refusal, for the log
 };
 
 HttpRequest requestOf(MHD_Connection* connection, const char* path, const char* method,
@@ -143,6 +145,7 @@ void dropMessage(void* /*cls*/, const char* /*format*/, va_list /*arguments*/) {
 MHD_Result queue(Exchange& exchange, HttpResponse answer) {
   if (answer.abort) return MHD_NO;
   exchange.code = answer.code;
+  if (answer.code >= leastCodeOfRefusals) exchange.reason = answer.body.substr(0, answer.body.find('\n'));
   exchange.stream = std::move(answer.stream);
   MHD_Response* response = nullptr;
   if (exchange.stream) {
@@ -357,7 +360,8 @@ void HttpServer::Impl::log(const Exchange& exchange) const {
   const std::string code = exchange.code == 0 ? "-" : std::to_string(exchange.code);
   setup.log(addressOf(exchange.connection) + " " + printable(exchange.request.method) + " " +
             printable(exchange.request.path.substr(0, longestLoggedPath)) + " " + code + ", " +
-            std::to_string(exchange.bytes) + " bytes, " + std::to_string(taken.count()) + " ms");
+            std::to_string(exchange.bytes) + " bytes, " + std::to_string(taken.count()) + " ms" +
+            (exchange.reason.empty() ? "" : ": " + printable(exchange.reason)));
 }
 
 // Only shuts overdue sockets down: the thread of the connection closes its socket.

@@ -32,7 +32,7 @@ struct HttpServerSetup {
 // connection has a thread, which the handler may block; one more thread ends overdue connections. While the
 // server is idle, none of them wakes up. Enforces the rules that do not depend on what is requested: the
 // limits in ConnectionTable.h, and unambiguous requests (no second length, host or encoding). Logs a line per
-// request: client, request, code, bytes, milliseconds; nothing of its content.
+// request: client, request, code, bytes, milliseconds, and the sentence of a refusal; nothing of a page.
 class HttpServer {
  public:
   // Serves from now on. `handler` outlives the server. Throws HttpServerError.

@@ -211,8 +211,18 @@ class Requests(HttpTest):
             "GET /a\x01\x1b[31m" + "b" * 300 + " HTTP/1.1\r\nHost: localhost\r\n\r\n")
         self.assertTrue(eventually(self.server.logged_requests))
         line, = self.server.logged_requests()
-        self.assertRegex(line, r"^127\.0\.0\.1 GET /a\?\?\[31mb+ 404, \d+ bytes, \d+ ms$")
-        self.assertLess(len(line), 260)
+        self.assertRegex(line, r"^127\.0\.0\.1 GET /a\?\?\[31mb+ 404, \d+ bytes, \d+ ms: There is nothing at this address\.$")
+        self.assertLess(len(line), 300)
+
+    def test_that_are_refused_are_logged_with_the_reason(self):
+        self.exchange(self.get("Host: evil\x1b.example"))
+        self.server.request("POST", "/eSCL/ScanJobs", ticket(resolution=100))
+        self.server.status()
+        self.assertTrue(eventually(lambda: len(self.server.logged_requests()) == 3))
+        host, settings, status = self.server.logged_requests()
+        self.assertRegex(host, r' ms: The Host header "evil\?\.example" is malformed\.$')
+        self.assertRegex(settings, r' 409, .* ms: XResolution "100" is not possible: expected [^"]*\.$')
+        self.assertRegex(status, r" 200, \d+ bytes, \d+ ms$")
 
     def test_may_be_cut_at_every_byte(self):
         body = ticket(region=(0, 0, 30, 30))
