@@ -120,6 +120,14 @@ void setSilence(MHD_Connection* connection, unsigned seconds) {
   MHD_set_connection_option(connection, MHD_CONNECTION_OPTION_TIMEOUT, seconds);
 }
 
+// The client gets an error. For one of HTTP/1.0, which knows no chunks, an ordinary end of the connection is
+// the end of the page.
+void reset(int socket) {
+  sockaddr nobody{};
+  nobody.sa_family = AF_UNSPEC;
+  connect(socket, &nobody, sizeof nobody);
+}
+
 // While the body waits for its next bytes, its silence must not count as the client's.
 ssize_t readStream(void* cls, std::uint64_t position, char* buffer, std::size_t capacity) {
   Exchange& exchange = *static_cast<Exchange*>(cls);
@@ -130,6 +138,7 @@ ssize_t readStream(void* cls, std::uint64_t position, char* buffer, std::size_t 
   } catch (const std::exception&) {
   }
   setSilence(exchange.connection, silenceSeconds);
+  if (!count && exchange.request.isHttp10) reset(socketOf(exchange.connection));
   if (!count) return MHD_CONTENT_READER_END_WITH_ERROR;
   exchange.bytes += *count;
   return *count == 0 ? MHD_CONTENT_READER_END_OF_STREAM : static_cast<ssize_t>(*count);

@@ -383,6 +383,16 @@ class LiveTransfers(HttpTest):
             return time.monotonic() - begin
         self.expect_at_once(attempt, 1)
 
+    def test_of_http_1_0_end_with_an_error(self):
+        job = self.server.post(mode="RGB24", format="image/jpeg")
+        client = self.connect()
+        client.sendall(f"GET {job}/NextDocument HTTP/1.0\r\n\r\n".encode())
+        self.assertTrue(client.recv(1))  # the page has begun
+        self.server.request("DELETE", job)
+        with self.assertRaises(ConnectionResetError):
+            while client.recv(65536):
+                pass
+
     def test_end_with_the_server(self):
         _, page, _ = self.begin_transfer()
         begin = time.monotonic()
