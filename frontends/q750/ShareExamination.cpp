@@ -61,10 +61,31 @@ Finding judgeAddresses(const std::vector<std::string>& addresses) {
   return finding(Check::addresses, Level::ok, "This machine's addresses in the network: " + list + ".");
 }
 
+// Splits a list off its first address, without brackets; empty at the end.
+std::string_view takeAddress(std::string_view& list) {
+  constexpr std::string_view separators = " \t,[]";
+  list.remove_prefix(std::min(list.find_first_not_of(separators), list.size()));
+  const std::string_view address = list.substr(0, list.find_first_of(separators));
+  list.remove_prefix(address.size());
+  return address;
+}
+
+// The first of these addresses; the loopback one if one of them includes it.
+std::string addressAmong(std::string_view list) {
+  const std::string loopback = ShareSettings().address;
+  std::string first;
+  for (std::string_view one = takeAddress(list); !one.empty(); one = takeAddress(list)) {
+    if (one == "::" || one == "0.0.0.0") return loopback;
+    if (first.empty()) first = one;
+  }
+  return first.empty() ? loopback : first;
+}
+
 }  // namespace
 
 ShareSettings ShareSettings::parse(std::string_view text) {
   ShareSettings settings;
+  std::string addresses;
   while (!text.empty()) {
     const std::size_t length = std::min(text.find('\n'), text.size());
     const std::string_view line = trimmed(text.substr(0, length));
@@ -75,7 +96,9 @@ ShareSettings ShareSettings::parse(std::string_view text) {
     const std::string_view value = trimmed(line.substr(equals + 1));
     if (name == "port") settings.port = portIn(value).value_or(settings.port);
     if (name == "certificate") settings.certificate = value;
+    if (name == "bind") addresses.append(value).append(" ");
   }
+  settings.address = addressAmong(addresses);
   return settings;
 }
 

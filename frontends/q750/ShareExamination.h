@@ -20,7 +20,8 @@ enum class SharePort : std::uint8_t {
 // others.
 struct ShareSettings {
   std::uint16_t port = 8750;
-  std::string certificate;  // a path; empty where connections are not encrypted
+  std::string certificate;            // a path; empty where connections are not encrypted
+  std::string address = "127.0.0.1";  // one where it listens
 
   bool operator==(const ShareSettings&) const = default;
 
@@ -39,8 +40,9 @@ struct ShareFacts {
       addresses;  // of this machine, in numbers, but those by which only itself is reached
 };
 
-// Sends a request to the server at this port of this machine and waits for half a second at most.
-SharePort whoServes(std::uint16_t port);
+// Sends a request to the server at this port of this machine and waits for half a second at most. `address`
+// is a number. Where it is none of this machine's, nobody is asked and the port is unused.
+SharePort whoServes(std::uint16_t port, const std::string& address = "127.0.0.1");
 
 // Examines this machine. Starts nothing and connects only to a server on its own port, for half a second at
 // most.

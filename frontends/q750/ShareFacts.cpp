@@ -1,5 +1,4 @@
-#include <arpa/inet.h>
-#include <netinet/in.h>
+#include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -38,6 +37,18 @@ bool exists(const std::string& path) {
   return stat(path.c_str(), &status) == 0;
 }
 
+using Address = std::unique_ptr<addrinfo, void (*)(addrinfo*)>;
+
+// Null if it is not a number.
+Address addressOf(const std::string& host, std::uint16_t port) {
+  addrinfo hints{};
+  hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* found = nullptr;
+  if (getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found) != 0) found = nullptr;
+  return {found, freeaddrinfo};
+}
+
 // The beginning of the response of a server at this port of this machine; empty if none arrives in time.
 std::string answerAt(int connection, TimePoint deadline) {
   constexpr std::string_view request = "GET /eSCL/ScannerCapabilities HTTP/1.0\r\nHost: localhost\r\n\r\n";
@@ -59,17 +70,18 @@ std::string answerAt(int connection, TimePoint deadline) {
 
 }  // namespace
 
-SharePort whoServes(std::uint16_t port) {
+SharePort whoServes(std::uint16_t port, const std::string& address) {
   const TimePoint deadline = std::chrono::steady_clock::now() + longestConversation;
-  const platform::OwnedDescriptor connection(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const Address source = addressOf(address, 0);
+  const Address server = addressOf(address, port);
+  if (!source || !server) return SharePort::unused;
+  const platform::OwnedDescriptor connection(socket(server->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  // Only from and to an address of this machine.
+  if (bind(connection.get(), source->ai_addr, source->ai_addrlen) != 0) return SharePort::unused;
   // For connecting too (socket(7)): a server whose queue is full leaves that unanswered.
   const timeval limit{0, std::chrono::microseconds(longestConversation).count()};
   setsockopt(connection.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+  if (connect(connection.get(), server->ai_addr, server->ai_addrlen) != 0)
     return errno == EINPROGRESS || errno == EINTR ? SharePort::taken : SharePort::unused;
   const bool ours = answerAt(connection.get(), deadline).find("Quenvar Q750") != std::string::npos;
   return ours ? SharePort::shared : SharePort::taken;
@@ -80,7 +92,7 @@ ShareFacts takeShareFacts() {
   facts.program = installedServer();
   if (facts.program.empty()) return facts;
   facts.settings = ShareSettings::parse(platform::readRegularFile(configuration, largestConfiguration).bytes);
-  facts.port = whoServes(facts.settings.port);
+  facts.port = whoServes(facts.settings.port, facts.settings.address);
   facts.avahi = exists(avahiSocket);
   facts.certificateThere = facts.settings.certificate.empty() || exists(facts.settings.certificate);
   facts.addresses = platform::networkAddresses();

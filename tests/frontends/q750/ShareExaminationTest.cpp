@@ -47,7 +47,7 @@ TEST_F(ExaminingASharedScanner, ShowsHowToShareIt) {
 }
 
 TEST_F(ExaminingASharedScanner, NotesWhatKeepsClientsAway) {
-  facts.settings = {9000, "/etc/ssl/none.pem"};
+  facts.settings = {9000, "/etc/ssl/none.pem", {}};
   facts.port = SharePort::taken;
   facts.avahi = facts.certificateThere = false;
   facts.addresses.clear();
@@ -61,7 +61,7 @@ TEST_F(ExaminingASharedScanner, NotesWhatKeepsClientsAway) {
 }
 
 TEST_F(ExaminingASharedScanner, IsNeverAReasonNotToScanHere) {
-  facts = {"/usr/bin/q750-share", {9000, "x"}, SharePort::taken, false, false, {}};
+  facts = {"/usr/bin/q750-share", {9000, "x", {}}, SharePort::taken, false, false, {}};
   for (const Finding& finding : examineSharing(facts))
     EXPECT_EQ(finding.code, ExitCode::good) << finding.text;
 }
@@ -77,7 +77,20 @@ TEST(ShareSettingsOfTheDoctor, AreThePortAndTheCertificate) {
   EXPECT_EQ(ShareSettings::parse(""), ShareSettings{});
   EXPECT_EQ(
       ShareSettings::parse("# port = 1\n\tport = 9000 \r\ncertificate=/etc/my server.pem\nname = port = 3\n"),
-      (ShareSettings{9000, "/etc/my server.pem"}));
+      (ShareSettings{9000, "/etc/my server.pem", "127.0.0.1"}));
+}
+
+TEST(ShareSettingsOfTheDoctor, NameAnAddressWhereTheServerListens) {
+  for (const auto& [lines, address] : {std::pair{"bind = 192.168.1.5", "192.168.1.5"},
+                                       {"bind =fd00::5, 192.168.1.5\nbind = ::1", "fd00::5"},
+                                       {"bind = [fd00::5]", "fd00::5"},
+                                       {"bind = ::", "127.0.0.1"},
+                                       {"bind = fd00::5 0.0.0.0", "127.0.0.1"},
+                                       {"bind = fd00::5\nbind = [::]", "127.0.0.1"},
+                                       {"bind = 127.0.0.1 fd00::5", "127.0.0.1"},
+                                       {"bind =", "127.0.0.1"},
+                                       {"bindings = 192.168.1.5", "127.0.0.1"}})
+    EXPECT_EQ(ShareSettings::parse(lines).address, address) << lines;
 }
 
 TEST(ShareSettingsOfTheDoctor, KeepThePortWhereNoneIsNamed) {

@@ -65,6 +65,22 @@ TEST_F(AServer, IsRecognisedByWhatItShares) {
   EXPECT_EQ(whoServes(port), SharePort::unused);
 }
 
+TEST(AServerElsewhere, IsAskedAtItsAddressWhereThatIsOneOfThisMachine) {
+  const OwnedDescriptor server(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_in address{};
+  socklen_t size = sizeof address;
+  auto* const place = reinterpret_cast<sockaddr*>(&address);
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + 1);
+  ASSERT_EQ(bind(server.get(), place, size), 0);
+  ASSERT_EQ(listen(server.get(), 1), 0);
+  ASSERT_EQ(getsockname(server.get(), place, &size), 0);
+  EXPECT_EQ(whoServes(ntohs(address.sin_port)), SharePort::unused);
+  EXPECT_EQ(whoServes(ntohs(address.sin_port), "127.0.0.2"), SharePort::taken);
+  EXPECT_EQ(whoServes(ntohs(address.sin_port), "192.0.2.1"), SharePort::unused);
+  EXPECT_EQ(whoServes(ntohs(address.sin_port), "nowhere"), SharePort::unused);
+}
+
 // Each byte on its own would be in time.
 TEST_F(AServer, IsAskedForHalfASecondHoweverItDrips) {
   std::size_t sent = 0;
