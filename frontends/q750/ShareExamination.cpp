@@ -27,6 +27,11 @@ std::optional<std::uint16_t> portIn(std::string_view text) {
 
 Finding judgePort(const ShareFacts& facts) {
   const std::string port = "port " + std::to_string(facts.settings.port);
+  if (facts.port == SharePort::taken && !facts.settings.certificate.empty() && facts.certificateThere)
+    return finding(Check::port, Level::ok,
+                   "A server uses " + port +
+                       ". Whether it shares the scanner is not examined, because its connections are "
+                       "encrypted.");
   switch (facts.port) {
     case SharePort::shared:
       return finding(Check::port, Level::ok, "The scanner is shared at " + port + ".");

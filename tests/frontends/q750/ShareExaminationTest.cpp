@@ -60,6 +60,14 @@ TEST_F(ExaminingASharedScanner, NotesWhatKeepsClientsAway) {
                   StartsWith("note       There is no certificate /etc/ssl/none.pem, which share.conf")));
 }
 
+TEST_F(ExaminingASharedScanner, TakesWhatUsesThePortOfAnEncryptedServerForThat) {
+  facts.settings.certificate = "/etc/ssl/our.pem";
+  facts.port = SharePort::taken;
+  EXPECT_EQ(lines()[1],
+            "ok         A server uses port 8750. Whether it shares the scanner is not examined, because its "
+            "connections are encrypted.\n");
+}
+
 TEST_F(ExaminingASharedScanner, IsNeverAReasonNotToScanHere) {
   facts = {"/usr/bin/q750-share", {9000, "x", {}}, SharePort::taken, false, false, {}};
   for (const Finding& finding : examineSharing(facts))
