@@ -16,8 +16,8 @@ namespace frontend::share {
 
 // What is known of the connection to a client. Neither function blocks or throws.
 struct ClientLink {
-  std::function<bool()> gone;          // whether the client has closed it
-  std::function<bool()> acknowledged;  // whether the client's system has received all that was sent
+  std::function<bool()> gone;                   // whether the client has closed it
+  std::function<std::size_t()> unacknowledged;  // bytes that the client's system may not have received
 };
 
 struct HttpRequest {

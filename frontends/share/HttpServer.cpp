@@ -68,10 +68,10 @@ bool isClosed(int socket) {
   return poll(&state, 1, 0) > 0;
 }
 
-// By TCP: no sent byte is unacknowledged.
-bool isAcknowledged(int socket) {
-  int unacknowledged = 0;
-  return ioctl(socket, SIOCOUTQ, &unacknowledged) != 0 || unacknowledged == 0;
+// By TCP.
+std::size_t unacknowledgedBytes(int socket) {
+  int bytes = 0;
+  return ioctl(socket, SIOCOUTQ, &bytes) != 0 ? 0 : static_cast<std::size_t>(bytes);
 }
 
 MHD_Result noteHeader(void* cls, MHD_ValueKind /*kind*/, const char* name, const char* value) {
@@ -112,7 +112,7 @@ HttpRequest requestOf(MHD_Connection* connection, const char* path, const char* 
     return value != nullptr ? std::optional<std::string_view>(value) : std::nullopt;
   };
   const int socket = socketOf(connection);
-  request.client = {[socket] { return isClosed(socket); }, [socket] { return isAcknowledged(socket); }};
+  request.client = {[socket] { return isClosed(socket); }, [socket] { return unacknowledgedBytes(socket); }};
   return request;
 }
 

@@ -323,10 +323,13 @@ std::optional<std::size_t> PageReader::end(std::unique_lock<std::mutex>& lock) {
 }
 
 bool PageReader::awaitAcknowledgement(std::unique_lock<std::mutex>& lock) const {
-  const Clock::time_point deadline = job_->now_() + times::acknowledgement;
-  while (!client_.acknowledged()) {
+  std::size_t left = client_.unacknowledged();
+  Clock::time_point deadline = job_->now_() + times::acknowledgement;
+  while (left > 0) {
     if (job_->page_ == nullptr || job_->now_() >= deadline) return false;
     if (!awaitChange(lock, times::acknowledgementTick)) return false;
+    const std::size_t before = std::exchange(left, client_.unacknowledged());
+    if (left < before) deadline = job_->now_() + times::acknowledgement;
   }
   return true;
 }

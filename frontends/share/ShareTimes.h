@@ -25,7 +25,7 @@ inline constexpr milliseconds longestHold = seconds(60);
 inline constexpr milliseconds unclaimed = seconds(60);
 // A client whose connection broke while rows arrived may request the page again within this time.
 inline constexpr milliseconds secondThought(400);
-// For the network to carry the end of a page that has been sent.
+// For the network to carry more of a page that has been sent.
 inline constexpr milliseconds acknowledgement = seconds(60);
 inline constexpr milliseconds acknowledgementTick(2);
 // Between two checks of clients and clock while a page is scanned. When idle, there are none.

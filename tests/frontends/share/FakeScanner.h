@@ -164,7 +164,7 @@ class FakeScanner {
 };
 
 // A client that stays connected.
-inline const frontend::share::ClientLink stays = {[] { return false; }, [] { return true; }};
+inline const frontend::share::ClientLink stays = {[] { return false; }, [] { return 0; }};
 
 // Waits for a change made by another thread. Returns false after ten seconds.
 template <typename Condition>

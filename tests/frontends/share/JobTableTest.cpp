@@ -83,13 +83,13 @@ class EveryCell : public testing::TestWithParam<std::tuple<std::size_t, std::siz
       if (!std::exchange(held, true)) scanner.sendRows(1);
       return false;
     };
-    PageReader reader(job, {sendRow, [] { return true; }});
+    PageReader reader(job, {sendRow, [] { return 0; }});
     const std::string code = std::to_string(reader.begin().code);
     return held ? "held, " + code : code;
   }
   std::string fetchAndLeave() {
     {
-      PageReader(job, {[] { return true; }, [] { return true; }}).begin();
+      PageReader(job, {[] { return true; }, [] { return 0; }}).begin();
     }
     if (job->phase() != JobPhase::processing) return nameOf(job->phase());
     scanner.advance(times::secondThought);

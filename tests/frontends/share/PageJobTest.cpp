@@ -31,7 +31,7 @@ std::string readAll(PageReader& reader, std::size_t offset = 0) {
 
 // A client that stays connected, with an action whenever it is checked.
 ClientLink asked(const std::function<void()>& happens) {
-  return {[happens] { return happens(), false; }, [] { return true; }};
+  return {[happens] { return happens(), false; }, [] { return 0; }};
 }
 
 class Job : public testing::Test {
@@ -108,10 +108,21 @@ TEST_F(Job, IsDeliveredOnceTheClientsSystemHasAcknowledgedThePage) {
   scanner.sendPage();
   ASSERT_TRUE(job->awaitFreeScanner(10s));
   int asked = 0;
-  PageReader reader(job, {[] { return false; }, [&asked] { return ++asked == 3; }});
+  PageReader reader(job, {[] { return false; }, [&asked] { return ++asked == 3 ? 0 : 1; }});
   ASSERT_EQ(reader.begin().code, 200U);
   EXPECT_NE(readAll(reader), "broken");
   EXPECT_EQ(asked, 3);
+}
+
+TEST_F(Job, WaitsForASlowNetworkAsLongAsItCarriesSomething) {
+  const auto job = post();
+  scanner.sendPage();
+  ASSERT_TRUE(job->awaitFreeScanner(10s));
+  std::size_t bytes = 5;
+  const auto carriesAByte = [&] { return scanner.advance(times::acknowledgement - 1ms), --bytes; };
+  PageReader reader(job, {[] { return false; }, carriesAByte});
+  ASSERT_EQ(reader.begin().code, 200U);
+  EXPECT_NE(readAll(reader), "broken");
 }
 
 TEST_F(Job, IsKeptIfTheClientLeavesBeforeItsSystemHasAcknowledgedThePage) {
@@ -119,7 +130,7 @@ TEST_F(Job, IsKeptIfTheClientLeavesBeforeItsSystemHasAcknowledgedThePage) {
   scanner.sendPage();
   ASSERT_TRUE(job->awaitFreeScanner(10s));
   {
-    PageReader reader(job, {[] { return true; }, [] { return false; }});
+    PageReader reader(job, {[] { return true; }, [] { return 1; }});
     ASSERT_EQ(reader.begin().code, 200U);
     EXPECT_EQ(readAll(reader), "broken");
   }
@@ -153,8 +164,8 @@ TEST_F(Job, GivesUpOnAnAcknowledgementAfterAMinute) {
   const auto job = post();
   scanner.sendPage();
   ASSERT_TRUE(job->awaitFreeScanner(10s));
-  PageReader reader(
-      job, {[this] { return scanner.advance(times::acknowledgement), false; }, [] { return false; }});
+  PageReader reader(job,
+                    {[this] { return scanner.advance(times::acknowledgement), false; }, [] { return 1; }});
   ASSERT_EQ(reader.begin().code, 200U);
   EXPECT_EQ(readAll(reader), "broken");
 }
