@@ -53,7 +53,7 @@ bool isShareName(std::string_view text) {
   if (text.empty()) return false;
   while (!text.empty()) {
     const auto [length, code] = firstCharacter(text);
-    if (length == 0 || code < ' ' || code == 0x7F) return false;
+    if (length == 0 || code < ' ' || (code >= 0x7F && code < 0xA0)) return false;
     text.remove_prefix(length);
   }
   return true;
