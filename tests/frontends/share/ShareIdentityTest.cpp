@@ -56,7 +56,8 @@ TEST(ShareIdentity, LeavesOutAHostWhoseNameIsNoText) {
 TEST(ShareName, IsUtf8WithoutControlCharacters) {
   for (const char* name : {"x", "Scanner @ B\xC3\xBCro", "\xF0\x9F\x93\x84", " "})
     EXPECT_TRUE(isShareName(name)) << name;
-  for (const char* name : {"", "B\xFCro", "a\tb", "a\x7F", "\xC2\x9B", "\xC0\x80", "\xED\xA0\x80", "\xE2\x82"})
+  for (const char* name :
+       {"", "B\xFCro", "a\tb", "a\x7F", "\xC2\x9B", "\xC0\x80", "\xED\xA0\x80", "\xE2\x82"})
     EXPECT_FALSE(isShareName(name)) << name;
 }
 

@@ -219,7 +219,7 @@ class Requests(HttpTest):
         self.server.request("POST", "/eSCL/ScanJobs", ticket(resolution=100))
         self.server.status()
         self.assertTrue(eventually(lambda: len(self.server.logged_requests()) == 3))
-        host, settings, status = self.server.logged_requests()
+        status, host, settings = sorted(self.server.logged_requests())
         self.assertRegex(host, r' ms: The Host header "evil\?\.example" is malformed\.$')
         self.assertRegex(settings, r' 409, .* ms: XResolution "100" is not possible: expected [^"]*\.$')
         self.assertRegex(status, r" 200, \d+ bytes, \d+ ms$")
