@@ -91,7 +91,7 @@ HttpResponse EsclService::respondTo(const Route& route, const HttpRequest& reque
 // Only browsers request it, and they send the name by which they reached the server.
 HttpResponse EsclService::page(const HttpRequest& request) {
   const PageLanguage language = languageOf(request.header("Accept-Language"));
-  PageFacts facts{setup_.identity.name, scannerState(), "", setup_.servesNetwork};
+  PageFacts facts{setup_.identity.name, scannerState(), "", setup_.servesNetwork, setup_.isAnnounced};
   facts.address = (request.isTls ? "https://" : "http://") + std::string(request.header("Host").value_or(""));
   HttpResponse response{.contentType = std::string(pageContentType), .body = startPage(facts, language)};
   response.headers.emplace_back("Content-Language", tagOf(language));

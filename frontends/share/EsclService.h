@@ -18,6 +18,7 @@ struct EsclServiceSetup {
   std::string address;                // in ScannerCapabilities; empty if clients could not resolve it
   std::vector<std::string> ownNames;  // under which clients may address the server, see HostGuard.h
   bool servesNetwork = false;         // or this computer alone
+  bool isAnnounced = true;            // there, by multicast DNS
   // Whether the scanner is connected. Any thread; may take a few milliseconds, and opens nothing.
   std::function<bool()> isConnected = [] { return true; };
 };

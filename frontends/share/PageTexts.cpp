@@ -52,6 +52,8 @@ constexpr Text texts[] = {
      "Programme, die eSCL (AirScan) unterstützen, nutzen diesen Scanner ohne Treiber."},
     {"reach-network", "Computers, tablets and phones in this network find it automatically.",
      "Computer, Tablets und Smartphones in diesem Netz finden ihn automatisch."},
+    {"reach-address", "Computers, tablets and phones in this network can use it by its address, see below.",
+     "Computer, Tablets und Smartphones in diesem Netz können ihn über seine Adresse nutzen, siehe unten."},
     {"reach-machine",
      "At present only programs on this computer can use it. An administrator can open it to the network in "
      "/etc/quenvar/share.conf.",

@@ -166,6 +166,7 @@ EsclServiceSetup serviceFor(const ShareOptions& options, const Machine& machine,
   setup.ownNames = namesOfMachine(machine.host);
   setup.ownNames.insert(setup.ownNames.end(), options.serverNames.begin(), options.serverNames.end());
   setup.servesNetwork = listening.servesNetwork;
+  setup.isAnnounced = options.announce != ShareConfig::Announce::off;
   return setup;
 }
 

@@ -36,6 +36,12 @@ std::string_view stateName(ScannerState state) {
   return stateNames.at(static_cast<std::size_t>(state));
 }
 
+// The end of a text's key.
+std::string_view reachOf(const PageFacts& facts) {
+  if (!facts.servesNetwork) return "-machine";
+  return facts.isAnnounced ? "-network" : "-address";
+}
+
 // The value of a placeholder, escaped.
 std::string valueOf(std::string_view placeholder, const PageFacts& facts, PageLanguage language) {
   if (placeholder == "lang") return std::string(tagOf(language));
@@ -44,7 +50,7 @@ std::string valueOf(std::string_view placeholder, const PageFacts& facts, PageLa
   if (placeholder == "state-class") return std::string(stateName(facts.state));
   std::string key(placeholder);
   if (placeholder == "state") key += "-" + std::string(stateName(facts.state));
-  if (placeholder == "reach") key += facts.servesNetwork ? "-network" : "-machine";
+  if (placeholder == "reach") key += reachOf(facts);
   return xmlText(pageText(key, language));
 }
 

@@ -27,6 +27,7 @@ struct PageFacts {
   ScannerState state = ScannerState::idle;
   std::string address;         // where the reader reached the server: "http://myhost.local:8750"
   bool servesNetwork = false;  // or this computer alone
+  bool isAnnounced = true;     // there, by multicast DNS
 };
 
 // The page, in HTML. Replaces each {{name}} of page/index.html by a text of the language or by a fact, which

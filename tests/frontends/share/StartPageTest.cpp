@@ -86,6 +86,14 @@ TEST(StartPage, ReportsTheFactsInTheLanguage) {
   EXPECT_THAT(startPage(others, english), HasSubstr("/etc/quenvar/share.conf"));
 }
 
+TEST(StartPage, PromisesNobodyToFindAScannerThatIsNotAnnounced) {
+  PageFacts quiet = facts();
+  EXPECT_THAT(startPage(quiet, english), HasSubstr("in this network find it automatically"));
+  quiet.isAnnounced = false;
+  EXPECT_THAT(startPage(quiet, english), HasSubstr("in this network can use it by its address"));
+  EXPECT_THAT(startPage(quiet, german), HasSubstr("in diesem Netz können ihn über seine Adresse nutzen"));
+}
+
 TEST(StartPage, EscapesTheFacts) {
   const std::string page = startPage({"<script>{{lang}}", ScannerState::idle, "\"><b>", true}, english);
   EXPECT_THAT(page, HasSubstr("<h1>&lt;script&gt;{{lang}}</h1>"));
