@@ -26,7 +26,7 @@ class UsbScan final : public ScanSource {
   }
   void wait(std::chrono::milliseconds longest) override {
     pollfd rows{scan_.descriptor(), POLLIN, 0};
-    poll(&rows, 1, static_cast<int>(longest.count()));
+    [[maybe_unused]] const int ready = poll(&rows, 1, static_cast<int>(longest.count()));
   }
   ScanOutcome outcome() const override { return scan_.outcome(); }
   void cancel() noexcept override { scan_.cancel(); }
