@@ -109,7 +109,8 @@ HttpRequest requestOf(MHD_Connection* connection, const char* path, const char* 
   request.isHttp10 = version == MHD_HTTP_VERSION_1_0;
   request.header = [connection](const char* name) -> std::optional<std::string_view> {
     const char* value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
-    return value != nullptr ? std::optional<std::string_view>(value) : std::nullopt;
+    // The library leaves the blanks that follow a value.
+    return value != nullptr ? std::optional(trimmed(value)) : std::nullopt;
   };
   const int socket = socketOf(connection);
   request.client = {[socket] { return isClosed(socket); }, [socket] { return unacknowledgedBytes(socket); }};

@@ -112,6 +112,7 @@ class Requests(HttpTest):
             "no host": (self.get(), 400),
             "two hosts": (self.get(host, host), 400),
             "an empty host": (self.get("Host:"), 400),
+            "blanks around a host": (self.get("Host: \t localhost \t"), 200),
             "HTTP/3.0": (self.get(host, version="HTTP/3.0"), 505),
             "no version": ("GET /eSCL/ScannerStatus\r\n\r\n", {"closed", 400, 505}),
             "headers of 7 KiB": (self.get(host, "X: " + "x" * 7 * 1024), 200),
