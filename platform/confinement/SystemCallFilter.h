@@ -9,7 +9,8 @@ namespace platform {
 // namespaces, for executable memory, and for typing into the terminal.
 //
 // Where the C library creates sockets by socketcall(2), on 32-bit x86 and on s390x, sockets of every family
-// can be created, but none connected: its arguments are in memory, which a filter cannot read.
+// can be created, and sent from, but none connected by connect(): its arguments are in memory, which a filter
+// cannot read.
 //
 // With `localSockets`, sockets of the machine itself (AF_UNIX) are allowed, and unlink(), which removes them.
 //

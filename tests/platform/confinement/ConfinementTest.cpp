@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/sockios.h>
+#include <netinet/in.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
@@ -221,6 +222,41 @@ TEST_P(Refused, WithAnErrorAndNotByTheEndOfTheProcess) {
 
 INSTANTIATE_TEST_SUITE_P(Attempts, Refused, testing::ValuesIn(refused),
                          [](const auto& row) { return std::string(row.param.name); });
+
+sockaddr_in ownAddressOf(int server) {
+  sockaddr_in address{};
+  socklen_t length = sizeof address;
+  getsockname(server, reinterpret_cast<sockaddr*>(&address), &length);
+  return address;
+}
+
+// A listener that is shut down becomes a socket that can be connected, by its first bytes too.
+TEST_F(Confined, ConnectsNoListenerToAnotherMachine) {
+#ifdef SYS_socketcall
+  GTEST_SKIP() << "a filter cannot see the arguments of socketcall()";
+#endif
+  const int server = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(listen(server, 1), 0);
+  ASSERT_EQ(listen(listener, 1), 0);
+  const sockaddr_in address = ownAddressOf(server);
+  const auto* place = reinterpret_cast<const sockaddr*>(&address);
+  iovec text{const_cast<char*>("x"), 1};
+  msghdr message{};
+  message.msg_name = const_cast<sockaddr_in*>(&address);
+  message.msg_namelen = sizeof address;
+  message.msg_iov = &text;
+  message.msg_iovlen = 1;
+  mmsghdr several{message, 0};
+  shutdown(listener, SHUT_RD);
+  const auto result = [this](const std::function<long()>& sending) {
+    return confined([&sending] { return said(sending()); });
+  };
+  EXPECT_EQ(result([&] { return sendto(listener, "x", 1, MSG_FASTOPEN, place, sizeof address); }), EPERM);
+  EXPECT_EQ(result([&] { return sendmsg(listener, &message, MSG_FASTOPEN); }), EPERM);
+  EXPECT_EQ(result([&] { return sendmmsg(listener, &several, 1, MSG_FASTOPEN); }), EPERM);
+  for (const int end : {server, listener}) close(end);
+}
 
 TEST_F(Confined, AsksDescriptorsAboutTheirState) {
   int ends[2];
