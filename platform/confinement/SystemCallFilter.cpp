@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <linux/filter.h>
+#include <linux/netlink.h>
 #include <linux/seccomp.h>
 #include <linux/usbdevice_fs.h>
 #include <sched.h>
@@ -192,7 +193,6 @@ const ConditionalCall conditionalCalls[] = {
     {"sendto", without(3, MSG_FASTOPEN)},
     {"sendmsg", without(2, MSG_FASTOPEN)},
     {"sendmmsg", without(3, MSG_FASTOPEN)},
-    {"socket", equal(0, AF_NETLINK)},
     {"clone", {cloneFlags, SCMP_CMP_MASKED_EQ, namespaces | CLONE_THREAD, CLONE_THREAD}},
     {"mmap", without(2, PROT_EXEC)},
     {"mmap2", without(2, PROT_EXEC)},
@@ -203,6 +203,10 @@ const ConditionalCall conditionalCalls[] = {
     {"prctl", equal(0, PR_SET_VMA)},  // the C library names its memory
     {"prlimit64", equal(2, 0)},       // to read a limit
 };
+
+// Where the kernel announces devices. Other kinds of the same family are an interface to the network's
+// settings and to its firewall.
+constexpr scmp_arg_cmp deviceNotices[] = {equal(0, AF_NETLINK), equal(2, NETLINK_KOBJECT_UEVENT)};
 
 // A local socket may lead to the user's message bus, which starts any program outside the confinement. So may
 // a pair: its datagram sockets can be connected to another address.
@@ -273,6 +277,7 @@ bool addRules(const Filter& filter, pid_t process, bool localSockets) {
   if (!allowAll(filter, allowedCalls) || !allowAll(filter, conditionalCalls)) return false;
   if (!allowRequests(filter) || !allowDescriptorCommands(filter) || !allowSignals(filter, process))
     return false;
+  if (!allow(filter, "socket", deviceNotices, SCMP_ACT_ALLOW)) return false;
   if (localSockets && (!allowAll(filter, localSocketNames) || !allowAll(filter, localSocketCalls)))
     return false;
   // Its flags are in memory, where the filter cannot see them: without it, threads are created by clone().

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/netlink.h>
 #include <linux/sockios.h>
 #include <netinet/in.h>
 #include <sched.h>
@@ -157,6 +158,8 @@ const Attempt refused[] = {
     {"ALocalSocket", [] { return socket(AF_UNIX, SOCK_STREAM, 0); }},
     {"ARawSocket", [] { return socket(AF_PACKET, SOCK_RAW, 0); }},
 #endif
+    // Behind which are the network's settings and the kernel's firewall.
+    {"NoticesOfAnotherKind", [] { return syscall(SYS_socket, AF_NETLINK, SOCK_RAW, NETLINK_ROUTE); }},
     {"APairOfLocalSockets",
      [] {
        int ends[2];
