@@ -88,9 +88,7 @@ Outcomes overVirtualStack(const ScannerOptions& options) {
   });
 }
 
-constexpr std::uint32_t divisor = 100;
-
-Outcomes overLibusb(const ScannerOptions& options, bool largeRequests) {
+Outcomes overLibusb(const ScannerOptions& options, bool largeRequests, std::uint32_t divisor) {
   VirtualScanner scanner(Paper::testChart(), options);
   EmulatedUsbfs usbfs(scanner, {.largeRequests = largeRequests});
   platform::LibusbStack stack;
@@ -131,16 +129,22 @@ class SameOutcome : public testing::TestWithParam<Case> {
     options.faults = GetParam().faults;
     return options;
   }
+  // A pause of a busy machine counts as silence of the device where it is longer than a divided time-out.
+  // Such an attempt is repeated with longer ones.
   void expectSameOutcome(bool largeRequests) {
     testing::internal::CaptureStderr();
     Outcomes expected = overVirtualStack(options());
-    Outcomes outcomes = overLibusb(options(), largeRequests);
-    testing::internal::GetCapturedStderr();
-    // A read in several requests is several transfers to the device.
-    if (!largeRequests) {
-      expected.first.transfers = outcomes.first.transfers;
-      expected.second.transfers = outcomes.second.transfers;
+    Outcomes outcomes;
+    for (const std::uint32_t divisor : {100U, 20U, 5U}) {
+      outcomes = overLibusb(options(), largeRequests, divisor);
+      // A read in several requests is several transfers to the device.
+      if (!largeRequests) {
+        expected.first.transfers = outcomes.first.transfers;
+        expected.second.transfers = outcomes.second.transfers;
+      }
+      if (outcomes == expected) break;
     }
+    testing::internal::GetCapturedStderr();
     EXPECT_EQ(outcomes.first, expected.first);
     EXPECT_EQ(outcomes.second, expected.second);
     EXPECT_TRUE(outcomes.second.raster == paintPage(Paper::testChart(), page)) << "everything works again";
