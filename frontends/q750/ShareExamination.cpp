@@ -66,7 +66,7 @@ Finding judgeAddresses(const std::vector<std::string>& addresses) {
   return finding(Check::addresses, Level::ok, "This machine's addresses in the network: " + list + ".");
 }
 
-// Splits a list off its first address, without brackets; empty at the end.
+// Removes the first address from a list and returns it without brackets; empty at the end.
 std::string_view takeAddress(std::string_view& list) {
   constexpr std::string_view separators = " \t,[]";
   list.remove_prefix(std::min(list.find_first_not_of(separators), list.size()));

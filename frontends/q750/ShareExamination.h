@@ -21,7 +21,7 @@ enum class SharePort : std::uint8_t {
 struct ShareSettings {
   std::uint16_t port = 8750;
   std::string certificate;            // a path; empty where connections are not encrypted
-  std::string address = "127.0.0.1";  // one where it listens
+  std::string address = "127.0.0.1";  // at which it listens
 
   bool operator==(const ShareSettings&) const = default;
 
@@ -41,7 +41,7 @@ struct ShareFacts {
 };
 
 // Sends a request to the server at this port of this machine and waits for half a second at most. `address`
-// is a number. Where it is none of this machine's, nobody is asked and the port is unused.
+// is numeric. If this machine does not have it, nothing is sent and the port counts as unused.
 SharePort whoServes(std::uint16_t port, const std::string& address = "127.0.0.1");
 
 // Examines this machine. Starts nothing and connects only to a server on its own port, for half a second at

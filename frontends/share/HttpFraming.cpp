@@ -15,8 +15,8 @@ bool isSame(std::string_view one, std::string_view other) {
   return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
 }
 
-// "Content-Length " is none: a proxy that skips the blank reads a length, and the library does not (RFC 9112,
-// 5.1).
+// "Content-Length " is not one: a proxy that skips the blank reads a length, and the library does not (RFC
+// 9112, 5.1).
 bool isHeaderName(std::string_view text) {
   constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
   return !text.empty() && std::all_of(text.begin(), text.end(), [=](char c) {

@@ -20,7 +20,7 @@ struct HttpFraming {
   unsigned encodings = 0;
   std::uint64_t length = 0;
   bool isChunked = false;
-  bool isMalformed = false;  // a header's name is none
+  bool isMalformed = false;  // a header has an invalid name
 
   // Records a header. Its name is compared without regard to case.
   void note(std::string_view name, std::string_view value);

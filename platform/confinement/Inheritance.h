@@ -1,8 +1,8 @@
 #pragma once
 
-// What a program got from the one that started it, and does not need: descriptors of files and connections,
-// and an environment that may hold keys and passwords. A program that is started for the purpose gets
-// neither; one that the user starts gives them up before it reads untrusted bytes.
+// What a program inherits and does not need: descriptors of files and connections, and an environment that
+// may hold keys and passwords. The worker is started without either; a program that the user starts gives
+// them up before it reads untrusted bytes.
 namespace platform {
 
 // Closes all descriptors but the three standard ones. Call it before the first is opened, while there is one

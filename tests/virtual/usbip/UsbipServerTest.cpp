@@ -84,7 +84,7 @@ class RunningServer {
   }
   std::uint16_t port() const { return server_.address().port; }
   ListenAddress address() const { return server_.address(); }
-  // That it has used until now.
+  // What the server's thread has used so far.
   std::chrono::nanoseconds processorTime() {
     clockid_t clock{};
     timespec time{};
@@ -263,13 +263,13 @@ class OneMoreDescriptor {
   rlimit before_{};
 };
 
-// A connection that cannot be accepted stays ready: waiting for it would never wait.
+// A connection that cannot be accepted stays ready, so that poll() would return at once, again and again.
 TEST_F(UsbipServer, TriesAgainLaterWhereItHasNoDescriptorForAClient) {
   RunningServer server(scanner);
   auto limit = std::make_unique<OneMoreDescriptor>();
   UsbipClient client(server.port());
-  usleep(200'000);  // of which it uses the processor for next to nothing
-  EXPECT_LT(server.processorTime(), std::chrono::milliseconds(20));
+  usleep(200'000);  // in which it needs next to no processor time
+  EXPECT_LT(server.processorTime(), std::chrono::milliseconds(100));
   limit.reset();
   EXPECT_EQ(client.import("1-1"), 0U);
 }

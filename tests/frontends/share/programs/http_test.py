@@ -38,7 +38,7 @@ class HttpTest(ShareHost):
         return client
 
     def expect_at_once(self, attempt, limit=0.2):
-        """It returns its seconds, and is repeated: a busy machine delays one or another."""
+        """`attempt` returns the seconds that it took. It is repeated, because a busy machine may delay one."""
         times = []
         while not times or times[-1] >= limit:
             self.assertLess(len(times), 5, times)

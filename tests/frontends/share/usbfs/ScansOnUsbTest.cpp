@@ -17,7 +17,7 @@ using namespace frontend::share;
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-// As the server's, by the worker for tests.
+// As in the server, but with the worker of the tests.
 class UsbScan final : public ScanSource {
  public:
   explicit UsbScan(const ScanRequest& request) : scan_(request, Q750_WORKER) {}
