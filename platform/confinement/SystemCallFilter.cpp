@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <linux/filter.h>
+#include <linux/net.h>
 #include <linux/netlink.h>
 #include <linux/seccomp.h>
 #include <linux/usbdevice_fs.h>
@@ -208,6 +209,11 @@ const ConditionalCall conditionalCalls[] = {
 // settings and to its firewall.
 constexpr scmp_arg_cmp deviceNotices[] = {equal(0, AF_NETLINK), equal(2, NETLINK_KOBJECT_UEVENT)};
 
+// On 32-bit x86 and s390x the C library makes these calls by socketcall(2), whose first argument is the call.
+// The others are in memory, so that no condition holds for them: libseccomp would apply it to a register that
+// contains anything.
+constexpr int calledBySocketcall[] = {SYS_SOCKET, SYS_SEND, SYS_SENDTO, SYS_SENDMSG, SYS_SENDMMSG};
+
 // A local socket may lead to the user's message bus, which starts any program outside the confinement. So may
 // a pair: its datagram sockets can be connected to another address.
 const ConditionalCall localSocketCalls[] = {
@@ -267,6 +273,13 @@ bool allowDescriptorCommands(const Filter& filter) {
   });
 }
 
+bool allowSocketcalls(const Filter& filter) {
+  return std::ranges::all_of(calledBySocketcall, [&filter](int call) {
+    const ConditionalCall socketcall{"socketcall", equal(0, static_cast<scmp_datum_t>(call))};
+    return allowAll(filter, std::span(&socketcall, 1));
+  });
+}
+
 // For threads of its own alone: abort() is one.
 bool allowSignals(const Filter& filter, pid_t process) {
   const ConditionalCall call{"tgkill", equal(0, static_cast<scmp_datum_t>(process))};
@@ -277,7 +290,7 @@ bool addRules(const Filter& filter, pid_t process, bool localSockets) {
   if (!allowAll(filter, allowedCalls) || !allowAll(filter, conditionalCalls)) return false;
   if (!allowRequests(filter) || !allowDescriptorCommands(filter) || !allowSignals(filter, process))
     return false;
-  if (!allow(filter, "socket", deviceNotices, SCMP_ACT_ALLOW)) return false;
+  if (!allow(filter, "socket", deviceNotices, SCMP_ACT_ALLOW) || !allowSocketcalls(filter)) return false;
   if (localSockets && (!allowAll(filter, localSocketNames) || !allowAll(filter, localSocketCalls)))
     return false;
   // Its flags are in memory, where the filter cannot see them: without it, threads are created by clone().
