@@ -2,6 +2,8 @@
 
 #include <poll.h>
 
+#include <utility>
+
 #include "SupervisedScan.h"
 
 namespace frontend::share {
@@ -9,7 +11,7 @@ namespace {
 
 class WorkerScan final : public ScanSource {
  public:
-  explicit WorkerScan(const ScanRequest& request) : scan_(request) {}
+  WorkerScan(const ScanRequest& request, const std::string& worker) : scan_(request, worker) {}
 
   std::optional<std::size_t> readAvailable(std::uint8_t* buffer, std::size_t capacity) override {
     return scan_.readAvailable(buffer, capacity);
@@ -29,7 +31,13 @@ class WorkerScan final : public ScanSource {
 }  // namespace
 
 std::unique_ptr<ScanSource> startSupervisedScan(const ScanRequest& request) {
-  return std::make_unique<WorkerScan>(request);
+  return std::make_unique<WorkerScan>(request, findWorker());
+}
+
+StartScan scansBy(std::string worker) {
+  return [worker = std::move(worker)](const ScanRequest& request) {
+    return std::make_unique<WorkerScan>(request, worker);
+  };
 }
 
 }  // namespace frontend::share

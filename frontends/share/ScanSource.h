@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "ScanOutcome.h"
 #include "ScanRequest.h"
@@ -35,5 +36,7 @@ using StartScan = std::function<std::unique_ptr<ScanSource>(const ScanRequest& r
 
 // In a process of its own (SupervisedScan.h).
 std::unique_ptr<ScanSource> startSupervisedScan(const ScanRequest& request);
+// The same with this program as the worker, for tests.
+StartScan scansBy(std::string worker);
 
 }  // namespace frontend::share

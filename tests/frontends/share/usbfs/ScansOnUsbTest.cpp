@@ -1,13 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 
 #include <cstdlib>
 #include <memory>
 
 #include "FakeScanner.h"
 #include "ScanJobs.h"
-#include "SupervisedScan.h"
+#include "ScanSource.h"
 #include "UsbfsHost.h"
 
 namespace {
@@ -17,24 +16,6 @@ using namespace frontend::share;
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-// As in the server, but with the worker of the tests.
-class UsbScan final : public ScanSource {
- public:
-  explicit UsbScan(const ScanRequest& request) : scan_(request, Q750_WORKER) {}
-  std::optional<std::size_t> readAvailable(std::uint8_t* buffer, std::size_t capacity) override {
-    return scan_.readAvailable(buffer, capacity);
-  }
-  void wait(std::chrono::milliseconds longest) override {
-    pollfd rows{scan_.descriptor(), POLLIN, 0};
-    [[maybe_unused]] const int ready = poll(&rows, 1, static_cast<int>(longest.count()));
-  }
-  ScanOutcome outcome() const override { return scan_.outcome(); }
-  void cancel() noexcept override { scan_.cancel(); }
-
- private:
-  SupervisedScan scan_;
-};
-
 class ScansOnUsb : public UsbfsHost {
  protected:
   ScansOnUsb() { setenv("LD_PRELOAD", Q750_PRELOAD, 1); }
@@ -43,7 +24,7 @@ class ScansOnUsb : public UsbfsHost {
   static ScanJobsSetup setup() {
     ScanJobsSetup setup;
     setup.request.scanner = "usb";
-    setup.start = [](const ScanRequest& request) { return std::make_unique<UsbScan>(request); };
+    setup.start = scansBy(Q750_WORKER);
     setup.earlyFailure = 20s;  // on a busy machine the worker takes its time
     return setup;
   }
