@@ -9,8 +9,8 @@
 //           | type  | reserved  | length, big-endian | payload ... |
 //   bytes     1       3           4                    length
 //
-// `reserved` is written as 0 and never read. `length` counts only the payload. There is no trailer, no
-// checksum and nothing between one packet and the next. Control packets carry the messages of the remote
+// `reserved` is written as 0 and never read. `length` counts only the payload. Packets follow
+// each other directly, without trailer or checksum. Control packets carry the messages of the remote
 // calls, in both directions; image packets carry bytes of the page; the payload of the four markers, if any,
 // is skipped.
 //

@@ -77,7 +77,7 @@ class USBScanProtocol {
   void receiveData(const platform::Data& chunk, std::int8_t convert);
   /// Releases the current buffer only. Later chunks are dropped.
   void dealloc();
-  /// Returns this, or null if there is no memory for a buffer. Null callbacks are treated as a record of
+  /// Returns this, or null if memory for a buffer runs out. Null callbacks are treated as a record of
   /// nulls.
   USBScanProtocol* initWithCallbacks(const USBScanProtocolCallbacks* callbacks);
 

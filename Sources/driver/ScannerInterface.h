@@ -98,8 +98,8 @@ int32_t StartScan(intptr_t handle);
  * delivered in *delivered and adds it to totalBytesRead. A row is as wide as the area, with the bytes per
  * pixel of the picture received and no padding. Rows have a lead: for a picture as wide as the area, the
  * first row delivered is its second, and the last is all zeros. If no row could be copied, one row's worth is
- * reported although nothing was written: there is no end-of-image result. Never blocks. Returns 0, or -1 for
- * handle 0, which leaves *delivered untouched.
+ * reported although nothing was written: no result marks the end of the image. Never blocks. Returns 0, or -1
+ * for handle 0, which leaves *delivered untouched.
  */
 int32_t ReadImage(intptr_t handle, unsigned char* buffer, uint32_t size, uint32_t* delivered);
 

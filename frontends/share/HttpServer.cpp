@@ -121,8 +121,8 @@ void setSilence(MHD_Connection* connection, unsigned seconds) {
   MHD_set_connection_option(connection, MHD_CONNECTION_OPTION_TIMEOUT, seconds);
 }
 
-// The client gets an error. For one of HTTP/1.0, which knows no chunks, an ordinary end of the connection is
-// the end of the page.
+// Lets the client see an error. HTTP/1.0 has no chunks: its clients take an ordinary end of the connection
+// for the end of the page.
 void reset(int socket) {
   sockaddr nobody{};
   nobody.sa_family = AF_UNSPEC;

@@ -20,7 +20,7 @@ struct FileMark {
   bool operator==(const FileMark&) const = default;
   bool isSameFileAs(const FileMark& other) const { return device == other.device && inode == other.inode; }
 
-  // Nothing if there is no such file. A link is examined itself, not followed.
+  // Empty if the file does not exist. A link is not followed.
   static std::optional<FileMark> of(int descriptor);
   static std::optional<FileMark> of(const std::string& path);
 };

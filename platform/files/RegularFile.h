@@ -29,7 +29,7 @@ struct FileContent {
 // A file that was to be opened for reading.
 struct OpenedFile {
   OwnedDescriptor descriptor;  // none if it could not be opened
-  int error = 0;               // an errno; 0 if it is open, and if it is no regular file
+  int error = 0;               // an errno; 0 if it is open or not a regular file
 
   // Why there is none, as a clause: "is not a regular file".
   std::string problem() const;

@@ -23,7 +23,7 @@ class LibtiffImageToolkit : public ImageToolkit {
   void setPort(GWorld* port) override;
   const ColorTable* getCTable(std::int16_t id) override;
   // paramErr for empty bounds and for 8 bits without the grey table, cDepthErr for another depth, memFullErr
-  // if there is no memory for the pixels or no TIFF file could hold them.
+  // if memory for the pixels runs out or they would not fit into a TIFF file.
   OSErr newGWorld(GWorld** image, std::int16_t depth, const Rect& bounds, const ColorTable* colors) override;
   void disposeGWorld(GWorld* image) override;
   // There is one kind of component; closeComponent() takes no others.

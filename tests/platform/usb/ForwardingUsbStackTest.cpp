@@ -61,7 +61,7 @@ class MockStack : public UsbStack {
               (noexcept, override));
 };
 
-// If there is no memory for a wrapper.
+// Has no memory left for a wrapper.
 class ExhaustedStack final : public ForwardingUsbStack {
  public:
   explicit ExhaustedStack(UsbStack& inner) : ForwardingUsbStack(inner) {}
